@@ -1,0 +1,344 @@
+#include "ConfigurationStructureElement.h"
+
+#include "ConfigurationAndProcessDataDefinitions.h"
+#include "SystemInformationManagerRegistryDefinitions.h"
+
+#include <QtCore/QDebug>
+#include <QtCore/QFile>
+#include <QtCore/QJsonDocument>
+
+#include <limits>
+#include <type_traits>
+#include <utility>
+
+using Registry = SystemInformationManagerRegistryDefinitions;
+using DataProperty = ConfigurationAndProcessDataDefinitions;
+
+// The sort of a wide folder moves elements, and containers move only what cannot throw.
+static_assert(std::is_nothrow_move_constructible_v<ConfigurationStructureElement>);
+static_assert(std::is_nothrow_move_assignable_v<ConfigurationStructureElement>);
+
+namespace {
+
+// Outside the range of int the conversion instruction of the device saturates, the language leaves it undefined.
+int toIntSaturated(double value)
+{
+    return static_cast<int>(qBound<double>(std::numeric_limits<int>::min(), value, std::numeric_limits<int>::max()));
+}
+
+// Qt has a complaint of its own for a file without a name; here that is just a file that does not exist.
+bool openDescription(QFile& file)
+{
+    return !file.fileName().isEmpty() && file.open(QIODevice::ReadOnly | QIODevice::Text);
+}
+
+// The two readers share what follows; each hands in a logger, so that messages name the reader as their function.
+
+void parseDescription(QFile& file, QJsonObject& description, const QMessageLogger& logger)
+{
+    QJsonParseError parseError;
+    const QJsonDocument document = QJsonDocument::fromJson(file.readAll(), &parseError);
+    if (parseError.error != QJsonParseError::NoError) {
+        logger.warning() << "Can't parse Json!\n";
+        return;
+    }
+    description = document.object();
+}
+
+void reportUnopenedDescription(const QFile& file, const QMessageLogger& logger)
+{
+    if (!file.exists()) {
+        logger.debug() << "No description file found!";
+        return;
+    }
+    logger.warning() << "Can't open file " << file.fileName() << " IO Error: " << file.errorString();
+}
+
+} // namespace
+
+const QString& ConfigurationStructureElement::getFolderDescriptionFilename()
+{
+    static const QString filename = QStringLiteral("Folder.menu.json");
+    return filename;
+}
+
+const QString& ConfigurationStructureElement::getConfigurationFileSuffix()
+{
+    static const QString suffix = QStringLiteral(".config.json");
+    return suffix;
+}
+
+const QString& ConfigurationStructureElement::getProcessFileSuffix()
+{
+    static const QString suffix = QStringLiteral(".process.json");
+    return suffix;
+}
+
+ConfigurationStructureElement::ConfigurationStructureElement() = default;
+
+ConfigurationStructureElement::ConfigurationStructureElement(
+    const QFileInfo& entry, const QString& scanRoot, const QString& suffix)
+    : rootPath(scanRoot)
+    , fileInfo(entry)
+    , valid(validateObject(entry, suffix))
+{
+    if (valid) {
+        initObject(entry);
+    }
+}
+
+ConfigurationStructureElement::ConfigurationStructureElement(
+    const QJsonObject& object, const QString& instanceName, bool isNode)
+    : directory(isNode)
+{
+    if (isNode) {
+        generateNodeData(object, instanceName);
+    } else {
+        generateSelectionData(object, instanceName);
+    }
+}
+
+ConfigurationStructureElement::ConfigurationStructureElement(const ConfigurationStructureElement& other) = default;
+ConfigurationStructureElement::ConfigurationStructureElement(ConfigurationStructureElement&& other) noexcept = default;
+ConfigurationStructureElement& ConfigurationStructureElement::operator=(
+    const ConfigurationStructureElement& other) = default;
+ConfigurationStructureElement& ConfigurationStructureElement::operator=(
+    ConfigurationStructureElement&& other) noexcept = default;
+ConfigurationStructureElement::~ConfigurationStructureElement() = default;
+
+bool ConfigurationStructureElement::isValid() const
+{
+    return valid;
+}
+
+bool ConfigurationStructureElement::isDirectory() const
+{
+    return directory;
+}
+
+int ConfigurationStructureElement::getDisplayPosition() const
+{
+    return displayPosition;
+}
+
+QJsonObject ConfigurationStructureElement::getElementAsJsonObject() const
+{
+    return elementObject;
+}
+
+QFileInfo ConfigurationStructureElement::getFileInfo() const
+{
+    return fileInfo;
+}
+
+QString ConfigurationStructureElement::getIconName() const
+{
+    const QJsonValue value = elementObject.value(Registry::getKeyIconName());
+    if (!value.isUndefined() && !value.isString()) {
+        qWarning() << "Property iconName is not of type string!";
+    }
+    return value.toString();
+}
+
+bool ConfigurationStructureElement::operator<(const ConfigurationStructureElement& other) const
+{
+    if (directory == other.directory) {
+        return displayPosition < other.displayPosition;
+    }
+    return !directory;
+}
+
+void ConfigurationStructureElement::setIconName(const QString& iconName)
+{
+    elementObject.insert(Registry::getKeyIconName(), iconName);
+}
+
+bool ConfigurationStructureElement::validateObject(const QFileInfo& entry, const QString& suffix)
+{
+    return entry.isDir() || entry.fileName().endsWith(suffix, Qt::CaseSensitive);
+}
+
+void ConfigurationStructureElement::initObject(const QFileInfo& entry)
+{
+    directory = entry.isDir();
+    if (directory) {
+        generateNodeData(entry);
+    } else {
+        generateSelectionData(entry);
+    }
+}
+
+void ConfigurationStructureElement::extractDisplayPosition(const QJsonObject& object, int& position)
+{
+    const QJsonValue value = object.value(Registry::getKeyDisplayPosition());
+    if (value.isUndefined()) {
+        qWarning() << "Cannot find key displayPosition in Json object!";
+    } else if (!value.isDouble()) {
+        qWarning() << "Property displayPosition is not of type double!";
+    } else {
+        position = toIntSaturated(value.toDouble());
+    }
+}
+
+void ConfigurationStructureElement::extractAndRemoveDisplayPosition(QJsonObject& object, int& position)
+{
+    extractDisplayPosition(object, position);
+    object.remove(Registry::getKeyDisplayPosition());
+}
+
+void ConfigurationStructureElement::extractInstanceNameFromPath(
+    const QString& scanRoot, const QFileInfo& entry, QString& instanceName)
+{
+    QString folder = entry.path();
+    folder.remove(scanRoot, Qt::CaseSensitive);
+    if (folder.startsWith(QLatin1Char('/'))) {
+        instanceName = folder.midRef(1) % QLatin1Char('/') % entry.baseName();
+    } else {
+        instanceName = entry.baseName();
+    }
+}
+
+// Both readers open first and ask what the path is only when that fails: the listing that led here knew.
+
+void ConfigurationStructureElement::readFolderDescription(const QString& path, QJsonObject& description)
+{
+    const QMessageLogger logger(QT_MESSAGELOG_FILE, QT_MESSAGELOG_LINE, QT_MESSAGELOG_FUNC);
+    // No path is no folder; the name formed from it would lie in the root of the file system.
+    if (path.isEmpty()) {
+        return;
+    }
+    QFile file(path % QLatin1Char('/') % getFolderDescriptionFilename());
+    if (openDescription(file)) {
+        parseDescription(file, description, logger);
+    } else if (QFileInfo(path).isDir()) {
+        reportUnopenedDescription(file, logger);
+    }
+}
+
+void ConfigurationStructureElement::readFileRootNodeDescription(const QString& path, QJsonObject& description)
+{
+    const QMessageLogger logger(QT_MESSAGELOG_FILE, QT_MESSAGELOG_LINE, QT_MESSAGELOG_FUNC);
+    QFile file(path);
+    if (openDescription(file)) {
+        parseDescription(file, description, logger);
+    } else if (!QFileInfo(path).isDir()) {
+        reportUnopenedDescription(file, logger);
+    }
+}
+
+void ConfigurationStructureElement::generateNodeData(const QFileInfo& entry)
+{
+    QJsonObject description;
+    readFolderDescription(entry.filePath(), description);
+    generateNodeData(description, entry.baseName());
+}
+
+void ConfigurationStructureElement::generateNodeData(const QJsonObject& description, const QString& instanceName)
+{
+    elementObject = description;
+    extractAndRemoveDisplayPosition(elementObject, displayPosition);
+    elementObject.insert(Registry::getKeySelectionType(), Registry::SelectionTypeValues::getNode());
+    elementObject.insert(Registry::getKeyDataSourceType(), Registry::DataSourceTypeValues::getJsonData());
+    elementObject.insert(Registry::getKeyInstanceName(), instanceName);
+    elementObject.remove(DataProperty::getKeyDataPropertyTolmVersion());
+    elementObject.remove(DataProperty::getKeyDataPropertyConfigurationVersion());
+}
+
+void ConfigurationStructureElement::generateSelectionData(const QFileInfo& entry)
+{
+    QJsonObject description;
+    readFileRootNodeDescription(entry.filePath(), description);
+    QString instanceName;
+    extractInstanceNameFromPath(rootPath, entry, instanceName);
+    generateSelectionData(description, instanceName);
+}
+
+void ConfigurationStructureElement::generateSelectionData(const QJsonObject& description, const QString& instanceName)
+{
+    extractDisplayPosition(description, displayPosition);
+
+    const auto insertString = [&](const QString& key) {
+        elementObject.insert(key, extractSelectionString(description, key));
+    };
+    const auto insertStringIfNotEmpty = [&](const QString& key) {
+        insertStringPropertyIfNotEmpty(key, extractSelectionString(description, key));
+    };
+    const auto insertArrayIfNotEmpty = [&](const QString& key) {
+        const QJsonArray array = extractSelectionArray(description, key);
+        if (!array.isEmpty()) {
+            elementObject.insert(key, array);
+        }
+    };
+
+    insertString(Registry::getKeyLabelTextId());
+    insertString(Registry::getKeyDataModel());
+    insertString(Registry::getKeyLastModified());
+    elementObject.insert(Registry::getKeySelectionType(), Registry::SelectionTypeValues::getSelection());
+    elementObject.insert(Registry::getKeyCloseMode(), Registry::CloseModeValues::getManual());
+    elementObject.insert(Registry::getKeyUiJob(), Registry::UiJobValues::getUiJobOpenConfiguration());
+    elementObject.insert(Registry::getKeyHide(), extractSelectionBool(description, Registry::getKeyHide()));
+    insertArrayIfNotEmpty(DataProperty::getKeyDataPropertySelectorTypeList());
+    insertArrayIfNotEmpty(DataProperty::getKeyDataPropertySelectorTypeListEndpoint());
+
+    const QString& connectorIdKey = DataProperty::getKeyDataPropertyConnectorId();
+    const int connectorId = extractSelectionInt(description, connectorIdKey);
+    if (connectorId >= 0) {
+        elementObject.insert(connectorIdKey, connectorId);
+    }
+
+    insertString(Registry::getKeyIconName());
+    insertStringIfNotEmpty(DataProperty::getKeyDataPropertyTemplateType());
+    insertStringIfNotEmpty(DataProperty::getKeyDataPropertyLabelTextUrl());
+    insertStringIfNotEmpty(DataProperty::getKeyDataPropertyDependencyFile());
+    insertStringIfNotEmpty(DataProperty::getKeyDataPropertyDependencyFileExtern());
+    insertStringIfNotEmpty(Registry::getKeyModuleName());
+    insertStringIfNotEmpty(Registry::getKeyObjectName());
+
+    const QString& instanceNameKey = Registry::getKeyInstanceName();
+    const QString describedName = extractSelectionString(description, instanceNameKey);
+    elementObject.insert(instanceNameKey, describedName.isEmpty() ? instanceName : describedName);
+
+    insertStringIfNotEmpty(DataProperty::getKeyDataPropertyBufferType());
+}
+
+QString ConfigurationStructureElement::extractSelectionString(const QJsonObject& description, const QString& key) const
+{
+    const QJsonValue value = description.value(key);
+    if (!value.isUndefined() && !value.isString()) {
+        qWarning() << "Property" << key << "is not of type string!";
+    }
+    return value.toString();
+}
+
+bool ConfigurationStructureElement::extractSelectionBool(const QJsonObject& description, const QString& key) const
+{
+    const QJsonValue value = description.value(key);
+    if (value.isUndefined()) {
+        qWarning() << "Cannot find key" << key << "in Json object!";
+    } else if (!value.isBool()) {
+        qWarning() << "Property" << key << "is not of type bool!";
+    }
+    return value.toBool();
+}
+
+QJsonArray ConfigurationStructureElement::extractSelectionArray(
+    const QJsonObject& description, const QString& key) const
+{
+    const QJsonValue value = description.value(key);
+    if (!value.isUndefined() && !value.isArray()) {
+        qWarning() << "Property" << key << "is not of type array!";
+    }
+    return value.toArray();
+}
+
+int ConfigurationStructureElement::extractSelectionInt(const QJsonObject& description, const QString& key) const
+{
+    return description.value(key).toInt(-1);
+}
+
+void ConfigurationStructureElement::insertStringPropertyIfNotEmpty(const QString& key, const QString& value)
+{
+    if (!value.isEmpty()) {
+        elementObject.insert(key, value);
+    }
+}

@@ -1,0 +1,55 @@
+#pragma once
+
+#include "ConfigurationManifestExport.h"
+#include "ConfigurationStructureElement.h"
+
+#include <QtCore/QFileInfo>
+#include <QtCore/QList>
+#include <QtCore/QObject>
+#include <QtCore/QString>
+#include <QtCore/QVector>
+
+/**
+ * The elements of one folder, in display order.
+ *
+ * Filled by the constructor from the folder's listing and never changed afterwards: the valid entries (every folder,
+ * every file with the suffix) as elements, selections before nodes, each kind by ascending display position. Up to 16
+ * elements of one kind and position keep the order of the listing; beyond that their order is not defined.
+ *
+ * Owns its elements. Does not own the suffix, which must outlive it. Used by one thread at a time.
+ */
+class CONFIGURATION_MANIFEST_EXPORT ConfigurationStructureElementList : public QObject {
+    Q_OBJECT
+
+public:
+    /**
+     * Makes the elements of `fileInfoList`, reading the description of every valid one.
+     *
+     * @param path       folder of the whole scan, the same at every level below it.
+     * @param fileSuffix ending of the description files. Referred to, not copied.
+     */
+    ConfigurationStructureElementList(const QList<QFileInfo>& fileInfoList, const QString& path,
+        const QString& fileSuffix, QObject* parent = nullptr);
+    ~ConfigurationStructureElementList() override;
+
+    /// All elements; shares its data with the list.
+    QVector<ConfigurationStructureElement> getElementList() const;
+
+    /**
+     * The element at `index`, which must not be negative. From the number of elements up, an empty element, with the
+     * warning "Received invalid index for element list:" and index and count.
+     */
+    ConfigurationStructureElement getElement(int index) const;
+
+    int getCountElements() const;
+
+    /// The very string that was given to the constructor.
+    const QString& getSuffix() const;
+
+private:
+    void createElementList(const QList<QFileInfo>& fileInfoList);
+
+    QVector<ConfigurationStructureElement> elementList;
+    QString rootPath;
+    const QString& suffix;
+};

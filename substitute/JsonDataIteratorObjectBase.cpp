@@ -1,0 +1,4 @@
+#include "JsonDataIteratorObjectBase.h"
+
+JsonDataIteratorObjectBase::JsonDataIteratorObjectBase() = default;
+JsonDataIteratorObjectBase::~JsonDataIteratorObjectBase() = default;

@@ -1,0 +1,7 @@
+#include "PropertyManagerConst.h"
+
+const QString& PropertyManagerConst::getConfigurationFolderName()
+{
+    static const QString text = QStringLiteral("configuration");
+    return text;
+}

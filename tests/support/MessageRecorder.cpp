@@ -1,0 +1,73 @@
+#include "MessageRecorder.h"
+
+#include <QtCore/QFileInfo>
+#include <QtCore/QRegularExpression>
+#include <QtTest/QTest>
+
+#include <utility>
+
+namespace {
+
+QVector<Message> recorded;
+QtMessageHandler previousHandler = nullptr;
+
+void record(QtMsgType level, const QMessageLogContext& context, const QString& text)
+{
+    recorded.append({level, text, QString::fromUtf8(context.function),
+        QFileInfo(QString::fromUtf8(context.file)).fileName(), QString::fromUtf8(context.category), context.line > 0});
+}
+
+Message expected(QtMsgType level, const QString& text, const char* function)
+{
+    const QString signature = QString::fromUtf8(function);
+    static const QRegularExpression qualifiedName(QStringLiteral("(\\w+)::\\w+\\("));
+    const QString className = qualifiedName.match(signature).captured(1);
+    return {level, text, signature, className + QStringLiteral(".cpp"), QStringLiteral("default"), true};
+}
+
+} // namespace
+
+bool operator==(const Message& a, const Message& b)
+{
+    return a.level == b.level && a.text == b.text && a.function == b.function && a.file == b.file
+        && a.category == b.category && a.hasLine == b.hasLine;
+}
+
+char* toString(const Message& message)
+{
+    const QString level = message.level == QtWarningMsg ? QStringLiteral("warning")
+        : message.level == QtDebugMsg                   ? QStringLiteral("debug")
+                                                        : QStringLiteral("level %1").arg(message.level);
+    return qstrdup(qPrintable(QStringLiteral("[%1, %2] '%3' from %4 in %5%6")
+                                  .arg(level, message.category, message.text, message.function, message.file,
+                                      message.hasLine ? QString() : QStringLiteral(" without a line"))));
+}
+
+Message warning(const QString& text, const char* function)
+{
+    return expected(QtWarningMsg, text, function);
+}
+
+Message debug(const QString& text, const char* function)
+{
+    return expected(QtDebugMsg, text, function);
+}
+
+MessageRecorder::MessageRecorder()
+{
+    recorded.clear();
+    previousHandler = qInstallMessageHandler(record);
+}
+
+MessageRecorder::~MessageRecorder()
+{
+    qInstallMessageHandler(previousHandler);
+    for (const Message& message : std::as_const(recorded)) {
+        QTest::qFail(toString(message), __FILE__, __LINE__);
+    }
+}
+
+QVector<Message> MessageRecorder::take()
+{
+    return std::exchange(recorded, {});
+}

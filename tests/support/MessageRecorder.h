@@ -1,0 +1,38 @@
+#pragma once
+
+#include <QtCore/QString>
+#include <QtCore/QVector>
+#include <QtCore/QtGlobal>
+
+/// One message as it reached the Qt message logger. `file` is without its folder; `line` counts only as known or not.
+struct Message {
+    QtMsgType level;
+    QString text;
+    QString function;
+    QString file;
+    QString category;
+    bool hasLine;
+};
+
+bool operator==(const Message& a, const Message& b);
+/// Shows the message in the output of a failed comparison.
+char* toString(const Message& message);
+
+/// What the library must have logged from `function`, given by its whole signature: in the default category, with a
+/// line, from the source file named after the function's class.
+Message warning(const QString& text, const char* function);
+Message debug(const QString& text, const char* function);
+
+/**
+ * Takes all messages of its lifetime, instead of letting them be printed. A test compares take() with the exact
+ * sequence that it expects; what is left at the end of the recorder's life is printed as a failure of its own.
+ */
+class MessageRecorder {
+public:
+    MessageRecorder();
+    ~MessageRecorder();
+    Q_DISABLE_COPY(MessageRecorder)
+
+    /// The messages since the last take(), in order.
+    QVector<Message> take();
+};

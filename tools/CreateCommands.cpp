@@ -1,0 +1,86 @@
+#include "Command.h"
+#include "ConfigurationAndProcessDataDefinitions.h"
+#include "ConfigurationManifestCreator.h"
+#include "ManifestFile.h"
+#include "Output.h"
+#include "PropertyManagerConst.h"
+
+#include <QtCore/QCommandLineParser>
+#include <QtCore/QDir>
+#include <QtCore/QFileInfo>
+
+namespace {
+
+QString reasonForNoManifest(const QString& folder)
+{
+    const QFileInfo info(folder);
+    if (!info.exists()) {
+        return QStringLiteral("there is no such folder");
+    }
+    if (!info.isDir()) {
+        return QStringLiteral("it is not a folder");
+    }
+    if (!info.isReadable() || !info.isExecutable()) {
+        return QStringLiteral("the folder is not readable");
+    }
+    return QStringLiteral("the folder holds no visible entry");
+}
+
+template <typename Create>
+ExitStatus createManifest(const QString& folder, const QString& scheme, Create create)
+{
+    const QString path = folder % QLatin1Char('/') % scheme % QLatin1String(".manifest.json");
+    const QString shownPath = QDir::cleanPath(path);
+    const ReplacementCheck check(path);
+    if (!create()) {
+        complain(QLatin1String("could not write ") % printable(shownPath));
+        return Failed;
+    }
+    if (!check.wasReplaced()) {
+        complain(QLatin1String("nothing to write in ") % printable(folder) % QLatin1String(": ")
+            % reasonForNoManifest(folder));
+        return Failed;
+    }
+    QJsonArray manifest;
+    QString problem;
+    if (!readManifest(path, manifest, problem)) {
+        complain(problem);
+        return Failed;
+    }
+    print(printable(shownPath));
+    print(toText(countElements(manifest)));
+    return Done;
+}
+
+ExitStatus create(const QCommandLineParser& arguments)
+{
+    const QString base = arguments.positionalArguments().constFirst();
+    return createManifest(base % QLatin1Char('/') % PropertyManagerConst::getConfigurationFolderName(),
+        ConfigurationAndProcessDataDefinitions::getSelectorUrlSchemeConfiguration(),
+        [&] { return ConfigurationManifestCreator().create(base); });
+}
+
+ExitStatus createFolder(const QCommandLineParser& arguments)
+{
+    const QString folder = arguments.positionalArguments().constFirst();
+    const QString scheme = arguments.isSet(QStringLiteral("scheme"))
+        ? arguments.value(QStringLiteral("scheme"))
+        : ConfigurationAndProcessDataDefinitions::getSelectorUrlSchemeConfiguration();
+    return createManifest(folder, scheme, [&] { return ConfigurationManifestCreator().create2(folder, scheme); });
+}
+
+} // namespace
+
+QList<Command> createCommands()
+{
+    const QCommandLineOption scheme(QStringLiteral("scheme"),
+        QStringLiteral("Write SCHEME.manifest.json. The configuration scheme, which is the default, collects "
+                       "configuration files, any other one process files."),
+        QStringLiteral("SCHEME"));
+    return {
+        {QStringLiteral("create"), QStringLiteral("BASE"),
+            QStringLiteral("Create the manifest of the configuration folder below BASE."), {}, create},
+        {QStringLiteral("create-folder"), QStringLiteral("FOLDER"), QStringLiteral("Create the manifest of FOLDER."),
+            {scheme}, createFolder},
+    };
+}
