@@ -8,18 +8,18 @@
  * Provided by the process that loads the library, under the rules of SystemInformationManagerRegistryDefinitions. All
  * texts are the provider's choice.
  *
- * | getter                                    | JSON type | meaning                                                   |
- * |-------------------------------------------|-----------|-----------------------------------------------------------|
- * | getKeyDataPropertyBufferType              | string    | buffer that holds the data                                |
- * | getKeyDataPropertyConnectorId             | number    | connector of the data; an integer from 0 up               |
- * | getKeyDataPropertyDependencyFile          | string    | file that the data depends on                             |
- * | getKeyDataPropertyDependencyFileExtern    | string    | the same, outside the configuration folder                |
- * | getKeyDataPropertyLabelTextUrl            | string    | URL of the label's text                                   |
- * | getKeyDataPropertySelectorTypeList        | array     | selector types                                            |
- * | getKeyDataPropertySelectorTypeListEndpoint| array     | selector types of an endpoint                             |
- * | getKeyDataPropertyTemplateType            | string    | template of the data                                      |
- * | getKeyDataPropertyConfigurationVersion    | any       | version of a folder's configuration; never in a manifest
- * node | | getKeyDataPropertyTolmVersion             | any       | Tolm version of a folder; never in a manifest node |
+ * | getter                                     | JSON type | meaning                                              |
+ * |--------------------------------------------|-----------|------------------------------------------------------|
+ * | getKeyDataPropertyBufferType               | string    | buffer that holds the data                           |
+ * | getKeyDataPropertyConnectorId              | number    | connector of the data; an integer from 0 up          |
+ * | getKeyDataPropertyDependencyFile           | string    | file that the data depends on                        |
+ * | getKeyDataPropertyDependencyFileExtern     | string    | the same, outside the configuration folder           |
+ * | getKeyDataPropertyLabelTextUrl             | string    | URL of the label's text                              |
+ * | getKeyDataPropertySelectorTypeList         | array     | selector types                                       |
+ * | getKeyDataPropertySelectorTypeListEndpoint | array     | selector types of an endpoint                        |
+ * | getKeyDataPropertyTemplateType             | string    | template of the data                                 |
+ * | getKeyDataPropertyConfigurationVersion     | any       | version of a folder's configuration; never in a node |
+ * | getKeyDataPropertyTolmVersion              | any       | Tolm version of a folder; never in a node            |
  */
 class Q_DECL_EXPORT ConfigurationAndProcessDataDefinitions {
 public:

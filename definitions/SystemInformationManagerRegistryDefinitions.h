@@ -15,22 +15,22 @@
  *   (ConfigurationManifestHandler, JsonDataIteratorConfigurationInstanceListUpdater) must find the same ones. All
  *   others are the provider's choice; the column says what the key or value is for.
  *
- * | getter                   | text                      | JSON type | meaning |
- * |--------------------------|---------------------------|-----------|-------------------------------------------------|
- * | getKeySelectionType      | fixed: "selectionType"    | string    | kind of element, one of SelectionTypeValues | |
- * getKeyInstanceName       | fixed: "instanceName"     | string    | name by which an element is addressed           |
- * | getKeySubstructure       | fixed: "substructure"     | array     | children of a node | | getKeyDisplayPosition |
- * fixed: "displayPosition"  | number    | sort position; in descriptions only             | | getKeyIconName | fixed:
- * "iconName"         | string    | icon to show                                    | | getKeyDataSourceType     | free
- * | string    | where a node's data comes from                  | | getKeyCloseMode          | free | string    | how
- * an opened selection is closed               | | getKeyUiJob              | free                      | string    |
- * what the user interface does with a selection   | | getKeyHide               | free                      | bool |
- * selection is not shown                          | | getKeyLabelTextId        | free                      | string |
- * id of the label's text                          | | getKeyDataModel          | free                      | string |
- * data model of the description file              | | getKeyLastModified       | free                      | string |
- * when the description was last modified          | | getKeyModuleName         | free                      | string |
- * module that owns the selection                  | | getKeyObjectName         | free                      | string |
- * object that owns the selection                  |
+ * | getter                | text                     | JSON type | meaning                                     |
+ * |-----------------------|--------------------------|-----------|---------------------------------------------|
+ * | getKeySelectionType   | fixed: "selectionType"   | string    | kind of element, one of SelectionTypeValues |
+ * | getKeyInstanceName    | fixed: "instanceName"    | string    | name by which an element is addressed       |
+ * | getKeySubstructure    | fixed: "substructure"    | array     | children of a node                          |
+ * | getKeyDisplayPosition | fixed: "displayPosition" | number    | sort position; in descriptions only         |
+ * | getKeyIconName        | fixed: "iconName"        | string    | icon to show                                |
+ * | getKeyDataSourceType  | free                     | string    | where a node's data comes from              |
+ * | getKeyCloseMode       | free                     | string    | how an opened selection is closed           |
+ * | getKeyUiJob           | free                     | string    | what the user interface does with it        |
+ * | getKeyHide            | free                     | bool      | selection is not shown                      |
+ * | getKeyLabelTextId     | free                     | string    | id of the label's text                      |
+ * | getKeyDataModel       | free                     | string    | data model of the description file          |
+ * | getKeyLastModified    | free                     | string    | when the description was last modified      |
+ * | getKeyModuleName      | free                     | string    | module that owns the selection              |
+ * | getKeyObjectName      | free                     | string    | object that owns the selection              |
  */
 class Q_DECL_EXPORT SystemInformationManagerRegistryDefinitions {
 public:

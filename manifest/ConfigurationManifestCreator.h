@@ -12,11 +12,10 @@ class ConfigurationStructureElementList;
  * Creates the manifest of a configuration folder: scans the folder with everything below it and writes one JSON array
  * into it, as <folder>/<scheme>.manifest.json.
  *
- * | item of an array | when present                                    | members                                    |
- * |------------------|-------------------------------------------------|--------------------------------------------|
- * | selection        | for every description file with the scan's suffix | see ConfigurationStructureElement        |
- * | node             | for every folder with a selection at any depth  | see ConfigurationStructureElement, and the |
- * |                  |                                                 | items of the folder under "substructure"   |
+ * | item of an array | when present                            | members                                            |
+ * |------------------|-----------------------------------------|----------------------------------------------------|
+ * | selection        | for every description file of the scan  | see ConfigurationStructureElement                  |
+ * | node             | for every folder with a selection below | see there; the folder's items under "substructure" |
  *
  * Every array holds one folder's items in the order of ConfigurationStructureElementList. Hidden entries never appear.
  * Symbolic links count as what they point to; there is no guard against one that leads back up. Example, members

@@ -18,31 +18,36 @@
  * A node object is the folder description with some members forced and some taken out. K stands for a getter of
  * SystemInformationManagerRegistryDefinitions, P for one of ConfigurationAndProcessDataDefinitions:
  *
- * | key                                   | type   | when present | value |
- * |---------------------------------------|--------|--------------|----------------------------------------------------|
- * | K getKeySelectionType                 | string | always       | "Node" | | K getKeyDataSourceType                |
- * string | always       | DataSourceTypeValues::getJsonData()                | | K getKeyInstanceName | string | always
- * | the folder's name up to its first dot              | | K getKeyDisplayPosition               | -      | never |
- * moved to getDisplayPosition()                      | | P getKeyDataPropertyTolmVersion       | -      | never | | | P
- * getKeyDataPropertyConfigurationVersion | -   | never        |                                                    | |
- * any other                             | any    | as in the description | unchanged                                 |
+ * | key                                      | type   | when present | value                               |
+ * |------------------------------------------|--------|--------------|-------------------------------------|
+ * | K getKeySelectionType                    | string | always       | "Node"                              |
+ * | K getKeyDataSourceType                   | string | always       | DataSourceTypeValues::getJsonData() |
+ * | K getKeyInstanceName                     | string | always       | folder's name up to its first dot   |
+ * | K getKeyDisplayPosition                  |        | never        | moved to getDisplayPosition()       |
+ * | P getKeyDataPropertyTolmVersion          |        | never        |                                     |
+ * | P getKeyDataPropertyConfigurationVersion |        | never        |                                     |
+ * | any other                                | any    | as described | unchanged                           |
  *
  * A selection object is assembled member by member; "read" means: from the same key of the description.
  *
- * | key                                   | type   | when present             | value |
- * |---------------------------------------|--------|--------------------------|----------------------------------------|
- * | K getKeyLabelTextId                   | string | always                   | read, else "" | | K getKeyDataModel |
- * string | always                   | read, else ""                          | | K getKeyLastModified | string | always
- * | read, else ""                          | | K getKeySelectionType                 | string | always | "Selection" |
- * | K getKeyCloseMode                     | string | always                   | CloseModeValues::getManual() | | K
- * getKeyUiJob                         | string | always                   | UiJobValues::getUiJobOpenConfiguration() |
- * | K getKeyHide                          | bool   | always                   | read, else false | | K getKeyIconName
- * | string | always                   | read, else ""                          | | K getKeyInstanceName | string |
- * always                   | read; when that is empty, the name derived from the path | | P
- * getKeyDataPropertySelectorTypeList, ...Endpoint | array | when not empty | read                                  | |
- * P getKeyDataPropertyConnectorId       | number | when 0 or more           | read, an integer                       |
- * | P getKeyDataPropertyTemplateType, LabelTextUrl, DependencyFile, DependencyFileExtern, BufferType | string | when
- * not empty | read | | K getKeyModuleName, getKeyObjectName  | string | when not empty           | read |
+ * | key                                          | type   | when present | value                                    |
+ * |----------------------------------------------|--------|--------------|------------------------------------------|
+ * | K getKeyLabelTextId, getKeyDataModel         | string | always       | read, else ""                            |
+ * | K getKeyLastModified, getKeyIconName         | string | always       | read, else ""                            |
+ * | K getKeySelectionType                        | string | always       | "Selection"                              |
+ * | K getKeyCloseMode                            | string | always       | CloseModeValues::getManual()             |
+ * | K getKeyUiJob                                | string | always       | UiJobValues::getUiJobOpenConfiguration() |
+ * | K getKeyHide                                 | bool   | always       | read, else false                         |
+ * | K getKeyInstanceName                         | string | always       | read, else the name from the path        |
+ * | P getKeyDataPropertySelectorTypeList         | array  | not empty    | read                                     |
+ * | P getKeyDataPropertySelectorTypeListEndpoint | array  | not empty    | read                                     |
+ * | P getKeyDataPropertyConnectorId              | number | 0 or more    | read, an integer                         |
+ * | P getKeyDataPropertyTemplateType             | string | not empty    | read                                     |
+ * | P getKeyDataPropertyLabelTextUrl             | string | not empty    | read                                     |
+ * | P getKeyDataPropertyDependencyFile           | string | not empty    | read                                     |
+ * | P getKeyDataPropertyDependencyFileExtern     | string | not empty    | read                                     |
+ * | P getKeyDataPropertyBufferType               | string | not empty    | read                                     |
+ * | K getKeyModuleName, getKeyObjectName         | string | not empty    | read                                     |
  *
  * Example, with the key texts of the substitute definitions: the file Net/port.config.json holding
  * `{"labelTextId": "TXT_PORT", "hide": false, "displayPosition": 2, "connectorId": 0}` becomes
