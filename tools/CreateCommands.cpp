@@ -26,6 +26,13 @@ QString reasonForNoManifest(const QString& folder)
     return QStringLiteral("the folder holds no visible entry");
 }
 
+// Instance names are what is left of a path without the scanned folder, wherever its name occurs in it. Only of a whole
+// path that does not end with "/" is that what everybody expects.
+QString wholePath(const QString& folder)
+{
+    return QDir::cleanPath(QFileInfo(folder).absoluteFilePath());
+}
+
 template <typename Create>
 ExitStatus createManifest(const QString& folder, const QString& scheme, Create create)
 {
@@ -57,7 +64,7 @@ ExitStatus create(const QCommandLineParser& arguments)
     const QString base = arguments.positionalArguments().constFirst();
     return createManifest(base % QLatin1Char('/') % PropertyManagerConst::getConfigurationFolderName(),
         ConfigurationAndProcessDataDefinitions::getSelectorUrlSchemeConfiguration(),
-        [&] { return ConfigurationManifestCreator().create(base); });
+        [&] { return ConfigurationManifestCreator().create(wholePath(base)); });
 }
 
 ExitStatus createFolder(const QCommandLineParser& arguments)
@@ -66,7 +73,8 @@ ExitStatus createFolder(const QCommandLineParser& arguments)
     const QString scheme = arguments.isSet(QStringLiteral("scheme"))
         ? arguments.value(QStringLiteral("scheme"))
         : ConfigurationAndProcessDataDefinitions::getSelectorUrlSchemeConfiguration();
-    return createManifest(folder, scheme, [&] { return ConfigurationManifestCreator().create2(folder, scheme); });
+    return createManifest(
+        folder, scheme, [&] { return ConfigurationManifestCreator().create2(wholePath(folder), scheme); });
 }
 
 } // namespace

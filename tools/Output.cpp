@@ -8,15 +8,20 @@
 
 namespace {
 
-void writeLine(FILE* stream, const QString& line)
+void writeLine(FILE* stream, const QByteArray& line)
 {
-    const QByteArray bytes = line.toUtf8() + '\n';
-    std::fwrite(bytes.constData(), 1, static_cast<size_t>(bytes.size()), stream);
+    std::fwrite(line.constData(), 1, static_cast<size_t>(line.size()), stream);
+    std::fputc('\n', stream);
+}
+
+bool isTerminal()
+{
+    return isatty(STDOUT_FILENO) != 0;
 }
 
 bool wantsColours()
 {
-    return isatty(STDOUT_FILENO) != 0 && qEnvironmentVariableIsEmpty("NO_COLOR") && qgetenv("TERM") != "dumb";
+    return isTerminal() && qEnvironmentVariableIsEmpty("NO_COLOR") && qgetenv("TERM") != "dumb";
 }
 
 bool isUnsafe(uint codePoint)
@@ -33,7 +38,20 @@ bool isUnsafe(uint codePoint)
     }
 }
 
-QString escaped(uint codePoint)
+// `text` with every unsafe character replaced.
+template <typename Escape>
+QString withoutUnsafe(const QString& text, Escape escape)
+{
+    QString result;
+    result.reserve(text.size());
+    const QVector<uint> codePoints = text.toUcs4();
+    for (const uint codePoint : codePoints) {
+        result += isUnsafe(codePoint) ? escape(codePoint) : QString::fromUcs4(&codePoint, 1);
+    }
+    return result;
+}
+
+QString escapedInText(uint codePoint)
 {
     switch (codePoint) {
     case '\n':
@@ -47,26 +65,30 @@ QString escaped(uint codePoint)
     }
 }
 
+QString escapedInJson(uint codePoint)
+{
+    // Between tokens; inside a text JSON has escaped it.
+    if (codePoint == '\n') {
+        return QStringLiteral("\n");
+    }
+    QString result;
+    const QString utf16 = QString::fromUcs4(&codePoint, 1);
+    for (const QChar unit : utf16) {
+        result += QStringLiteral("\\u%1").arg(unit.unicode(), 4, 16, QLatin1Char('0'));
+    }
+    return result;
+}
+
 void printMessage(QtMsgType type, const QMessageLogContext& context, const QString& text)
 {
-    writeLine(stderr, printable(qFormatLogMessage(type, context, text).trimmed()));
+    writeLine(stderr, printable(qFormatLogMessage(type, context, text).trimmed()).toUtf8());
 }
 
 } // namespace
 
 QString printable(const QString& text)
 {
-    QString result;
-    result.reserve(text.size());
-    const QVector<uint> codePoints = text.toUcs4();
-    for (const uint codePoint : codePoints) {
-        if (isUnsafe(codePoint)) {
-            result += escaped(codePoint);
-        } else {
-            result += QString::fromUcs4(&codePoint, 1);
-        }
-    }
-    return result;
+    return withoutUnsafe(text, escapedInText);
 }
 
 QString styled(const QString& text, Style style)
@@ -84,14 +106,19 @@ QString styled(const QString& text, Style style)
 
 void print(const QString& line)
 {
-    writeLine(stdout, line);
+    writeLine(stdout, line.toUtf8());
+}
+
+void printJson(const QByteArray& json)
+{
+    writeLine(stdout, isTerminal() ? withoutUnsafe(QString::fromUtf8(json), escapedInJson).toUtf8() : json);
 }
 
 void complain(const QString& line)
 {
     // What was printed before stands before, also when both streams end in one file.
     std::fflush(stdout);
-    writeLine(stderr, QCoreApplication::applicationName() % QLatin1String(": ") % line);
+    writeLine(stderr, QCoreApplication::applicationName().toUtf8() + ": " + line.toUtf8());
 }
 
 void printMessagesOfTheLibrary()

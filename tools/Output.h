@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QtCore/QByteArray>
 #include <QtCore/QString>
 
 /// `text` with everything escaped that a terminal would act on instead of showing it. Takes one line.
@@ -12,6 +13,9 @@ QString styled(const QString& text, Style style);
 
 /// Prints one line of results.
 void print(const QString& line);
+
+/// Prints a JSON text as one result: as it is, but on a terminal with every character escaped that printable() escapes.
+void printJson(const QByteArray& json);
 
 /// Prints one line that says what went wrong, on standard error.
 void complain(const QString& line);

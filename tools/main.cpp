@@ -95,7 +95,8 @@ ExitStatus runCommand(const Command& command, QStringList arguments)
     const QStringList given = parser.positionalArguments();
     const auto optional = std::count_if(
         syntax.begin(), syntax.end(), [](const QString& argument) { return argument.startsWith(QLatin1Char('[')); });
-    if (given.size() < syntax.size() - optional || given.size() > syntax.size()) {
+    const bool tooMany = given.size() > syntax.size() && !command.syntax.endsWith(QLatin1String("..."));
+    if (given.size() < syntax.size() - optional || tooMany) {
         return complainAboutUsage(command.name % QLatin1String(" takes ") % command.syntax, helpWords);
     }
     if (given.constFirst().isEmpty()) {
@@ -106,7 +107,8 @@ ExitStatus runCommand(const Command& command, QStringList arguments)
 
 ExitStatus run(const QStringList& arguments)
 {
-    const QList<Command> commands = createCommands() + showCommands();
+    const QList<Command> commands =
+        createCommands() + showCommands() + queryCommands() + editCommands() + iteratorCommands();
     const auto command = std::find_if(commands.begin(), commands.end(),
         [&](const Command& candidate) { return arguments.size() > 1 && candidate.name == arguments.at(1); });
     return command == commands.end() ? runWithoutCommand(arguments, commands) : runCommand(*command, arguments);

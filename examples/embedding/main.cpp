@@ -1,0 +1,37 @@
+// The smallest process that uses the library. It finds its imports in the substitute; on a device the surrounding
+// software provides them instead, and nothing here changes.
+
+#include <ConfigurationManifestCreator.h>
+#include <ConfigurationManifestHandler.h>
+
+#include <QtCore/QCoreApplication>
+#include <QtCore/QTextStream>
+
+int main(int argc, char* argv[])
+{
+    const QCoreApplication application(argc, argv);
+    QTextStream out(stdout);
+    if (argc != 2) {
+        out << "usage: embedding FOLDER\n";
+        return 2;
+    }
+
+    const QString folder = QString::fromLocal8Bit(argv[1]);
+    if (!ConfigurationManifestCreator().create2(folder, QStringLiteral("configuration"))) {
+        return 1;
+    }
+
+    const QString path = folder + QStringLiteral("/configuration.manifest.json");
+    ConfigurationManifestHandler handler(path, QStringLiteral("Device"), QStringLiteral("device1"));
+    handler.parseManifestFile();
+
+    QStringList instances;
+    handler.getListOfInstances(QString(), instances);
+    for (const QString& instance : qAsConst(instances)) {
+        out << instance << '\n';
+    }
+
+    // Saved at once, because the last argument asks for it.
+    const bool hidden = handler.setProperty(instances.value(0), QStringLiteral("hide"), true, true);
+    return hidden ? 0 : 1;
+}

@@ -1,0 +1,62 @@
+# What the commands share. Sourced, with `set -euo pipefail` in force; not run.
+
+project=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")/.." && pwd)
+build="$project/build/native"
+
+say() {
+    printf '== %s\n' "$*" >&2
+}
+
+die() {
+    printf '%s: %s\n' "${0##*/}" "$*" >&2
+    exit 1
+}
+
+usage() {
+    printf '%s: %s\n' "${0##*/}" "$*" >&2
+    exit 2
+}
+
+is_installed() {
+    [ "$(dpkg-query -W -f '${db:Status-Status}' "$1" 2>/dev/null)" = installed ]
+}
+
+# Installs those packages of the named groups that are missing.
+require() {
+    local group package missing=() as_root=() log
+    command -v dpkg-query >/dev/null || die 'this is not a Debian system; packaging/debian-packages names what is needed'
+    while read -r group package; do
+        case " $* " in
+        *" $group "*) is_installed "$package" || missing+=("$package") ;;
+        esac
+    done < <(grep -v '^#' "$project/packaging/debian-packages")
+    [ ${#missing[@]} -gt 0 ] || return 0
+
+    if [ "$(id -u)" -ne 0 ]; then
+        command -v sudo >/dev/null || die "only root can install what is missing: ${missing[*]}"
+        as_root=(sudo)
+    fi
+    say "installing ${missing[*]}"
+    log=$(mktemp)
+    if ! { "${as_root[@]}" apt-get update &&
+        "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y --no-install-recommends "${missing[@]}"; } \
+        >"$log" 2>&1; then
+        tail -n 20 "$log" >&2
+        die "could not install ${missing[*]}; the whole output is in $log"
+    fi
+    rm -f "$log"
+}
+
+# Builds the named targets, all of them without a name.
+build() {
+    local target targets=()
+    for target in "$@"; do
+        targets+=(--target "$target")
+    done
+    if [ ! -f "$build/build.ninja" ]; then
+        say 'configuring'
+        (cd "$project" && cmake --preset native >/dev/null) || die 'could not configure the build'
+    fi
+    say 'building'
+    cmake --build "$build" "${targets[@]}" -- --quiet >&2 || die 'could not build'
+}

@@ -1,0 +1,211 @@
+#include "JsonInput.h"
+#include "OpenManifest.h"
+#include "Output.h"
+
+#include <QtCore/QCommandLineParser>
+#include <QtCore/QJsonObject>
+
+namespace {
+
+QString quoted(const QString& text)
+{
+    return QLatin1Char('\'') % printable(text) % QLatin1Char('\'');
+}
+
+// The end of an edit. One that did not apply failed because `path` leads nowhere, or else for the reason given.
+ExitStatus finish(const QCommandLineParser& arguments, OpenManifest& manifest, bool applied, const QString& path,
+    const QString& otherReason = QStringLiteral("the edit does not apply"))
+{
+    if (applied) {
+        return manifest.finish(
+            arguments, manifest.handler().getModified() ? QStringLiteral("changed") : QStringLiteral("unchanged"));
+    }
+    if (manifest.leadsSomewhere(path, Qt::KeepEmptyParts)) {
+        complain(otherReason);
+    }
+    return Failed;
+}
+
+using ValueOperation = bool (ConfigurationManifestHandler::*)(const QString&, const QString&, const QVariant&, bool);
+
+template <ValueOperation setValue>
+ExitStatus setValueOf(const QCommandLineParser& arguments)
+{
+    const QStringList given = arguments.positionalArguments();
+    OpenManifest manifest(arguments);
+    QVariant value;
+    if (!readValue(arguments, given.at(3), value) || !manifest.load()) {
+        return Failed;
+    }
+    const bool applied = (manifest.handler().*setValue)(given.at(1), given.at(2), value, false);
+    return finish(arguments, manifest, applied, given.at(1),
+        quoted(given.at(1)) % QLatin1String(" has no key ") % quoted(given.at(2)));
+}
+
+ExitStatus unset(const QCommandLineParser& arguments)
+{
+    const QStringList given = arguments.positionalArguments();
+    OpenManifest manifest(arguments);
+    if (!manifest.load()) {
+        return Failed;
+    }
+    const bool applied = manifest.handler().removeProperty(given.at(1), given.at(2), false);
+    return finish(arguments, manifest, applied, given.at(1));
+}
+
+using AddOperation = bool (ConfigurationManifestHandler::*)(const QString&, const QJsonObject&, int, bool);
+
+template <AddOperation add>
+ExitStatus addTo(const QCommandLineParser& arguments)
+{
+    const QString path = arguments.positionalArguments().at(1);
+    OpenManifest manifest(arguments);
+    QJsonObject description;
+    int index = -1;
+    if (arguments.isSet(QStringLiteral("index")) && !readNumber(arguments.value(QStringLiteral("index")), index)) {
+        return WrongUsage;
+    }
+    if (!readDescription(arguments, description) || !manifest.load()) {
+        return Failed;
+    }
+    const bool added = (manifest.handler().*add)(path, description, index, false);
+    return finish(arguments, manifest, added, path.left(path.lastIndexOf(QLatin1Char('/'))));
+}
+
+ExitStatus remove(const QCommandLineParser& arguments)
+{
+    const QString path = arguments.positionalArguments().at(1);
+    OpenManifest manifest(arguments);
+    if (!manifest.load()) {
+        return Failed;
+    }
+    return finish(arguments, manifest, manifest.handler().deleteElement(path, false), path);
+}
+
+using MoveOperation = bool (ConfigurationManifestHandler::*)(const QString&, int, bool);
+
+template <MoveOperation move>
+ExitStatus moveTo(const QCommandLineParser& arguments)
+{
+    const QStringList given = arguments.positionalArguments();
+    OpenManifest manifest(arguments);
+    int index = -1;
+    if (!readNumber(given.at(2), index)) {
+        return WrongUsage;
+    }
+    if (!manifest.load()) {
+        return Failed;
+    }
+    const bool moved = (manifest.handler().*move)(given.at(1), index, false);
+    return finish(arguments, manifest, moved, given.at(1),
+        QLatin1String("there is no position ") % QString::number(index) % QLatin1String(" beside ")
+            % quoted(given.at(1)));
+}
+
+// Reads the description that is to replace an element.
+bool readReplacement(const QCommandLineParser& arguments, QJsonObject& description, ExitStatus& status)
+{
+    if (!arguments.isSet(descriptionOption().names().constFirst())) {
+        complain(QStringLiteral("--description is missing"));
+        status = WrongUsage;
+        return false;
+    }
+    status = Failed;
+    return readDescription(arguments, description);
+}
+
+ExitStatus updateNode(const QCommandLineParser& arguments)
+{
+    const QString path = arguments.positionalArguments().at(1);
+    OpenManifest manifest(arguments);
+    QJsonObject description;
+    ExitStatus status = Done;
+    if (!readReplacement(arguments, description, status) || !manifest.load()) {
+        return status;
+    }
+    const bool replaceSubstructure = arguments.isSet(QStringLiteral("replace-substructure"));
+    const bool replaced = manifest.handler().updateNode(path, description, replaceSubstructure, false);
+    return finish(arguments, manifest, replaced, path);
+}
+
+ExitStatus updateSelection(const QCommandLineParser& arguments)
+{
+    const QString path = arguments.positionalArguments().at(1);
+    OpenManifest manifest(arguments);
+    QJsonObject description;
+    ExitStatus status = Done;
+    if (!readReplacement(arguments, description, status) || !manifest.load()) {
+        return status;
+    }
+    return finish(arguments, manifest, manifest.handler().updateSelection(path, description, false), path);
+}
+
+ExitStatus sort(const QCommandLineParser& arguments)
+{
+    const QStringList given = arguments.positionalArguments();
+    const QString& path = given.at(1);
+    OpenManifest manifest(arguments);
+    if (!manifest.load()) {
+        return Failed;
+    }
+    const bool sorted = manifest.handler().sortElements(path, given.mid(2), false);
+    const QString otherReason = QStringLiteral("the names are not those of all children");
+    if (!sorted && path.isEmpty()) {
+        complain(otherReason);
+        return Failed;
+    }
+    return finish(arguments, manifest, sorted, path, otherReason);
+}
+
+ExitStatus stamp(const QCommandLineParser& arguments)
+{
+    OpenManifest manifest(arguments);
+    return manifest.load() ? manifest.finish(arguments, QStringLiteral("stamped")) : Failed;
+}
+
+} // namespace
+
+QList<Command> editCommands()
+{
+    const QCommandLineOption index(QStringLiteral("index"),
+        QStringLiteral("Position among its siblings; at the end without it."), QStringLiteral("N"));
+    const QCommandLineOption replaceSubstructure(
+        QStringLiteral("replace-substructure"), QStringLiteral("Take the children from the description as well."));
+    const QList<QCommandLineOption> valueOptions = saveOptions() << jsonOption();
+    const QList<QCommandLineOption> addOptions = saveOptions() << descriptionOption() << index;
+    const QList<QCommandLineOption> replaceOptions = saveOptions() << descriptionOption();
+    return {
+        {QStringLiteral("set"), QStringLiteral("FILE PATH KEY VALUE"),
+            QStringLiteral("Set the value of a key of an element, adding the key when missing."), valueOptions,
+            setValueOf<&ConfigurationManifestHandler::setProperty>},
+        {QStringLiteral("update"), QStringLiteral("FILE PATH KEY VALUE"),
+            QStringLiteral("Change the value of a key that an element has."), valueOptions,
+            setValueOf<&ConfigurationManifestHandler::update>},
+        {QStringLiteral("unset"), QStringLiteral("FILE PATH KEY"), QStringLiteral("Remove a key of an element."),
+            saveOptions(), unset},
+        {QStringLiteral("add-node"), QStringLiteral("FILE PATH"),
+            QStringLiteral("Add a node, unless there is an element of its name."), addOptions,
+            addTo<&ConfigurationManifestHandler::addNode>},
+        {QStringLiteral("add-selection"), QStringLiteral("FILE PATH"),
+            QStringLiteral("Add a selection; below the top level it is never found to be there already."), addOptions,
+            addTo<&ConfigurationManifestHandler::addSelection>},
+        {QStringLiteral("delete"), QStringLiteral("FILE PATH"),
+            QStringLiteral("Delete an element with everything below it."), saveOptions(), remove},
+        {QStringLiteral("move-node"), QStringLiteral("FILE PATH INDEX"),
+            QStringLiteral("Move a node to a position among its siblings."), saveOptions(),
+            moveTo<&ConfigurationManifestHandler::moveNode>},
+        {QStringLiteral("move-selection"), QStringLiteral("FILE PATH INDEX"),
+            QStringLiteral("Move a selection to a position among its siblings."), saveOptions(),
+            moveTo<&ConfigurationManifestHandler::moveSelection>},
+        {QStringLiteral("update-node"), QStringLiteral("FILE PATH"),
+            QStringLiteral("Store the description in place of a node, which keeps its children."),
+            replaceOptions + QList<QCommandLineOption> {replaceSubstructure}, updateNode},
+        {QStringLiteral("update-selection"), QStringLiteral("FILE PATH"),
+            QStringLiteral("Store the description in place of a selection."), replaceOptions, updateSelection},
+        {QStringLiteral("sort"), QStringLiteral("FILE PATH NAME..."),
+            QStringLiteral("Bring the children of an element, or of the top level for an empty path, into this order."),
+            saveOptions(), sort},
+        {QStringLiteral("stamp"), QStringLiteral("FILE"), QStringLiteral("Stamp every selection with the names given."),
+            saveOptions(), stamp},
+    };
+}
