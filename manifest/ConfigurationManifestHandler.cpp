@@ -83,6 +83,14 @@ void insertIfDifferent(QJsonObject& object, const QString& key, const QString& t
     }
 }
 
+// Whoever was called since the position was found may have shortened the array.
+void replaceIfPresent(QJsonArray& array, int position, const QJsonValue& value)
+{
+    if (position < array.size()) {
+        array.replace(position, value);
+    }
+}
+
 QStringList splitPath(const QString& instancePath)
 {
     return instancePath.split(QLatin1Char('/'), Qt::KeepEmptyParts, Qt::CaseSensitive);
@@ -144,12 +152,9 @@ public:
             change(array);
             return;
         }
-        // Whoever was called since the array was read may have shortened it.
-        if (positions.constFirst() < array.size()) {
-            array.replace(positions.constFirst(), QJsonValue());
-            changeChildren(top, 1, change);
-            array.replace(positions.constFirst(), top);
-        }
+        replaceIfPresent(array, positions.constFirst(), QJsonValue());
+        changeChildren(top, 1, change);
+        replaceIfPresent(array, positions.constFirst(), top);
     }
 
 private:
@@ -513,12 +518,12 @@ bool ConfigurationManifestHandler::modifyProperty(
     if (index < 0) {
         return false;
     }
-    // Until the edit has returned nothing is changed: it may throw, and it may look at the manifest.
+    // Until the edit has returned nothing is changed: it may throw, and it may use this handler itself.
     const bool applied = edit(element, changed);
     if (changed) {
         modified = true;
         if (applied || descent.isTop()) {
-            descent.apply(array, [&](QJsonArray& siblings) { siblings.replace(index, rebuilt(element)); });
+            descent.apply(array, [&](QJsonArray& siblings) { replaceIfPresent(siblings, index, rebuilt(element)); });
         }
     }
     return applied;
@@ -527,79 +532,66 @@ bool ConfigurationManifestHandler::modifyProperty(
 bool ConfigurationManifestHandler::addNode(
     const QString& instancePath, const QJsonObject& jsonObject, int index, bool writeToFile)
 {
-    const bool added = addElement(manifestJsonArray, splitPath(instancePath), jsonObject, index, true);
-    if (added && writeToFile) {
-        writeToManifestFile();
-    }
-    return added;
+    return saveIfDone(addElement(manifestJsonArray, splitPath(instancePath), jsonObject, index, true), writeToFile);
 }
 
 bool ConfigurationManifestHandler::addSelection(
     const QString& instancePath, const QJsonObject& jsonObject, int index, bool writeToFile)
 {
-    const bool added = addElement(manifestJsonArray, splitSelectionPath(instancePath), jsonObject, index, false);
-    if (added && writeToFile) {
-        writeToManifestFile();
-    }
-    return added;
+    return saveIfDone(
+        addElement(manifestJsonArray, splitSelectionPath(instancePath), jsonObject, index, false), writeToFile);
 }
 
 bool ConfigurationManifestHandler::deleteElement(const QString& instancePath, bool writeToFile)
 {
-    const bool deleted = deleteElement(manifestJsonArray, splitPath(instancePath), instancePath);
-    if (deleted && writeToFile) {
-        writeToManifestFile();
-    }
-    return deleted;
+    return saveIfDone(deleteElement(manifestJsonArray, splitPath(instancePath), instancePath), writeToFile);
 }
 
 bool ConfigurationManifestHandler::sortElements(
     const QString& instancePath, const QStringList& instanceNames, bool writeToFile)
 {
     const QStringList names = instancePath.isEmpty() ? QStringList() : splitPath(instancePath);
-    const bool sorted = sortElements(manifestJsonArray, names, instanceNames);
-    if (sorted && writeToFile) {
-        writeToManifestFile();
-    }
-    return sorted;
+    return saveIfDone(sortElements(manifestJsonArray, names, instanceNames), writeToFile);
 }
 
 bool ConfigurationManifestHandler::moveSelection(const QString& instancePath, int newIndex, bool writeToFile)
 {
-    const bool moved = moveElement(manifestJsonArray, splitSelectionPath(instancePath), newIndex);
-    if (writeToFile) {
-        writeToManifestFile();
-    }
-    return moved;
+    return saveInAnyCase(moveElement(manifestJsonArray, splitSelectionPath(instancePath), newIndex), writeToFile);
 }
 
 bool ConfigurationManifestHandler::moveNode(const QString& instancePath, int newIndex, bool writeToFile)
 {
-    const bool moved = moveElement(manifestJsonArray, splitPath(instancePath), newIndex);
-    if (writeToFile) {
-        writeToManifestFile();
-    }
-    return moved;
+    return saveInAnyCase(moveElement(manifestJsonArray, splitPath(instancePath), newIndex), writeToFile);
 }
 
 bool ConfigurationManifestHandler::updateSelection(
     const QString& instancePath, const QJsonObject& jsonObject, bool writeToFile)
 {
-    const bool replaced = replaceElement(manifestJsonArray, splitSelectionPath(instancePath), jsonObject, false);
-    if (writeToFile) {
-        writeToManifestFile();
-    }
-    return replaced;
+    return saveInAnyCase(
+        replaceElement(manifestJsonArray, splitSelectionPath(instancePath), jsonObject, false), writeToFile);
 }
 
 bool ConfigurationManifestHandler::updateNode(
     const QString& instancePath, const QJsonObject& jsonObject, bool replaceSubstructure, bool writeToFile)
 {
-    const bool replaced = replaceElement(manifestJsonArray, splitPath(instancePath), jsonObject, replaceSubstructure);
+    return saveInAnyCase(
+        replaceElement(manifestJsonArray, splitPath(instancePath), jsonObject, replaceSubstructure), writeToFile);
+}
+
+bool ConfigurationManifestHandler::saveIfDone(bool result, bool writeToFile)
+{
+    if (result && writeToFile) {
+        writeToManifestFile();
+    }
+    return result;
+}
+
+bool ConfigurationManifestHandler::saveInAnyCase(bool result, bool writeToFile)
+{
     if (writeToFile) {
         writeToManifestFile();
     }
-    return replaced;
+    return result;
 }
 
 // The five edits below differ in the name by which they look the target up, in what they do without one, and in the

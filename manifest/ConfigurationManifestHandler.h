@@ -234,6 +234,9 @@ public:
     bool sortElements(QJsonArray& array, const QStringList& instancePath, const QStringList& instanceNames);
 
 private:
+    bool saveIfDone(bool result, bool writeToFile);
+    bool saveInAnyCase(bool result, bool writeToFile);
+
     QString manifestFilePath;
     QString moduleName;
     QString objectName;

@@ -26,10 +26,11 @@ int toIntSaturated(double value)
     return static_cast<int>(qBound<double>(std::numeric_limits<int>::min(), value, std::numeric_limits<int>::max()));
 }
 
-// Qt has a complaint of its own for a file without a name; here that is just a file that does not exist.
+// To Qt's open, no name is a mistake to complain about, and a name ends at its first NUL. Here there just is no such file.
 bool openDescription(QFile& file)
 {
-    return !file.fileName().isEmpty() && file.open(QIODevice::ReadOnly | QIODevice::Text);
+    const QString name = file.fileName();
+    return !name.isEmpty() && !name.contains(QChar::Null) && file.open(QIODevice::ReadOnly | QIODevice::Text);
 }
 
 // The two readers share what follows; each hands in a logger, so that messages name the reader as their function.

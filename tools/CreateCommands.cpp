@@ -11,7 +11,8 @@
 
 namespace {
 
-QString reasonForNoManifest(const QString& folder)
+// Why there is nothing to write in a folder; null when there is something.
+QString reasonForNothing(const QString& folder)
 {
     const QFileInfo info(folder);
     if (!info.exists()) {
@@ -23,7 +24,10 @@ QString reasonForNoManifest(const QString& folder)
     if (!info.isReadable() || !info.isExecutable()) {
         return QStringLiteral("the folder is not readable");
     }
-    return QStringLiteral("the folder holds no visible entry");
+    if (QDir(folder).isEmpty(QDir::Dirs | QDir::Files | QDir::NoDotAndDotDot)) {
+        return QStringLiteral("the folder holds no visible entry");
+    }
+    return {};
 }
 
 // Instance names are what is left of a path without the scanned folder, wherever its name occurs in it. Only of a whole
@@ -39,13 +43,12 @@ ExitStatus createManifest(const QString& folder, const QString& scheme, Create c
     const QString path = folder % QLatin1Char('/') % scheme % QLatin1String(".manifest.json");
     const QString shownPath = QDir::cleanPath(path);
     const ReplacementCheck check(path);
-    if (!create()) {
-        complain(QLatin1String("could not write ") % printable(shownPath));
-        return Failed;
-    }
-    if (!check.wasReplaced()) {
-        complain(QLatin1String("nothing to write in ") % printable(folder) % QLatin1String(": ")
-            % reasonForNoManifest(folder));
+    const bool created = create();
+    if (!created || !check.wasReplaced()) {
+        const QString reason = created ? reasonForNothing(folder) : QString();
+        complain(reason.isNull()
+                ? QString(QLatin1String("could not write ") % printable(shownPath))
+                : QString(QLatin1String("nothing to write in ") % printable(folder) % QLatin1String(": ") % reason));
         return Failed;
     }
     QJsonArray manifest;

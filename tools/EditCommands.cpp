@@ -38,8 +38,13 @@ ExitStatus setValueOf(const QCommandLineParser& arguments)
         return Failed;
     }
     const bool applied = (manifest.handler().*setValue)(given.at(1), given.at(2), value, false);
-    return finish(arguments, manifest, applied, given.at(1),
-        quoted(given.at(1)) % QLatin1String(" has no key ") % quoted(given.at(2)));
+    // Found all the same, so what is missing is the key.
+    const auto leaveIt = [](QJsonObject&, bool&) { return true; };
+    if (!applied && manifest.handler().modifyPropertyFirst(given.at(1), leaveIt, false)) {
+        complain(quoted(given.at(1)) % QLatin1String(" has no key ") % quoted(given.at(2)));
+        return Failed;
+    }
+    return finish(arguments, manifest, applied, given.at(1));
 }
 
 ExitStatus unset(const QCommandLineParser& arguments)

@@ -22,7 +22,7 @@ QList<QCommandLineOption> saveOptions()
     return stampOptions()
         + QList<QCommandLineOption> {
             {QStringLiteral("save"), QStringLiteral("Save the result. Without it the file stays as it is.")},
-            {QStringLiteral("dry-run"), QStringLiteral("Print the manifest that would be saved.")},
+            {QStringLiteral("dry-run"), QStringLiteral("Print the manifest that would be saved, and save nothing.")},
         };
 }
 
@@ -56,6 +56,10 @@ ConfigurationManifestHandler& OpenManifest::handler()
 bool OpenManifest::leadsSomewhere(const QString& path, Qt::SplitBehavior emptyNames) const
 {
     const QStringList names = path.split(QLatin1Char('/'), emptyNames);
+    if (names.isEmpty()) {
+        complain(QStringLiteral("PATH is empty"));
+        return false;
+    }
     QJsonArray siblings = openHandler.getManifestJsonArray();
     for (int level = 0; level < names.size(); ++level) {
         int index = -1;
@@ -72,16 +76,19 @@ bool OpenManifest::leadsSomewhere(const QString& path, Qt::SplitBehavior emptyNa
 
 ExitStatus OpenManifest::finish(const QCommandLineParser& arguments, const QString& whatHappened)
 {
-    const bool toSave = arguments.isSet(QStringLiteral("save"));
-    if (toSave && !save()) {
+    if (arguments.isSet(QStringLiteral("dry-run"))) {
+        printJson(openHandler.getManifestContent());
+        return Done;
+    }
+    if (!arguments.isSet(QStringLiteral("save"))) {
+        print(whatHappened % QLatin1String("; not saved"));
+        return Done;
+    }
+    if (!save()) {
         complain(QLatin1String("could not save ") % printable(openHandler.getManifestFilePath()));
         return Failed;
     }
-    if (arguments.isSet(QStringLiteral("dry-run"))) {
-        printJson(openHandler.getManifestContent());
-    } else {
-        print(whatHappened % (toSave ? QLatin1String("; saved") : QLatin1String("; not saved")));
-    }
+    print(whatHappened % QLatin1String("; saved"));
     return Done;
 }
 

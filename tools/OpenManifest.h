@@ -27,7 +27,7 @@ public:
     /// it that leads nowhere.
     bool leadsSomewhere(const QString& path, Qt::SplitBehavior emptyNames) const;
 
-    /// Ends an edit that succeeded as the saveOptions() ask: saves it, or prints what would be saved, or says that
+    /// Ends an edit that succeeded as the saveOptions() ask: prints what would be saved, or saves it, or says that
     /// neither has happened.
     ExitStatus finish(const QCommandLineParser& arguments, const QString& whatHappened);
 

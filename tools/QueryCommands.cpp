@@ -56,11 +56,8 @@ ExitStatus get(const QCommandLineParser& arguments)
     const QStringList given = arguments.positionalArguments();
     const QString& path = given.at(1);
     QJsonObject element;
-    if (!manifest.leadsSomewhere(path, Qt::SkipEmptyParts)) {
-        return Failed;
-    }
     if (!manifest.handler().getNodeElement(path, element)) {
-        complain(QStringLiteral("PATH is empty"));
+        manifest.leadsSomewhere(path, Qt::SkipEmptyParts);
         return Failed;
     }
     if (given.size() < 3) {
