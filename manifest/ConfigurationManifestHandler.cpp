@@ -489,7 +489,7 @@ bool ConfigurationManifestHandler::removeProperty(const QString& instancePath, c
 }
 
 bool ConfigurationManifestHandler::modifyPropertyFirst(
-    const QString& instancePath, const ElementEdit& edit, bool writeToFile)
+    const QString& instancePath, const std::function<bool(QJsonObject&, bool&)>& edit, bool writeToFile)
 {
     bool changed = false;
     const bool applied = modifyProperty(manifestJsonArray, splitPath(instancePath), instancePath, changed, edit);
@@ -499,8 +499,8 @@ bool ConfigurationManifestHandler::modifyPropertyFirst(
     return applied;
 }
 
-bool ConfigurationManifestHandler::modifyProperty(
-    QJsonArray& array, const QStringList& instancePath, const QString& fullPath, bool& changed, const ElementEdit& edit)
+bool ConfigurationManifestHandler::modifyProperty(QJsonArray& array, const QStringList& instancePath,
+    const QString& fullPath, bool& changed, const std::function<bool(QJsonObject&, bool&)>& edit)
 {
     if (instancePath.isEmpty()) {
         qWarning() << "ConfigurationManifestHandler::modifyProperty : Size of instancePath is NULL !";

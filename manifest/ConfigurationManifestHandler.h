@@ -40,8 +40,8 @@
  * | moveNode, moveSelection             | always, also after a failure           | for an index out of range |
  * | updateNode, updateSelection         | always, also after a failure           | when it is not found      |
  *
- * The result of an edit says whether it applied, never whether a save did. A failed edit changes nothing. Every message
- * is a warning in the default category.
+ * The result of an edit says whether it applied, never whether a save did. A failed edit changes nothing, unless an
+ * edit function of the caller's says so (modifyProperty()). Every message is a warning in the default category.
  *
  * Cost: a lookup reads the name of each sibling before the one it finds, at every level of the path. An edit costs its
  * lookups, one copy of the edited element and, in the array it changes, the moving of what lies behind; no other array
@@ -60,10 +60,6 @@ public:
         /// "Node"
         static const QString& getNode();
     };
-
-    /// A function that edits one element: returns whether the edit applies, and sets `changed` when it altered
-    /// `element`; never clears it.
-    using ElementEdit = std::function<bool(QJsonObject& element, bool& changed)>;
 
     /**
      * A handler with an empty manifest. Touches no file.
@@ -161,14 +157,16 @@ public:
 
     /**
      * Applies `edit` to the element at a path of the manifest; saves when asked, if the edit applied and getModified().
-     * An element that is not found by its last name is looked for once more, in the same array, by the whole text of
-     * the path.
+     * An edit gets a copy of the element and a flag. It returns whether it applies, and sets the flag when it altered
+     * the copy; it never clears it. An element that is not found by its last name is looked for once more, in the same
+     * array, by the whole text of the path.
      *
      * @return what `edit` returns; false, without a message, when the element is not found.
      * @throws std::bad_function_call when the element was found and `edit` is empty, and whatever `edit` throws; then
      *         nothing has changed.
      */
-    bool modifyPropertyFirst(const QString& instancePath, const ElementEdit& edit, bool writeToFile);
+    bool modifyPropertyFirst(
+        const QString& instancePath, const std::function<bool(QJsonObject&, bool&)>& edit, bool writeToFile);
 
     /**
      * The same in `array`, without saving.
@@ -180,7 +178,7 @@ public:
      *         path; else as above.
      */
     bool modifyProperty(QJsonArray& array, const QStringList& instancePath, const QString& fullPath, bool& changed,
-        const ElementEdit& edit);
+        const std::function<bool(QJsonObject&, bool&)>& edit);
 
     /**
      * Adds a node, made from a description as the creator makes one from a folder description, named by the last name

@@ -8,9 +8,9 @@
  * Visits every object of a document, at any depth: the substitute's own walk, so that iterators can be used where the
  * surrounding software is not there. The library never calls it.
  *
- * An object comes before what it holds; members come in the order of their keys, items in the order of their array. An
- * object that compute() has changed stands in the document from then on: what the edit added is walked, what it removed
- * is not. So an iterator that gives every object another object never comes to an end.
+ * An object comes before what it holds; members come in the order of their keys, items in the order of their array.
+ * What compute() makes of an object takes its place in the document and is walked next: with the members that the edit
+ * added, without those that it removed. So an iterator that gives every object another object never comes to an end.
  *
  * Containers in which nothing changed are not rewritten; they keep sharing their data with their copies.
  *

@@ -3,13 +3,506 @@
 #include "MessageRecorder.h"
 #include "TestMain.h"
 
+#include <QtCore/QDir>
+#include <QtCore/QFile>
+#include <QtCore/QMetaObject>
+#include <QtCore/QPointer>
+#include <QtCore/QSet>
 #include <QtCore/QTemporaryDir>
+
+#include <limits>
+#include <memory>
+#include <type_traits>
+
+using Element = ConfigurationStructureElement;
+using ElementList = ConfigurationStructureElementList;
+using Messages = QVector<Message>;
+
+static_assert(std::is_base_of_v<QObject, ElementList>);
+static_assert(!std::is_copy_constructible_v<ElementList>);
+
+namespace {
+
+Message noSuchElement(int index, int count)
+{
+    return warning(QStringLiteral("Received invalid index for element list: %1 , %2 !").arg(index).arg(count),
+        "ConfigurationStructureElement ConfigurationStructureElementList::getElement(int) const");
+}
+
+Message notJson()
+{
+    return warning(QStringLiteral("Can't parse Json!\n"),
+        "void ConfigurationStructureElement::readFileRootNodeDescription(const QString&, QJsonObject&)");
+}
+
+Message noFile()
+{
+    return debug(QStringLiteral("No description file found!"),
+        "void ConfigurationStructureElement::readFileRootNodeDescription(const QString&, QJsonObject&)");
+}
+
+Message noFolderDescription()
+{
+    return debug(QStringLiteral("No description file found!"),
+        "void ConfigurationStructureElement::readFolderDescription(const QString&, QJsonObject&)");
+}
+
+Message positionMissing()
+{
+    return warning(QStringLiteral("Cannot find key displayPosition in Json object!"),
+        "void ConfigurationStructureElement::extractDisplayPosition(const QJsonObject&, int&)");
+}
+
+Message hideMissing()
+{
+    return warning(QStringLiteral("Cannot find key \"hide\" in Json object!"),
+        "bool ConfigurationStructureElement::extractSelectionBool(const QJsonObject&, const QString&) const");
+}
+
+/// A folder of entries with a display position each; its listing has the order in which they were added.
+class Listing {
+public:
+    void addFile(const QString& name, int position)
+    {
+        writeFile(root.filePath(name), content(position));
+        listed.append(QFileInfo(root.filePath(name)));
+    }
+
+    void addFolder(const QString& name, int position)
+    {
+        writeFile(root.filePath(name) + QStringLiteral("/Folder.menu.json"), content(position));
+        listed.append(QFileInfo(root.filePath(name)));
+    }
+
+    // What no description was written for.
+    void addEntry(const QString& name)
+    {
+        listed.append(QFileInfo(root.filePath(name)));
+    }
+
+    const QList<QFileInfo>& entries() const
+    {
+        return listed;
+    }
+
+    QString path() const
+    {
+        return root.path();
+    }
+
+private:
+    static QByteArray content(int position)
+    {
+        return "{\"displayPosition\":" + QByteArray::number(position) + ",\"hide\":false}";
+    }
+
+    QTemporaryDir root;
+    QList<QFileInfo> listed;
+};
+
+QString instanceNameOf(const Element& element)
+{
+    return element.getElementAsJsonObject().value(QStringLiteral("instanceName")).toString();
+}
+
+QStringList instanceNames(const ElementList& list)
+{
+    QStringList names;
+    const QVector<Element> elements = list.getElementList();
+    for (const Element& element : elements) {
+        names.append(instanceNameOf(element));
+    }
+    return names;
+}
+
+const QString suffix = QStringLiteral(".config.json");
+
+} // namespace
 
 class tst_ConfigurationStructureElementList : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
+    void anEmptyListingGivesNoElements();
+    void filesWithTheSuffixAndFoldersAreKept();
+    void otherEntriesAreDroppedUnread();
+    void elementsWithoutAUsefulDescriptionAreKept();
+    void entriesAreReadInTheOrderOfTheListing();
+    void filesComeBeforeFoldersEachByPosition();
+    void equalElementsKeepTheOrderOfTheListing_data();
+    void equalElementsKeepTheOrderOfTheListing();
+    void manyElementsAreSortedAndComplete_data();
+    void manyElementsAreSortedAndComplete();
+    void instanceNamesAreRelativeToThePath();
+    void anIndexBeyondTheEndGivesAnEmptyElement_data();
+    void anIndexBeyondTheEndGivesAnEmptyElement();
+    void elementsAreGivenAsCopies();
+    void theListNeverLooksAtTheFolderAgain();
+    void theSuffixIsReferredToNotCopied();
+    void theParentOwnsTheList();
+    void theMetaObjectHoldsTheClassNameOnly();
+    void castsByNameFindTheClassAndItsBase_data();
+    void castsByNameFindTheClassAndItsBase();
+    void metaCallsAreThoseOfTheBase();
 };
+
+void tst_ConfigurationStructureElementList::anEmptyListingGivesNoElements()
+{
+    MessageRecorder log;
+    const ElementList list({}, QStringLiteral("/data/cfg"), suffix);
+    QCOMPARE(list.getCountElements(), 0);
+    QVERIFY(list.getElementList().isEmpty());
+    QCOMPARE(log.take(), Messages());
+
+    QCOMPARE(list.getElement(0).isValid(), false);
+    QCOMPARE(log.take(), Messages({noSuchElement(0, 0)}));
+}
+
+void tst_ConfigurationStructureElementList::filesWithTheSuffixAndFoldersAreKept()
+{
+    Listing listing;
+    listing.addFolder(QStringLiteral("Net"), -5);
+    listing.addFile(QStringLiteral("b.process.json"), 1);
+    listing.addFile(QStringLiteral("a.config.json"), 9);
+    const MessageRecorder log;
+    QCOMPARE(instanceNames(ElementList(listing.entries(), listing.path(), suffix)),
+        QStringList({QStringLiteral("a"), QStringLiteral("Net")}));
+    QCOMPARE(instanceNames(ElementList(listing.entries(), listing.path(), QStringLiteral(".process.json"))),
+        QStringList({QStringLiteral("b"), QStringLiteral("Net")}));
+}
+
+void tst_ConfigurationStructureElementList::otherEntriesAreDroppedUnread()
+{
+    Listing listing;
+    for (const QString& name : {QStringLiteral("notes.txt"), QStringLiteral("a.CONFIG.JSON"),
+             QStringLiteral("a.config.json.old"), QStringLiteral("a.process.json")}) {
+        writeFile(listing.path() % QLatin1Char('/') % name, "{");
+        listing.addEntry(name);
+    }
+    listing.addFolder(QStringLiteral("x.config.json"), 1);
+    const MessageRecorder log;
+    const ElementList list(listing.entries(), listing.path(), suffix);
+    QCOMPARE(list.getCountElements(), 1);
+    QCOMPARE(list.getElement(0).isDirectory(), true);
+    QCOMPARE(list.getElement(0).isValid(), true);
+    QCOMPARE(instanceNames(list), QStringList({QStringLiteral("x")}));
+}
+
+void tst_ConfigurationStructureElementList::elementsWithoutAUsefulDescriptionAreKept()
+{
+    Listing listing;
+    writeFile(listing.path() + QStringLiteral("/broken.config.json"), "{");
+    QVERIFY(QDir(listing.path()).mkdir(QStringLiteral("Empty")));
+    listing.addEntry(QStringLiteral("Empty"));
+    listing.addEntry(QStringLiteral("broken.config.json"));
+    listing.addFile(QStringLiteral("a.config.json"), 0);
+    listing.addEntry(QStringLiteral("gone.config.json"));
+
+    MessageRecorder log;
+    const ElementList list(listing.entries(), listing.path(), suffix);
+    QCOMPARE(log.take(),
+        Messages({noFolderDescription(), positionMissing(), notJson(), positionMissing(), hideMissing(), noFile(),
+            positionMissing(), hideMissing()}));
+    QCOMPARE(instanceNames(list),
+        QStringList({QStringLiteral("broken"), QStringLiteral("gone"), QStringLiteral("a"), QStringLiteral("Empty")}));
+}
+
+void tst_ConfigurationStructureElementList::entriesAreReadInTheOrderOfTheListing()
+{
+    Listing listing;
+    QVERIFY(QDir(listing.path()).mkdir(QStringLiteral("Net")));
+    writeFile(listing.path() + QStringLiteral("/b.config.json"), R"({"displayPosition":2})");
+    writeFile(listing.path() + QStringLiteral("/a.config.json"), R"({"hide":true})");
+    listing.addEntry(QStringLiteral("b.config.json"));
+    listing.addEntry(QStringLiteral("Net"));
+    listing.addEntry(QStringLiteral("a.config.json"));
+
+    MessageRecorder log;
+    const ElementList list(listing.entries(), listing.path(), suffix);
+    QCOMPARE(log.take(), Messages({hideMissing(), noFolderDescription(), positionMissing(), positionMissing()}));
+    QCOMPARE(instanceNames(list), QStringList({QStringLiteral("a"), QStringLiteral("b"), QStringLiteral("Net")}));
+}
+
+void tst_ConfigurationStructureElementList::filesComeBeforeFoldersEachByPosition()
+{
+    Listing listing;
+    listing.addFolder(QStringLiteral("D1"), 1);
+    listing.addFile(QStringLiteral("f5.config.json"), 5);
+    listing.addFile(QStringLiteral("f-1.config.json"), -1);
+    listing.addFolder(QStringLiteral("D0"), 0);
+    listing.addFile(QStringLiteral("f-3.config.json"), -3);
+    listing.addFolder(QStringLiteral("D-2"), -2);
+    const MessageRecorder log;
+    const ElementList list(listing.entries(), listing.path(), suffix);
+    QCOMPARE(instanceNames(list),
+        QStringList({QStringLiteral("f-3"), QStringLiteral("f-1"), QStringLiteral("f5"), QStringLiteral("D-2"),
+            QStringLiteral("D0"), QStringLiteral("D1")}));
+    QCOMPARE(list.getCountElements(), 6);
+    QCOMPARE(instanceNameOf(list.getElement(0)), QStringLiteral("f-3"));
+    QCOMPARE(instanceNameOf(list.getElement(5)), QStringLiteral("D1"));
+}
+
+void tst_ConfigurationStructureElementList::equalElementsKeepTheOrderOfTheListing_data()
+{
+    QTest::addColumn<int>("files");
+    QTest::addColumn<int>("folders");
+    QTest::addColumn<int>("positions");
+    QTest::addColumn<int>("droppedFiles");
+    QTest::newRow("three files") << 3 << 0 << 1 << 0;
+    QTest::newRow("three folders") << 0 << 3 << 1 << 0;
+    QTest::newRow("sixteen files") << 16 << 0 << 1 << 0;
+    QTest::newRow("sixteen folders") << 0 << 16 << 1 << 0;
+    QTest::newRow("eight files, eight folders") << 8 << 8 << 1 << 0;
+    QTest::newRow("eight files, eight folders, three positions") << 8 << 8 << 3 << 0;
+    QTest::newRow("sixteen files, five positions") << 16 << 0 << 5 << 0;
+    QTest::newRow("sixteen files among many others") << 16 << 0 << 2 << 40;
+}
+
+void tst_ConfigurationStructureElementList::equalElementsKeepTheOrderOfTheListing()
+{
+    QFETCH(int, files);
+    QFETCH(int, folders);
+    QFETCH(int, positions);
+    QFETCH(int, droppedFiles);
+
+    Listing listing;
+    QVector<QStringList> fileNames(positions);
+    QVector<QStringList> folderNames(positions);
+    // The names count down, so that no order by name can be taken for that of the listing.
+    for (int i = 99; i > 0; --i) {
+        const int position = i % positions;
+        if (i > 99 - folders) {
+            folderNames[position].append(QStringLiteral("D%1").arg(i));
+            listing.addFolder(folderNames[position].constLast(), position);
+        }
+        if (i > 99 - files) {
+            fileNames[position].append(QStringLiteral("f%1").arg(i));
+            listing.addFile(fileNames[position].constLast() + suffix, position);
+        }
+        if (i > 99 - droppedFiles) {
+            listing.addFile(QStringLiteral("%1.txt").arg(i), position);
+        }
+    }
+    QStringList expected;
+    for (const QVector<QStringList>& kind : {fileNames, folderNames}) {
+        for (const QStringList& names : kind) {
+            expected += names;
+        }
+    }
+
+    const MessageRecorder log;
+    QCOMPARE(instanceNames(ElementList(listing.entries(), listing.path(), suffix)), expected);
+}
+
+void tst_ConfigurationStructureElementList::manyElementsAreSortedAndComplete_data()
+{
+    QTest::addColumn<int>("count");
+    QTest::addColumn<int>("positions");
+    QTest::newRow("seventeen, one position") << 17 << 1;
+    QTest::newRow("seventeen, all different") << 17 << 17;
+    QTest::newRow("hundred, one position") << 100 << 1;
+    QTest::newRow("hundred, all different") << 100 << 100;
+    QTest::newRow("five hundred, seven positions") << 500 << 7;
+}
+
+void tst_ConfigurationStructureElementList::manyElementsAreSortedAndComplete()
+{
+    QFETCH(int, count);
+    QFETCH(int, positions);
+
+    Listing listing;
+    for (int i = 0; i < count; ++i) {
+        const int position = i * 37 % positions - positions / 2;
+        if (i % 3 == 0) {
+            listing.addFolder(QStringLiteral("D%1").arg(i), position);
+        } else {
+            listing.addFile(QStringLiteral("f%1").arg(i) + suffix, position);
+        }
+    }
+
+    const MessageRecorder log;
+    const ElementList list(listing.entries(), listing.path(), suffix);
+    const QVector<Element> elements = list.getElementList();
+    QCOMPARE(elements.size(), count);
+    QCOMPARE(list.getCountElements(), count);
+    QSet<QString> paths;
+    for (int i = 0; i < count; ++i) {
+        const Element& element = elements.at(i);
+        paths.insert(element.getFileInfo().filePath());
+        QCOMPARE(instanceNameOf(element), element.getFileInfo().baseName());
+        if (i == 0) {
+            continue;
+        }
+        const Element& previous = elements.at(i - 1);
+        QVERIFY(!previous.isDirectory() || element.isDirectory());
+        QVERIFY(previous.isDirectory() != element.isDirectory()
+            || previous.getDisplayPosition() <= element.getDisplayPosition());
+    }
+    QSet<QString> listedPaths;
+    for (const QFileInfo& entry : listing.entries()) {
+        listedPaths.insert(entry.filePath());
+    }
+    QCOMPARE(paths, listedPaths);
+}
+
+void tst_ConfigurationStructureElementList::instanceNamesAreRelativeToThePath()
+{
+    Listing listing;
+    listing.addFile(QStringLiteral("Net/Eth/port.config.json"), 0);
+    listing.addFolder(QStringLiteral("Net/Eth/Sub"), 0);
+    const MessageRecorder log;
+    QCOMPARE(instanceNames(ElementList(listing.entries(), listing.path(), suffix)),
+        QStringList({QStringLiteral("Net/Eth/port"), QStringLiteral("Sub")}));
+    QCOMPARE(instanceNames(ElementList(listing.entries(), listing.path() + QStringLiteral("/Net"), suffix)),
+        QStringList({QStringLiteral("Eth/port"), QStringLiteral("Sub")}));
+}
+
+void tst_ConfigurationStructureElementList::anIndexBeyondTheEndGivesAnEmptyElement_data()
+{
+    QTest::addColumn<int>("index");
+    QTest::newRow("count") << 3;
+    QTest::newRow("above the count") << 5;
+    QTest::newRow("greatest") << std::numeric_limits<int>::max();
+}
+
+void tst_ConfigurationStructureElementList::anIndexBeyondTheEndGivesAnEmptyElement()
+{
+    QFETCH(int, index);
+
+    Listing listing;
+    listing.addFile(QStringLiteral("a.config.json"), 1);
+    listing.addFile(QStringLiteral("b.config.json"), 2);
+    listing.addFile(QStringLiteral("c.config.json"), 3);
+    MessageRecorder log;
+    const ElementList list(listing.entries(), listing.path(), suffix);
+    QCOMPARE(instanceNameOf(list.getElement(2)), QStringLiteral("c"));
+    QCOMPARE(log.take(), Messages());
+
+    const Element element = list.getElement(index);
+    QCOMPARE(log.take(), Messages({noSuchElement(index, 3)}));
+    QCOMPARE(element.isValid(), false);
+    QCOMPARE(element.isDirectory(), false);
+    QCOMPARE(element.getDisplayPosition(), -1);
+    QCOMPARE(element.getElementAsJsonObject(), QJsonObject());
+    QCOMPARE(element.getFileInfo().filePath(), QString());
+}
+
+void tst_ConfigurationStructureElementList::elementsAreGivenAsCopies()
+{
+    Listing listing;
+    listing.addFile(QStringLiteral("a.config.json"), 1);
+    const MessageRecorder log;
+    const ElementList list(listing.entries(), listing.path(), suffix);
+    QVector<Element> elements = list.getElementList();
+    elements[0].setIconName(QStringLiteral("changed.svg"));
+    elements.append(Element());
+    Element element = list.getElement(0);
+    element.setIconName(QStringLiteral("changed.svg"));
+
+    QCOMPARE(list.getCountElements(), 1);
+    QCOMPARE(list.getElement(0).getIconName(), QString());
+    QCOMPARE(list.getElementList().constFirst().getIconName(), QString());
+}
+
+void tst_ConfigurationStructureElementList::theListNeverLooksAtTheFolderAgain()
+{
+    const MessageRecorder log;
+    std::unique_ptr<ElementList> list;
+    {
+        Listing listing;
+        listing.addFile(QStringLiteral("a.config.json"), 1);
+        listing.addFolder(QStringLiteral("Net"), 1);
+        list = std::make_unique<ElementList>(listing.entries(), listing.path(), suffix);
+    }
+    QCOMPARE(list->getCountElements(), 2);
+    QCOMPARE(instanceNames(*list), QStringList({QStringLiteral("a"), QStringLiteral("Net")}));
+    QCOMPARE(list->getElement(1).isDirectory(), true);
+    QCOMPARE(list->getElement(1).isValid(), true);
+}
+
+void tst_ConfigurationStructureElementList::theSuffixIsReferredToNotCopied()
+{
+    const MessageRecorder log;
+    QString callersSuffix = suffix;
+    {
+        const ElementList list({}, QString(), callersSuffix);
+        const ElementList sublist({}, QString(), list.getSuffix());
+        QCOMPARE(&list.getSuffix(), &callersSuffix);
+        QCOMPARE(&sublist.getSuffix(), &callersSuffix);
+
+        callersSuffix = QStringLiteral("changed");
+        QCOMPARE(list.getSuffix(), QStringLiteral("changed"));
+        QCOMPARE(sublist.getSuffix(), QStringLiteral("changed"));
+    }
+    QCOMPARE(callersSuffix, QStringLiteral("changed"));
+}
+
+void tst_ConfigurationStructureElementList::theParentOwnsTheList()
+{
+    const MessageRecorder log;
+    QCOMPARE(ElementList({}, QString(), suffix).parent(), nullptr);
+    QCOMPARE(ElementList({}, QString(), suffix, nullptr).parent(), nullptr);
+
+    auto parent = std::make_unique<QObject>();
+    const QPointer<ElementList> list = new ElementList({}, QString(), suffix, parent.get());
+    QCOMPARE(list->parent(), parent.get());
+    parent.reset();
+    QVERIFY(list.isNull());
+}
+
+void tst_ConfigurationStructureElementList::theMetaObjectHoldsTheClassNameOnly()
+{
+    const MessageRecorder log;
+    const ElementList list({}, QString(), suffix);
+    const QMetaObject& metaObject = ElementList::staticMetaObject;
+    const QMetaObject& baseMetaObject = QObject::staticMetaObject;
+    QCOMPARE(list.metaObject(), &metaObject);
+    QCOMPARE(metaObject.className(), "ConfigurationStructureElementList");
+    QCOMPARE(metaObject.superClass(), &baseMetaObject);
+    QCOMPARE(metaObject.methodCount(), baseMetaObject.methodCount());
+    QCOMPARE(metaObject.propertyCount(), baseMetaObject.propertyCount());
+    QCOMPARE(metaObject.enumeratorCount(), baseMetaObject.enumeratorCount());
+    QCOMPARE(metaObject.classInfoCount(), baseMetaObject.classInfoCount());
+    QCOMPARE(metaObject.constructorCount(), 0);
+}
+
+void tst_ConfigurationStructureElementList::castsByNameFindTheClassAndItsBase_data()
+{
+    QTest::addColumn<QByteArray>("name");
+    QTest::addColumn<bool>("isOne");
+    QTest::newRow("its own") << QByteArray("ConfigurationStructureElementList") << true;
+    QTest::newRow("its base") << QByteArray("QObject") << true;
+    QTest::newRow("another class") << QByteArray("ConfigurationManifestCreator") << false;
+    QTest::newRow("its element") << QByteArray("ConfigurationStructureElement") << false;
+    QTest::newRow("other case") << QByteArray("configurationstructureelementlist") << false;
+    QTest::newRow("empty") << QByteArray("") << false;
+    QTest::newRow("null") << QByteArray() << false;
+}
+
+void tst_ConfigurationStructureElementList::castsByNameFindTheClassAndItsBase()
+{
+    QFETCH(QByteArray, name);
+    QFETCH(bool, isOne);
+
+    const MessageRecorder log;
+    ElementList list({}, QString(), suffix);
+    const void* const expected = isOne ? &list : nullptr;
+    QCOMPARE(static_cast<const void*>(list.qt_metacast(name.isNull() ? nullptr : name.constData())), expected);
+}
+
+void tst_ConfigurationStructureElementList::metaCallsAreThoseOfTheBase()
+{
+    const MessageRecorder log;
+    ElementList list({}, QString(), suffix);
+    QObject object;
+    for (const int beyond : {0, 3}) {
+        const int method = QObject::staticMetaObject.methodCount() + beyond;
+        QCOMPARE(list.qt_metacall(QMetaObject::InvokeMetaMethod, method, nullptr), beyond);
+        QCOMPARE(object.qt_metacall(QMetaObject::InvokeMetaMethod, method, nullptr), beyond);
+    }
+    QVERIFY(list.setProperty("objectName", QStringLiteral("named")));
+    QCOMPARE(list.objectName(), QStringLiteral("named"));
+}
 
 MANIFEST_TEST_MAIN(tst_ConfigurationStructureElementList)
 

@@ -3,12 +3,15 @@
 #include "JsonInput.h"
 #include "OpenManifest.h"
 #include "Output.h"
+#include "SystemInformationManagerRegistryDefinitions.h"
 #include "substitute/JsonWalk.h"
 
 #include <QtCore/QCommandLineParser>
 #include <QtCore/QJsonArray>
 
 namespace {
+
+using Registry = SystemInformationManagerRegistryDefinitions;
 
 // The accumulator of a walk over the whole manifest, which the iterator may edit.
 QJsonArray walk(ConfigurationManifestHandler& handler, JsonDataIteratorObjectBase& iterator)
@@ -18,6 +21,33 @@ QJsonArray walk(ConfigurationManifestHandler& handler, JsonDataIteratorObjectBas
     walkJson(manifest, iterator, result);
     handler.setManifestJsonArray(manifest.toArray());
     return result.toArray();
+}
+
+// Tells whether a walk meets an element of one instance name.
+class InstanceSearch : public JsonDataIteratorObjectBase {
+public:
+    explicit InstanceSearch(const QString& instanceName)
+        : name(instanceName)
+    {
+    }
+
+    void compute(QJsonObject& object, QJsonValue& result) override
+    {
+        if (object.contains(Registry::getKeySelectionType()) && object.value(Registry::getKeyInstanceName()) == name) {
+            result = true;
+        }
+    }
+
+private:
+    const QString name;
+};
+
+bool holdsInstance(QJsonValue value, const QString& instanceName)
+{
+    InstanceSearch search(instanceName);
+    QJsonValue found;
+    walkJson(value, search, found);
+    return found.toBool();
 }
 
 ExitStatus instances(const QCommandLineParser& arguments)
@@ -51,6 +81,11 @@ ExitStatus rewrite(const QCommandLineParser& arguments)
     OpenManifest manifest(arguments);
     QVariant value;
     if (!readValue(arguments, given.value(3), value) || !manifest.load()) {
+        return Failed;
+    }
+    // The walk goes on into what was written, and would write it there again, for ever.
+    if (holdsInstance(QJsonValue::fromVariant(value), given.at(1))) {
+        complain(QLatin1String("VALUE holds an element '") % printable(given.at(1)) % QLatin1String("' itself"));
         return Failed;
     }
     JsonDataIteratorConfigurationInstanceListUpdater updater;

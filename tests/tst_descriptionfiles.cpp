@@ -1,0 +1,576 @@
+#include "ConfigurationStructureElement.h"
+#include "Files.h"
+#include "MessageRecorder.h"
+#include "TestMain.h"
+
+#include <QtCore/QDir>
+#include <QtCore/QFile>
+#include <QtCore/QTemporaryDir>
+
+#include <algorithm>
+#include <cstdlib>
+#include <utility>
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+using Element = ConfigurationStructureElement;
+using Messages = QVector<Message>;
+
+Q_DECLARE_METATYPE(Message)
+
+/// One of the two readers, made to read the folder description file of a folder.
+struct Reader {
+    const char* name;
+    const char* signature;
+    void (Element::*read)(const QString&, QJsonObject&);
+    /// The file as the reader of files is told of it, or the folder as the reader of folders is.
+    QString (*pathFor)(const QString& folder);
+};
+
+Q_DECLARE_METATYPE(Reader)
+
+namespace {
+
+const Reader folderReader = {"folder reader",
+    "void ConfigurationStructureElement::readFolderDescription(const QString&, QJsonObject&)",
+    &Element::readFolderDescription, [](const QString& folder) { return folder; }};
+const Reader fileReader = {"file reader",
+    "void ConfigurationStructureElement::readFileRootNodeDescription(const QString&, QJsonObject&)",
+    &Element::readFileRootNodeDescription,
+    [](const QString& folder) -> QString { return folder % QLatin1String("/Folder.menu.json"); }};
+const Reader bothReaders[] = {folderReader, fileReader};
+
+const QJsonObject former = {{QStringLiteral("former"), 1}};
+
+Message noFile(const Reader& reader)
+{
+    return debug(QStringLiteral("No description file found!"), reader.signature);
+}
+
+// Name and reason are given as they are printed.
+Message notOpened(const Reader& reader, const QString& name, const QString& reason)
+{
+    return warning(
+        QLatin1String("Can't open file  \"") % name % QLatin1String("\"  IO Error:  \"") % reason % QLatin1Char('"'),
+        reader.signature);
+}
+
+Message notJson(const Reader& reader)
+{
+    return warning(QStringLiteral("Can't parse Json!\n"), reader.signature);
+}
+
+// What a caller's object becomes; the reader uses no element's state and leaves none.
+QJsonObject readBy(const Reader& reader, const QString& path)
+{
+    Element element;
+    QJsonObject description = former;
+    (element.*reader.read)(path, description);
+    if (element.isValid() || element.isDirectory() || element.getDisplayPosition() != -1
+        || !element.getElementAsJsonObject().isEmpty()) {
+        QTest::qFail("the reader changed its element", __FILE__, __LINE__);
+    }
+    return description;
+}
+
+Message positionMissing()
+{
+    return warning(QStringLiteral("Cannot find key displayPosition in Json object!"),
+        "void ConfigurationStructureElement::extractDisplayPosition(const QJsonObject&, int&)");
+}
+
+Message hideMissing()
+{
+    return warning(QStringLiteral("Cannot find key \"hide\" in Json object!"),
+        "bool ConfigurationStructureElement::extractSelectionBool(const QJsonObject&, const QString&) const");
+}
+
+QString descriptionFile(const QString& folder)
+{
+    return folder % QLatin1String("/Folder.menu.json");
+}
+
+void forbidEverything(const QString& path)
+{
+    QVERIFY(QFile::setPermissions(path, {}));
+}
+
+// Temporary folders are their owner's alone.
+void letEverybodyEnter(const QString& folder)
+{
+    QVERIFY(QFile::setPermissions(folder,
+        QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner | QFile::ReadGroup | QFile::ExeGroup | QFile::ReadOther
+            | QFile::ExeOther));
+}
+
+} // namespace
+
+class tst_DescriptionFiles : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void contentIsReadWhole_data();
+    void contentIsReadWhole();
+    void hugeFilesAreRead();
+    void aMissingFileIsDebugOutput_data();
+    void aMissingFileIsDebugOutput();
+    void anUnreadableFileIsReported_data();
+    void anUnreadableFileIsReported();
+    void aFileInAnUnsearchableFolderIsNotFound_data();
+    void aFileInAnUnsearchableFolderIsNotFound();
+    void linksCountAsWhatTheyPointTo_data();
+    void linksCountAsWhatTheyPointTo();
+    void aFolderInTheFilesPlaceIsReported();
+    void nameInTheMessageIsThePathAsGiven_data();
+    void nameInTheMessageIsThePathAsGiven();
+    void aPathWithATrailingSlashIsRead();
+    void aPathOfTheWrongKindIsIgnored_data();
+    void aPathOfTheWrongKindIsIgnored();
+    void anEmptyPathNamesNothing();
+    void anEmptyPathIsNotTheRootFolder();
+    void aPathWithANulCharacterNamesNothing();
+    void noFileStaysOpen_data();
+    void noFileStaysOpen();
+    void aFolderWithoutAUsefulDescriptionStaysInTheManifest();
+    void aFileWithoutAUsefulDescriptionStaysInTheManifest();
+
+private:
+    void addRowForEachReader();
+};
+
+void tst_DescriptionFiles::addRowForEachReader()
+{
+    QTest::addColumn<Reader>("reader");
+    for (const Reader& reader : bothReaders) {
+        QTest::newRow(reader.name) << reader;
+    }
+}
+
+void tst_DescriptionFiles::contentIsReadWhole_data()
+{
+    QTest::addColumn<Reader>("reader");
+    QTest::addColumn<QByteArray>("content");
+    QTest::addColumn<QJsonObject>("description");
+    QTest::addColumn<bool>("isJson");
+
+    const auto readable = [](const char* title, const QByteArray& content, const QJsonObject& description) {
+        for (const Reader& reader : bothReaders) {
+            QTest::addRow("%s: %s", reader.name, title) << reader << content << description << true;
+        }
+    };
+    const auto broken = [](const char* title, const QByteArray& content) {
+        for (const Reader& reader : bothReaders) {
+            QTest::addRow("%s: %s", reader.name, title) << reader << content << former << false;
+        }
+    };
+    const auto nested = [](int levels) -> QByteArray {
+        return QByteArray("{\"a\":").repeated(levels) + '1' + QByteArray(levels, '}');
+    };
+
+    readable("object", R"({"a":[1,"b",null],"c":{"d":true}})", objectFrom(R"({"a":[1,"b",null],"c":{"d":true}})"));
+    readable("empty object", "{}", QJsonObject());
+    readable("array", "[1,2]", QJsonObject());
+    readable("array of objects", R"([{"a":1}])", QJsonObject());
+    readable("empty array", "[]", QJsonObject());
+    readable("white space around", " \t\n{ \"a\" : 1 }\n\n", objectFrom(R"({"a":1})"));
+    readable("line feeds", "{\n\"a\":\n1\n}\n", objectFrom(R"({"a":1})"));
+    readable("carriage returns and line feeds", "\r\n{\r\n\"a\":\r\n1\r\n}\r\n", objectFrom(R"({"a":1})"));
+    // Only here the text mode shows; between the tokens both are white space.
+    readable("carriage return and line feed in a string", "{\"a\":\"x\r\ny\"}", objectFrom(R"({"a":"x\ny"})"));
+    readable("escaped carriage return", R"({"a":"x\r\ny"})", objectFrom(R"({"a":"x\r\ny"})"));
+    readable("byte-order mark", "\xEF\xBB\xBF{\"a\":1}", objectFrom(R"({"a":1})"));
+    readable("UTF-8", "{\"Größe\":\"Ω\"}", objectFrom("{\"Größe\":\"Ω\"}"));
+    readable("key given twice", R"({"a":1,"a":2})", objectFrom(R"({"a":2})"));
+    readable("1,024 nested levels", nested(1024), objectFrom(nested(1024).constData()));
+
+    broken("empty file", "");
+    broken("opening brace alone", "{");
+    broken("white space alone", "\r\n\r\n");
+    broken("byte-order mark alone", "\xEF\xBB\xBF");
+    broken("cut off", R"({"a":1)");
+    broken("comma at the end", R"({"a":1,})");
+    broken("text behind", R"({"a":1} x)");
+    broken("second object behind", R"({"a":1}{"b":2})");
+    broken("NUL behind", QByteArray("{\"a\":1}\0", 8));
+    broken("comment", "{\"a\":1} // one");
+    broken("single quotes", "{'a':1}");
+    broken("number", "1");
+    broken("string", "\"a\"");
+    broken("null", "null");
+    broken("number out of range", R"({"a":1e999})");
+    broken("Latin-1 in a string",
+        "{\"a\":\"Gr\xF6\xDF"
+        "e\"}");
+    broken("Latin-1 in a key", "{\"Gr\xF6\":1}");
+    broken("UTF-16", QByteArray("\xFF\xFE{\0\"\0a\0\"\0:\0001\0}\0", 16));
+    broken("1,025 nested levels", nested(1025));
+    broken("1,200 nested levels", nested(1200));
+}
+
+void tst_DescriptionFiles::contentIsReadWhole()
+{
+    QFETCH(Reader, reader);
+    QFETCH(QByteArray, content);
+    QFETCH(QJsonObject, description);
+    QFETCH(bool, isJson);
+
+    const QTemporaryDir folder;
+    writeFile(descriptionFile(folder.path()), content);
+    MessageRecorder log;
+    QCOMPARE(readBy(reader, reader.pathFor(folder.path())), description);
+    QCOMPARE(log.take(), isJson ? Messages() : Messages({notJson(reader)}));
+}
+
+void tst_DescriptionFiles::hugeFilesAreRead()
+{
+    constexpr int size = 100 * 1024 * 1024;
+    const QTemporaryDir folder;
+    const QString path = descriptionFile(folder.path());
+    MessageRecorder log;
+
+    writeFile(path, "{\"text\":\"" + QByteArray(size, 'x') + "\"}");
+    for (const Reader& reader : bothReaders) {
+        const QJsonObject description = readBy(reader, reader.pathFor(folder.path()));
+        QCOMPARE(log.take(), Messages());
+        QCOMPARE(description.keys(), QStringList({QStringLiteral("text")}));
+        const QString text = description.value(QStringLiteral("text")).toString();
+        QCOMPARE(text.size(), size);
+        QVERIFY(std::all_of(text.begin(), text.end(), [](QChar character) { return character == QLatin1Char('x'); }));
+    }
+
+    writeFile(path, QByteArray(size, '{'));
+    for (const Reader& reader : bothReaders) {
+        QCOMPARE(readBy(reader, reader.pathFor(folder.path())), former);
+        QCOMPARE(log.take(), Messages({notJson(reader)}));
+    }
+}
+
+void tst_DescriptionFiles::aMissingFileIsDebugOutput_data()
+{
+    addRowForEachReader();
+}
+
+void tst_DescriptionFiles::aMissingFileIsDebugOutput()
+{
+    QFETCH(Reader, reader);
+    const QTemporaryDir folder;
+    // Names are compared case-sensitively.
+    writeFile(folder.filePath(QStringLiteral("folder.menu.json")), R"({"a":1})");
+    MessageRecorder log;
+    QCOMPARE(readBy(reader, reader.pathFor(folder.path())), former);
+    QCOMPARE(log.take(), Messages({noFile(reader)}));
+}
+
+void tst_DescriptionFiles::anUnreadableFileIsReported_data()
+{
+    addRowForEachReader();
+}
+
+void tst_DescriptionFiles::anUnreadableFileIsReported()
+{
+    QFETCH(Reader, reader);
+    const QTemporaryDir folder;
+    const QString path = descriptionFile(folder.path());
+    writeFile(path, R"({"a":1})");
+    letEverybodyEnter(folder.path());
+    forbidEverything(path);
+
+    MessageRecorder log;
+    const AsOrdinaryUser ordinary;
+    QCOMPARE(readBy(reader, reader.pathFor(folder.path())), former);
+    QCOMPARE(log.take(), Messages({notOpened(reader, path, QStringLiteral("Permission denied"))}));
+}
+
+void tst_DescriptionFiles::aFileInAnUnsearchableFolderIsNotFound_data()
+{
+    addRowForEachReader();
+}
+
+void tst_DescriptionFiles::aFileInAnUnsearchableFolderIsNotFound()
+{
+    QFETCH(Reader, reader);
+    const QTemporaryDir root;
+    const QString folder = root.filePath(QStringLiteral("Net"));
+    writeFile(descriptionFile(folder), R"({"a":1})");
+    letEverybodyEnter(root.path());
+    forbidEverything(folder);
+
+    MessageRecorder log;
+    {
+        const AsOrdinaryUser ordinary;
+        QCOMPARE(readBy(reader, reader.pathFor(folder)), former);
+    }
+    QCOMPARE(log.take(), Messages({noFile(reader)}));
+    // Otherwise it could not be removed.
+    letEverybodyEnter(folder);
+}
+
+void tst_DescriptionFiles::linksCountAsWhatTheyPointTo_data()
+{
+    addRowForEachReader();
+}
+
+void tst_DescriptionFiles::linksCountAsWhatTheyPointTo()
+{
+    QFETCH(Reader, reader);
+    const QTemporaryDir folder;
+    const QString link = descriptionFile(folder.path());
+    const QString path = reader.pathFor(folder.path());
+    MessageRecorder log;
+
+    writeFile(folder.filePath(QStringLiteral("target")), R"({"a":1})");
+    QVERIFY(QFile::link(QStringLiteral("target"), link));
+    QCOMPARE(readBy(reader, path), objectFrom(R"({"a":1})"));
+    QCOMPARE(log.take(), Messages());
+
+    // A link is there even when its target is not.
+    QVERIFY(QFile::remove(link) && QFile::link(QStringLiteral("nowhere"), link));
+    QCOMPARE(readBy(reader, path), former);
+    QCOMPARE(log.take(), Messages({notOpened(reader, link, QStringLiteral("No such file or directory"))}));
+
+    QVERIFY(QFile::remove(link) && QFile::link(QStringLiteral("Folder.menu.json"), link));
+    QCOMPARE(readBy(reader, path), former);
+    QCOMPARE(log.take(), Messages({notOpened(reader, link, QStringLiteral("Too many levels of symbolic links"))}));
+}
+
+void tst_DescriptionFiles::aFolderInTheFilesPlaceIsReported()
+{
+    const QTemporaryDir folder;
+    const QString path = descriptionFile(folder.path());
+    QVERIFY(QDir().mkdir(path));
+    MessageRecorder log;
+    QCOMPARE(readBy(folderReader, folder.path()), former);
+    QCOMPARE(log.take(), Messages({notOpened(folderReader, path, QStringLiteral("file to open is a directory"))}));
+}
+
+void tst_DescriptionFiles::nameInTheMessageIsThePathAsGiven_data()
+{
+    QTest::addColumn<QString>("folder");
+    QTest::addColumn<QString>("printed");
+    QTest::newRow("relative") << QStringLiteral("Net") << QStringLiteral("Net/Folder.menu.json");
+    QTest::newRow("dot segments") << QStringLiteral("./Net/../Net") << QStringLiteral("./Net/../Net/Folder.menu.json");
+    QTest::newRow("trailing slash") << QStringLiteral("Net/") << QStringLiteral("Net//Folder.menu.json");
+    QTest::newRow("doubled slashes") << QStringLiteral(".//Net//") << QStringLiteral(".//Net///Folder.menu.json");
+    QTest::newRow("blank and not Latin") << QStringLiteral("Größe Ω") << QStringLiteral("Größe Ω/Folder.menu.json");
+    QTest::newRow("quote and line feed") << QStringLiteral("a\"b\n") << QStringLiteral(R"(a\"b\n/Folder.menu.json)");
+}
+
+void tst_DescriptionFiles::nameInTheMessageIsThePathAsGiven()
+{
+    QFETCH(QString, folder);
+    QFETCH(QString, printed);
+
+    const QTemporaryDir root;
+    const QString formerFolder = QDir::currentPath();
+    QVERIFY(QDir::setCurrent(root.path()));
+    writeFile(descriptionFile(folder), R"({"a":1})");
+    forbidEverything(descriptionFile(folder));
+    letEverybodyEnter(root.path());
+    MessageRecorder log;
+    {
+        const AsOrdinaryUser ordinary;
+        for (const Reader& reader : bothReaders) {
+            QCOMPARE(readBy(reader, reader.pathFor(folder)), former);
+            QCOMPARE(log.take(), Messages({notOpened(reader, printed, QStringLiteral("Permission denied"))}));
+        }
+        Element element;
+        element.generateNodeData(QFileInfo(folder));
+        QCOMPARE(log.take(),
+            Messages({notOpened(folderReader, printed, QStringLiteral("Permission denied")), positionMissing()}));
+        element.generateSelectionData(QFileInfo(descriptionFile(folder)));
+        QCOMPARE(log.take(),
+            Messages({notOpened(fileReader, printed, QStringLiteral("Permission denied")), positionMissing(),
+                hideMissing()}));
+    }
+    QVERIFY(QDir::setCurrent(formerFolder));
+}
+
+void tst_DescriptionFiles::aPathWithATrailingSlashIsRead()
+{
+    const QTemporaryDir folder;
+    writeFile(descriptionFile(folder.path()), R"({"a":1})");
+    const MessageRecorder log;
+    QCOMPARE(readBy(folderReader, folder.path() + QLatin1Char('/')), objectFrom(R"({"a":1})"));
+}
+
+void tst_DescriptionFiles::aPathOfTheWrongKindIsIgnored_data()
+{
+    QTest::addColumn<Reader>("reader");
+    QTest::addColumn<QString>("name");
+    QTest::newRow("folder reader, file") << folderReader << QStringLiteral("file");
+    QTest::newRow("folder reader, description file") << folderReader << QStringLiteral("Net/Folder.menu.json");
+    QTest::newRow("folder reader, file with a slash") << folderReader << QStringLiteral("file/");
+    QTest::newRow("folder reader, link to a file") << folderReader << QStringLiteral("link to file");
+    QTest::newRow("folder reader, link that leads nowhere") << folderReader << QStringLiteral("dangling");
+    QTest::newRow("folder reader, nothing") << folderReader << QStringLiteral("nothing");
+    QTest::newRow("file reader, folder") << fileReader << QStringLiteral("Net");
+    QTest::newRow("file reader, folder with a slash") << fileReader << QStringLiteral("Net/");
+    QTest::newRow("file reader, link to a folder") << fileReader << QStringLiteral("link to Net");
+    QTest::newRow("file reader, folder named like a file") << fileReader << QStringLiteral("x.config.json");
+}
+
+void tst_DescriptionFiles::aPathOfTheWrongKindIsIgnored()
+{
+    QFETCH(Reader, reader);
+    QFETCH(QString, name);
+
+    const QTemporaryDir folder;
+    writeFile(folder.filePath(QStringLiteral("file")), R"({"a":1})");
+    writeFile(folder.filePath(QStringLiteral("Net/Folder.menu.json")), R"({"a":1})");
+    writeFile(folder.filePath(QStringLiteral("x.config.json/Folder.menu.json")), R"({"a":1})");
+    QVERIFY(QFile::link(QStringLiteral("file"), folder.filePath(QStringLiteral("link to file"))));
+    QVERIFY(QFile::link(QStringLiteral("Net"), folder.filePath(QStringLiteral("link to Net"))));
+    QVERIFY(QFile::link(QStringLiteral("nowhere"), folder.filePath(QStringLiteral("dangling"))));
+    MessageRecorder log;
+    QCOMPARE(readBy(reader, folder.filePath(name)), former);
+    QCOMPARE(log.take(), Messages());
+}
+
+void tst_DescriptionFiles::anEmptyPathNamesNothing()
+{
+    MessageRecorder log;
+    for (const QString& path : {QString(), QStringLiteral("")}) {
+        QCOMPARE(readBy(folderReader, path), former);
+        QCOMPARE(log.take(), Messages());
+        QCOMPARE(readBy(fileReader, path), former);
+        QCOMPARE(log.take(), Messages({noFile(fileReader)}));
+    }
+}
+
+void tst_DescriptionFiles::anEmptyPathIsNotTheRootFolder()
+{
+    const QTemporaryDir folder;
+    writeFile(descriptionFile(folder.path()), R"({"a":1})");
+    const QByteArray root = QFile::encodeName(folder.path());
+    const pid_t child = fork();
+    if (child == 0) {
+        // Root sees a description file in its root folder then; for anybody else there is none to find anyway.
+        [[maybe_unused]] const int changed = chroot(root.constData());
+        MessageRecorder log;
+        const bool nothingRead = readBy(folderReader, QString()) == former && log.take().isEmpty();
+        _exit(nothingRead ? EXIT_SUCCESS : EXIT_FAILURE);
+    }
+    int status = -1;
+    QCOMPARE(waitpid(child, &status, 0), child);
+    QCOMPARE(status, EXIT_SUCCESS);
+}
+
+void tst_DescriptionFiles::aPathWithANulCharacterNamesNothing()
+{
+    const QTemporaryDir folder;
+    const QString path = descriptionFile(folder.path());
+    writeFile(path, R"({"a":1})");
+    MessageRecorder log;
+    // Qt may complain of such a name wherever it is asked about it.
+    const auto takeOurs = [&log] {
+        Messages messages = log.take();
+        const auto isOfQt = [](const Message& message) {
+            return message.function.isEmpty() && message.text == QLatin1String("Broken filename passed to function");
+        };
+        messages.erase(std::remove_if(messages.begin(), messages.end(), isOfQt), messages.end());
+        return messages;
+    };
+    const QString tail = QChar(QChar::Null) % QLatin1String("x");
+
+    QCOMPARE(readBy(fileReader, path + tail), former);
+    QCOMPARE(takeOurs(), Messages({noFile(fileReader)}));
+    QCOMPARE(readBy(folderReader, path + tail), former);
+    QCOMPARE(takeOurs(), Messages());
+    QCOMPARE(readBy(folderReader, folder.path() + tail), former);
+    QCOMPARE(takeOurs(), Messages());
+}
+
+void tst_DescriptionFiles::noFileStaysOpen_data()
+{
+    addRowForEachReader();
+}
+
+void tst_DescriptionFiles::noFileStaysOpen()
+{
+    QFETCH(Reader, reader);
+    const QString openFiles = QStringLiteral("/proc/self/fd");
+    MessageRecorder log;
+    for (const QByteArray& content : {QByteArray("{}"), QByteArray("{")}) {
+        const QTemporaryDir folder;
+        writeFile(descriptionFile(folder.path()), content);
+        const QStringList before = everythingIn(openFiles);
+        readBy(reader, reader.pathFor(folder.path()));
+        QCOMPARE(everythingIn(openFiles), before);
+    }
+    QCOMPARE(log.take(), Messages({notJson(reader)}));
+}
+
+void tst_DescriptionFiles::aFolderWithoutAUsefulDescriptionStaysInTheManifest()
+{
+    const QTemporaryDir root;
+    const QString occupied = descriptionFile(root.filePath(QStringLiteral("Occupied")));
+    const QString forbidden = descriptionFile(root.filePath(QStringLiteral("Forbidden")));
+    QVERIFY(QDir(root.path()).mkdir(QStringLiteral("Empty")));
+    QVERIFY(QDir().mkpath(occupied));
+    writeFile(descriptionFile(root.filePath(QStringLiteral("Broken"))), R"({"displayPosition":1)");
+    writeFile(descriptionFile(root.filePath(QStringLiteral("Array"))), R"([{"displayPosition":1}])");
+    writeFile(forbidden, R"({"displayPosition":1})");
+    forbidEverything(forbidden);
+    letEverybodyEnter(root.path());
+
+    const std::pair<QString, Messages> expectations[] = {
+        {QStringLiteral("Empty"), {noFile(folderReader)}},
+        {QStringLiteral("Broken"), {notJson(folderReader)}},
+        {QStringLiteral("Array"), {}},
+        {QStringLiteral("Forbidden"), {notOpened(folderReader, forbidden, QStringLiteral("Permission denied"))}},
+        {QStringLiteral("Occupied"),
+            {notOpened(folderReader, occupied, QStringLiteral("file to open is a directory"))}},
+    };
+    MessageRecorder log;
+    const AsOrdinaryUser ordinary;
+    for (const auto& [name, messages] : expectations) {
+        const Element element(QFileInfo(root.filePath(name)), root.path(), Element::getConfigurationFileSuffix());
+        QCOMPARE(log.take(), messages + Messages({positionMissing()}));
+        QCOMPARE(element.isValid(), true);
+        QCOMPARE(element.isDirectory(), true);
+        QCOMPARE(element.getDisplayPosition(), -1);
+        QJsonObject node = objectFrom(R"({"dataSourceType":"JsonData","selectionType":"Node"})");
+        node.insert(QStringLiteral("instanceName"), name);
+        QCOMPARE(element.getElementAsJsonObject(), node);
+    }
+}
+
+void tst_DescriptionFiles::aFileWithoutAUsefulDescriptionStaysInTheManifest()
+{
+    const QTemporaryDir root;
+    const QString forbidden = root.filePath(QStringLiteral("forbidden.config.json"));
+    const QString dangling = root.filePath(QStringLiteral("dangling.config.json"));
+    writeFile(root.filePath(QStringLiteral("broken.config.json")), R"({"displayPosition":1)");
+    writeFile(root.filePath(QStringLiteral("array.config.json")), R"([{"displayPosition":1,"hide":true}])");
+    writeFile(forbidden, R"({"displayPosition":1,"hide":true})");
+    forbidEverything(forbidden);
+    QVERIFY(QFile::link(QStringLiteral("nowhere"), dangling));
+    letEverybodyEnter(root.path());
+
+    const std::pair<QString, Messages> expectations[] = {
+        {QStringLiteral("missing"), {noFile(fileReader)}},
+        {QStringLiteral("broken"), {notJson(fileReader)}},
+        {QStringLiteral("array"), {}},
+        {QStringLiteral("forbidden"), {notOpened(fileReader, forbidden, QStringLiteral("Permission denied"))}},
+        {QStringLiteral("dangling"), {notOpened(fileReader, dangling, QStringLiteral("No such file or directory"))}},
+    };
+    MessageRecorder log;
+    const AsOrdinaryUser ordinary;
+    for (const auto& [name, messages] : expectations) {
+        const QString path = root.filePath(name % QLatin1String(".config.json"));
+        const Element element(QFileInfo(path), root.path(), Element::getConfigurationFileSuffix());
+        QCOMPARE(log.take(), messages + Messages({positionMissing(), hideMissing()}));
+        QCOMPARE(element.isValid(), true);
+        QCOMPARE(element.isDirectory(), false);
+        QCOMPARE(element.getDisplayPosition(), -1);
+        QJsonObject selection = objectFrom(R"({"closeMode":"Manual","dataModel":"","hide":false,"iconName":"",
+            "labelTextId":"","lastModified":"","selectionType":"Selection","uiJob":"OpenConfiguration"})");
+        selection.insert(QStringLiteral("instanceName"), name);
+        QCOMPARE(element.getElementAsJsonObject(), selection);
+    }
+}
+
+MANIFEST_TEST_MAIN(tst_DescriptionFiles)
+
+#include "tst_descriptionfiles.moc"
