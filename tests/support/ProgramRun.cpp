@@ -1,0 +1,439 @@
+#include "ProgramRun.h"
+
+#include <QtCore/QDir>
+#include <QtCore/QDirIterator>
+#include <QtCore/QFile>
+#include <QtCore/QFileInfo>
+#include <QtCore/QProcess>
+#include <QtCore/QRegularExpression>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstddef>
+#include <cstdlib>
+#include <iterator>
+#include <optional>
+
+#include <fcntl.h>
+#include <linux/filter.h>
+#include <linux/seccomp.h>
+#include <linux/securebits.h>
+#include <sys/prctl.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr int timeout = 10000;
+
+class PreparedProcess : public QProcess {
+public:
+    PreparedProcess(Preparation prepareProcess, int file)
+        : prepare(prepareProcess)
+        , outputFile(file)
+    {
+    }
+
+protected:
+    void setupChildProcess() override
+    {
+        if (outputFile >= 0) {
+            dup2(outputFile, STDOUT_FILENO);
+        }
+        if (prepare) {
+            prepare();
+        }
+    }
+
+private:
+    const Preparation prepare;
+    const int outputFile;
+};
+
+/// A terminal that keeps what is written to it. It holds some kilobytes.
+class Terminal {
+public:
+    Terminal()
+        : reader(posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC))
+    {
+        char name[64];
+        if (grantpt(reader) != 0 || unlockpt(reader) != 0 || ptsname_r(reader, name, sizeof name) != 0) {
+            qFatal("cannot make a terminal");
+        }
+        writer = open(name, O_RDWR | O_NOCTTY | O_CLOEXEC);
+    }
+
+    ~Terminal()
+    {
+        close(reader);
+    }
+
+    Q_DISABLE_COPY(Terminal)
+
+    int outputFile() const
+    {
+        return writer;
+    }
+
+    // Everything written so far. Nothing can be written afterwards.
+    QByteArray takeEverything()
+    {
+        close(writer);
+        QByteArray text;
+        char buffer[4096];
+        for (ssize_t size; (size = read(reader, buffer, sizeof buffer)) > 0;) {
+            text.append(buffer, static_cast<int>(size));
+        }
+        return text.replace("\r\n", "\n");
+    }
+
+private:
+    const int reader;
+    int writer;
+};
+
+ProgramRun finished(QProcess& process)
+{
+    ProgramRun run;
+    if (!process.waitForFinished(timeout)) {
+        process.kill();
+        process.waitForFinished();
+    } else if (process.exitStatus() == QProcess::NormalExit) {
+        run.status = process.exitCode();
+    }
+    run.output = process.readAllStandardOutput();
+    run.errors = process.readAllStandardError();
+    return run;
+}
+
+QByteArray line(const QString& text)
+{
+    return text.toUtf8() + '\n';
+}
+
+QStringList wordsWith(const QString& commandLine, const QString& option)
+{
+    QStringList result = words(commandLine);
+    result.insert(1, option);
+    return result;
+}
+
+bool isActedOn(uint codePoint)
+{
+    constexpr struct {
+        uint first;
+        uint last;
+    } ranges[] = {
+        {0x00, 0x1f}, // C0 controls
+        {0x7f, 0x9f}, // DEL and C1 controls
+        {0x61c, 0x61c}, // what turns the direction of text, here and in the next three
+        {0x200e, 0x200f}, {0x202a, 0x202e}, {0x2066, 0x2069}, {0x2028, 0x2029}, // line and paragraph separators
+        {0x200b, 0x200d}, // invisible, as all that follow
+        {0x2060, 0x2064}, {0xad, 0xad}, {0xfeff, 0xfeff}, {0xe0001, 0xe007f}, {0xd800, 0xdfff}, // lone surrogates
+    };
+    return std::any_of(std::begin(ranges), std::end(ranges),
+        [codePoint](const auto& range) { return range.first <= codePoint && codePoint <= range.last; });
+}
+
+} // namespace
+
+bool operator==(const ProgramRun& a, const ProgramRun& b)
+{
+    return a.status == b.status && a.output == b.output && a.errors == b.errors;
+}
+
+char* toString(const ProgramRun& run)
+{
+    const QByteArray text = "status " + QByteArray::number(run.status) + "\n--- output\n" + run.output + "--- errors\n"
+        + run.errors + "---";
+    return qstrdup(text.constData());
+}
+
+ProgramRun done(const QString& output, const QByteArray& messages)
+{
+    return {0, line(output), messages};
+}
+
+ProgramRun failed(const QString& complaint, const QByteArray& messages)
+{
+    return {1, QByteArray(), messages + line(u"configuration-manifest: "_qs + complaint)};
+}
+
+ProgramRun misused(const QString& complaint)
+{
+    return {2, QByteArray(), line(u"configuration-manifest: "_qs + complaint)};
+}
+
+void asOrdinaryUser()
+{
+    // The program starts without the privileges of root. Who has none cannot do this, and need not.
+    prctl(PR_SET_SECUREBITS, SECBIT_NOROOT);
+}
+
+void onFullDisk()
+{
+    static const FileSizeLimit forTheProgram(0);
+}
+
+void unableToRename()
+{
+#ifdef SYS_rename
+    constexpr unsigned renaming = SYS_rename;
+#else
+    constexpr unsigned renaming = SYS_renameat;
+#endif
+    struct sock_filter filter[] = {
+        BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(struct seccomp_data, nr)),
+        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, renaming, 0, 1),
+        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | EIO),
+        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
+    };
+    const struct sock_fprog program = {sizeof filter / sizeof *filter, filter};
+    prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0);
+    prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program);
+}
+
+void withClosedOutput()
+{
+    close(STDOUT_FILENO);
+}
+
+void withFullOutput()
+{
+    dup2(open("/dev/full", O_WRONLY | O_CLOEXEC), STDOUT_FILENO);
+}
+
+QStringList words(const QString& commandLine)
+{
+    static const QRegularExpression word(u"'([^']*)'|(\\S+)"_qs);
+    QStringList result;
+    for (auto matches = word.globalMatch(commandLine); matches.hasNext();) {
+        const QRegularExpressionMatch match = matches.next();
+        result.append(match.captured(match.lastCapturedIndex()));
+    }
+    return result;
+}
+
+Program::Program()
+    : Program(QStringLiteral(PROGRAM))
+{
+}
+
+Program::Program(const QString& path)
+    : executable(path)
+    , environment(QProcessEnvironment::systemEnvironment())
+{
+    for (const QString& variable :
+        {u"NO_COLOR"_qs, u"QT_LOGGING_CONF"_qs, u"QT_LOGGING_RULES"_qs, u"QT_MESSAGE_PATTERN"_qs}) {
+        environment.remove(variable);
+    }
+    environment.insert(u"TERM"_qs, u"xterm"_qs);
+}
+
+Program& Program::in(const QString& path)
+{
+    folder = path;
+    return *this;
+}
+
+Program& Program::with(const QString& variable, const QString& value)
+{
+    environment.insert(variable, value);
+    return *this;
+}
+
+Program& Program::reading(const QByteArray& text)
+{
+    input = text;
+    return *this;
+}
+
+Program& Program::prepared(Preparation function)
+{
+    preparation = function;
+    return *this;
+}
+
+Program& Program::onTerminal()
+{
+    terminal = true;
+    return *this;
+}
+
+ProgramRun Program::run(const QString& commandLine) const
+{
+    return run(words(commandLine));
+}
+
+ProgramRun Program::run(const QStringList& arguments) const
+{
+    std::optional<Terminal> screen;
+    if (terminal) {
+        screen.emplace();
+    }
+    PreparedProcess process(preparation, screen ? screen->outputFile() : -1);
+    process.setWorkingDirectory(folder);
+    process.setProcessEnvironment(environment);
+    process.start(executable, arguments);
+    process.write(input);
+    process.closeWriteChannel();
+    ProgramRun run = finished(process);
+    if (screen) {
+        run.output = screen->takeEverything();
+    }
+    return run;
+}
+
+bool operator==(const FileState& a, const FileState& b)
+{
+    return a.content == b.content && a.inode == b.inode;
+}
+
+FileState stateOf(const QString& path)
+{
+    struct stat status = {};
+    if (stat(qPrintable(path), &status) != 0) {
+        qFatal("there is no %s", qPrintable(path));
+    }
+    return {readFile(path), status.st_ino};
+}
+
+void copyFolder(const QString& from, const QString& to)
+{
+    QDirIterator entries(from, QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
+    while (entries.hasNext()) {
+        const QString path = entries.next();
+        if (!path.endsWith(u".manifest.json"_qs)) {
+            writeFile(to + path.mid(from.size()), readFile(path));
+        }
+    }
+}
+
+bool isHarmless(const QByteArray& text)
+{
+    const QString decoded = QString::fromUtf8(text);
+    const QVector<uint> codePoints = decoded.toUcs4();
+    return decoded.toUtf8() == text && std::none_of(codePoints.begin(), codePoints.end(), [](uint codePoint) {
+        return codePoint != '\n' && isActedOn(codePoint);
+    });
+}
+
+void addProgramEditColumns()
+{
+    QTest::addColumn<QString>("commandLine");
+    QTest::addColumn<QByteArray>("input");
+    QTest::addColumn<QByteArray>("after");
+    QTest::addColumn<QString>("what");
+    QTest::addColumn<QByteArray>("messages");
+}
+
+void addProgramEdit(const char* name, const QString& commandLine, const QJsonArray& after, const QString& what,
+    const QByteArray& messages, const QByteArray& input)
+{
+    QTest::newRow(name) << commandLine << input << compact(after) << what << messages;
+}
+
+void checkEditIsNotSavedUnasked()
+{
+    QFETCH(QString, commandLine);
+    QFETCH(QByteArray, input);
+    QFETCH(QString, what);
+    QFETCH(QByteArray, messages);
+
+    const ManifestFile file(compact(saveRuleManifest()));
+    const FileState before = stateOf(file.path());
+    QCOMPARE(Program().in(file.folder()).reading(input).run(commandLine), done(what + u"; not saved"_qs, messages));
+    QCOMPARE(stateOf(file.path()), before);
+    QVERIFY(file.isAlone());
+}
+
+void checkDryRunPrintsWhatWouldBeSaved()
+{
+    QFETCH(QString, commandLine);
+    QFETCH(QByteArray, input);
+    QFETCH(QByteArray, after);
+    QFETCH(QByteArray, messages);
+
+    const ManifestFile file(compact(saveRuleManifest()));
+    const FileState before = stateOf(file.path());
+    QCOMPARE(Program().in(file.folder()).reading(input).run(wordsWith(commandLine, u"--dry-run"_qs)),
+        done(QString::fromUtf8(after), messages));
+    QCOMPARE(stateOf(file.path()), before);
+    QVERIFY(file.isAlone());
+}
+
+void checkEditIsSaved()
+{
+    QFETCH(QString, commandLine);
+    QFETCH(QByteArray, input);
+    QFETCH(QByteArray, after);
+    QFETCH(QString, what);
+    QFETCH(QByteArray, messages);
+
+    const ManifestFile file(compact(saveRuleManifest()));
+    const FileState before = stateOf(file.path());
+    QCOMPARE(Program().in(file.folder()).reading(input).run(wordsWith(commandLine, u"--save"_qs)),
+        done(what + u"; saved"_qs, messages));
+    QCOMPARE(file.content(), after);
+    QVERIFY(stateOf(file.path()).inode != before.inode);
+    QVERIFY(file.isAlone());
+}
+
+void checkSaveFails(Preparation preparation, const QByteArray& messagesOfTheSave, mode_t permissionsOfTheFolder)
+{
+    QFETCH(QString, commandLine);
+    QFETCH(QByteArray, input);
+    QFETCH(QByteArray, messages);
+
+    const ManifestFile file(compact(saveRuleManifest()));
+    const FileState before = stateOf(file.path());
+    chmod(qPrintable(file.folder()), permissionsOfTheFolder);
+    const ProgramRun run =
+        Program().in(file.folder()).reading(input).prepared(preparation).run(wordsWith(commandLine, u"--save"_qs));
+    chmod(qPrintable(file.folder()), 0700);
+    QCOMPARE(run, failed(u"could not save manifest.json"_qs, messages + messagesOfTheSave));
+    QCOMPARE(stateOf(file.path()), before);
+    QVERIFY(file.isAlone());
+}
+
+void addProgramFailureColumns()
+{
+    QTest::addColumn<QString>("commandLine");
+    QTest::addColumn<QByteArray>("input");
+    QTest::addColumn<ProgramRun>("run");
+}
+
+void addProgramFailure(const char* name, const QString& commandLine, const ProgramRun& run, const QByteArray& input)
+{
+    QTest::newRow(name) << commandLine << input << run;
+}
+
+void checkProgramFailure()
+{
+    QFETCH(QString, commandLine);
+    QFETCH(QByteArray, input);
+    QFETCH(ProgramRun, run);
+
+    const ManifestFile file(compact(saveRuleManifest()));
+    const FileState before = stateOf(file.path());
+    QCOMPARE(Program().in(file.folder()).reading(input).run(commandLine), run);
+    QCOMPARE(stateOf(file.path()), before);
+    QVERIFY(file.isAlone());
+}
+
+void checkEditFailure()
+{
+    QFETCH(QString, commandLine);
+    QFETCH(QByteArray, input);
+    QFETCH(ProgramRun, run);
+
+    const ManifestFile file(compact(saveRuleManifest()));
+    const FileState before = stateOf(file.path());
+    const Program program = Program().in(file.folder()).reading(input);
+    QCOMPARE(program.run(commandLine), run);
+    QCOMPARE(program.run(wordsWith(commandLine, u"--save"_qs)), run);
+    QCOMPARE(program.run(wordsWith(commandLine, u"--dry-run"_qs)), run);
+    QCOMPARE(stateOf(file.path()), before);
+    QVERIFY(file.isAlone());
+}

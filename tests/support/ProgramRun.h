@@ -1,0 +1,110 @@
+#pragma once
+
+#include "ManifestFixture.h"
+
+#include <QtCore/QByteArray>
+#include <QtCore/QJsonArray>
+#include <QtCore/QMetaType>
+#include <QtCore/QProcessEnvironment>
+#include <QtCore/QString>
+#include <QtCore/QStringList>
+
+#include <sys/types.h>
+
+/// What a run of a program leaves behind.
+struct ProgramRun {
+    /// The exit status; -1 of a program that crashed or came to no end.
+    int status = -1;
+    QByteArray output;
+    QByteArray errors;
+};
+
+bool operator==(const ProgramRun& a, const ProgramRun& b);
+/// Shows the run in the output of a failed comparison.
+char* toString(const ProgramRun& run);
+
+// What the companion program leaves behind. `messages` are those of the library, in lines as they are printed.
+
+ProgramRun done(const QString& output, const QByteArray& messages = {});
+ProgramRun failed(const QString& complaint, const QByteArray& messages = {});
+ProgramRun misused(const QString& complaint);
+
+/// What a process does to itself before it becomes the program.
+using Preparation = void (*)();
+
+/// File permissions apply, also when the tests run as root.
+void asOrdinaryUser();
+/// No file can be written to.
+void onFullDisk();
+/// No file can be renamed: a save fails at its very last step.
+void unableToRename();
+void withClosedOutput();
+void withFullOutput();
+
+/// The words of a command line, separated by blanks. What stands between single quotes is one word.
+QStringList words(const QString& commandLine);
+
+/// A program and the surroundings that it is started in: by default the companion program, with nothing to read.
+class Program {
+public:
+    Program();
+    explicit Program(const QString& path);
+
+    Program& in(const QString& path);
+    Program& with(const QString& variable, const QString& value);
+    Program& reading(const QByteArray& text);
+    Program& prepared(Preparation function);
+    Program& onTerminal();
+
+    ProgramRun run(const QString& commandLine) const;
+    ProgramRun run(const QStringList& arguments) const;
+
+private:
+    QString executable;
+    QString folder;
+    QProcessEnvironment environment;
+    QByteArray input;
+    Preparation preparation = nullptr;
+    bool terminal = false;
+};
+
+Q_DECLARE_METATYPE(ProgramRun)
+Q_DECLARE_METATYPE(Preparation)
+Q_DECLARE_METATYPE(Program)
+
+/// A file as it lies on the disk: a save gives it a new inode, also when it writes the same content.
+struct FileState {
+    QByteArray content;
+    ino_t inode;
+};
+
+bool operator==(const FileState& a, const FileState& b);
+FileState stateOf(const QString& path);
+
+/// Copies a folder with everything in it, but for manifests.
+void copyFolder(const QString& from, const QString& to);
+
+/// Whether a terminal would show all of `text` instead of acting on a part of it. Line ends count as shown.
+bool isHarmless(const QByteArray& text);
+
+// A table of edits of saveRuleManifest(), which lies in "manifest.json" in the current folder.
+
+void addProgramEditColumns();
+/// An edit, given without the options that ask for a save or a dry run. `what` is what it is reported as.
+void addProgramEdit(const char* name, const QString& commandLine, const QJsonArray& after, const QString& what,
+    const QByteArray& messages = {}, const QByteArray& input = {});
+void checkEditIsNotSavedUnasked();
+void checkDryRunPrintsWhatWouldBeSaved();
+void checkEditIsSaved();
+/// Checks that a save that fails is a failure, and that it leaves the previous manifest alone.
+void checkSaveFails(
+    Preparation preparation, const QByteArray& messagesOfTheSave = {}, mode_t permissionsOfTheFolder = 0700);
+
+// A table of runs that fail on the same manifest.
+
+void addProgramFailureColumns();
+void addProgramFailure(
+    const char* name, const QString& commandLine, const ProgramRun& run, const QByteArray& input = {});
+void checkProgramFailure();
+/// Checks a row that is an edit, which a request for a save or a dry run does not change.
+void checkEditFailure();

@@ -1,0 +1,14 @@
+#pragma once
+
+#include <QtCore/QDir>
+#include <QtCore/QFileInfo>
+#include <QtCore/QString>
+
+/// Template of a QTemporaryDir for thousands of saves: in memory where there is such a folder, since each save waits
+/// for the disk.
+inline QString quickFolder()
+{
+    const QString inMemory = QStringLiteral("/dev/shm");
+    const QString folder = QFileInfo(inMemory).isWritable() ? inMemory : QDir::tempPath();
+    return folder + QStringLiteral("/manifest-XXXXXX");
+}

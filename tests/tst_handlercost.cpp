@@ -1,0 +1,490 @@
+#include "ConfigurationManifestHandler.h"
+#include "TestMain.h"
+
+#include <QtCore/QFile>
+#include <QtCore/QJsonDocument>
+
+#include <algorithm>
+#include <atomic>
+#include <cstdlib>
+#include <ctime>
+#include <limits>
+
+#include <malloc.h>
+#include <unistd.h>
+
+namespace {
+
+/// All memory that this process takes from the heap, in bytes.
+struct Heap {
+    std::atomic<qint64> live {0};
+    std::atomic<qint64> peak {0};
+    std::atomic<qint64> taken {0};
+    std::atomic<qint64> calls {0};
+};
+
+Heap heap;
+
+void* counted(void* block) noexcept
+{
+    const qint64 size = static_cast<qint64>(malloc_usable_size(block));
+    heap.live += size;
+    heap.taken += size;
+    ++heap.calls;
+    if (heap.live > heap.peak) {
+        heap.peak = heap.live.load();
+    }
+    return block;
+}
+
+void* uncounted(void* block) noexcept
+{
+    heap.live -= static_cast<qint64>(malloc_usable_size(block));
+    return block;
+}
+
+} // namespace
+
+// In place of the C library's functions, for this program and the libraries in it.
+extern "C" {
+void* __libc_malloc(size_t size);
+void* __libc_calloc(size_t count, size_t size);
+void* __libc_realloc(void* block, size_t size);
+void* __libc_memalign(size_t alignment, size_t size);
+void __libc_free(void* block);
+
+Q_DECL_EXPORT void* malloc(size_t size) noexcept
+{
+    return counted(__libc_malloc(size));
+}
+
+Q_DECL_EXPORT void* calloc(size_t count, size_t size) noexcept
+{
+    return counted(__libc_calloc(count, size));
+}
+
+Q_DECL_EXPORT void* realloc(void* block, size_t size) noexcept
+{
+    return counted(__libc_realloc(uncounted(block), size));
+}
+
+Q_DECL_EXPORT void* aligned_alloc(size_t alignment, size_t size) noexcept
+{
+    return counted(__libc_memalign(alignment, size));
+}
+
+Q_DECL_EXPORT void free(void* block) noexcept
+{
+    __libc_free(uncounted(block));
+}
+}
+
+namespace {
+
+struct Cost {
+    qint64 taken;
+    qint64 calls;
+    /// How much more than before was in use at once.
+    qint64 peak;
+    /// How much more than before is in use now.
+    qint64 kept;
+};
+
+template <typename Action>
+Cost costOf(Action action)
+{
+    const qint64 live = heap.live;
+    const qint64 taken = heap.taken;
+    const qint64 calls = heap.calls;
+    heap.peak = live;
+    action();
+    return {heap.taken - taken, heap.calls - calls, heap.peak - live, heap.live - live};
+}
+
+qint64 residentBytes()
+{
+    QFile file(QStringLiteral("/proc/self/statm"));
+    return file.open(QIODevice::ReadOnly) ? file.readAll().split(' ').at(1).toLongLong() * sysconf(_SC_PAGESIZE) : -1;
+}
+
+const QString key = QStringLiteral("key");
+
+enum class Way { Set, SetAndRemove, EditInPlace };
+
+QString numbered(int number)
+{
+    return QStringLiteral("e%1").arg(number);
+}
+
+QJsonObject element(const QString& name, bool isSelection)
+{
+    return {{QStringLiteral("iconName"), QStringLiteral("icon")}, {QStringLiteral("instanceName"), name},
+        {QStringLiteral("selectionType"), isSelection ? QStringLiteral("Selection") : QStringLiteral("Node")}};
+}
+
+/// Elements called e0, e1 and so on.
+QJsonArray elements(int count, bool areSelections)
+{
+    QJsonArray array;
+    for (int i = 0; i < count; ++i) {
+        const QString prefix = areSelections ? QStringLiteral("folder/") : QString();
+        array.append(element(prefix + numbered(i), areSelections));
+    }
+    return array;
+}
+
+/// As many nodes on every level; the first of them holds the next level.
+QJsonArray tree(int depth, int siblings)
+{
+    QJsonArray level;
+    for (int i = 0; i < depth; ++i) {
+        QJsonArray above = elements(siblings, false);
+        QJsonObject parent = above.first().toObject();
+        parent.insert(QStringLiteral("substructure"), level);
+        above.replace(0, parent);
+        level = above;
+    }
+    return level;
+}
+
+QString pathOf(int depth, const QString& name)
+{
+    return QStringLiteral("e0/").repeated(depth - 1) + name;
+}
+
+/// A handler that is the only owner of its manifest.
+struct Fixture {
+    explicit Fixture(const QJsonArray& manifest)
+        : handler(QString(), QString(), QString())
+    {
+        handler.parseManifestFile(QJsonDocument(manifest).toJson(QJsonDocument::Compact));
+    }
+
+    ConfigurationManifestHandler handler;
+};
+
+/// An edit that `undo` takes back, of the element that is the `index`-th of `siblings`.
+struct Edit {
+    const char* name;
+    bool (*run)(ConfigurationManifestHandler& handler, const QString& path, int siblings);
+    bool (*undo)(ConfigurationManifestHandler& handler, const QString& path, int index);
+    /// How many siblings are looked at; all instead of those up to the element.
+    bool looksAtAll;
+};
+
+bool nothing(ConfigurationManifestHandler&, const QString&, int)
+{
+    return true;
+}
+
+bool moveBack(ConfigurationManifestHandler& handler, const QString& path, int index)
+{
+    return handler.moveNode(path, index, false);
+}
+
+const QJsonObject description {{QStringLiteral("displayPosition"), 1}};
+
+const Edit edits[] = {
+    {"setProperty",
+        [](ConfigurationManifestHandler& handler, const QString& path, int) {
+            return handler.setProperty(path, key, QStringLiteral("value"), false);
+        },
+        [](ConfigurationManifestHandler& handler, const QString& path, int) {
+            return handler.removeProperty(path, key, false);
+        },
+        false},
+    {"setProperty to what it is",
+        [](ConfigurationManifestHandler& handler, const QString& path, int) {
+            return handler.setProperty(path, QStringLiteral("iconName"), QStringLiteral("icon"), false);
+        },
+        nothing, false},
+    {"update",
+        [](ConfigurationManifestHandler& handler, const QString& path, int) {
+            return handler.update(path, QStringLiteral("iconName"), QStringLiteral("other"), false);
+        },
+        [](ConfigurationManifestHandler& handler, const QString& path, int) {
+            return handler.update(path, QStringLiteral("iconName"), QStringLiteral("icon"), false);
+        },
+        false},
+    {"update that fails",
+        [](ConfigurationManifestHandler& handler, const QString& path, int) {
+            return !handler.update(path, key, 1, false);
+        },
+        nothing, false},
+    {"removeProperty",
+        [](ConfigurationManifestHandler& handler, const QString& path, int) {
+            return handler.removeProperty(path, QStringLiteral("iconName"), false);
+        },
+        [](ConfigurationManifestHandler& handler, const QString& path, int) {
+            return handler.setProperty(path, QStringLiteral("iconName"), QStringLiteral("icon"), false);
+        },
+        false},
+    {"addNode below",
+        [](ConfigurationManifestHandler& handler, const QString& path, int) {
+            return handler.addNode(path + QStringLiteral("/added"), description, -1, false);
+        },
+        [](ConfigurationManifestHandler& handler, const QString& path, int) {
+            return handler.removeProperty(path, QStringLiteral("substructure"), false);
+        },
+        false},
+    {"addNode that is present",
+        [](ConfigurationManifestHandler& handler, const QString& path, int) {
+            return handler.addNode(path, description, -1, false);
+        },
+        nothing, false},
+    {"updateNode",
+        [](ConfigurationManifestHandler& handler, const QString& path, int) {
+            return handler.updateNode(path, element(path.section(QLatin1Char('/'), -1), false), false, false);
+        },
+        nothing, false},
+    {"moveNode",
+        [](ConfigurationManifestHandler& handler, const QString& path, int siblings) {
+            return handler.moveNode(path, siblings / 2, false);
+        },
+        moveBack, false},
+    {"moveSelection onto its own place",
+        [](ConfigurationManifestHandler& handler, const QString& path, int siblings) {
+            const bool first = path.endsWith(QLatin1String("e0"));
+            return handler.moveSelection(path, first ? 0 : siblings - 1, false);
+        },
+        nothing, false},
+    {"deleteElement",
+        [](ConfigurationManifestHandler& handler, const QString& path, int) {
+            return handler.deleteElement(path, false);
+        },
+        [](ConfigurationManifestHandler& handler, const QString& path, int index) {
+            return handler.addNode(path, description, index, false);
+        },
+        false},
+    {"deleteElement, and addNode at the end",
+        [](ConfigurationManifestHandler& handler, const QString& path, int) {
+            return handler.deleteElement(path, false) && handler.addNode(path, description, -1, false);
+        },
+        moveBack, true},
+};
+
+} // namespace
+
+Q_DECLARE_METATYPE(Way)
+
+class tst_HandlerCost : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void overwrittenPropertyTakesNoMoreMemory_data();
+    void overwrittenPropertyTakesNoMoreMemory();
+    void lookupReadsEachNameOnce_data();
+    void lookupReadsEachNameOnce();
+    void editsTakeNoMoreOfLongArrays_data();
+    void editsTakeNoMoreOfLongArrays();
+    void sortingIsLinear();
+    void loadingHoldsOneTree_data();
+    void loadingHoldsOneTree();
+};
+
+void tst_HandlerCost::overwrittenPropertyTakesNoMoreMemory_data()
+{
+    QTest::addColumn<int>("depth");
+    QTest::addColumn<int>("siblings");
+    QTest::addColumn<QChar>("letter");
+    QTest::addColumn<Way>("way");
+
+    QTest::newRow("set") << 1 << 1 << QChar(u'x') << Way::Set;
+    QTest::newRow("set, not Latin") << 1 << 1 << QChar(u'漢') << Way::Set;
+    QTest::newRow("set, five levels deep") << 5 << 1 << QChar(u'x') << Way::Set;
+    QTest::newRow("set, five levels deep among siblings") << 5 << 20 << QChar(u'x') << Way::Set;
+    QTest::newRow("set and removed") << 1 << 1 << QChar(u'x') << Way::SetAndRemove;
+    QTest::newRow("set and removed, five levels deep") << 5 << 1 << QChar(u'x') << Way::SetAndRemove;
+    QTest::newRow("edited in place") << 1 << 1 << QChar(u'x') << Way::EditInPlace;
+    QTest::newRow("edited in place, five levels deep") << 5 << 1 << QChar(u'x') << Way::EditInPlace;
+}
+
+void tst_HandlerCost::overwrittenPropertyTakesNoMoreMemory()
+{
+    QFETCH(const int, depth);
+    QFETCH(const int, siblings);
+    QFETCH(const QChar, letter);
+    QFETCH(const Way, way);
+
+    Fixture fixture(tree(depth, siblings));
+    ConfigurationManifestHandler& handler = fixture.handler;
+    const QString path = pathOf(depth, numbered(0));
+    const QString padding(990, letter);
+    const auto overwrite = [&](int times) {
+        bool done = true;
+        for (int i = 0; i < times; ++i) {
+            const QString value = padding + QString::number(i).rightJustified(10, QLatin1Char('0'));
+            if (way == Way::EditInPlace) {
+                done = done
+                    && handler.modifyPropertyFirst(
+                        path,
+                        [&](QJsonObject& object, bool& changed) {
+                            object.insert(key, value);
+                            changed = true;
+                            return true;
+                        },
+                        false);
+            } else {
+                done = done && handler.setProperty(path, key, value, false);
+            }
+            if (way == Way::SetAndRemove) {
+                done = done && handler.removeProperty(path, key, false);
+            }
+        }
+        return done;
+    };
+
+    QVERIFY(overwrite(1000));
+    const qint64 resident = residentBytes();
+    const qint64 live = heap.live;
+    QVERIFY(resident > 0);
+    for (int i = 0; i < 100; ++i) {
+        QVERIFY(overwrite(1000));
+        const qint64 more = heap.live - live;
+        QVERIFY2(more < 10000, QByteArray::number(more).constData());
+    }
+    const qint64 more = residentBytes() - resident;
+    QVERIFY2(more < 2000000, QByteArray::number(more).constData());
+}
+
+void tst_HandlerCost::lookupReadsEachNameOnce_data()
+{
+    QTest::addColumn<int>("siblings");
+    QTest::addColumn<bool>("selections");
+
+    for (const int siblings : {100, 1000, 10000}) {
+        QTest::addRow("%d nodes", siblings) << siblings << false;
+        QTest::addRow("%d selections", siblings) << siblings << true;
+    }
+}
+
+void tst_HandlerCost::lookupReadsEachNameOnce()
+{
+    QFETCH(const int, siblings);
+    QFETCH(const bool, selections);
+    const QJsonArray array = elements(siblings, selections);
+    const QString last = numbered(siblings - 1);
+    const QString missing = numbered(siblings);
+
+    // A name that is read is one piece of memory, given back before the next one is read.
+    Fixture fixture(array);
+    int index = 0;
+    const Cost miss = costOf([&] { fixture.handler.getElementFromInstance(array, missing, index); });
+    QCOMPARE(index, -1);
+    QVERIFY2(miss.calls <= siblings + 10, QByteArray::number(miss.calls).constData());
+    QVERIFY2(miss.peak < 1000, QByteArray::number(miss.peak).constData());
+
+    QJsonObject found;
+    bool done = false;
+    const Cost hit = costOf([&] { done = fixture.handler.getNodeElement(last, found); });
+    QVERIFY(done);
+    QVERIFY2(hit.calls <= siblings + 20, QByteArray::number(hit.calls).constData());
+    QVERIFY2(hit.peak < 2000, QByteArray::number(hit.peak).constData());
+}
+
+void tst_HandlerCost::editsTakeNoMoreOfLongArrays_data()
+{
+    QTest::addColumn<int>("siblings");
+    QTest::addColumn<int>("index");
+
+    for (const int siblings : {100, 1000, 10000}) {
+        QTest::addRow("first of %d", siblings) << siblings << 0;
+        QTest::addRow("last of %d", siblings) << siblings << siblings - 1;
+    }
+}
+
+void tst_HandlerCost::editsTakeNoMoreOfLongArrays()
+{
+    QFETCH(const int, siblings);
+    QFETCH(const int, index);
+    constexpr int depth = 4;
+    const QString path = pathOf(depth, numbered(index));
+
+    Fixture fixture(tree(depth, siblings));
+    const QJsonArray before = QJsonDocument::fromJson(fixture.handler.getManifestContent()).array();
+    for (const Edit& edit : edits) {
+        bool done = false;
+        const Cost cost = costOf([&] { done = edit.run(fixture.handler, path, siblings); });
+        QVERIFY2(done && edit.undo(fixture.handler, path, index), edit.name);
+
+        // What a copied array would hold at once, and what reading names takes one after the other.
+        const qint64 lookups = (edit.looksAtAll ? siblings : 0) + index;
+        const QByteArray figures = QByteArray(edit.name) + ": " + QByteArray::number(cost.peak) + " bytes at once, "
+            + QByteArray::number(cost.calls - lookups) + " calls besides the names";
+        QVERIFY2(cost.peak < 6000 && cost.calls < lookups + 200, figures.constData());
+    }
+    const QString parent = pathOf(depth - 1, numbered(0));
+    int number = 0;
+    QVERIFY(fixture.handler.getNumberOfInstances(parent, number));
+    QCOMPARE(number, siblings);
+}
+
+void tst_HandlerCost::sortingIsLinear()
+{
+    std::clock_t time = 0;
+    const auto sort = [&](int count) {
+        Fixture fixture(elements(count, false));
+        QStringList names;
+        for (int i = count - 1; i >= 0; --i) {
+            names << numbered(i);
+        }
+        bool done = false;
+        const std::clock_t start = std::clock();
+        const Cost cost = costOf([&] { done = fixture.handler.sortElements(QString(), names, false); });
+        time = std::clock() - start;
+        const QJsonArray sorted = fixture.handler.getManifestJsonArray();
+        const bool reversed = sorted.first().toObject() == element(names.first(), false)
+            && sorted.last().toObject() == element(names.last(), false);
+        return done && reversed ? cost : Cost {};
+    };
+
+    std::clock_t shortTime = std::numeric_limits<std::clock_t>::max();
+    std::clock_t longTime = shortTime;
+    for (int i = 0; i < 10; ++i) {
+        const Cost few = sort(2000);
+        shortTime = std::min(shortTime, time);
+        const Cost many = sort(20000);
+        longTime = std::min(longTime, time);
+        QVERIFY(few.taken > 0 && many.taken > 0);
+        QVERIFY2(many.taken < 15 * few.taken && many.calls < 15 * few.calls,
+            qPrintable(QStringLiteral("%1 to %2 bytes").arg(few.taken).arg(many.taken)));
+    }
+    QVERIFY2(longTime < 30 * shortTime, qPrintable(QStringLiteral("%1 to %2 ticks").arg(shortTime).arg(longTime)));
+}
+
+void tst_HandlerCost::loadingHoldsOneTree_data()
+{
+    QTest::addColumn<QString>("nameInFile");
+    QTest::addColumn<QString>("name");
+
+    QTest::newRow("nothing to stamp") << QString() << QString();
+    QTest::newRow("stamped already") << QStringLiteral("drive") << QStringLiteral("drive");
+    QTest::newRow("stamped by another") << QStringLiteral("drive") << QStringLiteral("motor");
+    QTest::newRow("stamped anew") << QString() << QStringLiteral("drive");
+}
+
+void tst_HandlerCost::loadingHoldsOneTree()
+{
+    QFETCH(const QString, nameInFile);
+    QFETCH(const QString, name);
+    QJsonArray selections = elements(10000, true);
+    ConfigurationManifestHandler(QString(), nameInFile, nameInFile).addModuleAndObjectNameToManifest(selections);
+    const QByteArray content = QJsonDocument(selections).toJson(QJsonDocument::Compact);
+    selections = QJsonArray();
+
+    ConfigurationManifestHandler handler(QString(), name, name);
+    const Cost loading = costOf([&] { handler.parseManifestFile(content); });
+    QCOMPARE(handler.getManifestJsonArray().size(), 10000);
+
+    // What the parser alone takes for the tree as it is now.
+    const QByteArray loaded = handler.getManifestContent();
+    QJsonDocument document;
+    const Cost parser = costOf([&] { document = QJsonDocument::fromJson(loaded); });
+    const QByteArray figures = QByteArray::number(loading.peak) + " bytes instead of " + QByteArray::number(parser.peak)
+        + ", kept " + QByteArray::number(loading.kept);
+    QVERIFY2(loading.peak < parser.peak * 13 / 10, figures.constData());
+}
+
+MANIFEST_TEST_MAIN(tst_HandlerCost)
+
+#include "tst_handlercost.moc"

@@ -1,0 +1,142 @@
+#include "ConfigurationManifestCreator.h"
+#include "ConfigurationStructureElement.h"
+#include "Files.h"
+#include "MessageRecorder.h"
+#include "TestMain.h"
+
+#include <QtCore/QTemporaryDir>
+
+using Element = ConfigurationStructureElement;
+using Messages = QVector<Message>;
+
+/// The library in a process that provides texts of its own, also where the manifest's file format fixes them.
+class tst_ImportedTexts : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void aNodeIsMadeOfThem();
+    void aSelectionIsMadeOfThem();
+    void usualTextsMeanNothing();
+    void iconNameIsFoundUnderItsKey();
+    void aScanIsMadeOfThem();
+    void onlyTheProvidedSchemeMeansConfigurations();
+};
+
+void tst_ImportedTexts::aNodeIsMadeOfThem()
+{
+    const MessageRecorder log;
+    const Element element(objectFrom(R"({"k:displayPosition":3,"k:selectionType":1,"k:dataSourceType":1,
+        "k:instanceName":1,"k:tolmVersion":1,"k:configurationVersion":1,"k:iconName":"i","k:substructure":[]})"),
+        QStringLiteral("n"), true);
+    QCOMPARE(element.getElementAsJsonObject(), objectFrom(R"({"k:selectionType":"v:node",
+        "k:dataSourceType":"v:jsonData","k:instanceName":"n","k:iconName":"i","k:substructure":[]})"));
+    QCOMPARE(element.getDisplayPosition(), 3);
+}
+
+void tst_ImportedTexts::aSelectionIsMadeOfThem()
+{
+    const MessageRecorder log;
+    const Element element(objectFrom(R"({"k:displayPosition":3,
+        "k:labelTextId":"1","k:dataModel":"2","k:lastModified":"3","k:selectionType":"4","k:closeMode":"5",
+        "k:uiJob":"6","k:hide":true,"k:selectorTypeList":[8],"k:selectorTypeListEndpoint":[9],"k:connectorId":10,
+        "k:iconName":"11","k:templateType":"12","k:labelTextUrl":"13","k:dependencyFile":"14",
+        "k:dependencyFileExtern":"15","k:moduleName":"16","k:objectName":"17","k:instanceName":"18",
+        "k:bufferType":"19","k:dataSourceType":"","k:substructure":[],"k:tolmVersion":"",
+        "k:configurationVersion":""})"),
+        QStringLiteral("n"), false);
+    QCOMPARE(element.getElementAsJsonObject(), objectFrom(R"({
+        "k:labelTextId":"1","k:dataModel":"2","k:lastModified":"3","k:selectionType":"v:selection",
+        "k:closeMode":"v:manual","k:uiJob":"v:openConfiguration","k:hide":true,"k:selectorTypeList":[8],
+        "k:selectorTypeListEndpoint":[9],"k:connectorId":10,"k:iconName":"11","k:templateType":"12",
+        "k:labelTextUrl":"13","k:dependencyFile":"14","k:dependencyFileExtern":"15","k:moduleName":"16",
+        "k:objectName":"17","k:instanceName":"18","k:bufferType":"19"})"));
+    QCOMPARE(element.getDisplayPosition(), 3);
+}
+
+void tst_ImportedTexts::usualTextsMeanNothing()
+{
+    const QJsonObject description = objectFrom(R"({"displayPosition":3,"labelTextId":"1","dataModel":"2",
+        "lastModified":"3","selectionType":"4","closeMode":"5","uiJob":"6","hide":true,"selectorTypeList":[8],
+        "selectorTypeListEndpoint":[9],"connectorId":10,"iconName":"11","templateType":"12","labelTextUrl":"13",
+        "dependencyFile":"14","dependencyFileExtern":"15","moduleName":"16","objectName":"17","instanceName":"18",
+        "bufferType":"19","dataSourceType":"","substructure":[],"tolmVersion":"","configurationVersion":""})");
+    // The text of this message is fixed, whatever the key's is.
+    const Message positionMissing = warning(QStringLiteral("Cannot find key displayPosition in Json object!"),
+        "void ConfigurationStructureElement::extractDisplayPosition(const QJsonObject&, int&)");
+    const Message hideMissing = warning(QStringLiteral("Cannot find key \"k:hide\" in Json object!"),
+        "bool ConfigurationStructureElement::extractSelectionBool(const QJsonObject&, const QString&) const");
+
+    MessageRecorder log;
+    const Element selection(description, QStringLiteral("n"), false);
+    QCOMPARE(log.take(), Messages({positionMissing, hideMissing}));
+    QCOMPARE(selection.getElementAsJsonObject(), objectFrom(R"({"k:labelTextId":"","k:dataModel":"",
+        "k:lastModified":"","k:selectionType":"v:selection","k:closeMode":"v:manual","k:uiJob":"v:openConfiguration",
+        "k:hide":false,"k:iconName":"","k:instanceName":"n"})"));
+
+    const Element node(description, QStringLiteral("n"), true);
+    QCOMPARE(log.take(), Messages({positionMissing}));
+    QJsonObject expected = description;
+    expected.insert(QStringLiteral("k:selectionType"), QStringLiteral("v:node"));
+    expected.insert(QStringLiteral("k:dataSourceType"), QStringLiteral("v:jsonData"));
+    expected.insert(QStringLiteral("k:instanceName"), QStringLiteral("n"));
+    QCOMPARE(node.getElementAsJsonObject(), expected);
+}
+
+void tst_ImportedTexts::iconNameIsFoundUnderItsKey()
+{
+    MessageRecorder log;
+    Element element;
+    element.setIconName(QStringLiteral("i"));
+    QCOMPARE(element.getElementAsJsonObject(), objectFrom(R"({"k:iconName":"i"})"));
+    QCOMPARE(element.getIconName(), QStringLiteral("i"));
+    QCOMPARE(log.take(), Messages());
+
+    const Element node(objectFrom(R"({"k:displayPosition":3,"k:iconName":7})"), QString(), true);
+    QCOMPARE(node.getIconName(), QString());
+    QCOMPARE(log.take(),
+        Messages({warning(QStringLiteral("Property iconName is not of type string!"),
+            "QString ConfigurationStructureElement::getIconName() const")}));
+}
+
+void tst_ImportedTexts::aScanIsMadeOfThem()
+{
+    const QTemporaryDir base;
+    writeFile(base.filePath(QStringLiteral("v-folder/b.config.json")), R"({"k:displayPosition":2,"k:hide":false})");
+    writeFile(base.filePath(QStringLiteral("v-folder/c.config.json")), R"({"k:displayPosition":1,"k:hide":false})");
+    writeFile(base.filePath(QStringLiteral("v-folder/Net/Folder.menu.json")),
+        R"({"k:displayPosition":0,"k:substructure":"replaced"})");
+    writeFile(base.filePath(QStringLiteral("v-folder/Net/a.config.json")), R"({"k:displayPosition":0,"k:hide":true})");
+
+    const MessageRecorder log;
+    QVERIFY(ConfigurationManifestCreator().create(base.path()));
+    QCOMPARE(readFile(base.filePath(QStringLiteral("v-folder/v-scheme.manifest.json"))), compact(arrayFrom(R"([
+        {"k:labelTextId":"","k:dataModel":"","k:lastModified":"","k:selectionType":"v:selection",
+            "k:closeMode":"v:manual","k:uiJob":"v:openConfiguration","k:hide":false,"k:iconName":"",
+            "k:instanceName":"c"},
+        {"k:labelTextId":"","k:dataModel":"","k:lastModified":"","k:selectionType":"v:selection",
+            "k:closeMode":"v:manual","k:uiJob":"v:openConfiguration","k:hide":false,"k:iconName":"",
+            "k:instanceName":"b"},
+        {"k:selectionType":"v:node","k:dataSourceType":"v:jsonData","k:instanceName":"Net","k:substructure":[
+            {"k:labelTextId":"","k:dataModel":"","k:lastModified":"","k:selectionType":"v:selection",
+                "k:closeMode":"v:manual","k:uiJob":"v:openConfiguration","k:hide":true,"k:iconName":"",
+                "k:instanceName":"Net/a"}]}])")));
+}
+
+void tst_ImportedTexts::onlyTheProvidedSchemeMeansConfigurations()
+{
+    const QTemporaryDir folder;
+    writeFile(folder.filePath(QStringLiteral("a.config.json")), R"({"k:displayPosition":0,"k:hide":false})");
+    const MessageRecorder log;
+    QVERIFY(ConfigurationManifestCreator().create2(folder.path(), QStringLiteral("v-scheme")));
+    QCOMPARE(readFile(folder.filePath(QStringLiteral("v-scheme.manifest.json"))),
+        compact(arrayFrom(R"([{"k:labelTextId":"","k:dataModel":"","k:lastModified":"","k:selectionType":"v:selection",
+            "k:closeMode":"v:manual","k:uiJob":"v:openConfiguration","k:hide":false,"k:iconName":"",
+            "k:instanceName":"a"}])")));
+
+    QVERIFY(ConfigurationManifestCreator().create2(folder.path(), QStringLiteral("configuration")));
+    QCOMPARE(readFile(folder.filePath(QStringLiteral("configuration.manifest.json"))), QByteArray("[]"));
+}
+
+MANIFEST_TEST_MAIN(tst_ImportedTexts)
+
+#include "tst_importedtexts.moc"

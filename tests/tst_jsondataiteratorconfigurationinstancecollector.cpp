@@ -1,0 +1,334 @@
+#include "ConfigurationManifestCreator.h"
+#include "Files.h"
+#include "JsonDataIteratorConfigurationInstanceCollector.h"
+#include "MessageRecorder.h"
+#include "SystemInformationManagerRegistryDefinitions.h"
+#include "TestMain.h"
+#include "substitute/JsonWalk.h"
+
+#include <QtCore/QTemporaryDir>
+
+#include <array>
+#include <memory>
+#include <thread>
+#include <type_traits>
+
+using Collector = JsonDataIteratorConfigurationInstanceCollector;
+using Registry = SystemInformationManagerRegistryDefinitions;
+
+static_assert(std::is_base_of_v<JsonDataIteratorObjectBase, Collector>);
+static_assert(!std::is_base_of_v<QObject, Collector>);
+static_assert(sizeof(Collector) == sizeof(JsonDataIteratorObjectBase));
+
+namespace {
+
+Message warningOfCompute(const QString& text)
+{
+    return warning(
+        text, "virtual void JsonDataIteratorConfigurationInstanceCollector::compute(QJsonObject&, QJsonValue&)");
+}
+
+QJsonObject selectionNamed(const QString& instanceName)
+{
+    return {{Registry::getKeySelectionType(), Registry::SelectionTypeValues::getSelection()},
+        {Registry::getKeyInstanceName(), instanceName}};
+}
+
+QJsonValue names(const QStringList& names)
+{
+    return QJsonArray::fromStringList(names);
+}
+
+} // namespace
+
+class tst_JsonDataIteratorConfigurationInstanceCollector : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void selectionsAreGathered_data();
+    void selectionsAreGathered();
+    void everythingElseIsSkippedSilently_data();
+    void everythingElseIsSkippedSilently();
+    void unreadableElementsAreReportedAndSkipped_data();
+    void unreadableElementsAreReportedAndSkipped();
+    void accumulatorThatIsNoArrayGathersNothing_data();
+    void accumulatorThatIsNoArrayGathersNothing();
+    void accumulatorThatIsAnArrayKeepsItsItems();
+    void duplicatesAreKeptInOrder();
+    void failuresDoNotStopTheCollection();
+    void copyOfTheAccumulatorStaysAsItWas();
+    void oneCollectorServesSeveralWalks();
+    void oneCollectorServesSeveralThreads();
+    void worksThroughItsBase();
+    void collectsEverySelectionOfACreatedManifest();
+};
+
+void tst_JsonDataIteratorConfigurationInstanceCollector::selectionsAreGathered_data()
+{
+    QTest::addColumn<QJsonObject>("object");
+    QTest::addColumn<QString>("name");
+    QTest::newRow("plain name") << objectFrom(R"({"selectionType":"Selection","instanceName":"main"})")
+                                << QStringLiteral("main");
+    QTest::newRow("whole path text") << objectFrom(R"({"selectionType":"Selection","instanceName":"folder/file"})")
+                                     << QStringLiteral("folder/file");
+    QTest::newRow("slashes at both ends")
+        << objectFrom(R"({"selectionType":"Selection","instanceName":"/a//b/"})") << QStringLiteral("/a//b/");
+    QTest::newRow("empty name") << objectFrom(R"({"selectionType":"Selection","instanceName":""})")
+                                << QStringLiteral("");
+    QTest::newRow("spaces kept") << objectFrom(R"({"selectionType":"Selection","instanceName":" a "})")
+                                 << QStringLiteral(" a ");
+    QTest::newRow("beyond ASCII") << objectFrom(R"({"selectionType":"Selection","instanceName":"Größe \"1\""})")
+                                  << QStringLiteral("Gr\u00f6\u00dfe \"1\"");
+    QTest::newRow("other members") << objectFrom(
+        R"({"":0,"instanceName":"main","selectionType":"Selection","substructure":[{"instanceName":"child"}]})")
+                                   << QStringLiteral("main");
+}
+
+void tst_JsonDataIteratorConfigurationInstanceCollector::selectionsAreGathered()
+{
+    QFETCH(const QJsonObject, object);
+    QFETCH(const QString, name);
+    MessageRecorder log;
+    QJsonObject visited = object;
+    QJsonValue result;
+    Collector().compute(visited, result);
+    QCOMPARE(result, names({name}));
+    QCOMPARE(visited, object);
+}
+
+void tst_JsonDataIteratorConfigurationInstanceCollector::everythingElseIsSkippedSilently_data()
+{
+    QTest::addColumn<QJsonObject>("object");
+    QTest::newRow("empty object") << QJsonObject();
+    QTest::newRow("no selection type") << objectFrom(R"({"instanceName":"main"})");
+    QTest::newRow("selection type under a key in another case")
+        << objectFrom(R"({"SelectionType":"Selection","instanceName":"main"})");
+    QTest::newRow("node") << objectFrom(R"({"selectionType":"Node","instanceName":"Net","substructure":[]})");
+    QTest::newRow("node without a name") << objectFrom(R"({"selectionType":"Node"})");
+    QTest::newRow("node with an unreadable name") << objectFrom(R"({"selectionType":"Node","instanceName":1})");
+    QTest::newRow("selection in another case") << objectFrom(R"({"selectionType":"selection","instanceName":"main"})");
+    QTest::newRow("longer type") << objectFrom(R"({"selectionType":"Selections","instanceName":"main"})");
+    QTest::newRow("shorter type") << objectFrom(R"({"selectionType":"Selectio","instanceName":"main"})");
+    QTest::newRow("empty type") << objectFrom(R"({"selectionType":"","instanceName":"main"})");
+}
+
+void tst_JsonDataIteratorConfigurationInstanceCollector::everythingElseIsSkippedSilently()
+{
+    QFETCH(const QJsonObject, object);
+    MessageRecorder log;
+    QJsonObject visited = object;
+    QJsonValue result;
+    Collector().compute(visited, result);
+    QCOMPARE(result, names({}));
+    QCOMPARE(visited, object);
+}
+
+void tst_JsonDataIteratorConfigurationInstanceCollector::unreadableElementsAreReportedAndSkipped_data()
+{
+    QTest::addColumn<QJsonObject>("object");
+    QTest::addColumn<QString>("message");
+    const auto row = [](const char* title, const char* json, const QString& text) {
+        QTest::newRow(title) << objectFrom(
+            json) << QString(text % QLatin1String(" QJsonObject(") % QString::fromUtf8(json) % QLatin1String(") !"));
+    };
+    const QString typeMessage = QStringLiteral("Error on reading selection type from json object:");
+    row("type is a number", R"({"instanceName":"main","selectionType":1})", typeMessage);
+    row("type is null", R"({"instanceName":"main","selectionType":null})", typeMessage);
+    row("type is a bool", R"({"instanceName":"main","selectionType":true})", typeMessage);
+    row("type is an array", R"({"instanceName":"main","selectionType":["Selection"]})", typeMessage);
+    row("type is an object", R"({"instanceName":"main","selectionType":{"a":"Selection"}})", typeMessage);
+    row("neither type nor name", R"({"selectionType":0})", typeMessage);
+
+    const QString missingName = QStringLiteral("Selection does not contain an instanceName:");
+    row("no name", R"({"selectionType":"Selection"})", missingName);
+    row("name under a key in another case", R"({"InstanceName":"main","selectionType":"Selection"})", missingName);
+
+    const QString nameMessage = QStringLiteral("Error on reading instance name from selection:");
+    row("name is a number", R"({"instanceName":1.5,"selectionType":"Selection"})", nameMessage);
+    row("name is null", R"({"instanceName":null,"selectionType":"Selection"})", nameMessage);
+    row("name is a bool", R"({"instanceName":false,"selectionType":"Selection"})", nameMessage);
+    row("name is an array", R"({"instanceName":["main"],"selectionType":"Selection"})", nameMessage);
+    row("name is an object", R"({"instanceName":{},"selectionType":"Selection"})", nameMessage);
+}
+
+void tst_JsonDataIteratorConfigurationInstanceCollector::unreadableElementsAreReportedAndSkipped()
+{
+    QFETCH(const QJsonObject, object);
+    QFETCH(const QString, message);
+    MessageRecorder log;
+    QJsonObject visited = object;
+    QJsonValue result;
+    Collector().compute(visited, result);
+    QCOMPARE(log.take(), QVector<Message>({warningOfCompute(message)}));
+    QCOMPARE(result, names({}));
+    QCOMPARE(visited, object);
+}
+
+void tst_JsonDataIteratorConfigurationInstanceCollector::accumulatorThatIsNoArrayGathersNothing_data()
+{
+    QTest::addColumn<QJsonValue>("accumulator");
+    QTest::newRow("undefined") << QJsonValue(QJsonValue::Undefined);
+    QTest::newRow("string") << QJsonValue(QStringLiteral("text"));
+    QTest::newRow("empty string") << QJsonValue(QString());
+    QTest::newRow("number") << QJsonValue(1.5);
+    QTest::newRow("zero") << QJsonValue(0);
+    QTest::newRow("true") << QJsonValue(true);
+    QTest::newRow("false") << QJsonValue(false);
+    QTest::newRow("object") << QJsonValue(objectFrom(R"({"a":[]})"));
+    QTest::newRow("empty object") << QJsonValue(QJsonObject());
+}
+
+void tst_JsonDataIteratorConfigurationInstanceCollector::accumulatorThatIsNoArrayGathersNothing()
+{
+    QFETCH(const QJsonValue, accumulator);
+    MessageRecorder log;
+    QJsonValue result = accumulator;
+    QJsonObject selection = selectionNamed(QStringLiteral("main"));
+    Collector().compute(selection, result);
+    QCOMPARE(result, accumulator);
+
+    QJsonObject unreadable = objectFrom(R"({"selectionType":"Selection"})");
+    Collector().compute(unreadable, result);
+    QCOMPARE(log.take(),
+        QVector<Message>({warningOfCompute(QStringLiteral(
+            R"(Selection does not contain an instanceName: QJsonObject({"selectionType":"Selection"}) !)"))}));
+    QCOMPARE(result, accumulator);
+}
+
+void tst_JsonDataIteratorConfigurationInstanceCollector::accumulatorThatIsAnArrayKeepsItsItems()
+{
+    MessageRecorder log;
+    QJsonValue result = arrayFrom(R"([null,1,["x"]])");
+    QJsonObject selection = selectionNamed(QStringLiteral("main"));
+    Collector().compute(selection, result);
+    QCOMPARE(result, QJsonValue(arrayFrom(R"([null,1,["x"],"main"])")));
+}
+
+void tst_JsonDataIteratorConfigurationInstanceCollector::duplicatesAreKeptInOrder()
+{
+    MessageRecorder log;
+    const QStringList visited = {QStringLiteral("b"), QStringLiteral("a"), QStringLiteral("b"), QStringLiteral("b")};
+    QJsonValue result;
+    for (const QString& name : visited) {
+        QJsonObject selection = selectionNamed(name);
+        Collector().compute(selection, result);
+    }
+    QCOMPARE(result, names(visited));
+}
+
+void tst_JsonDataIteratorConfigurationInstanceCollector::failuresDoNotStopTheCollection()
+{
+    MessageRecorder log;
+    QJsonValue manifest = arrayFrom(R"([
+        {"selectionType":"Selection","instanceName":"a"},
+        {"selectionType":2},
+        {"selectionType":"Selection"},
+        {"selectionType":"Selection","instanceName":3},
+        {"selectionType":"Selection","instanceName":"b"}])");
+    Collector collector;
+    QJsonValue result;
+    walkJson(manifest, collector, result);
+    QCOMPARE(log.take(),
+        QVector<Message>({
+            warningOfCompute(QStringLiteral(
+                R"(Error on reading selection type from json object: QJsonObject({"selectionType":2}) !)")),
+            warningOfCompute(QStringLiteral(
+                R"(Selection does not contain an instanceName: QJsonObject({"selectionType":"Selection"}) !)")),
+            warningOfCompute(QStringLiteral("Error on reading instance name from selection: "
+                                            R"(QJsonObject({"instanceName":3,"selectionType":"Selection"}) !)")),
+        }));
+    QCOMPARE(result, names({QStringLiteral("a"), QStringLiteral("b")}));
+}
+
+void tst_JsonDataIteratorConfigurationInstanceCollector::copyOfTheAccumulatorStaysAsItWas()
+{
+    MessageRecorder log;
+    QJsonValue result;
+    QJsonObject first = selectionNamed(QStringLiteral("first"));
+    Collector().compute(first, result);
+    const QJsonValue copy = result;
+    QJsonObject second = selectionNamed(QStringLiteral("second"));
+    Collector().compute(second, result);
+    QCOMPARE(copy, names({QStringLiteral("first")}));
+    QCOMPARE(result, names({QStringLiteral("first"), QStringLiteral("second")}));
+}
+
+void tst_JsonDataIteratorConfigurationInstanceCollector::oneCollectorServesSeveralWalks()
+{
+    MessageRecorder log;
+    Collector collector;
+    QJsonValue even;
+    QJsonValue odd;
+    for (int i = 0; i < 4; ++i) {
+        QJsonObject selection = selectionNamed(QString::number(i));
+        collector.compute(selection, i % 2 == 0 ? even : odd);
+    }
+    QCOMPARE(even, names({QStringLiteral("0"), QStringLiteral("2")}));
+    QCOMPARE(odd, names({QStringLiteral("1"), QStringLiteral("3")}));
+}
+
+void tst_JsonDataIteratorConfigurationInstanceCollector::oneCollectorServesSeveralThreads()
+{
+    MessageRecorder log;
+    QStringList expected;
+    QJsonArray manifest;
+    for (int i = 0; i < 2000; ++i) {
+        expected.append(QString::number(i));
+        manifest.append(selectionNamed(expected.constLast()));
+    }
+    Collector collector;
+    std::array<QJsonValue, 4> results;
+    std::array<std::thread, 4> threads;
+    for (std::size_t i = 0; i < threads.size(); ++i) {
+        threads[i] = std::thread([&collector, &result = results[i], document = QJsonValue(manifest)]() mutable {
+            walkJson(document, collector, result);
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    for (const QJsonValue& result : results) {
+        QCOMPARE(result, names(expected));
+    }
+}
+
+void tst_JsonDataIteratorConfigurationInstanceCollector::worksThroughItsBase()
+{
+    MessageRecorder log;
+    const std::unique_ptr<JsonDataIteratorObjectBase> iterator = std::make_unique<Collector>();
+    QVERIFY(dynamic_cast<Collector*>(iterator.get()) != nullptr);
+    QJsonObject selection = selectionNamed(QStringLiteral("main"));
+    QJsonValue result;
+    iterator->compute(selection, result);
+    QCOMPARE(result, names({QStringLiteral("main")}));
+}
+
+void tst_JsonDataIteratorConfigurationInstanceCollector::collectsEverySelectionOfACreatedManifest()
+{
+    MessageRecorder log;
+    const QTemporaryDir folder;
+    const QString root = folder.path();
+    writeFile(root % QLatin1String("/main.config.json"), R"({"hide":false,"displayPosition":2})");
+    writeFile(root % QLatin1String("/a.config.json"), R"({"hide":false,"displayPosition":1})");
+    writeFile(root % QLatin1String("/Net/Folder.menu.json"), R"({"displayPosition":1})");
+    writeFile(root % QLatin1String("/Net/port.config.json"),
+        R"({"hide":true,"displayPosition":1,"selectorTypeList":[{"instanceName":"no element"}]})");
+    writeFile(
+        root % QLatin1String("/Net/named.config.json"), R"({"hide":true,"displayPosition":2,"instanceName":"main"})");
+    writeFile(root % QLatin1String("/Net/Deep/Folder.menu.json"), R"({"displayPosition":1})");
+    writeFile(root % QLatin1String("/Net/Deep/x.config.json"), R"({"hide":false,"displayPosition":1})");
+    writeFile(root % QLatin1String("/Net/Deep/x.process.json"), R"({})");
+    QVERIFY(ConfigurationManifestCreator().create2(root, QStringLiteral("configuration")));
+
+    const QByteArray written = readFile(root % QLatin1String("/configuration.manifest.json"));
+    QJsonValue manifest = arrayFrom(written.constData());
+    Collector collector;
+    QJsonValue result;
+    walkJson(manifest, collector, result);
+    QCOMPARE(result, QJsonValue(arrayFrom(R"(["a","main","Net/port","main","Net/Deep/x"])")));
+    QCOMPARE(compact(manifest.toArray()), written);
+}
+
+MANIFEST_TEST_MAIN(tst_JsonDataIteratorConfigurationInstanceCollector)
+
+#include "tst_jsondataiteratorconfigurationinstancecollector.moc"

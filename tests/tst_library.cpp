@@ -1,0 +1,133 @@
+#include "TestMain.h"
+
+#include <QtCore/QProcess>
+#include <QtCore/QRegularExpression>
+
+namespace {
+
+QStringList linesOf(const QString& tool, const QStringList& arguments)
+{
+    QProcess process;
+    process.start(tool, arguments + QStringList(QStringLiteral(LIBRARY)));
+    if (!process.waitForFinished() || process.exitCode() != 0) {
+        qFatal("%s does not run", qPrintable(tool));
+    }
+    return QString::fromUtf8(process.readAllStandardOutput()).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+}
+
+// Demangled, without address and symbol version.
+QStringList symbols(const QString& kind)
+{
+    static const QRegularExpression line(QStringLiteral("^\\s*[0-9a-f]* *\\w (.*?)(@.*)?$"));
+    QStringList names;
+    const QStringList lines =
+        linesOf(QStringLiteral("nm"), {QStringLiteral("--dynamic"), QStringLiteral("--demangle"), kind});
+    for (const QString& text : lines) {
+        names.append(line.match(text).captured(1));
+    }
+    return names;
+}
+
+} // namespace
+
+// The shared library as it is built: what it brings and what it asks for.
+class tst_Library : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void leavesItsImportsUndefined_data();
+    void leavesItsImportsUndefined();
+    void isLinkedAgainstQtCoreOnly();
+    void exportsNothingButItsClasses();
+};
+
+void tst_Library::leavesItsImportsUndefined_data()
+{
+    QTest::addColumn<QString>("symbol");
+    for (const char* symbol : {
+             "SystemInformationManagerRegistryDefinitions::SelectionTypeValues::getSelection()",
+             "SystemInformationManagerRegistryDefinitions::SelectionTypeValues::getNode()",
+             "SystemInformationManagerRegistryDefinitions::CloseModeValues::getManual()",
+             "SystemInformationManagerRegistryDefinitions::DataSourceTypeValues::getJsonData()",
+             "SystemInformationManagerRegistryDefinitions::UiJobValues::getUiJobOpenConfiguration()",
+             "SystemInformationManagerRegistryDefinitions::getKeySelectionType()",
+             "SystemInformationManagerRegistryDefinitions::getKeyInstanceName()",
+             "SystemInformationManagerRegistryDefinitions::getKeySubstructure()",
+             "SystemInformationManagerRegistryDefinitions::getKeyDisplayPosition()",
+             "SystemInformationManagerRegistryDefinitions::getKeyIconName()",
+             "SystemInformationManagerRegistryDefinitions::getKeyDataSourceType()",
+             "SystemInformationManagerRegistryDefinitions::getKeyCloseMode()",
+             "SystemInformationManagerRegistryDefinitions::getKeyUiJob()",
+             "SystemInformationManagerRegistryDefinitions::getKeyHide()",
+             "SystemInformationManagerRegistryDefinitions::getKeyLabelTextId()",
+             "SystemInformationManagerRegistryDefinitions::getKeyDataModel()",
+             "SystemInformationManagerRegistryDefinitions::getKeyLastModified()",
+             "SystemInformationManagerRegistryDefinitions::getKeyModuleName()",
+             "SystemInformationManagerRegistryDefinitions::getKeyObjectName()",
+             "ConfigurationAndProcessDataDefinitions::getKeyDataPropertyBufferType()",
+             "ConfigurationAndProcessDataDefinitions::getKeyDataPropertyConnectorId()",
+             "ConfigurationAndProcessDataDefinitions::getKeyDataPropertyDependencyFile()",
+             "ConfigurationAndProcessDataDefinitions::getKeyDataPropertyDependencyFileExtern()",
+             "ConfigurationAndProcessDataDefinitions::getKeyDataPropertyLabelTextUrl()",
+             "ConfigurationAndProcessDataDefinitions::getKeyDataPropertySelectorTypeList()",
+             "ConfigurationAndProcessDataDefinitions::getKeyDataPropertySelectorTypeListEndpoint()",
+             "ConfigurationAndProcessDataDefinitions::getKeyDataPropertyTemplateType()",
+             "ConfigurationAndProcessDataDefinitions::getKeyDataPropertyConfigurationVersion()",
+             "ConfigurationAndProcessDataDefinitions::getKeyDataPropertyTolmVersion()",
+             "ConfigurationAndProcessDataDefinitions::getSelectorUrlSchemeConfiguration()",
+             "PropertyManagerConst::getConfigurationFolderName()",
+             "readJsonArrayFromJson(QString const&, QJsonObject const&, QJsonArray&)",
+             "readStringValueFromJson(QString const&, QJsonObject const&, QString&)",
+             "JsonDataIteratorObjectBase::JsonDataIteratorObjectBase()",
+             "JsonDataIteratorObjectBase::~JsonDataIteratorObjectBase()",
+             "typeinfo for JsonDataIteratorObjectBase",
+         }) {
+        QTest::newRow(symbol) << QString::fromLatin1(symbol);
+    }
+}
+
+void tst_Library::leavesItsImportsUndefined()
+{
+    QFETCH(const QString, symbol);
+    static const QStringList undefined = symbols(QStringLiteral("--undefined-only"));
+    static const QStringList defined = symbols(QStringLiteral("--defined-only"));
+    QVERIFY(undefined.contains(symbol));
+    QVERIFY(!defined.contains(symbol));
+}
+
+void tst_Library::isLinkedAgainstQtCoreOnly()
+{
+    QStringList libraries;
+    const QStringList lines =
+        linesOf(QStringLiteral("readelf"), {QStringLiteral("--dynamic"), QStringLiteral("--wide")});
+    for (const QString& line : lines) {
+        static const QRegularExpression needed(QStringLiteral("\\(NEEDED\\).*\\[(.*)\\]"));
+        const QRegularExpressionMatch match = needed.match(line);
+        if (match.hasMatch()) {
+            libraries.append(match.captured(1));
+        }
+    }
+    // Beside the runtimes of C and C++.
+    static const QRegularExpression runtime(QStringLiteral("^(libc|libm|libgcc_s|libstdc\\+\\+|ld-linux.*)\\.so\\."));
+    QCOMPARE(QStringList(libraries.filter(QStringLiteral("Qt"))), QStringList(QStringLiteral("libQt5Core.so.5")));
+    for (const QString& library : qAsConst(libraries)) {
+        QVERIFY2(library.contains(QStringLiteral("Qt")) || runtime.match(library).hasMatch(), qPrintable(library));
+    }
+}
+
+void tst_Library::exportsNothingButItsClasses()
+{
+    static const QRegularExpression ofOneClass(
+        QStringLiteral("^((vtable|typeinfo|typeinfo name) for )?"
+                       "(ConfigurationManifest(Creator|Handler)|ConfigurationStructureElement(List)?"
+                       "|JsonDataIteratorConfigurationInstance(Collector|ListUpdater))(::|$)"));
+    const QStringList exported = symbols(QStringLiteral("--defined-only"));
+    QVERIFY(exported.contains(QStringLiteral("ConfigurationManifestCreator::create(QString const&)")));
+    for (const QString& symbol : exported) {
+        QVERIFY2(ofOneClass.match(symbol).hasMatch(), qPrintable(symbol));
+    }
+}
+
+MANIFEST_TEST_MAIN(tst_Library)
+
+#include "tst_library.moc"

@@ -1,0 +1,106 @@
+#include "ConfigurationManifestCreator.h"
+#include "ConfigurationManifestHandler.h"
+#include "Files.h"
+#include "MessageRecorder.h"
+#include "TestMain.h"
+
+#include <QtCore/QDirIterator>
+#include <QtCore/QJsonDocument>
+#include <QtCore/QTemporaryDir>
+
+namespace {
+
+QByteArray expectedManifest(const QString& scheme)
+{
+    return readFile(QStringLiteral(TEST_DATA "/example.%1.manifest.json").arg(scheme));
+}
+
+void copyTree(const QString& from, const QString& to)
+{
+    QDirIterator files(from, QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
+    while (files.hasNext()) {
+        const QString file = files.next();
+        writeFile(to + file.mid(from.size()), readFile(file));
+    }
+}
+
+} // namespace
+
+// The classes together, on real folders.
+class tst_WholeSystem : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void typicalRun();
+    void exampleTreeGivesTheKnownManifests_data();
+    void exampleTreeGivesTheKnownManifests();
+    void manifestOfTheExampleSurvivesLoadingAndSaving();
+};
+
+void tst_WholeSystem::typicalRun()
+{
+    const QTemporaryDir base;
+    const QString folder = base.filePath(QStringLiteral("configuration"));
+    const QString path = folder + QStringLiteral("/configuration.manifest.json");
+    writeFile(folder + QStringLiteral("/a.config.json"), "{\"displayPosition\":1,\"hide\":false}");
+    writeFile(folder + QStringLiteral("/main.config.json"), "{\"displayPosition\":2,\"hide\":true}");
+    writeFile(folder + QStringLiteral("/Net/Folder.menu.json"), "{\"displayPosition\":1}");
+    writeFile(folder + QStringLiteral("/Net/port.config.json"), "{\"displayPosition\":1,\"hide\":false}");
+    writeFile(folder + QStringLiteral("/readme.txt"), "text");
+
+    MessageRecorder log;
+    QVERIFY(ConfigurationManifestCreator().create(base.path()));
+    ConfigurationManifestHandler handler(path, QStringLiteral("Drives"), QStringLiteral("drive1"));
+    handler.parseManifestFile();
+    QVERIFY(handler.setProperty(QStringLiteral("Net/port"), QStringLiteral("iconName"), QStringLiteral("plug"), true));
+
+    const auto selection = [](const char* name, const char* hide, const char* icon) -> QByteArray {
+        return QByteArrayLiteral("{\"closeMode\":\"Manual\",\"dataModel\":\"\",\"hide\":") + hide + ",\"iconName\":\""
+            + icon + "\",\"instanceName\":\"" + name
+            + "\",\"labelTextId\":\"\",\"lastModified\":\"\",\"moduleName\":\"Drives\",\"objectName\":\"drive1\","
+              "\"selectionType\":\"Selection\",\"uiJob\":\"OpenConfiguration\"}";
+    };
+    const QByteArray expected = '[' + selection("a", "false", "") + ',' + selection("main", "true", "")
+        + ",{\"dataSourceType\":\"JsonData\",\"instanceName\":\"Net\",\"selectionType\":\"Node\","
+          "\"substructure\":["
+        + selection("Net/port", "false", "plug") + "]}]";
+    QCOMPARE(readFile(path), expected);
+}
+
+void tst_WholeSystem::exampleTreeGivesTheKnownManifests_data()
+{
+    QTest::addColumn<QString>("scheme");
+    QTest::newRow("configuration") << QStringLiteral("configuration");
+    QTest::newRow("process") << QStringLiteral("process");
+}
+
+void tst_WholeSystem::exampleTreeGivesTheKnownManifests()
+{
+    QFETCH(const QString, scheme);
+    const QTemporaryDir base;
+    copyTree(QStringLiteral(EXAMPLE_TREE), base.path());
+    const QString folder = base.filePath(QStringLiteral("configuration"));
+    MessageRecorder log;
+    QVERIFY(ConfigurationManifestCreator().create2(folder, scheme));
+    QVERIFY(!log.take().isEmpty());
+    const QByteArray manifest = readFile(folder + QLatin1Char('/') + scheme + QStringLiteral(".manifest.json"));
+    QCOMPARE(manifest, expectedManifest(scheme));
+    // Nothing that Qt has read or written differently is hidden by the comparison.
+    QCOMPARE(QJsonDocument::fromJson(manifest).toJson(QJsonDocument::Compact), manifest);
+}
+
+void tst_WholeSystem::manifestOfTheExampleSurvivesLoadingAndSaving()
+{
+    const QTemporaryDir folder;
+    const QString path = folder.filePath(QStringLiteral("configuration.manifest.json"));
+    writeFile(path, expectedManifest(QStringLiteral("configuration")));
+    MessageRecorder log;
+    ConfigurationManifestHandler handler(path, QString(), QString());
+    handler.parseManifestFile();
+    handler.writeToManifestFile();
+    QCOMPARE(readFile(path), expectedManifest(QStringLiteral("configuration")));
+}
+
+MANIFEST_TEST_MAIN(tst_WholeSystem)
+
+#include "tst_wholesystem.moc"
