@@ -51,6 +51,8 @@ void addRewrites()
         u"rewrite manifest.json top key %1 --json --add"_qs.arg(QString::fromUtf8(compact(others))),
         {with(top, u"key"_qs, others), a({first, second}), spare}, one);
     addProgramEdit("remove", u"rewrite manifest.json a substructure --remove"_qs, {top, node(u"a"_qs), spare}, one);
+    addProgramEdit("remove, values would be JSON texts", u"rewrite manifest.json a substructure --remove --json"_qs,
+        {top, node(u"a"_qs), spare}, one);
     addProgramEdit("remove, below a node", u"rewrite --remove manifest.json a/first selectionType"_qs,
         {top, a({QJsonObject {{u"instanceName"_qs, u"a/first"_qs}}, second}), spare}, one);
 }

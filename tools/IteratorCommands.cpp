@@ -80,7 +80,7 @@ ExitStatus rewrite(const QCommandLineParser& arguments)
 
     OpenManifest manifest(arguments);
     QVariant value;
-    if (!readValue(arguments, given.value(3), value) || !manifest.load()) {
+    if ((!toRemove && !readValue(arguments, given.at(3), value)) || !manifest.load()) {
         return Failed;
     }
     // The walk goes on into what was written, and would write it there again, for ever.

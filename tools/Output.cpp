@@ -29,7 +29,6 @@ bool isUnsafe(uint codePoint)
     switch (QChar::category(codePoint)) {
     case QChar::Other_Control:
     case QChar::Other_Format:
-    case QChar::Other_Surrogate:
     case QChar::Separator_Line:
     case QChar::Separator_Paragraph:
         return true;
@@ -112,6 +111,14 @@ void print(const QString& line)
 void printJson(const QByteArray& json)
 {
     writeLine(stdout, isTerminal() ? withoutUnsafe(QString::fromUtf8(json), escapedInJson).toUtf8() : json);
+}
+
+void printText(const QString& text)
+{
+    const QStringList lines = text.split(QLatin1Char('\n'));
+    for (const QString& line : lines) {
+        print(printable(line));
+    }
 }
 
 void complain(const QString& line)

@@ -14,6 +14,9 @@ QString styled(const QString& text, Style style);
 /// Prints one line of results.
 void print(const QString& line);
 
+/// Prints a text of several lines, each as printable() makes it.
+void printText(const QString& text);
+
 /// Prints a JSON text as one result: as it is, but on a terminal with every character escaped that printable() escapes.
 void printJson(const QByteArray& json);
 

@@ -54,7 +54,7 @@ ExitStatus runWithoutCommand(const QStringList& arguments, const QList<Command>&
         return complainAboutUsage(parser.errorText(), QString());
     }
     if (parser.isSet(helpOption())) {
-        print(parser.helpText().trimmed());
+        printText(parser.helpText().trimmed());
         return Done;
     }
     if (parser.isSet(versionOption())) {
@@ -85,7 +85,7 @@ ExitStatus runCommand(const Command& command, QStringList arguments)
         return complainAboutUsage(parser.errorText(), helpWords);
     }
     if (parser.isSet(helpOption())) {
-        print(parser.helpText().trimmed());
+        printText(parser.helpText().trimmed());
         return Done;
     }
 
