@@ -4,7 +4,8 @@
 #include <QtCore/QJsonObject>
 #include <QtCore/QString>
 
-// Typed readers of the surrounding software. Provided by the process that loads the library.
+// Typed readers of the surrounding software. Provided by the process that loads the library; called on whatever thread
+// uses the library.
 
 /**
  * Copies the array that `object` holds under `key` to `array`.

@@ -2,7 +2,8 @@
 
 #include <QtCore/QString>
 
-/// Folder names of the surrounding software. Provided by the process that loads the library.
+/// Folder names of the surrounding software. Provided by the process that loads the library, under the rules of
+/// SystemInformationManagerRegistryDefinitions.
 class Q_DECL_EXPORT PropertyManagerConst {
 public:
     /// Name of the configuration folder below a base path; one or more path segments, without a "/" at either end.

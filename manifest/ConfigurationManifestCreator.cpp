@@ -9,6 +9,7 @@
 #include <QtCore/QDebug>
 #include <QtCore/QDir>
 #include <QtCore/QJsonDocument>
+#include <QtCore/QStringBuilder>
 
 namespace {
 

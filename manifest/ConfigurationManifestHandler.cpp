@@ -65,8 +65,8 @@ void appendInstanceNames(const QJsonArray& array, QStringList& instances)
     }
 }
 
-// Qt never frees a string that is replaced inside a JSON container, so an element that is edited for the lifetime of
-// a process has to be made anew from its members.
+// Qt never frees a string that is replaced inside a JSON container, so an element that is edited for the lifetime of a
+// process has to be made anew from its members.
 QJsonObject rebuilt(const QJsonObject& object)
 {
     QJsonObject result;
@@ -674,7 +674,7 @@ bool ConfigurationManifestHandler::replaceElement(
         // Without children of the old element this inserts an undefined value, which removes the key.
         element.insert(Registry::getKeySubstructure(), old.value(Registry::getKeySubstructure()));
     }
-    descent.apply(array, [&](QJsonArray& siblings) { siblings.replace(index, element); });
+    descent.apply(array, [&](QJsonArray& siblings) { siblings.replace(index, rebuilt(element)); });
     modified = true;
     return true;
 }

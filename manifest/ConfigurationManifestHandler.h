@@ -82,7 +82,8 @@ public:
     void setManifestJsonArray(const QJsonArray& manifest);
     /// The manifest as it is saved: compact UTF-8 JSON without a line end.
     QByteArray getManifestContent();
-    /// Whether an edit has changed the manifest since construction. Neither loading nor saving clears it.
+    /// Whether any edit has been carried out since construction: moving an element onto its own place, storing an equal
+    /// one and editing an array of the caller's count as well. Neither loading nor saving clears it.
     bool getModified() const;
 
     /**
@@ -114,7 +115,8 @@ public:
 
     /// Stamps an object: when it is a selection, stores those of module and object name that are not empty.
     void addModuleAndObjectNameToJsonObject(QJsonObject& object) const;
-    /// Stamps every object inside `value`, at any depth and under any member.
+    /// Stamps every object inside `value`, at any depth and under any member. In place; a value that shares its data with
+    /// a copy is separated from it first, which copies all its containers.
     void addModuleAndObjectNameToManifest(QJsonValue& value) const;
     void addModuleAndObjectNameToManifest(QJsonArray& array) const;
 
@@ -139,8 +141,9 @@ public:
      * Appends to `instances` the instance names of the children of an element, of the top level for an empty path.
      * Children without a name are left out. An element that can have no children clears the list instead.
      *
-     * @return false, with `instances` unchanged, after "Error on getting node element for path" and the path, or after
-     *         "Cannot find key 'substructure' in json element" and the element when its children are no array.
+     * @return false, with `instances` unchanged, after the message of getNodeElement() and "Error on getting node
+     *         element for path" with the path, or after "Cannot find key 'substructure' in json element" with the
+     *         element when its children are no array.
      */
     bool getListOfInstances(const QString& instancePath, QStringList& instances) const;
     /// The number of names that getListOfInstances() finds. Fails as that does, with `number` unchanged.
@@ -172,8 +175,8 @@ public:
      * The same in `array`, without saving.
      *
      * @param fullPath text to look for when the last name is not found; none when empty.
-     * @param changed  handed to `edit`. When it is true afterwards the element is written back and counts as modified:
-     *                 at the top of `array` in any case, below it only if `edit` returned true.
+     * @param changed  handed to `edit`. When it is true afterwards, getModified() is true from then on, and the element
+     *                 is written back: at the top of `array` in any case, below it only if `edit` returned true.
      * @return false, with "ConfigurationManifestHandler::modifyProperty : Size of instancePath is NULL !", for an empty
      *         path; else as above.
      */
@@ -189,7 +192,8 @@ public:
      */
     bool addNode(const QString& instancePath, const QJsonObject& jsonObject, int index, bool writeToFile);
     /// The same for a selection, made as the creator makes one from a description file. Its instance name is the whole
-    /// path, unless `jsonObject` gives one; so one below the top level is never found present and can be added twice.
+    /// path, unless `jsonObject` gives one, and by the whole path it is looked for; so below the top level no selection
+    /// is found present, and one can be added twice.
     bool addSelection(const QString& instancePath, const QJsonObject& jsonObject, int index, bool writeToFile);
 
     /// Removes an element with everything below it. One that is not found by its last name is looked for once more, in
@@ -198,19 +202,20 @@ public:
 
     /**
      * Brings the children of an element, or the top level for an empty path, into the order of `instanceNames`. Names
-     * without an element are ignored. False, with nothing changed, unless as many elements are found as there are
-     * children; that a list names one child twice and leaves out another is not noticed, and doubles the one and loses
+     * without an element are ignored. False, with nothing changed, when the path leads nowhere or not as many elements
+     * are found as there are children; that a list names one child twice and leaves out another is not noticed, and doubles the one and loses
      * the other. Cost: linear in children plus names.
      */
     bool sortElements(const QString& instancePath, const QStringList& instanceNames, bool writeToFile);
 
     /// Moves an element to the position `newIndex` among its siblings. False when it is not found, and, with "Index out
-    /// of bounds, move failed", when there is no such position.
+    /// of bounds, move failed", when there is no such position. Selections and nodes are moved alike.
     bool moveSelection(const QString& instancePath, int newIndex, bool writeToFile);
     bool moveNode(const QString& instancePath, int newIndex, bool writeToFile);
 
     /// Stores `jsonObject` in place of an element, which keeps its children, or its lack of any. Nothing else of it is
-    /// checked or adjusted. False, with "InstancePath is wrong, replace failed", when it is not found.
+    /// checked or adjusted. False when it is not found, with "InstancePath is wrong, replace failed" when only the last
+    /// name is missing.
     bool updateSelection(const QString& instancePath, const QJsonObject& jsonObject, bool writeToFile);
     /// The same; with `replaceSubstructure` the children are those of `jsonObject`.
     bool updateNode(
@@ -222,6 +227,8 @@ public:
      * the text as it is. An empty path fails with "ConfigurationManifestHandler::addElement: invalid size of
      * instancePath" and its size, likewise for replaceElement and moveElement, and with
      * "ConfigurationManifestHandler::deleteElement : Size of instancePath is NULL !"; for sortElements() it is `array`.
+     *
+     * @param fullPath text to look for when the last name is not found; none when empty.
      */
     bool addElement(
         QJsonArray& array, const QStringList& instancePath, const QJsonObject& jsonObject, int index, bool isNode);

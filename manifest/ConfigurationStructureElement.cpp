@@ -6,6 +6,7 @@
 #include <QtCore/QDebug>
 #include <QtCore/QFile>
 #include <QtCore/QJsonDocument>
+#include <QtCore/QStringBuilder>
 
 #include <limits>
 #include <type_traits>
@@ -20,7 +21,7 @@ static_assert(std::is_nothrow_move_assignable_v<ConfigurationStructureElement>);
 
 namespace {
 
-// Outside the range of int the conversion instruction of the device saturates, the language leaves it undefined.
+// Outside the range of int the language leaves the conversion undefined; the instruction of the device saturates.
 int toIntSaturated(double value)
 {
     return static_cast<int>(qBound<double>(std::numeric_limits<int>::min(), value, std::numeric_limits<int>::max()));

@@ -13,7 +13,7 @@
  *
  * A value: copies share their data until one changes, moves are cheap and do not throw. Reads files only while it is
  * constructed from one, and in the operations that name one. Used by one thread at a time. Nothing here fails: what is
- * missing or malformed in a description is reported as a message and replaced by a default.
+ * missing or malformed in a description is replaced by a default, with a message where the operation names one.
  *
  * A node object is the folder description with some members forced and some taken out. K stands for a getter of
  * SystemInformationManagerRegistryDefinitions, P for one of ConfigurationAndProcessDataDefinitions:
@@ -74,7 +74,7 @@ public:
 
     /**
      * The element of a file or folder. When the entry does not belong in a manifest (validateObject()), nothing is
-     * read and the element differs from an empty one only in getFileInfo().
+     * read: the element knows its file and the folder of the scan, and is empty otherwise.
      *
      * @param scanRoot folder of the whole scan, as the scan was given it; see extractInstanceNameFromPath().
      * @param suffix   ending of the description files, for example getConfigurationFileSuffix().
@@ -171,7 +171,7 @@ public:
     bool extractSelectionBool(const QJsonObject& description, const QString& key) const;
     /// The array under `key`. Empty when the key is missing; empty with "Property" `key` "is not of type array!".
     QJsonArray extractSelectionArray(const QJsonObject& description, const QString& key) const;
-    /// The integer under `key`; -1, without a message, when there is none or it is not an integer.
+    /// The integer under `key`; -1, without a message, when there is none or it is not an integer of the range of int.
     int extractSelectionInt(const QJsonObject& description, const QString& key) const;
 
     /// Stores `value` in the object under `key`, unless it is empty.

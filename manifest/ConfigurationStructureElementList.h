@@ -13,8 +13,9 @@
  * The elements of one folder, in display order.
  *
  * Filled by the constructor from the folder's listing and never changed afterwards: the valid entries (every folder,
- * every file with the suffix) as elements, selections before nodes, each kind by ascending display position. Up to 16
- * elements of one kind and position keep the order of the listing; beyond that their order is not defined.
+ * every file with the suffix) as elements, selections before nodes, each kind by ascending display position. In a list
+ * of at most 16 elements, those of one kind and position keep the order of the listing; in a longer one their order is
+ * not defined.
  *
  * Owns its elements. Does not own the suffix, which must outlive it. Used by one thread at a time.
  */

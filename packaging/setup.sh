@@ -53,10 +53,13 @@ build() {
     for target in "$@"; do
         targets+=(--target "$target")
     done
-    if [ ! -f "$build/build.ninja" ]; then
+    mkdir -p "$build" 2>/dev/null && [ -w "$build" ] || die "cannot write to $build, which belongs to somebody else"
+    # A build folder that was copied along with the project would go on building the original.
+    if ! grep -qsxF "CMAKE_HOME_DIRECTORY:INTERNAL=$project" "$build/CMakeCache.txt" || [ ! -f "$build/build.ninja" ]; then
         say 'configuring'
+        rm -rf "$build"
         (cd "$project" && cmake --preset native >/dev/null) || die 'could not configure the build'
     fi
     say 'building'
-    cmake --build "$build" "${targets[@]}" -- --quiet >&2 || die 'could not build'
+    cmake --build "$build" "${targets[@]}" -- --quiet | sed '/^ninja: no work to do/d' >&2 || die 'could not build'
 }

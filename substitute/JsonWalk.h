@@ -16,7 +16,8 @@
  *
  * The cost is linear in the number of values. On top of that, each object that compute() has replaced or written to is
  * compared with what it was, with everything below it up to the first difference. Stack usage does not depend on the
- * depth of the document, except in that comparison, which Qt makes recursively; 60,000 levels fit into 8 MiB.
+ * depth of the document, except where Qt is recursive itself: in that comparison and in freeing what an edit replaced;
+ * 60,000 levels fit into 8 MiB.
  *
  * @param document any value; one that is neither an object nor an array holds nothing to visit.
  * @param result   the accumulator, handed to every compute() and not touched otherwise. Null for a new one.

@@ -54,6 +54,13 @@ Message cannotOpen(const QString& path)
         QStringLiteral("Unable to open the manifest file for writing: \"%1\" !").arg(path), writeManifestFile);
 }
 
+// What is said of a folder without a description file.
+QVector<Message> undescribedFolder()
+{
+    return {debug(QStringLiteral("No description file found!"), readFolderDescription),
+        warning(QStringLiteral("Cannot find key displayPosition in Json object!"), extractDisplayPosition)};
+}
+
 // A description that gives no cause for a message.
 QByteArray description(int position)
 {
@@ -338,11 +345,7 @@ void tst_ConfigurationManifestCreator::onlyEmptyFoldersGiveAnEmptyArray()
     QVERIFY(QDir().mkpath(at(QStringLiteral("c"))));
     MessageRecorder log;
     QVERIFY(createConfiguration(folder));
-    const Message noDescription = debug(QStringLiteral("No description file found!"), readFolderDescription);
-    const Message noPosition =
-        warning(QStringLiteral("Cannot find key displayPosition in Json object!"), extractDisplayPosition);
-    QCOMPARE(log.take(),
-        QVector<Message>({noDescription, noPosition, noDescription, noPosition, noDescription, noPosition}));
+    QCOMPARE(log.take(), undescribedFolder() + undescribedFolder() + undescribedFolder());
     QCOMPARE(manifest(), QByteArrayLiteral("[]"));
 }
 
@@ -422,10 +425,9 @@ void tst_ConfigurationManifestCreator::createKeepsASeparatorOfTheBaseDoubled()
     QVERIFY(QDir().mkpath(at(folderName + QStringLiteral("/configuration.manifest.json"))));
     MessageRecorder log;
     QVERIFY(!ConfigurationManifestCreator().create(folder + QLatin1Char('/')));
-    const QVector<Message> messages = log.take();
-    QVERIFY(!messages.isEmpty());
-    QCOMPARE(messages.constLast(),
-        cannotOpen(folder + QStringLiteral("//") + folderName + QStringLiteral("/configuration.manifest.json")));
+    QCOMPARE(log.take(),
+        undescribedFolder() << cannotOpen(
+            folder + QStringLiteral("//") + folderName + QStringLiteral("/configuration.manifest.json")));
 }
 
 void tst_ConfigurationManifestCreator::createLeavesOutTheSeparatorAfterAFolderThatEndedInOne()
@@ -471,7 +473,7 @@ void tst_ConfigurationManifestCreator::trailingSeparatorStaysInTheFileName()
     QVERIFY(QDir().mkpath(at(QStringLiteral("configuration.manifest.json"))));
     MessageRecorder log;
     QVERIFY(!createConfiguration(folder + QLatin1Char('/')));
-    QCOMPARE(log.take().constLast(), cannotOpen(folder + QStringLiteral("//configuration.manifest.json")));
+    QCOMPARE(log.take(), undescribedFolder() << cannotOpen(folder + QStringLiteral("//configuration.manifest.json")));
 }
 
 void tst_ConfigurationManifestCreator::namesBelowAFolderWithTrailingSeparatorAreTheWholeFolder()
@@ -675,8 +677,9 @@ void tst_ConfigurationManifestCreator::incompleteFirstWriteLeavesNothing()
         result = createConfiguration(folder);
     }
     QVERIFY(!result);
-    QCOMPARE(log.take().constLast(),
-        warning(QStringLiteral("Manifest file was not successful written: -1 , 2 !"), writeManifestFile));
+    QCOMPARE(log.take(),
+        undescribedFolder() << warning(
+            QStringLiteral("Manifest file was not successful written: -1 , 2 !"), writeManifestFile));
     QCOMPARE(everythingIn(folder), QStringList(QStringLiteral("empty")));
 }
 
@@ -741,8 +744,7 @@ void tst_ConfigurationManifestCreator::linkBackUpEnds()
     // The system follows a limited number of links in one path; there the scan turns back.
     const QString names = outlineOfManifest();
     QVERIFY(names.startsWith(QStringLiteral("n[n/a up[n/up/a up[n/up/up/a up[")));
-    QVERIFY(names.count(QLatin1Char('[')) > 10);
-    QVERIFY(names.count(QLatin1Char('[')) < 100);
+    QCOMPARE(names.count(QStringLiteral("/a")), 41);
 }
 
 void tst_ConfigurationManifestCreator::awkwardNames_data()

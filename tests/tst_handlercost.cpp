@@ -109,7 +109,7 @@ qint64 residentBytes()
 
 const QString key = QStringLiteral("key");
 
-enum class Way { Set, SetAndRemove, EditInPlace };
+enum class Way { Set, SetAndRemove, EditInPlace, ReadAndReplace };
 
 QString numbered(int number)
 {
@@ -297,6 +297,7 @@ void tst_HandlerCost::overwrittenPropertyTakesNoMoreMemory_data()
     QTest::newRow("set and removed, five levels deep") << 5 << 1 << QChar(u'x') << Way::SetAndRemove;
     QTest::newRow("edited in place") << 1 << 1 << QChar(u'x') << Way::EditInPlace;
     QTest::newRow("edited in place, five levels deep") << 5 << 1 << QChar(u'x') << Way::EditInPlace;
+    QTest::newRow("read, changed and replaced") << 1 << 1 << QChar(u'x') << Way::ReadAndReplace;
 }
 
 void tst_HandlerCost::overwrittenPropertyTakesNoMoreMemory()
@@ -324,6 +325,11 @@ void tst_HandlerCost::overwrittenPropertyTakesNoMoreMemory()
                             return true;
                         },
                         false);
+            } else if (way == Way::ReadAndReplace) {
+                QJsonObject object;
+                done = done && handler.getNodeElement(path, object);
+                object.insert(key, value);
+                done = done && handler.updateNode(path, object, false, false);
             } else {
                 done = done && handler.setProperty(path, key, value, false);
             }

@@ -280,6 +280,7 @@ void tst_ProgramCreate::wayOfWritingAFolderMakesNoDifference_data()
     QTest::newRow("the current folder") << u"cfg"_qs << u"."_qs << name;
     QTest::newRow("the folder above") << u"cfg/sub"_qs << u".."_qs << u"../"_qs + name;
     QTest::newRow("from beside") << u"cfg/sub"_qs << u"../../cfg/"_qs << u"../../cfg/"_qs + name;
+    QTest::newRow("back from a link") << u"beside"_qs << u"link/.."_qs << u"link/../"_qs + name;
 }
 
 void tst_ProgramCreate::wayOfWritingAFolderMakesNoDifference()
@@ -295,6 +296,8 @@ void tst_ProgramCreate::wayOfWritingAFolderMakesNoDifference()
     describe(whole + u"/sub/Folder.menu.json"_qs);
     describe(whole + u"/sub/cfg/Folder.menu.json"_qs);
     describe(whole + u"/sub/cfg/port.config.json"_qs);
+    QVERIFY(QDir().mkpath(directory.filePath(u"beside"_qs)));
+    QVERIFY(QFile::link(whole + u"/sub"_qs, directory.filePath(u"beside/link"_qs)));
     QCOMPARE(Program().run(u"create-folder "_qs + whole), done(path + u"\n2 selections, 2 nodes"_qs));
     const QByteArray expected = readFile(path);
     QVERIFY(expected.contains("\"sub/cfg/port\""));

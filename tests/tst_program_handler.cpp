@@ -465,7 +465,9 @@ void tst_ProgramHandler::editsThatDoNotApplyFail_data()
     addProgramFailureColumns();
     const QByteArray outOfBounds = "warning: Index out of bounds, move failed\n";
     const QByteArray wrongPath = "warning: InstancePath is wrong, replace failed\n";
-    const QString names = u"the names are not those of all children"_qs;
+    const auto namesOf = [](const char* where) {
+        return failed(u"the names are not those of all children of %1"_qs.arg(QLatin1String(where)));
+    };
 
     addProgramFailure("set", u"set manifest.json none key value"_qs, failed(noElement(u"none"_qs)));
     addProgramFailure("set, first part", u"set manifest.json none/x/y key value"_qs, failed(noElement(u"none"_qs)));
@@ -507,10 +509,10 @@ void tst_ProgramHandler::editsThatDoNotApplyFail_data()
 
     addProgramFailure("sort", u"sort manifest.json none x"_qs, failed(noElement(u"none"_qs)));
     addProgramFailure("sort, inner part", u"sort manifest.json a/none/x y"_qs, failed(noElement(u"a/none"_qs)));
-    addProgramFailure("sort, a child is not named", u"sort manifest.json a second"_qs, failed(names));
-    addProgramFailure("sort, top level", u"sort manifest.json '' top a"_qs, failed(names));
-    addProgramFailure("sort, a name is nobody's", u"sort manifest.json '' top a none"_qs, failed(names));
-    addProgramFailure("sort, whole names of selections", u"sort manifest.json a second a/first"_qs, failed(names));
+    addProgramFailure("sort, a child is not named", u"sort manifest.json a second"_qs, namesOf("'a'"));
+    addProgramFailure("sort, top level", u"sort manifest.json '' top a"_qs, namesOf("the top level"));
+    addProgramFailure("sort, a name is nobody's", u"sort manifest.json '' top a none"_qs, namesOf("the top level"));
+    addProgramFailure("sort, whole names of selections", u"sort manifest.json a second a/first"_qs, namesOf("'a'"));
 }
 
 void tst_ProgramHandler::editsThatDoNotApplyFail()

@@ -6,6 +6,7 @@
 
 #include <QtCore/QDirIterator>
 #include <QtCore/QJsonDocument>
+#include <QtCore/QProcess>
 #include <QtCore/QTemporaryDir>
 
 namespace {
@@ -35,6 +36,7 @@ private Q_SLOTS:
     void exampleTreeGivesTheKnownManifests_data();
     void exampleTreeGivesTheKnownManifests();
     void manifestOfTheExampleSurvivesLoadingAndSaving();
+    void smallestProgramCreatesListsAndEdits();
 };
 
 void tst_WholeSystem::typicalRun()
@@ -70,19 +72,21 @@ void tst_WholeSystem::typicalRun()
 void tst_WholeSystem::exampleTreeGivesTheKnownManifests_data()
 {
     QTest::addColumn<QString>("scheme");
-    QTest::newRow("configuration") << QStringLiteral("configuration");
-    QTest::newRow("process") << QStringLiteral("process");
+    QTest::addColumn<int>("messages");
+    QTest::newRow("configuration") << QStringLiteral("configuration") << 35;
+    QTest::newRow("process") << QStringLiteral("process") << 12;
 }
 
 void tst_WholeSystem::exampleTreeGivesTheKnownManifests()
 {
     QFETCH(const QString, scheme);
+    QFETCH(const int, messages);
     const QTemporaryDir base;
     copyTree(QStringLiteral(EXAMPLE_TREE), base.path());
     const QString folder = base.filePath(QStringLiteral("configuration"));
     MessageRecorder log;
     QVERIFY(ConfigurationManifestCreator().create2(folder, scheme));
-    QVERIFY(!log.take().isEmpty());
+    QCOMPARE(log.take().size(), messages);
     const QByteArray manifest = readFile(folder + QLatin1Char('/') + scheme + QStringLiteral(".manifest.json"));
     QCOMPARE(manifest, expectedManifest(scheme));
     // Nothing that Qt has read or written differently is hidden by the comparison.
@@ -99,6 +103,25 @@ void tst_WholeSystem::manifestOfTheExampleSurvivesLoadingAndSaving()
     handler.parseManifestFile();
     handler.writeToManifestFile();
     QCOMPARE(readFile(path), expectedManifest(QStringLiteral("configuration")));
+}
+
+void tst_WholeSystem::smallestProgramCreatesListsAndEdits()
+{
+    const QTemporaryDir folder;
+    writeFile(folder.filePath(QStringLiteral("a.config.json")), "{\"displayPosition\":2,\"hide\":false}");
+    writeFile(folder.filePath(QStringLiteral("b.config.json")), "{\"displayPosition\":1,\"hide\":false}");
+    QProcess program;
+    program.start(QStringLiteral(EMBEDDING), QStringList(folder.path()));
+    QVERIFY(program.waitForFinished());
+    QCOMPARE(program.exitCode(), 0);
+    QCOMPARE(program.readAllStandardError(), QByteArray());
+    QCOMPARE(program.readAllStandardOutput(), QByteArrayLiteral("b\na\n"));
+    const QJsonArray manifest =
+        QJsonDocument::fromJson(readFile(folder.filePath(QStringLiteral("configuration.manifest.json")))).array();
+    QCOMPARE(manifest.size(), 2);
+    QCOMPARE(manifest.at(0)[QStringLiteral("hide")], QJsonValue(true));
+    QCOMPARE(manifest.at(1)[QStringLiteral("hide")], QJsonValue(false));
+    QCOMPARE(manifest.at(1)[QStringLiteral("objectName")], QJsonValue(QStringLiteral("device1")));
 }
 
 MANIFEST_TEST_MAIN(tst_WholeSystem)

@@ -34,14 +34,22 @@ QString reasonForNothing(const QString& folder)
 // path that does not end with "/" is that what everybody expects.
 QString wholePath(const QString& folder)
 {
-    return QDir::cleanPath(QFileInfo(folder).absoluteFilePath());
+    const QString canonical = QFileInfo(folder).canonicalFilePath();
+    return canonical.isEmpty() ? folder : canonical;
+}
+
+// Without what a path has too much; but behind a link ".." does not lead back.
+QString shortened(const QString& path)
+{
+    const QString clean = QDir::cleanPath(path);
+    return QFileInfo(clean).canonicalPath() == QFileInfo(path).canonicalPath() ? clean : path;
 }
 
 template <typename Create>
 ExitStatus createManifest(const QString& folder, const QString& scheme, Create create)
 {
     const QString path = folder % QLatin1Char('/') % scheme % QLatin1String(".manifest.json");
-    const QString shownPath = QDir::cleanPath(path);
+    const QString shownPath = shortened(path);
     const ReplacementCheck check(path);
     const bool created = create();
     if (!created || !check.wasReplaced()) {

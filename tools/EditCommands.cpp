@@ -154,12 +154,12 @@ ExitStatus sort(const QCommandLineParser& arguments)
         return Failed;
     }
     const bool sorted = manifest.handler().sortElements(path, given.mid(2), false);
-    const QString otherReason = QStringLiteral("the names are not those of all children");
+    const QLatin1String otherReason("the names are not those of all children of ");
     if (!sorted && path.isEmpty()) {
-        complain(otherReason);
+        complain(otherReason % QLatin1String("the top level"));
         return Failed;
     }
-    return finish(arguments, manifest, sorted, path, otherReason);
+    return finish(arguments, manifest, sorted, path, otherReason % quoted(path));
 }
 
 ExitStatus stamp(const QCommandLineParser& arguments)

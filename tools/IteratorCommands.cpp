@@ -83,7 +83,7 @@ ExitStatus rewrite(const QCommandLineParser& arguments)
     if ((!toRemove && !readValue(arguments, given.at(3), value)) || !manifest.load()) {
         return Failed;
     }
-    // The walk goes on into what was written, and would write it there again, for ever.
+    // The walk goes on into what was written, and could write it there again, for ever.
     if (holdsInstance(QJsonValue::fromVariant(value), given.at(1))) {
         complain(QLatin1String("VALUE holds an element '") % printable(given.at(1)) % QLatin1String("' itself"));
         return Failed;

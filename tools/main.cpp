@@ -6,6 +6,7 @@
 #include <QtCore/QTextCodec>
 
 #include <algorithm>
+#include <csignal>
 
 namespace {
 
@@ -121,9 +122,11 @@ int main(int argc, char* argv[])
     QCoreApplication application(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("configuration-manifest"));
     QCoreApplication::setApplicationVersion(QStringLiteral(CONFIGURATION_MANIFEST_VERSION));
-    // File names are UTF-8 on the device. Under a locale that says nothing about it Qt would not find most of them.
+    // File names are UTF-8 on the device. A Qt that asked the locale would not find all of them under another one.
     QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8"));
     printMessagesOfTheLibrary();
+    // A save that reaches the limit of file sizes is to fail, not to end the program.
+    std::signal(SIGXFSZ, SIG_IGN);
 
     const ExitStatus status = run(QCoreApplication::arguments());
     if (!flushOutput()) {

@@ -95,12 +95,13 @@ AsOrdinaryUser::~AsOrdinaryUser()
 }
 
 FileSizeLimit::FileSizeLimit(unsigned long bytes)
+    : previousHandler(std::signal(SIGXFSZ, SIG_IGN))
 {
-    std::signal(SIGXFSZ, SIG_IGN);
     limitFileSize(bytes);
 }
 
 FileSizeLimit::~FileSizeLimit()
 {
     limitFileSize(RLIM_INFINITY);
+    std::signal(SIGXFSZ, previousHandler);
 }

@@ -40,4 +40,7 @@ public:
     explicit FileSizeLimit(unsigned long bytes);
     ~FileSizeLimit();
     Q_DISABLE_COPY(FileSizeLimit)
+
+private:
+    void (*const previousHandler)(int);
 };

@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <csignal>
 #include <cstddef>
 #include <cstdlib>
 #include <iterator>
@@ -174,6 +175,8 @@ void asOrdinaryUser()
 void onFullDisk()
 {
     static const FileSizeLimit forTheProgram(0);
+    // The program is started like any other, for which the signal is deadly.
+    std::signal(SIGXFSZ, SIG_DFL);
 }
 
 void unableToRename()
