@@ -612,7 +612,6 @@ void tst_HostileManifests::nodesAreFoundAtAnyDepth()
 {
     QFETCH(const int, levels);
     const QString path = chainPath(levels);
-    const QString parent = chainPath(levels - 1);
     const QByteArray content = chain(levels);
 
     MessageRecorder recorder;

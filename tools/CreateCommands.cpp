@@ -38,18 +38,13 @@ QString wholePath(const QString& folder)
     return canonical.isEmpty() ? folder : canonical;
 }
 
-// Without what a path has too much; but behind a link ".." does not lead back.
-QString shortened(const QString& path)
-{
-    const QString clean = QDir::cleanPath(path);
-    return QFileInfo(clean).canonicalPath() == QFileInfo(path).canonicalPath() ? clean : path;
-}
-
 template <typename Create>
 ExitStatus createManifest(const QString& folder, const QString& scheme, Create create)
 {
     const QString path = folder % QLatin1Char('/') % scheme % QLatin1String(".manifest.json");
-    const QString shownPath = shortened(path);
+    // Behind a link ".." does not lead back; then the path is shown as it is.
+    const bool isSimple = wholePath(QDir::cleanPath(folder)) == wholePath(folder);
+    const QString shownPath = isSimple ? QDir::cleanPath(path) : path;
     const ReplacementCheck check(path);
     const bool created = create();
     if (!created || !check.wasReplaced()) {
