@@ -107,42 +107,37 @@ ExitStatus moveTo(const QCommandLineParser& arguments)
             % quoted(given.at(1)));
 }
 
-// Reads the description that is to replace an element.
-bool readReplacement(const QCommandLineParser& arguments, QJsonObject& description, ExitStatus& status)
+template <typename Replace>
+ExitStatus replaceBy(const QCommandLineParser& arguments, const Replace& replace)
 {
+    const QString path = arguments.positionalArguments().at(1);
+    OpenManifest manifest(arguments);
+    QJsonObject description;
     if (!arguments.isSet(descriptionOption().names().constFirst())) {
         complain(QStringLiteral("--description is missing"));
-        status = WrongUsage;
-        return false;
+        return WrongUsage;
     }
-    status = Failed;
-    return readDescription(arguments, description);
+    if (!readDescription(arguments, description) || !manifest.load()) {
+        return Failed;
+    }
+    return finish(arguments, manifest, replace(manifest.handler(), path, description), path);
 }
 
 ExitStatus updateNode(const QCommandLineParser& arguments)
 {
-    const QString path = arguments.positionalArguments().at(1);
-    OpenManifest manifest(arguments);
-    QJsonObject description;
-    ExitStatus status = Done;
-    if (!readReplacement(arguments, description, status) || !manifest.load()) {
-        return status;
-    }
     const bool replaceSubstructure = arguments.isSet(QStringLiteral("replace-substructure"));
-    const bool replaced = manifest.handler().updateNode(path, description, replaceSubstructure, false);
-    return finish(arguments, manifest, replaced, path);
+    return replaceBy(
+        arguments, [=](ConfigurationManifestHandler& handler, const QString& path, const QJsonObject& node) {
+            return handler.updateNode(path, node, replaceSubstructure, false);
+        });
 }
 
 ExitStatus updateSelection(const QCommandLineParser& arguments)
 {
-    const QString path = arguments.positionalArguments().at(1);
-    OpenManifest manifest(arguments);
-    QJsonObject description;
-    ExitStatus status = Done;
-    if (!readReplacement(arguments, description, status) || !manifest.load()) {
-        return status;
-    }
-    return finish(arguments, manifest, manifest.handler().updateSelection(path, description, false), path);
+    return replaceBy(
+        arguments, [](ConfigurationManifestHandler& handler, const QString& path, const QJsonObject& selection) {
+            return handler.updateSelection(path, selection, false);
+        });
 }
 
 ExitStatus sort(const QCommandLineParser& arguments)
