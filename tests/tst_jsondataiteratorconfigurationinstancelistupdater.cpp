@@ -1,3 +1,4 @@
+#include "Accumulators.h"
 #include "ConfigurationManifestCreator.h"
 #include "Files.h"
 #include "JsonDataIteratorConfigurationInstanceListUpdater.h"
@@ -485,16 +486,7 @@ void tst_JsonDataIteratorConfigurationInstanceListUpdater::nameAndTypeCanBeEdite
 
 void tst_JsonDataIteratorConfigurationInstanceListUpdater::accumulatorThatIsNoArrayCollectsNothing_data()
 {
-    QTest::addColumn<QJsonValue>("accumulator");
-    QTest::newRow("undefined") << QJsonValue(QJsonValue::Undefined);
-    QTest::newRow("string") << QJsonValue(QStringLiteral("text"));
-    QTest::newRow("empty string") << QJsonValue(QString());
-    QTest::newRow("number") << QJsonValue(1.5);
-    QTest::newRow("zero") << QJsonValue(0);
-    QTest::newRow("true") << QJsonValue(true);
-    QTest::newRow("false") << QJsonValue(false);
-    QTest::newRow("object") << QJsonValue(objectFrom(R"({"a":[]})"));
-    QTest::newRow("empty object") << QJsonValue(QJsonObject());
+    addAccumulatorsThatAreNoArray();
 }
 
 void tst_JsonDataIteratorConfigurationInstanceListUpdater::accumulatorThatIsNoArrayCollectsNothing()
