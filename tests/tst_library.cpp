@@ -39,6 +39,7 @@ private Q_SLOTS:
     void leavesItsImportsUndefined();
     void isLinkedAgainstQtCoreOnly();
     void exportsNothingButItsClasses();
+    void isRefusedByAProcessThatProvidesNothing();
 };
 
 void tst_Library::leavesItsImportsUndefined_data()
@@ -126,6 +127,22 @@ void tst_Library::exportsNothingButItsClasses()
     for (const QString& symbol : exported) {
         QVERIFY2(ofOneClass.match(symbol).hasMatch(), qPrintable(symbol));
     }
+}
+
+void tst_Library::isRefusedByAProcessThatProvidesNothing()
+{
+    QProcess loader;
+    loader.start(QStringLiteral(LOADER), QStringList(QStringLiteral(LIBRARY)));
+    QVERIFY(loader.waitForFinished());
+    QCOMPARE(loader.exitStatus(), QProcess::NormalExit);
+    QCOMPARE(loader.exitCode(), 1);
+    // The loader names the mangled symbol, and the class is a part of that.
+    static const QRegularExpression missing(
+        QStringLiteral("undefined symbol: _Z\\w*(SystemInformationManagerRegistryDefinitions|"
+                       "ConfigurationAndProcessDataDefinitions|PropertyManagerConst|JsonDataIteratorObjectBase|"
+                       "readJsonArrayFromJson|readStringValueFromJson)"));
+    const QString said = QString::fromUtf8(loader.readAllStandardOutput());
+    QVERIFY2(missing.match(said).hasMatch(), qPrintable(said));
 }
 
 MANIFEST_TEST_MAIN(tst_Library)
