@@ -10,7 +10,8 @@
  * - Every getter returns the same string, by reference, from the first call to the end of the run. The library keeps
  *   such references across calls. Getters may be called from any thread, so a string that is built on the first call
  *   needs a guarded initialisation, as a function-local static has.
- * - No text is empty; no two keys share a text, those of ConfigurationAndProcessDataDefinitions included. Keys are compared case-sensitively.
+ * - No text is empty; no two keys share a text, those of ConfigurationAndProcessDataDefinitions included. Keys are
+ *   compared case-sensitively.
  * - The texts marked "fixed" are part of the manifest's file format, and the library's own copies of three of them
  *   (ConfigurationManifestHandler, JsonDataIteratorConfigurationInstanceListUpdater) must find the same ones. All
  *   others are the provider's choice; the column says what the key or value is for.

@@ -368,6 +368,7 @@ QJsonObject ConfigurationManifestHandler::getElementFromInstance(
         if (storedName.rightRef(instanceName.size()) != instanceName) {
             continue;
         }
+        // Every name has a segment, so this never happens; kept on purpose, should names be split in another way.
         if (segmentCount(storedName) == 0) {
             qWarning() << "Found an empty instance name:" << instanceName << "!";
             continue;

@@ -115,8 +115,8 @@ public:
 
     /// Stamps an object: when it is a selection, stores those of module and object name that are not empty.
     void addModuleAndObjectNameToJsonObject(QJsonObject& object) const;
-    /// Stamps every object inside `value`, at any depth and under any member. In place; a value that shares its data with
-    /// a copy is separated from it first, which copies all its containers.
+    /// Stamps every object inside `value`, at any depth and under any member. In place; a value that shares its data
+    /// with a copy is separated from it first, which copies all its containers.
     void addModuleAndObjectNameToManifest(QJsonValue& value) const;
     void addModuleAndObjectNameToManifest(QJsonArray& array) const;
 
@@ -203,8 +203,8 @@ public:
     /**
      * Brings the children of an element, or the top level for an empty path, into the order of `instanceNames`. Names
      * without an element are ignored. False, with nothing changed, when the path leads nowhere or not as many elements
-     * are found as there are children; that a list names one child twice and leaves out another is not noticed, and doubles the one and loses
-     * the other. Cost: linear in children plus names.
+     * are found as there are children; that a list names one child twice and leaves out another is not noticed, and
+     * doubles the one and loses the other. Cost: linear in children plus names.
      */
     bool sortElements(const QString& instancePath, const QStringList& instanceNames, bool writeToFile);
 

@@ -27,7 +27,8 @@ int toIntSaturated(double value)
     return static_cast<int>(qBound<double>(std::numeric_limits<int>::min(), value, std::numeric_limits<int>::max()));
 }
 
-// To Qt's open, no name is a mistake to complain about, and a name ends at its first NUL. Here there just is no such file.
+// To Qt's open, no name is a mistake to complain about, and a name ends at its first NUL. Here there just is no such
+// file.
 bool openDescription(QFile& file)
 {
     const QString name = file.fileName();

@@ -699,7 +699,7 @@ void tst_ProgramCreate::pathsInComplaintsAreEscaped()
     QCOMPARE(program.run(QStringList {hostile}),
         misused(u"unknown command '%1'; see 'configuration-manifest --help'"_qs.arg(shown)));
     QCOMPARE(program.run({u"show"_qs, u"--"_qs + hostile}),
-        misused(u"Unknown option '%1'.; see 'configuration-manifest show --help'"_qs.arg(shown)));
+        misused(u"Unknown option '%1'; see 'configuration-manifest show --help'"_qs.arg(shown)));
 
     writeFile(directory.filePath(hostile), "{");
     QCOMPARE(
@@ -909,14 +909,14 @@ void tst_ProgramCreate::wrongUsageIsToldFromFailure_data()
     add("empty command", u"''", u"unknown command ''"_qs + see());
     add("unknown command", u"display manifest.json", u"unknown command 'display'"_qs + see());
     add("command in capitals", u"SHOW manifest.json", u"unknown command 'SHOW'"_qs + see());
-    add("option before the command", u"--save stamp manifest.json", u"Unknown option 'save'."_qs + see());
-    add("option of another command", u"show manifest.json --save", u"Unknown option 'save'."_qs + see(u" show"_qs));
-    add("version of a command", u"show manifest.json --version", u"Unknown option 'version'."_qs + see(u" show"_qs));
-    add("one dash", u"stamp manifest.json -x", u"Unknown option 'x'."_qs + see(u" stamp"_qs));
+    add("option before the command", u"--save stamp manifest.json", u"Unknown option 'save'"_qs + see());
+    add("option of another command", u"show manifest.json --save", u"Unknown option 'save'"_qs + see(u" show"_qs));
+    add("version of a command", u"show manifest.json --version", u"Unknown option 'version'"_qs + see(u" show"_qs));
+    add("one dash", u"stamp manifest.json -x", u"Unknown option 'x'"_qs + see(u" stamp"_qs));
     add("option without its value", u"create-folder . --scheme",
-        u"Missing value after '--scheme'."_qs + see(u" create-folder"_qs));
+        u"Missing value after '--scheme'"_qs + see(u" create-folder"_qs));
     add("value of an option that takes none", u"stamp manifest.json --save=yes",
-        u"Unexpected value after '--save'."_qs + see(u" stamp"_qs));
+        u"Unexpected value after '--save'"_qs + see(u" stamp"_qs));
 
     add("index is a word", u"add-node manifest.json b --index first", u"'first' is not a whole number"_qs);
     add("index is a fraction", u"add-node manifest.json b --index 1.0", u"'1.0' is not a whole number"_qs);
@@ -924,7 +924,7 @@ void tst_ProgramCreate::wrongUsageIsToldFromFailure_data()
     add("index is too large", u"move-node manifest.json spare 2147483648", u"'2147483648' is not a whole number"_qs);
     add("index has a tail", u"move-selection manifest.json top 1x", u"'1x' is not a whole number"_qs);
     add("negative index looks like an option", u"move-node manifest.json spare -1",
-        u"Unknown option '1'."_qs + see(u" move-node"_qs));
+        u"Unknown option '1'"_qs + see(u" move-node"_qs));
     add("no description of a node", u"update-node manifest.json a", u"--description is missing"_qs);
     add("no description of a selection", u"update-selection manifest.json top --save", u"--description is missing"_qs);
     add("adding and removing", u"rewrite manifest.json top key --add --remove",
@@ -968,7 +968,7 @@ void tst_ProgramCreate::commandsTakeTheirArgumentsAndNoOthers()
     }
     QCOMPARE(
         runWith(QStringList(QString()) + some(least - 1)), misused(arguments.constFirst() + u" is empty"_qs + help));
-    QCOMPARE(runWith(some(least) << u"--none"_qs), misused(u"Unknown option 'none'."_qs + help));
+    QCOMPARE(runWith(some(least) << u"--none"_qs), misused(u"Unknown option 'none'"_qs + help));
     QCOMPARE(everythingIn(directory.path()), QStringList());
 }
 

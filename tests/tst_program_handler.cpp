@@ -6,6 +6,7 @@
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
 #include <QtCore/QJsonDocument>
+#include <QtCore/QProcess>
 
 #include <sys/stat.h>
 
@@ -87,6 +88,10 @@ void addEdits()
         {stamped(top, u"M"_qs, u"O"_qs), a({stamped(first, u"M"_qs, u"O"_qs), second}),
             with(spare, u"key"_qs, u"value"_qs)},
         changed);
+
+    addProgramEdit("set, value is there, names are stamped",
+        u"set manifest.json a/second instanceName second --module M --object O"_qs,
+        {stamped(top, u"M"_qs, u"O"_qs), a({stamped(first, u"M"_qs, u"O"_qs), second}), spare}, changed);
 
     addProgramEdit("update", u"update manifest.json top selectionType Node"_qs, {node(u"top"_qs), a(), spare}, changed);
     addProgramEdit("update, JSON", u"update manifest.json spare instanceName null --json"_qs,
@@ -207,8 +212,8 @@ private Q_SLOTS:
     void editsThatDoNotApplyFail_data();
     void editsThatDoNotApplyFail();
     void missingKeyIsNamedAlsoOfAnElementFoundByItsWholePath();
-    void valuesThatAreNoJsonFail_data();
-    void valuesThatAreNoJsonFail();
+    void valuesThatAreNoJsonAreWrongUsage_data();
+    void valuesThatAreNoJsonAreWrongUsage();
     void descriptionIsReadFromAFile();
     void descriptionsThatAreNoneFail_data();
     void descriptionsThatAreNoneFail();
@@ -218,6 +223,7 @@ private Q_SLOTS:
     void whatIsNoManifestIsSaidSo_data();
     void whatIsNoManifestIsSaidSo();
     void emptyManifestIsOne();
+    void manifestThatComesBetweenTwoLooksIsNotTakenForEmpty();
     void deepManifestsCanBeEdited();
 
     void nothingHostileIsPrinted_data();
@@ -529,7 +535,7 @@ void tst_ProgramHandler::missingKeyIsNamedAlsoOfAnElementFoundByItsWholePath()
         failed(u"'a/b' has no key 'none'"_qs));
 }
 
-void tst_ProgramHandler::valuesThatAreNoJsonFail_data()
+void tst_ProgramHandler::valuesThatAreNoJsonAreWrongUsage_data()
 {
     QTest::addColumn<QString>("value");
     QTest::addColumn<QString>("shown");
@@ -555,7 +561,7 @@ void tst_ProgramHandler::valuesThatAreNoJsonFail_data()
     QTest::newRow("control") << u"\x1b"_qs << u"\\u{1b}"_qs;
 }
 
-void tst_ProgramHandler::valuesThatAreNoJsonFail()
+void tst_ProgramHandler::valuesThatAreNoJsonAreWrongUsage()
 {
     QFETCH(QString, value);
     QFETCH(QString, shown);
@@ -567,7 +573,7 @@ void tst_ProgramHandler::valuesThatAreNoJsonFail()
             Program()
                 .in(file.folder())
                 .run({command, u"manifest.json"_qs, u"top"_qs, u"instanceName"_qs, value, u"--json"_qs, u"--save"_qs}),
-            failed(u"'%1' is not a JSON value"_qs.arg(shown)));
+            misused(u"'%1' is not a JSON value"_qs.arg(shown)));
     }
     QCOMPARE(stateOf(file.path()), before);
     QVERIFY(file.isAlone());
@@ -691,6 +697,23 @@ void tst_ProgramHandler::whatIsNoManifestIsSaidSo()
     QVERIFY(file.isAlone());
 }
 
+void tst_ProgramHandler::manifestThatComesBetweenTwoLooksIsNotTakenForEmpty()
+{
+    // A pipe that gives something else each time it is read.
+    const QTemporaryDir directory;
+    QProcess shell;
+    shell.setWorkingDirectory(directory.path());
+    shell.start(u"sh"_qs,
+        {u"-c"_qs,
+            u"mkfifo m; (printf x > m; sleep 0.2; printf '[{\"instanceName\":\"old\"}]' > m) & "
+            "\"$0\" add-node m new --dry-run"_qs,
+            QStringLiteral(PROGRAM)});
+    QVERIFY(shell.waitForFinished());
+    QCOMPARE(shell.exitCode(), 1);
+    QCOMPARE(shell.readAllStandardOutput(), QByteArray());
+    QVERIFY(shell.readAllStandardError().endsWith("configuration-manifest: m has changed while it was read\n"));
+}
+
 void tst_ProgramHandler::emptyManifestIsOne()
 {
     const ManifestFile file("[]");
@@ -767,7 +790,7 @@ void tst_ProgramHandler::nothingHostileIsPrinted_data()
     QTest::newRow("get, no key") << QStringList {u"get"_qs, file, page, hostile() + u'4'} << 1;
     QTest::newRow("get, no element") << QStringList {u"get"_qs, file, hostile()} << 1;
     QTest::newRow("set, no element") << QStringList {u"set"_qs, file, hostile(), u"key"_qs, u"value"_qs} << 1;
-    QTest::newRow("set, no JSON") << QStringList {u"set"_qs, file, page, u"key"_qs, hostile(), u"--json"_qs} << 1;
+    QTest::newRow("set, no JSON") << QStringList {u"set"_qs, file, page, u"key"_qs, hostile(), u"--json"_qs} << 2;
     QTest::newRow("update, no key") << QStringList {u"update"_qs, file, page, hostile() + u'4', u"value"_qs} << 1;
     QTest::newRow("add, no description") << QStringList {u"add-node"_qs, file, u"b"_qs, u"--description"_qs, hostile()}
                                          << 1;

@@ -17,8 +17,9 @@ ExitStatus finish(const QCommandLineParser& arguments, OpenManifest& manifest, b
     const QString& otherReason = QStringLiteral("the edit does not apply"))
 {
     if (applied) {
-        return manifest.finish(
-            arguments, manifest.handler().getModified() ? QStringLiteral("changed") : QStringLiteral("unchanged"));
+        const bool stamped = arguments.isSet(QStringLiteral("module")) || arguments.isSet(QStringLiteral("object"));
+        const bool changed = stamped || manifest.handler().getModified();
+        return manifest.finish(arguments, changed ? QStringLiteral("changed") : QStringLiteral("unchanged"));
     }
     if (manifest.leadsSomewhere(path, Qt::KeepEmptyParts)) {
         complain(otherReason);
@@ -34,7 +35,10 @@ ExitStatus setValueOf(const QCommandLineParser& arguments)
     const QStringList given = arguments.positionalArguments();
     OpenManifest manifest(arguments);
     QVariant value;
-    if (!readValue(arguments, given.at(3), value) || !manifest.load()) {
+    if (!readValue(arguments, given.at(3), value)) {
+        return WrongUsage;
+    }
+    if (!manifest.load()) {
         return Failed;
     }
     const bool applied = (manifest.handler().*setValue)(given.at(1), given.at(2), value, false);

@@ -80,7 +80,10 @@ ExitStatus rewrite(const QCommandLineParser& arguments)
 
     OpenManifest manifest(arguments);
     QVariant value;
-    if ((!toRemove && !readValue(arguments, given.at(3), value)) || !manifest.load()) {
+    if (!toRemove && !readValue(arguments, given.at(3), value)) {
+        return WrongUsage;
+    }
+    if (!manifest.load()) {
         return Failed;
     }
     // The walk goes on into what was written, and could write it there again, for ever.

@@ -45,6 +45,10 @@ bool OpenManifest::load()
         complain(problem);
         return false;
     }
+    if (!manifest.isEmpty()) {
+        complain(printable(openHandler.getManifestFilePath()) % QLatin1String(" has changed while it was read"));
+        return false;
+    }
     return true;
 }
 

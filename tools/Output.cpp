@@ -93,7 +93,7 @@ QString printable(const QString& text)
 QString styled(const QString& text, Style style)
 {
     static const bool colours = wantsColours();
-    if (!colours || style == Style::Plain) {
+    if (!colours) {
         return text;
     }
     const QLatin1String code = style == Style::Node ? QLatin1String("1;34")

@@ -6,7 +6,7 @@
 /// `text` with everything escaped that a terminal would act on instead of showing it. Takes one line.
 QString printable(const QString& text);
 
-enum class Style { Plain, Node, Selection, Unknown, Label };
+enum class Style { Node, Selection, Unknown, Label };
 
 /// `text` in a colour, when standard output is a terminal that wants colours.
 QString styled(const QString& text, Style style);

@@ -31,9 +31,17 @@ QString overview(const QList<Command>& commands)
         text += QLatin1String("\n  ") % command.name % QLatin1Char(' ') % command.syntax % QLatin1String("\n      ")
             % command.description;
     }
-    text += QLatin1String("\n\n'COMMAND --help' shows the options of a command.\n"
+    text += QLatin1String("\n\n'COMMAND --help' shows the options of a command. "
+                          "Arguments that begin with '-' stand behind '--'.\n"
                           "Exit status: 0 done, 1 the operation failed, 2 wrong usage.");
     return text;
+}
+
+// What Qt says of a command line, without its full stop.
+QString problemOf(const QCommandLineParser& parser)
+{
+    const QString text = parser.errorText();
+    return text.endsWith(QLatin1Char('.')) ? text.chopped(1) : text;
 }
 
 ExitStatus complainAboutUsage(const QString& problem, const QString& helpWords)
@@ -52,7 +60,7 @@ ExitStatus runWithoutCommand(const QStringList& arguments, const QList<Command>&
     parser.addPositionalArgument(
         QStringLiteral("command"), QStringLiteral("What to do."), QStringLiteral("COMMAND [ARGUMENTS]"));
     if (!parser.parse(arguments)) {
-        return complainAboutUsage(parser.errorText(), QString());
+        return complainAboutUsage(problemOf(parser), QString());
     }
     if (parser.isSet(helpOption())) {
         printText(parser.helpText().trimmed());
@@ -83,7 +91,7 @@ ExitStatus runCommand(const Command& command, QStringList arguments)
         parser.addPositionalArgument(argument, QString(), argument);
     }
     if (!parser.parse(arguments)) {
-        return complainAboutUsage(parser.errorText(), helpWords);
+        return complainAboutUsage(problemOf(parser), helpWords);
     }
     if (parser.isSet(helpOption())) {
         printText(parser.helpText().trimmed());

@@ -5,6 +5,7 @@
 #include <ConfigurationManifestHandler.h>
 
 #include <QtCore/QCoreApplication>
+#include <QtCore/QDir>
 #include <QtCore/QTextStream>
 
 int main(int argc, char* argv[])
@@ -16,7 +17,8 @@ int main(int argc, char* argv[])
         return 2;
     }
 
-    const QString folder = QString::fromLocal8Bit(argv[1]);
+    // Instance names are what is left of a path without the folder's, so that has to be a whole one.
+    const QString folder = QDir(QString::fromLocal8Bit(argv[1])).canonicalPath();
     if (!ConfigurationManifestCreator().create2(folder, QStringLiteral("configuration"))) {
         return 1;
     }
@@ -31,7 +33,11 @@ int main(int argc, char* argv[])
         out << instance << '\n';
     }
 
+    if (instances.isEmpty()) {
+        return 0;
+    }
+
     // Saved at once, because the last argument asks for it.
-    const bool hidden = handler.setProperty(instances.value(0), QStringLiteral("hide"), true, true);
+    const bool hidden = handler.setProperty(instances.constFirst(), QStringLiteral("hide"), true, true);
     return hidden ? 0 : 1;
 }
