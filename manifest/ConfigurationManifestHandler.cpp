@@ -622,7 +622,8 @@ bool ConfigurationManifestHandler::addElement(
         qWarning() << "The index for addElements is out of bounds, append the element";
     }
     const int position = index < 0 || index > size ? size : index;
-    descent.apply(array, [&](QJsonArray& siblings) { siblings.insert(position, element); });
+    // Whoever took the messages may have shortened the array.
+    descent.apply(array, [&](QJsonArray& siblings) { siblings.insert(qMin(position, siblings.size()), element); });
     modified = true;
     return true;
 }

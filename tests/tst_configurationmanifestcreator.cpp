@@ -1,6 +1,7 @@
 #include "ConfigurationAndProcessDataDefinitions.h"
 #include "ConfigurationManifestCreator.h"
 #include "ConfigurationStructureElement.h"
+#include "ElementMessages.h"
 #include "Files.h"
 #include "MessageRecorder.h"
 #include "PropertyManagerConst.h"
@@ -39,14 +40,6 @@ const QString configuration = ConfigurationAndProcessDataDefinitions::getSelecto
 const QString folderName = PropertyManagerConst::getConfigurationFolderName();
 
 constexpr auto writeManifestFile = "bool ConfigurationManifestCreator::writeManifestFile()";
-constexpr auto readFolderDescription =
-    "void ConfigurationStructureElement::readFolderDescription(const QString&, QJsonObject&)";
-constexpr auto readFileRootNodeDescription =
-    "void ConfigurationStructureElement::readFileRootNodeDescription(const QString&, QJsonObject&)";
-constexpr auto extractDisplayPosition =
-    "void ConfigurationStructureElement::extractDisplayPosition(const QJsonObject&, int&)";
-constexpr auto extractSelectionBool =
-    "bool ConfigurationStructureElement::extractSelectionBool(const QJsonObject&, const QString&) const";
 
 Message cannotOpen(const QString& path)
 {
@@ -57,8 +50,7 @@ Message cannotOpen(const QString& path)
 // What is said of a folder without a description file.
 QVector<Message> undescribedFolder()
 {
-    return {debug(QStringLiteral("No description file found!"), readFolderDescription),
-        warning(QStringLiteral("Cannot find key displayPosition in Json object!"), extractDisplayPosition)};
+    return {noFolderDescription(), positionMissing()};
 }
 
 // A description that gives no cause for a message.
@@ -548,13 +540,10 @@ void tst_ConfigurationManifestCreator::messagesOfAScanComeInListingOrder()
     writeFile(at(QStringLiteral("c/Folder.menu.json")), "{");
     MessageRecorder log;
     QVERIFY(createConfiguration(folder));
-    const Message noPosition =
-        warning(QStringLiteral("Cannot find key displayPosition in Json object!"), extractDisplayPosition);
     // A whole level first, in the order of its listing; then level by level in display order.
     QCOMPARE(log.take(),
-        QVector<Message>({debug(QStringLiteral("No description file found!"), readFolderDescription), noPosition,
-            warning(QStringLiteral("Cannot find key \"hide\" in Json object!"), extractSelectionBool),
-            warning(QStringLiteral("Can't parse Json!\n"), readFolderDescription), noPosition, noPosition}));
+        QVector<Message>({noFolderDescription(), positionMissing(), hideMissing(), folderDescriptionNotJson(),
+            positionMissing(), positionMissing()}));
 }
 
 void tst_ConfigurationManifestCreator::brokenDescriptionsKeepTheirElements()
@@ -563,12 +552,9 @@ void tst_ConfigurationManifestCreator::brokenDescriptionsKeepTheirElements()
     writeFile(at(QStringLiteral("n/x.config.json")), "no json");
     MessageRecorder log;
     QVERIFY(createConfiguration(folder));
-    const Message noPosition =
-        warning(QStringLiteral("Cannot find key displayPosition in Json object!"), extractDisplayPosition);
     QCOMPARE(log.take(),
-        QVector<Message>({warning(QStringLiteral("Can't parse Json!\n"), readFolderDescription), noPosition,
-            warning(QStringLiteral("Can't parse Json!\n"), readFileRootNodeDescription), noPosition,
-            warning(QStringLiteral("Cannot find key \"hide\" in Json object!"), extractSelectionBool)}));
+        QVector<Message>(
+            {folderDescriptionNotJson(), positionMissing(), fileNotJson(), positionMissing(), hideMissing()}));
     QCOMPARE(manifest(), QByteArray('[' + node("n", selection("n/x")) + ']'));
 }
 

@@ -1,3 +1,4 @@
+#include "ElementMessages.h"
 #include "ManifestFixture.h"
 #include "TestMain.h"
 
@@ -49,17 +50,6 @@ Message noSuchPosition()
 Message positionMessage(const QString& text)
 {
     return warning(text, "void ConfigurationStructureElement::extractDisplayPosition(const QJsonObject&, int&)");
-}
-
-Message positionIsMissing()
-{
-    return positionMessage(u"Cannot find key displayPosition in Json object!"_qs);
-}
-
-Message hideIsMissing()
-{
-    return warning(u"Cannot find key \"hide\" in Json object!"_qs,
-        "bool ConfigurationStructureElement::extractSelectionBool(const QJsonObject&, const QString&) const");
 }
 
 // What is made from a description without anything that is kept.
@@ -155,6 +145,7 @@ private Q_SLOTS:
     void addedElementIsNamedByItsPath();
     void presentNameIsNotAdded_data();
     void presentNameIsNotAdded();
+    void whoeverTakesTheMessagesMayShortenTheManifest();
     void whateverIsOnTheWayGetsChildren_data();
     void whateverIsOnTheWayGetsChildren();
 
@@ -208,10 +199,9 @@ void tst_ConfigurationManifestHandler_structure::addedElementIsBuiltFromItsDescr
             "instanceName":"described","labelTextId":"TXT","lastModified":"","selectionType":"Selection",
             "uiJob":"OpenConfiguration"}])"));
     addChange("node of nothing", {}, addNode(u"a"_qs, -1, QJsonObject()),
-        arrayFrom(R"([{"dataSourceType":"JsonData","instanceName":"a","selectionType":"Node"}])"),
-        {positionIsMissing()});
+        arrayFrom(R"([{"dataSourceType":"JsonData","instanceName":"a","selectionType":"Node"}])"), {positionMissing()});
     addChange("selection of nothing", {}, addSelection(u"a"_qs, -1, QJsonObject()), {builtSelection(u"a"_qs)},
-        {positionIsMissing(), hideIsMissing()});
+        {positionMissing(), hideMissing()});
     addChange("node with a position that is text", {},
         addNode(u"a"_qs, -1, objectFrom(R"({"displayPosition":"1","hide":false})")), {builtNode(u"a"_qs)},
         {positionMessage(u"Property displayPosition is not of type double!"_qs)});
@@ -220,7 +210,7 @@ void tst_ConfigurationManifestHandler_structure::addedElementIsBuiltFromItsDescr
         addNode(u"a"_qs, 1, objectFrom(R"({"displayPosition":0,"hide":false})")),
         {node(u"x"_qs), builtNode(u"a"_qs), node(u"y"_qs)});
     addChange("messages in turn", {}, addSelection(u"a"_qs, 1, QJsonObject()), {builtSelection(u"a"_qs)},
-        {positionIsMissing(), hideIsMissing(), indexIsOutOfBounds()});
+        {positionMissing(), hideMissing(), indexIsOutOfBounds()});
 }
 
 void tst_ConfigurationManifestHandler_structure::addedElementIsBuiltFromItsDescription()
@@ -343,6 +333,24 @@ void tst_ConfigurationManifestHandler_structure::presentNameIsNotAdded_data()
 void tst_ConfigurationManifestHandler_structure::presentNameIsNotAdded()
 {
     checkEdit();
+}
+
+void tst_ConfigurationManifestHandler_structure::whoeverTakesTheMessagesMayShortenTheManifest()
+{
+    QJsonArray siblings;
+    for (int i = 0; i < 1000; ++i) {
+        siblings.append(node(QString::number(i)));
+    }
+    HandlerWithoutFile handler(siblings);
+    static Handler* edited = nullptr;
+    edited = &handler;
+    const QtMessageHandler previous = qInstallMessageHandler(
+        [](QtMsgType, const QMessageLogContext&, const QString&) { edited->setManifestJsonArray({}); });
+    // Building it says that the display position is missing.
+    const bool added = handler.addNode(u"x"_qs, {{u"hide"_qs, false}}, 999, false);
+    qInstallMessageHandler(previous);
+    QVERIFY(added);
+    QCOMPARE(handler.getManifestJsonArray(), QJsonArray {builtNode(u"x"_qs)});
 }
 
 void tst_ConfigurationManifestHandler_structure::whateverIsOnTheWayGetsChildren_data()

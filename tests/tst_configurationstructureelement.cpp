@@ -1,4 +1,5 @@
 #include "ConfigurationStructureElement.h"
+#include "ElementMessages.h"
 #include "Files.h"
 #include "MessageRecorder.h"
 #include "TestMain.h"
@@ -37,11 +38,6 @@ constexpr auto boolReader =
 constexpr auto arrayReader =
     "QJsonArray ConfigurationStructureElement::extractSelectionArray(const QJsonObject&, const QString&) const";
 
-Message positionMissing()
-{
-    return warning(QStringLiteral("Cannot find key displayPosition in Json object!"), positionReader);
-}
-
 Message positionNotANumber()
 {
     return warning(QStringLiteral("Property displayPosition is not of type double!"), positionReader);
@@ -72,11 +68,6 @@ Message notABool(const QString& key)
 Message notAnArray(const QString& key)
 {
     return warning(QLatin1String("Property \"") % key % QLatin1String("\" is not of type array!"), arrayReader);
-}
-
-Message hideMissing()
-{
-    return boolMissing(QStringLiteral("hide"));
 }
 
 bool haveTheSameState(const Element& a, const Element& b)

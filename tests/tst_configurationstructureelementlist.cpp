@@ -1,4 +1,5 @@
 #include "ConfigurationStructureElementList.h"
+#include "ElementMessages.h"
 #include "Files.h"
 #include "MessageRecorder.h"
 #include "TestMain.h"
@@ -27,36 +28,6 @@ Message noSuchElement(int index, int count)
 {
     return warning(QStringLiteral("Received invalid index for element list: %1 , %2 !").arg(index).arg(count),
         "ConfigurationStructureElement ConfigurationStructureElementList::getElement(int) const");
-}
-
-Message notJson()
-{
-    return warning(QStringLiteral("Can't parse Json!\n"),
-        "void ConfigurationStructureElement::readFileRootNodeDescription(const QString&, QJsonObject&)");
-}
-
-Message noFile()
-{
-    return debug(QStringLiteral("No description file found!"),
-        "void ConfigurationStructureElement::readFileRootNodeDescription(const QString&, QJsonObject&)");
-}
-
-Message noFolderDescription()
-{
-    return debug(QStringLiteral("No description file found!"),
-        "void ConfigurationStructureElement::readFolderDescription(const QString&, QJsonObject&)");
-}
-
-Message positionMissing()
-{
-    return warning(QStringLiteral("Cannot find key displayPosition in Json object!"),
-        "void ConfigurationStructureElement::extractDisplayPosition(const QJsonObject&, int&)");
-}
-
-Message hideMissing()
-{
-    return warning(QStringLiteral("Cannot find key \"hide\" in Json object!"),
-        "bool ConfigurationStructureElement::extractSelectionBool(const QJsonObject&, const QString&) const");
 }
 
 /// A folder of entries with a display position each; its listing has the order in which they were added.
@@ -201,7 +172,7 @@ void tst_ConfigurationStructureElementList::elementsWithoutAUsefulDescriptionAre
     MessageRecorder log;
     const ElementList list(listing.entries(), listing.path(), suffix);
     QCOMPARE(log.take(),
-        Messages({noFolderDescription(), positionMissing(), notJson(), positionMissing(), hideMissing(), noFile(),
+        Messages({noFolderDescription(), positionMissing(), fileNotJson(), positionMissing(), hideMissing(), noFile(),
             positionMissing(), hideMissing()}));
     QCOMPARE(instanceNames(list),
         QStringList({QStringLiteral("broken"), QStringLiteral("gone"), QStringLiteral("a"), QStringLiteral("Empty")}));

@@ -1,4 +1,5 @@
 #include "ConfigurationStructureElement.h"
+#include "ElementMessages.h"
 #include "Files.h"
 #include "MessageRecorder.h"
 #include "TestMain.h"
@@ -72,18 +73,6 @@ QJsonObject readBy(const Reader& reader, const QString& path)
         QTest::qFail("the reader changed its element", __FILE__, __LINE__);
     }
     return description;
-}
-
-Message positionMissing()
-{
-    return warning(QStringLiteral("Cannot find key displayPosition in Json object!"),
-        "void ConfigurationStructureElement::extractDisplayPosition(const QJsonObject&, int&)");
-}
-
-Message hideMissing()
-{
-    return warning(QStringLiteral("Cannot find key \"hide\" in Json object!"),
-        "bool ConfigurationStructureElement::extractSelectionBool(const QJsonObject&, const QString&) const");
 }
 
 QString descriptionFile(const QString& folder)

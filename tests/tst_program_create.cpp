@@ -85,10 +85,20 @@ QByteArray nodesBelowEachOther(int levels)
 }
 
 // One fence of a document: commands in a shell, or what they print.
+// A block of a document, and whether it is there to be run.
 struct Fence {
     bool isShell;
     QByteArray text;
 };
+
+// The project as its documents see it, with the real program and a copy of the examples.
+void layOutProject(const QString& folder)
+{
+    copyFolder(QStringLiteral(EXAMPLES), folder + u"/examples"_qs);
+    const QString program = folder + u"/build/native/bin/configuration-manifest"_qs;
+    QDir().mkpath(QFileInfo(program).path());
+    QFile::link(QStringLiteral(PROGRAM), program);
+}
 
 QVector<Fence> fencesOf(const QString& path)
 {
@@ -165,6 +175,7 @@ private Q_SLOTS:
     void commandsTakeTheirArgumentsAndNoOthers();
 
     void examplesDoWhatTheirDescriptionSays();
+    void tourShowsWhatItSays();
 };
 
 void tst_ProgramCreate::createWritesTheManifestOfTheConfigurationFolder()
@@ -975,10 +986,7 @@ void tst_ProgramCreate::commandsTakeTheirArgumentsAndNoOthers()
 void tst_ProgramCreate::examplesDoWhatTheirDescriptionSays()
 {
     const QTemporaryDir project;
-    copyFolder(QStringLiteral(EXAMPLES), project.filePath(u"examples"_qs));
-    const QString program = project.filePath(u"build/native/bin/configuration-manifest"_qs);
-    QVERIFY(QDir().mkpath(QFileInfo(program).path()));
-    QVERIFY(QFile::link(QStringLiteral(PROGRAM), program));
+    layOutProject(project.path());
 
     const Program shell = Program(u"/bin/sh"_qs).in(project.path());
     QByteArray output;
@@ -999,6 +1007,31 @@ void tst_ProgramCreate::examplesDoWhatTheirDescriptionSays()
         }
     }
     QVERIFY(outputWasShown && !output.isEmpty());
+}
+
+void tst_ProgramCreate::tourShowsWhatItSays()
+{
+    const QTemporaryDir project;
+    layOutProject(project.path());
+    const QVector<Fence> fences = fencesOf(QStringLiteral(EXAMPLES "/../README.md"));
+    QVERIFY(fences.size() > 3);
+
+    // The folder that is described there, file by file, and what is shown of it.
+    const QString folder = project.filePath(u"folder"_qs);
+    for (const QString& line : linesOf(fences.at(1).text)) {
+        const QString name = line.section(u' ', 0, 0);
+        writeFile(folder + u'/' + name, line.mid(name.size()).trimmed().toUtf8());
+    }
+    const Program program = Program().in(project.path());
+    QCOMPARE(program.run(u"create-folder folder"_qs).status, 0);
+    QCOMPARE(program.run(u"show folder/configuration.manifest.json"_qs).output, fences.at(2).text);
+
+    const QByteArray tour = fences.at(3).text;
+    QVERIFY(fences.at(3).isShell);
+    const ProgramRun run = Program(u"/bin/sh"_qs).in(project.path()).run({u"-e"_qs, u"-c"_qs, QString::fromUtf8(tour)});
+    QCOMPARE(run.status, 0);
+    QVERIFY2(run.output.contains("49 selections, 25 nodes\n"), run.output.constData());
+    QVERIFY2(run.output.contains("TXT_PORT\nchanged; saved\n["), run.output.constData());
 }
 
 MANIFEST_TEST_MAIN(tst_ProgramCreate)
