@@ -21,15 +21,23 @@ is_installed() {
     [ "$(dpkg-query -W -f '${db:Status-Status}' "$1" 2>/dev/null)" = installed ]
 }
 
-# Installs those packages of the named groups that are missing.
-require() {
-    local group package missing=() as_root=() log
-    command -v dpkg-query >/dev/null || die 'this is not a Debian system; packaging/debian-packages names what is needed'
+# The packages of the named groups, one a line.
+packages_of() {
+    local group package
     while read -r group package; do
         case " $* " in
-        *" $group "*) is_installed "$package" || missing+=("$package") ;;
+        *" $group "*) printf '%s\n' "$package" ;;
         esac
     done < <(grep -v '^#' "$project/packaging/debian-packages")
+}
+
+# Installs those packages of the named groups that are missing.
+require() {
+    local package missing=() as_root=() log
+    command -v dpkg-query >/dev/null || die 'this is not a Debian system; packaging/debian-packages names what is needed'
+    for package in $(packages_of "$@"); do
+        is_installed "$package" || missing+=("$package")
+    done
     [ ${#missing[@]} -gt 0 ] || return 0
 
     if [ "$(id -u)" -ne 0 ]; then

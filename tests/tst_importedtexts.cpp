@@ -1,15 +1,23 @@
 #include "ConfigurationManifestCreator.h"
+#include "ConfigurationManifestHandler.h"
 #include "ConfigurationStructureElement.h"
+#include "ConfigurationStructureElementList.h"
 #include "Files.h"
+#include "JsonDataIteratorConfigurationInstanceCollector.h"
+#include "JsonDataIteratorConfigurationInstanceListUpdater.h"
 #include "MessageRecorder.h"
 #include "TestMain.h"
 
+#include <QtCore/QDir>
 #include <QtCore/QTemporaryDir>
+
+#include <memory>
 
 using Element = ConfigurationStructureElement;
 using Messages = QVector<Message>;
 
-/// The library in a process that provides texts of its own, also where the manifest's file format fixes them.
+/// The library in a process that loads it while running, and that provides texts of its own, also where the manifest's
+/// file format fixes them.
 class tst_ImportedTexts : public QObject {
     Q_OBJECT
 
@@ -20,6 +28,11 @@ private Q_SLOTS:
     void iconNameIsFoundUnderItsKey();
     void aScanIsMadeOfThem();
     void onlyTheProvidedSchemeMeansConfigurations();
+    void aFolderBecomesAListOfElements();
+    void aManifestIsLoadedQueriedEditedAndSaved();
+    void instanceNamesAreCollected();
+    void elementsAreUpdated();
+    void classesAreKnownByTheirBases();
 };
 
 void tst_ImportedTexts::aNodeIsMadeOfThem()
@@ -137,6 +150,86 @@ void tst_ImportedTexts::onlyTheProvidedSchemeMeansConfigurations()
     QCOMPARE(readFile(folder.filePath(QStringLiteral("configuration.manifest.json"))), QByteArray("[]"));
 }
 
-MANIFEST_TEST_MAIN(tst_ImportedTexts)
+void tst_ImportedTexts::aFolderBecomesAListOfElements()
+{
+    const QTemporaryDir folder;
+    writeFile(folder.filePath(QStringLiteral("late.config.json")), R"({"k:displayPosition":2,"k:hide":false})");
+    writeFile(folder.filePath(QStringLiteral("early.config.json")), R"({"k:displayPosition":1,"k:hide":false})");
+    const QString suffix = Element::getConfigurationFileSuffix();
+    MessageRecorder log;
+    const ConfigurationStructureElementList list(QDir(folder.path()).entryInfoList(QDir::Files), folder.path(), suffix);
+    QCOMPARE(list.getCountElements(), 2);
+    QCOMPARE(list.getElement(0).getElementAsJsonObject().value(QStringLiteral("k:instanceName")),
+        QJsonValue(QStringLiteral("early")));
+    QCOMPARE(&list.getSuffix(), &suffix);
+    QCOMPARE(log.take(), Messages());
+    QCOMPARE(list.getElement(2).isValid(), false);
+    QCOMPARE(log.take(),
+        Messages({warning(QStringLiteral("Received invalid index for element list: 2 , 2 !"),
+            "ConfigurationStructureElement ConfigurationStructureElementList::getElement(int) const")}));
+}
+
+void tst_ImportedTexts::aManifestIsLoadedQueriedEditedAndSaved()
+{
+    const QTemporaryDir folder;
+    const QString path = folder.filePath(QStringLiteral("manifest.json"));
+    // Stamping goes by the handler's own text, everything else by the provided ones.
+    writeFile(path, R"([{"k:instanceName":"n","k:substructure":[
+        {"k:instanceName":"n/a","k:selectionType":"v:selection","selectionType":"Selection"}]}])");
+    ConfigurationManifestHandler handler(path, QStringLiteral("Module"), QStringLiteral("object"));
+    const MessageRecorder log;
+    handler.parseManifestFile();
+    QJsonObject element;
+    QVERIFY(handler.getNodeElement(QStringLiteral("n/a"), element));
+    QCOMPARE(element, objectFrom(R"({"k:instanceName":"n/a","k:selectionType":"v:selection",
+        "selectionType":"Selection","k:moduleName":"Module","k:objectName":"object"})"));
+    QStringList instances;
+    QVERIFY(handler.getListOfInstances(QStringLiteral("n"), instances));
+    QCOMPARE(instances, QStringList(QStringLiteral("n/a")));
+    QVERIFY(handler.setProperty(QStringLiteral("n/a"), QStringLiteral("x"), 1, false));
+    QVERIFY(handler.deleteElement(QStringLiteral("n/a"), true));
+    QCOMPARE(readFile(path), QByteArray(R"([{"k:instanceName":"n","k:substructure":[]}])"));
+}
+
+void tst_ImportedTexts::instanceNamesAreCollected()
+{
+    JsonDataIteratorConfigurationInstanceCollector collector;
+    JsonDataIteratorObjectBase& iterator = collector;
+    QJsonObject object = objectFrom(R"({"k:selectionType":"v:selection","k:instanceName":"n/a"})");
+    QJsonValue names;
+    iterator.compute(object, names);
+    QCOMPARE(names, QJsonValue(QJsonArray {QStringLiteral("n/a")}));
+}
+
+void tst_ImportedTexts::elementsAreUpdated()
+{
+    JsonDataIteratorConfigurationInstanceListUpdater updater;
+    updater.init(QStringLiteral("n/a"), QStringLiteral("x"), 2);
+    JsonDataIteratorObjectBase& iterator = updater;
+    // The instance name is found by the updater's own text.
+    QJsonObject object = objectFrom(R"({"k:selectionType":"v:selection","instanceName":"n/a","x":1})");
+    QJsonValue edited;
+    iterator.compute(object, edited);
+    QCOMPARE(object.value(QStringLiteral("x")), QJsonValue(2));
+    QCOMPARE(edited, QJsonValue(QJsonArray {object}));
+}
+
+void tst_ImportedTexts::classesAreKnownByTheirBases()
+{
+    const std::unique_ptr<JsonDataIteratorObjectBase> iterator =
+        std::make_unique<JsonDataIteratorConfigurationInstanceCollector>();
+    QVERIFY(dynamic_cast<JsonDataIteratorConfigurationInstanceCollector*>(iterator.get()) != nullptr);
+    QVERIFY(dynamic_cast<JsonDataIteratorConfigurationInstanceListUpdater*>(iterator.get()) == nullptr);
+
+    const std::unique_ptr<QObject> creator = std::make_unique<ConfigurationManifestCreator>();
+    QCOMPARE(creator->metaObject()->className(), "ConfigurationManifestCreator");
+    QVERIFY(qobject_cast<ConfigurationManifestCreator*>(creator.get()) != nullptr);
+    QVERIFY(qobject_cast<ConfigurationStructureElementList*>(creator.get()) == nullptr);
+}
+
+extern "C" Q_DECL_EXPORT int run(int argc, char** argv)
+{
+    return runTest<tst_ImportedTexts>(argc, argv);
+}
 
 #include "tst_importedtexts.moc"

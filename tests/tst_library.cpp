@@ -21,7 +21,7 @@ QStringList symbols(const QString& kind)
     static const QRegularExpression line(QStringLiteral("^\\s*[0-9a-f]* *\\w (.*?)(@.*)?$"));
     QStringList names;
     const QStringList lines =
-        linesOf(QStringLiteral("nm"), {QStringLiteral("--dynamic"), QStringLiteral("--demangle"), kind});
+        linesOf(QStringLiteral(NM), {QStringLiteral("--dynamic"), QStringLiteral("--demangle"), kind});
     for (const QString& text : lines) {
         names.append(line.match(text).captured(1));
     }
@@ -99,8 +99,7 @@ void tst_Library::leavesItsImportsUndefined()
 void tst_Library::isLinkedAgainstQtCoreOnly()
 {
     QStringList libraries;
-    const QStringList lines =
-        linesOf(QStringLiteral("readelf"), {QStringLiteral("--dynamic"), QStringLiteral("--wide")});
+    const QStringList lines = linesOf(QStringLiteral(READELF), {QStringLiteral("--dynamic"), QStringLiteral("--wide")});
     for (const QString& line : lines) {
         static const QRegularExpression needed(QStringLiteral("\\(NEEDED\\).*\\[(.*)\\]"));
         const QRegularExpressionMatch match = needed.match(line);

@@ -1,0 +1,5 @@
+#include "JsonDataIteratorObjectBase.h"
+
+JsonDataIteratorObjectBase::JsonDataIteratorObjectBase() = default;
+
+JsonDataIteratorObjectBase::~JsonDataIteratorObjectBase() = default;
