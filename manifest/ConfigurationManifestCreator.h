@@ -61,8 +61,9 @@ public:
     bool create2(const QString& path, const QString& scheme);
 
 private:
-    void generateInstanceList(const ConfigurationStructureElementList& elementList, QJsonArray& instanceList);
-    bool writeManifestFile();
+    Q_DECL_HIDDEN void generateInstanceList(
+        const ConfigurationStructureElementList& elementList, QJsonArray& instanceList);
+    Q_DECL_HIDDEN bool writeManifestFile();
 
     QString configurationFolderPath;
     QString selectorUrlScheme;

@@ -239,8 +239,8 @@ public:
     bool sortElements(QJsonArray& array, const QStringList& instancePath, const QStringList& instanceNames);
 
 private:
-    bool saveIfDone(bool result, bool writeToFile);
-    bool saveInAnyCase(bool result, bool writeToFile);
+    Q_DECL_HIDDEN bool saveIfDone(bool result, bool writeToFile);
+    Q_DECL_HIDDEN bool saveInAnyCase(bool result, bool writeToFile);
 
     QString manifestFilePath;
     QString moduleName;

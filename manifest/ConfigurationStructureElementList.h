@@ -48,7 +48,7 @@ public:
     const QString& getSuffix() const;
 
 private:
-    void createElementList(const QList<QFileInfo>& fileInfoList);
+    Q_DECL_HIDDEN void createElementList(const QList<QFileInfo>& fileInfoList);
 
     QVector<ConfigurationStructureElement> elementList;
     QString rootPath;
