@@ -1,7 +1,6 @@
 # What the commands share. Sourced, with `set -euo pipefail` in force; not run.
 
 project=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")/.." && pwd)
-build="$project/build/native"
 
 say() {
     printf '== %s\n' "$*" >&2
@@ -55,19 +54,20 @@ require() {
     rm -f "$log"
 }
 
-# Builds the named targets, all of them without a name.
+# Builds the named targets, all of them without a name, of a configure preset.
 build() {
-    local target targets=()
+    local preset=$1 folder="$project/build/$1" target targets=()
+    shift
     for target in "$@"; do
         targets+=(--target "$target")
     done
-    mkdir -p "$build" 2>/dev/null && [ -w "$build" ] || die "cannot write to $build, which belongs to somebody else"
+    mkdir -p "$folder" 2>/dev/null && [ -w "$folder" ] || die "cannot write to $folder, which belongs to somebody else"
     # A build folder that was copied along with the project would go on building the original.
-    if ! grep -qsxF "CMAKE_HOME_DIRECTORY:INTERNAL=$project" "$build/CMakeCache.txt" || [ ! -f "$build/build.ninja" ]; then
-        say 'configuring'
-        rm -rf "$build"
-        (cd "$project" && cmake --preset native >/dev/null) || die 'could not configure the build'
+    if ! grep -qsxF "CMAKE_HOME_DIRECTORY:INTERNAL=$project" "$folder/CMakeCache.txt" || [ ! -f "$folder/build.ninja" ]; then
+        say "configuring for $preset"
+        rm -rf "$folder"
+        (cd "$project" && cmake --preset "$preset" >/dev/null) || die 'could not configure the build'
     fi
-    say 'building'
-    cmake --build "$build" "${targets[@]}" -- --quiet | sed '/^ninja: no work to do/d' >&2 || die 'could not build'
+    say "building for $preset"
+    cmake --build "$folder" "${targets[@]}" -- --quiet | sed '/^ninja: no work to do/d' >&2 || die 'could not build'
 }

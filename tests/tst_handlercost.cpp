@@ -1,105 +1,18 @@
 #include "ConfigurationManifestHandler.h"
+#include "HeapUse.h"
 #include "TestMain.h"
 
 #include <QtCore/QFile>
 #include <QtCore/QJsonDocument>
 
 #include <algorithm>
-#include <atomic>
 #include <cstdlib>
 #include <ctime>
 #include <limits>
 
-#include <malloc.h>
 #include <unistd.h>
 
 namespace {
-
-/// All memory that this process takes from the heap, in bytes.
-struct Heap {
-    std::atomic<qint64> live {0};
-    std::atomic<qint64> peak {0};
-    std::atomic<qint64> taken {0};
-    std::atomic<qint64> calls {0};
-};
-
-Heap heap;
-
-void* counted(void* block) noexcept
-{
-    const qint64 size = static_cast<qint64>(malloc_usable_size(block));
-    heap.live += size;
-    heap.taken += size;
-    ++heap.calls;
-    if (heap.live > heap.peak) {
-        heap.peak = heap.live.load();
-    }
-    return block;
-}
-
-void* uncounted(void* block) noexcept
-{
-    heap.live -= static_cast<qint64>(malloc_usable_size(block));
-    return block;
-}
-
-} // namespace
-
-// In place of the C library's functions, for this program and the libraries in it.
-extern "C" {
-void* __libc_malloc(size_t size);
-void* __libc_calloc(size_t count, size_t size);
-void* __libc_realloc(void* block, size_t size);
-void* __libc_memalign(size_t alignment, size_t size);
-void __libc_free(void* block);
-
-Q_DECL_EXPORT void* malloc(size_t size) noexcept
-{
-    return counted(__libc_malloc(size));
-}
-
-Q_DECL_EXPORT void* calloc(size_t count, size_t size) noexcept
-{
-    return counted(__libc_calloc(count, size));
-}
-
-Q_DECL_EXPORT void* realloc(void* block, size_t size) noexcept
-{
-    return counted(__libc_realloc(uncounted(block), size));
-}
-
-Q_DECL_EXPORT void* aligned_alloc(size_t alignment, size_t size) noexcept
-{
-    return counted(__libc_memalign(alignment, size));
-}
-
-Q_DECL_EXPORT void free(void* block) noexcept
-{
-    __libc_free(uncounted(block));
-}
-}
-
-namespace {
-
-struct Cost {
-    qint64 taken;
-    qint64 calls;
-    /// How much more than before was in use at once.
-    qint64 peak;
-    /// How much more than before is in use now.
-    qint64 kept;
-};
-
-template <typename Action>
-Cost costOf(Action action)
-{
-    const qint64 live = heap.live;
-    const qint64 taken = heap.taken;
-    const qint64 calls = heap.calls;
-    heap.peak = live;
-    action();
-    return {heap.taken - taken, heap.calls - calls, heap.peak - live, heap.live - live};
-}
 
 qint64 residentBytes()
 {
@@ -342,11 +255,11 @@ void tst_HandlerCost::overwrittenPropertyTakesNoMoreMemory()
 
     QVERIFY(overwrite(1000));
     const qint64 resident = residentBytes();
-    const qint64 live = heap.live;
+    const qint64 live = heapUse().kept;
     QVERIFY(resident > 0);
     for (int i = 0; i < 100; ++i) {
         QVERIFY(overwrite(1000));
-        const qint64 more = heap.live - live;
+        const qint64 more = heapUse().kept - live;
         QVERIFY2(more < 10000, QByteArray::number(more).constData());
     }
     const qint64 more = residentBytes() - resident;
@@ -375,14 +288,14 @@ void tst_HandlerCost::lookupReadsEachNameOnce()
     // A name that is read is one piece of memory, given back before the next one is read.
     Fixture fixture(array);
     int index = 0;
-    const Cost miss = costOf([&] { fixture.handler.getElementFromInstance(array, missing, index); });
+    const HeapUse miss = heapUseOf([&] { fixture.handler.getElementFromInstance(array, missing, index); });
     QCOMPARE(index, -1);
     QVERIFY2(miss.calls <= siblings + 10, QByteArray::number(miss.calls).constData());
     QVERIFY2(miss.peak < 1000, QByteArray::number(miss.peak).constData());
 
     QJsonObject found;
     bool done = false;
-    const Cost hit = costOf([&] { done = fixture.handler.getNodeElement(last, found); });
+    const HeapUse hit = heapUseOf([&] { done = fixture.handler.getNodeElement(last, found); });
     QVERIFY(done);
     QVERIFY2(hit.calls <= siblings + 20, QByteArray::number(hit.calls).constData());
     QVERIFY2(hit.peak < 2000, QByteArray::number(hit.peak).constData());
@@ -410,7 +323,7 @@ void tst_HandlerCost::editsTakeNoMoreOfLongArrays()
     const QJsonArray before = QJsonDocument::fromJson(fixture.handler.getManifestContent()).array();
     for (const Edit& edit : edits) {
         bool done = false;
-        const Cost cost = costOf([&] { done = edit.run(fixture.handler, path, siblings); });
+        const HeapUse cost = heapUseOf([&] { done = edit.run(fixture.handler, path, siblings); });
         QVERIFY2(done && edit.undo(fixture.handler, path, index), edit.name);
 
         // What a copied array would hold at once, and what reading names takes one after the other.
@@ -436,20 +349,20 @@ void tst_HandlerCost::sortingIsLinear()
         }
         bool done = false;
         const std::clock_t start = std::clock();
-        const Cost cost = costOf([&] { done = fixture.handler.sortElements(QString(), names, false); });
+        const HeapUse cost = heapUseOf([&] { done = fixture.handler.sortElements(QString(), names, false); });
         time = std::clock() - start;
         const QJsonArray sorted = fixture.handler.getManifestJsonArray();
         const bool reversed = sorted.first().toObject() == element(names.first(), false)
             && sorted.last().toObject() == element(names.last(), false);
-        return done && reversed ? cost : Cost {};
+        return done && reversed ? cost : HeapUse {};
     };
 
     std::clock_t shortTime = std::numeric_limits<std::clock_t>::max();
     std::clock_t longTime = shortTime;
     for (int i = 0; i < 10; ++i) {
-        const Cost few = sort(2000);
+        const HeapUse few = sort(2000);
         shortTime = std::min(shortTime, time);
-        const Cost many = sort(20000);
+        const HeapUse many = sort(20000);
         longTime = std::min(longTime, time);
         QVERIFY(few.taken > 0 && many.taken > 0);
         QVERIFY2(many.taken < 15 * few.taken && many.calls < 15 * few.calls,
@@ -479,13 +392,13 @@ void tst_HandlerCost::loadingHoldsOneTree()
     selections = QJsonArray();
 
     ConfigurationManifestHandler handler(QString(), name, name);
-    const Cost loading = costOf([&] { handler.parseManifestFile(content); });
+    const HeapUse loading = heapUseOf([&] { handler.parseManifestFile(content); });
     QCOMPARE(handler.getManifestJsonArray().size(), 10000);
 
     // What the parser alone takes for the tree as it is now.
     const QByteArray loaded = handler.getManifestContent();
     QJsonDocument document;
-    const Cost parser = costOf([&] { document = QJsonDocument::fromJson(loaded); });
+    const HeapUse parser = heapUseOf([&] { document = QJsonDocument::fromJson(loaded); });
     const QByteArray figures = QByteArray::number(loading.peak) + " bytes instead of " + QByteArray::number(parser.peak)
         + ", kept " + QByteArray::number(loading.kept);
     QVERIFY2(loading.peak < parser.peak * 13 / 10, figures.constData());

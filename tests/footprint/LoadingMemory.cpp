@@ -1,0 +1,64 @@
+// Prints what loading a manifest of 10,000 elements takes of the heap, beside what the JSON parser alone takes.
+
+#include "ConfigurationManifestHandler.h"
+#include "HeapUse.h"
+
+#include <QtCore/QJsonArray>
+#include <QtCore/QJsonDocument>
+#include <QtCore/QJsonObject>
+#include <QtCore/QTextStream>
+
+namespace {
+
+QJsonObject selectionAt(int number)
+{
+    return {{QStringLiteral("closeMode"), QStringLiteral("Manual")},
+        {QStringLiteral("dataModel"), QStringLiteral("network.port")}, {QStringLiteral("hide"), false},
+        {QStringLiteral("iconName"), QStringLiteral("plug")},
+        {QStringLiteral("instanceName"), QStringLiteral("network/port%1").arg(number)},
+        {QStringLiteral("labelTextId"), QStringLiteral("TXT_PORT")},
+        {QStringLiteral("lastModified"), QStringLiteral("2024-05-17T08:30:00Z")},
+        {QStringLiteral("moduleName"), QStringLiteral("Device")},
+        {QStringLiteral("objectName"), QStringLiteral("device1")},
+        {QStringLiteral("selectionType"), QStringLiteral("Selection")},
+        {QStringLiteral("uiJob"), QStringLiteral("OpenConfiguration")}};
+}
+
+QByteArray manifest()
+{
+    QJsonArray root;
+    for (int folder = 0; folder < 100; ++folder) {
+        QJsonArray children;
+        for (int number = 0; number < 99; ++number) {
+            children.append(selectionAt(number));
+        }
+        root.append(QJsonObject {{QStringLiteral("dataSourceType"), QStringLiteral("JsonData")},
+            {QStringLiteral("instanceName"), QStringLiteral("folder%1").arg(folder)},
+            {QStringLiteral("selectionType"), QStringLiteral("Node")}, {QStringLiteral("substructure"), children}});
+    }
+    return QJsonDocument(root).toJson(QJsonDocument::Compact);
+}
+
+} // namespace
+
+int main()
+{
+    const QByteArray content = manifest();
+    ConfigurationManifestHandler handler(QString(), QStringLiteral("Device"), QStringLiteral("device1"));
+    const HeapUse loading = heapUseOf([&] { handler.parseManifestFile(content); });
+    QJsonDocument document;
+    const HeapUse parsing = heapUseOf([&] { document = QJsonDocument::fromJson(content); });
+    if (handler.getManifestContent() != content || document.isEmpty()) {
+        return 1;
+    }
+
+    QTextStream out(stdout);
+    const auto print = [&out](const char* what, qint64 bytes) {
+        out << qSetFieldWidth(0) << what << qSetFieldWidth(12) << right << bytes << qSetFieldWidth(0) << '\n';
+    };
+    print("manifest of 10,000 elements         ", content.size());
+    print("peak of the heap while loading it   ", loading.peak);
+    print("the same for the JSON parser alone  ", parsing.peak);
+    print("kept of the heap once it is loaded  ", loading.kept);
+    return 0;
+}
