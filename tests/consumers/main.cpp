@@ -1,0 +1,52 @@
+// A program outside of the project: built against what is installed, and with none of the project's own definitions.
+
+// Headers are found by their names and by their folders alike.
+#include <ConfigurationManifestHandler.h>
+#include <ConfigurationStructureElement.h>
+#include <JsonDataIteratorConfigurationInstanceCollector.h>
+#include <JsonDataIteratorConfigurationInstanceListUpdater.h>
+#include <PropertyManagerConst.h>
+#include <definitions/ConfigurationAndProcessDataDefinitions.h>
+#include <definitions/JsonReaders.h>
+#include <definitions/SystemInformationManagerRegistryDefinitions.h>
+#include <manifest/ConfigurationManifestCreator.h>
+#include <manifest/ConfigurationStructureElementList.h>
+#include <substitute/JsonWalk.h>
+
+#include <QtCore/QTextStream>
+
+int main(int, char* argv[])
+{
+    // Plain literals, which the project forbids itself and nobody else.
+    QTextStream out(stdout);
+    const QString basePath = argv[1];
+    const QString folder = basePath + "/" + PropertyManagerConst::getConfigurationFolderName();
+    const QString scheme = ConfigurationAndProcessDataDefinitions::getSelectorUrlSchemeConfiguration();
+    if (!ConfigurationManifestCreator().create(basePath)) {
+        return 1;
+    }
+
+    ConfigurationManifestHandler handler(folder + "/" + scheme + ".manifest.json", "Device", "device1");
+    handler.parseManifestFile();
+    const bool edited = handler.setProperty("Net/port", "hide", true, true);
+    out << "edited: " << edited << '\n';
+
+    QStringList instances;
+    handler.getListOfInstances(QString(), instances);
+    out << "top level: " << instances.join(' ') << '\n';
+
+    QJsonObject node;
+    QJsonArray children;
+    handler.getNodeElement("Net", node);
+    readJsonArrayFromJson(SystemInformationManagerRegistryDefinitions::getKeySubstructure(), node, children);
+    out << "in Net: " << children.size() << '\n';
+
+    JsonDataIteratorConfigurationInstanceCollector collector;
+    QJsonValue collected;
+    for (const QJsonValue& child : qAsConst(children)) {
+        QJsonObject object = child.toObject();
+        collector.compute(object, collected);
+    }
+    out << "collected: " << collected.toArray().first().toString() << '\n';
+    return 0;
+}
