@@ -6,6 +6,7 @@
 #include "MessageRecorder.h"
 #include "PropertyManagerConst.h"
 #include "TestMain.h"
+#include "faults/FaultyCalls.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QJsonDocument>
@@ -17,22 +18,6 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
-
-namespace {
-
-bool renameFails = false;
-
-} // namespace
-
-// Takes the place of the C library's in this process, so that a save can fail at its very last step.
-extern "C" Q_DECL_EXPORT int rename(const char* from, const char* to) noexcept
-{
-    if (renameFails) {
-        errno = EIO;
-        return -1;
-    }
-    return renameat(AT_FDCWD, from, AT_FDCWD, to);
-}
 
 namespace {
 
@@ -674,10 +659,10 @@ void tst_ConfigurationManifestCreator::failingCommitGoesUnnoticedAndKeepsThePrev
     writeFile(at(QStringLiteral("a.config.json")), description(1));
     writeFile(at(QStringLiteral("configuration.manifest.json")), "previous");
     MessageRecorder log;
-    renameFails = true;
-    const bool result = createConfiguration(folder);
-    renameFails = false;
-    QVERIFY(result);
+    {
+        const FaultyCalls faulty(folder.toStdString(), {{"rename", 1, 1, EIO}});
+        QVERIFY(createConfiguration(folder));
+    }
     QCOMPARE(log.take(), QVector<Message>());
     QCOMPARE(manifest(), QByteArrayLiteral("previous"));
     QCOMPARE(everythingIn(folder),

@@ -1,6 +1,7 @@
 #include "ManifestFixture.h"
 #include "SystemInformationManagerRegistryDefinitions.h"
 #include "TestMain.h"
+#include "faults/FaultyCalls.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QFileInfo>
@@ -8,7 +9,6 @@
 #include <cerrno>
 #include <type_traits>
 
-#include <fcntl.h>
 #include <unistd.h>
 
 static_assert(std::is_constructible_v<Handler, const QString&, const QString&, const QString&>);
@@ -29,39 +29,6 @@ static_assert(has<void (Handler::*)(QJsonObject&) const>(&Handler::addModuleAndO
 static_assert(has<void (Handler::*)(QJsonValue&) const>(&Handler::addModuleAndObjectNameToManifest));
 static_assert(has<void (Handler::*)(QJsonArray&) const>(&Handler::addModuleAndObjectNameToManifest));
 static_assert(has<void (Handler::*)()>(&Handler::writeToManifestFile));
-
-namespace {
-
-// Faults between two system calls of one operation. Each happens once.
-QByteArray pathThatVanishesAfterALook;
-QByteArray pathThatCannotBeReplaced;
-
-} // namespace
-
-extern "C" {
-
-// Qt's calls end here.
-
-Q_DECL_EXPORT int access(const char* path, int mode) noexcept
-{
-    const int result = faccessat(AT_FDCWD, path, mode, 0);
-    if (!pathThatVanishesAfterALook.isEmpty() && pathThatVanishesAfterALook == path) {
-        pathThatVanishesAfterALook.clear();
-        unlink(path);
-    }
-    return result;
-}
-
-Q_DECL_EXPORT int rename(const char* from, const char* to) noexcept
-{
-    if (!pathThatCannotBeReplaced.isEmpty() && pathThatCannotBeReplaced == to) {
-        pathThatCannotBeReplaced.clear();
-        errno = EPERM;
-        return -1;
-    }
-    return renameat(AT_FDCWD, from, AT_FDCWD, to);
-}
-}
 
 namespace {
 
@@ -426,9 +393,10 @@ void tst_ConfigurationManifestHandler_loading::aFileThatVanishesAfterTheFirstLoo
     MessageRecorder log;
     Handler handler(file.path(), module, object);
     loadBefore(handler, false);
-    pathThatVanishesAfterALook = QFile::encodeName(file.path());
-    handler.parseManifestFile();
-    QCOMPARE(pathThatVanishesAfterALook, QByteArray());
+    {
+        const FaultyCalls faulty(file.folder().toStdString(), {{"stat", 1, 1, Fault::Vanished}});
+        handler.parseManifestFile();
+    }
     QCOMPARE(log.take(), Messages({loadMessage(u"Configuration manifest file does not exist!"_qs)}));
     QCOMPARE(handler.getManifestJsonArray(), QJsonArray());
     QCOMPARE(handler.getModified(), false);
@@ -927,9 +895,10 @@ void tst_ConfigurationManifestHandler_loading::aFailedReplacementIsNotReported()
     const MessageRecorder log;
     Handler handler(file.path(), module, object);
     handler.setManifestJsonArray({u"after"_qs});
-    pathThatCannotBeReplaced = QFile::encodeName(file.path());
-    handler.writeToManifestFile();
-    QCOMPARE(pathThatCannotBeReplaced, QByteArray());
+    {
+        const FaultyCalls faulty(file.folder().toStdString(), {{"rename", 1, 1, EPERM}});
+        handler.writeToManifestFile();
+    }
     QCOMPARE(file.content(), QByteArray("[\"before\"]"));
     QVERIFY(file.isAlone());
 }

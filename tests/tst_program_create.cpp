@@ -435,24 +435,24 @@ namespace {
 
 void addFailingWrites()
 {
-    QTest::addColumn<Preparation>("preparation");
+    QTest::addColumn<Program>("program");
     QTest::addColumn<int>("permissions");
     QTest::addColumn<QString>("message");
 
-    QTest::newRow("full disk") << Preparation(onFullDisk) << 0700
+    QTest::newRow("full disk") << Program().prepared(onFullDisk) << 0700
                                << u"warning: Manifest file was not successful written: -1 , %2 !\n"_qs;
-    QTest::newRow("unwritable folder") << Preparation(asOrdinaryUser) << 0555
+    QTest::newRow("unwritable folder") << Program().prepared(asOrdinaryUser) << 0555
                                        << u"warning: Unable to open the manifest file for writing: \"%1\" !\n"_qs;
 }
 
 // The run of a creation that fails as the row says.
 ProgramRun runFailingWrite(const QTemporaryDir& directory)
 {
-    QFETCH(Preparation, preparation);
+    QFETCH(Program, program);
     QFETCH(int, permissions);
 
     chmod(qPrintable(directory.path()), static_cast<mode_t>(permissions));
-    const ProgramRun run = Program().in(directory.path()).prepared(preparation).run(u"create-folder ."_qs);
+    const ProgramRun run = program.in(directory.path()).run(u"create-folder ."_qs);
     chmod(qPrintable(directory.path()), 0700);
     return run;
 }
@@ -470,7 +470,7 @@ QByteArray messageOfFailingWrite(const QTemporaryDir& directory, int size)
 void tst_ProgramCreate::failedWriteLeavesThePreviousManifest_data()
 {
     addFailingWrites();
-    QTest::newRow("last step fails") << Preparation(unableToRename) << 0700 << QString();
+    QTest::newRow("last step fails") << Program().unableToRename() << 0700 << QString();
 }
 
 void tst_ProgramCreate::failedWriteLeavesThePreviousManifest()

@@ -400,7 +400,7 @@ void tst_ProgramHandler::saveOnAFullDiskFails_data()
 
 void tst_ProgramHandler::saveOnAFullDiskFails()
 {
-    checkSaveFails(onFullDisk, "warning: Error on writing instance list to manifest file!\n");
+    checkSaveFails(Program().prepared(onFullDisk), "warning: Error on writing instance list to manifest file!\n");
 }
 
 void tst_ProgramHandler::saveIntoAnUnwritableFolderFails_data()
@@ -410,8 +410,8 @@ void tst_ProgramHandler::saveIntoAnUnwritableFolderFails_data()
 
 void tst_ProgramHandler::saveIntoAnUnwritableFolderFails()
 {
-    checkSaveFails(
-        asOrdinaryUser, "warning: Cannot open configuration manifest file for writing: \"manifest.json\" !\n", 0555);
+    checkSaveFails(Program().prepared(asOrdinaryUser),
+        "warning: Cannot open configuration manifest file for writing: \"manifest.json\" !\n", 0555);
 }
 
 void tst_ProgramHandler::saveThatFailsAtItsLastStepFails_data()
@@ -421,7 +421,7 @@ void tst_ProgramHandler::saveThatFailsAtItsLastStepFails_data()
 
 void tst_ProgramHandler::saveThatFailsAtItsLastStepFails()
 {
-    checkSaveFails(unableToRename);
+    checkSaveFails(Program().unableToRename());
 }
 
 void tst_ProgramHandler::saveOverAReadOnlyFileFails()

@@ -196,7 +196,7 @@ void tst_ProgramIterators::saveOnAFullDiskFails_data()
 
 void tst_ProgramIterators::saveOnAFullDiskFails()
 {
-    checkSaveFails(onFullDisk, "warning: Error on writing instance list to manifest file!\n");
+    checkSaveFails(Program().prepared(onFullDisk), "warning: Error on writing instance list to manifest file!\n");
 }
 
 void tst_ProgramIterators::saveIntoAnUnwritableFolderFails_data()
@@ -206,8 +206,8 @@ void tst_ProgramIterators::saveIntoAnUnwritableFolderFails_data()
 
 void tst_ProgramIterators::saveIntoAnUnwritableFolderFails()
 {
-    checkSaveFails(
-        asOrdinaryUser, "warning: Cannot open configuration manifest file for writing: \"manifest.json\" !\n", 0555);
+    checkSaveFails(Program().prepared(asOrdinaryUser),
+        "warning: Cannot open configuration manifest file for writing: \"manifest.json\" !\n", 0555);
 }
 
 void tst_ProgramIterators::saveThatFailsAtItsLastStepFails_data()
@@ -217,7 +217,7 @@ void tst_ProgramIterators::saveThatFailsAtItsLastStepFails_data()
 
 void tst_ProgramIterators::saveThatFailsAtItsLastStepFails()
 {
-    checkSaveFails(unableToRename);
+    checkSaveFails(Program().unableToRename());
 }
 
 void tst_ProgramIterators::rewriteChangesAndCountsEveryMatch_data()

@@ -16,12 +16,9 @@
 #include <optional>
 
 #include <fcntl.h>
-#include <linux/filter.h>
-#include <linux/seccomp.h>
 #include <linux/securebits.h>
 #include <sys/prctl.h>
 #include <sys/stat.h>
-#include <sys/syscall.h>
 #include <unistd.h>
 
 namespace {
@@ -179,24 +176,6 @@ void onFullDisk()
     std::signal(SIGXFSZ, SIG_DFL);
 }
 
-void unableToRename()
-{
-#ifdef SYS_rename
-    constexpr unsigned renaming = SYS_rename;
-#else
-    constexpr unsigned renaming = SYS_renameat;
-#endif
-    struct sock_filter filter[] = {
-        BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(struct seccomp_data, nr)),
-        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, renaming, 0, 1),
-        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | EIO),
-        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
-    };
-    const struct sock_fprog program = {sizeof filter / sizeof *filter, filter};
-    prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0);
-    prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program);
-}
-
 void withClosedOutput()
 {
     close(STDOUT_FILENO);
@@ -256,6 +235,15 @@ Program& Program::prepared(Preparation function)
 {
     preparation = function;
     return *this;
+}
+
+Program& Program::unableToRename()
+{
+    // A program that checks its memory refuses to run behind anything preloaded, unless it is told not to look.
+    const QString options = environment.value(u"ASAN_OPTIONS"_qs) + u":verify_asan_link_order=0"_qs;
+    return with(u"LD_PRELOAD"_qs, QStringLiteral(FAULTY_CALLS))
+        .with(u"FAULTY_CALLS"_qs, u"rename %1"_qs.arg(EIO))
+        .with(u"ASAN_OPTIONS"_qs, options);
 }
 
 Program& Program::onTerminal()
@@ -383,7 +371,7 @@ void checkEditIsSaved()
     QVERIFY(file.isAlone());
 }
 
-void checkSaveFails(Preparation preparation, const QByteArray& messagesOfTheSave, mode_t permissionsOfTheFolder)
+void checkSaveFails(Program program, const QByteArray& messagesOfTheSave, mode_t permissionsOfTheFolder)
 {
     QFETCH(QString, commandLine);
     QFETCH(QByteArray, input);
@@ -392,8 +380,7 @@ void checkSaveFails(Preparation preparation, const QByteArray& messagesOfTheSave
     const ManifestFile file(compact(saveRuleManifest()));
     const FileState before = stateOf(file.path());
     chmod(qPrintable(file.folder()), permissionsOfTheFolder);
-    const ProgramRun run =
-        Program().in(file.folder()).reading(input).prepared(preparation).run(wordsWith(commandLine, u"--save"_qs));
+    const ProgramRun run = program.in(file.folder()).reading(input).run(wordsWith(commandLine, u"--save"_qs));
     chmod(qPrintable(file.folder()), 0700);
     QCOMPARE(run, failed(u"could not save manifest.json"_qs, messages + messagesOfTheSave));
     QCOMPARE(stateOf(file.path()), before);

@@ -36,8 +36,6 @@ using Preparation = void (*)();
 void asOrdinaryUser();
 /// No file can be written to.
 void onFullDisk();
-/// No file can be renamed: a save fails at its very last step.
-void unableToRename();
 void withClosedOutput();
 void withFullOutput();
 
@@ -54,6 +52,8 @@ public:
     Program& with(const QString& variable, const QString& value);
     Program& reading(const QByteArray& text);
     Program& prepared(Preparation function);
+    /// A save fails at its very last step.
+    Program& unableToRename();
     Program& onTerminal();
 
     ProgramRun run(const QString& commandLine) const;
@@ -97,8 +97,7 @@ void checkEditIsNotSavedUnasked();
 void checkDryRunPrintsWhatWouldBeSaved();
 void checkEditIsSaved();
 /// Checks that a save that fails is a failure, and that it leaves the previous manifest alone.
-void checkSaveFails(
-    Preparation preparation, const QByteArray& messagesOfTheSave = {}, mode_t permissionsOfTheFolder = 0700);
+void checkSaveFails(Program program, const QByteArray& messagesOfTheSave = {}, mode_t permissionsOfTheFolder = 0700);
 
 // A table of runs that fail on the same manifest.
 

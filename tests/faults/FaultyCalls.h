@@ -1,0 +1,55 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+/**
+ * One kind of call that fails from its `first` to its `last` occurrence, counted from 1.
+ *
+ * Calls are named "open" (of an existing file), "make" (of a new one), "read", "write", "sync", "close", "link",
+ * "rename", "unlink", "stat", "access", "chmod", "seek", "list" (of a folder), "next" (entry of it) and "end" (of the
+ * listing), whichever of its functions the C library is called by.
+ */
+struct Fault {
+    enum Special {
+        /// A read or write that transfers only half of what is there.
+        Short = -1,
+        /// The process is killed before the call.
+        Killed = -2,
+        /// The file is gone before the call.
+        Vanished = -3,
+    };
+
+    const char* call;
+    int first;
+    int last;
+    /// What the call sets errno to, or something special.
+    int error;
+};
+
+/**
+ * Makes calls to the C library fail, as long as it lives: only those on `folder` and on what lies below it. There is at
+ * most one at a time, and only one thread.
+ *
+ * It takes effect in programs that are linked to it, and in those that it is preloaded into with the variable
+ * FAULTY_CALLS: "rename 5" lets every rename fail with error number 5.
+ */
+class __attribute__((visibility("default"))) FaultyCalls {
+public:
+    struct Call {
+        std::string name;
+        /// For an entry of a folder, with its name. Of a file without a name, what the system shows instead.
+        std::string path;
+        /// For a transfer, the number of bytes; -1 for any failure.
+        long result;
+        bool faulty;
+    };
+
+    FaultyCalls(const std::string& folder, const std::vector<Fault>& faults);
+    ~FaultyCalls();
+    FaultyCalls(const FaultyCalls&) = delete;
+    FaultyCalls& operator=(const FaultyCalls&) = delete;
+
+    /// The calls so far, in order.
+    const std::vector<Call>& made() const;
+};

@@ -1,0 +1,352 @@
+#include "ConfigurationManifestCreator.h"
+#include "ManifestFixture.h"
+#include "QuickFolder.h"
+#include "TestMain.h"
+#include "faults/FaultyCalls.h"
+
+#include <QtCore/QElapsedTimer>
+#include <QtCore/QJsonDocument>
+
+#include <cerrno>
+#include <csignal>
+#include <memory>
+#include <random>
+#include <utility>
+
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+const QString fileName = u"configuration.manifest.json"_qs;
+
+/// What a writer saves for the `number`th time. Sizes alternate, so that a piece of one in the other would show.
+QJsonObject state(const QString& writer, int number)
+{
+    const QChar letter(u'a' + number % 26);
+    QJsonObject element = node(u"state"_qs);
+    element.insert(u"writer"_qs, writer);
+    element.insert(u"a number"_qs, number);
+    element.insert(u"filler"_qs, QString(number % 2 == 0 ? 30 : 40000 + number % 7000, letter));
+    element.insert(u"z number"_qs, number);
+    return element;
+}
+
+bool save(Handler& handler, const QJsonObject& element)
+{
+    return handler.updateNode(u"state"_qs, element, true, true);
+}
+
+/// A process of its own that does something until it is killed.
+class Process {
+public:
+    template <typename Function>
+    explicit Process(const Function& function)
+        : id(fork())
+    {
+        if (id == 0) {
+            function();
+            _exit(0);
+        }
+    }
+    ~Process()
+    {
+        if (id > 0) {
+            end();
+        }
+    }
+    Q_DISABLE_COPY(Process)
+
+    void end()
+    {
+        kill(id, SIGKILL);
+        wait();
+    }
+
+    /// Whether it came to its end by itself.
+    bool wait()
+    {
+        int status = 0;
+        while (waitpid(id, &status, 0) < 0 && errno == EINTR) { }
+        id = -1;
+        return WIFEXITED(status) && WEXITSTATUS(status) == 0;
+    }
+
+private:
+    pid_t id;
+};
+
+void saveForEver(const QString& path, const QString& writer)
+{
+    Handler handler(path, QString(), QString());
+    handler.parseManifestFile();
+    int number = handler.getManifestJsonArray().first().toObject().value(u"a number"_qs).toInt();
+    while (save(handler, state(writer, ++number))) { }
+}
+
+/// How often processes are killed. A long run is asked for with the variable MANIFEST_KILLS=2000.
+int numberOfKills()
+{
+    const int number = qEnvironmentVariableIntValue("MANIFEST_KILLS");
+    return number > 0 ? number : 100;
+}
+
+struct Place {
+    Place()
+        : folder(quickFolder())
+        , path(folder.filePath(fileName))
+    {
+        writeFile(path, compact({state(u"one"_qs, 0)}));
+    }
+
+    QStringList leftovers() const
+    {
+        QStringList names = everythingIn(folder.path());
+        names.removeAll(fileName);
+        return names;
+    }
+
+    const QTemporaryDir folder;
+    const QString path;
+};
+
+/// The number of the state in a file, which has to be that state and nothing else; -1 otherwise.
+int numberIn(const QByteArray& content)
+{
+    const QJsonObject element = QJsonDocument::fromJson(content).array().first().toObject();
+    const int number = element.value(u"a number"_qs).toInt(-1);
+    return content == compact({state(element.value(u"writer"_qs).toString(), number)}) ? number : -1;
+}
+
+} // namespace
+
+class tst_Crashes : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void readersSeeOnlyWholeManifests_data();
+    void readersSeeOnlyWholeManifests();
+    void savesKilledBeforeAnyCallLeaveTheOldOrTheNewManifest_data();
+    void savesKilledBeforeAnyCallLeaveTheOldOrTheNewManifest();
+    void creationsKilledBeforeAnyCallLeaveNothingOrAll();
+    void leftoversDisturbNothingAndStay();
+};
+
+void tst_Crashes::readersSeeOnlyWholeManifests_data()
+{
+    QTest::addColumn<QStringList>("writers");
+    QTest::newRow("one writer") << QStringList {u"one"_qs};
+    QTest::newRow("two writers") << QStringList {u"one"_qs, u"two"_qs};
+}
+
+void tst_Crashes::readersSeeOnlyWholeManifests()
+{
+    QFETCH(const QStringList, writers);
+
+    const Place place;
+    std::mt19937 engine(20240229);
+    std::uniform_int_distribution<int> microseconds(0, 4000);
+    int readings = 0;
+    int changes = 0;
+    int latest = 0;
+    QByteArray content;
+    const auto isGood = [&] {
+        const QByteArray previousContent = std::exchange(content, readFile(place.path));
+        ++readings;
+        if (content == previousContent) {
+            return true;
+        }
+        ++changes;
+        const int previousNumber = std::exchange(latest, numberIn(content));
+        // One writer alone never goes back.
+        return latest >= (writers.size() == 1 ? previousNumber : 0);
+    };
+
+    for (int killed = 0; killed < numberOfKills(); ++killed) {
+        std::vector<std::unique_ptr<Process>> processes;
+        for (const QString& writer : writers) {
+            processes.push_back(std::make_unique<Process>([&] { saveForEver(place.path, writer); }));
+        }
+        const int changesBefore = changes;
+        const qint64 moment = microseconds(engine) * qint64(1000);
+        QElapsedTimer timer;
+        timer.start();
+        while (timer.nsecsElapsed() < moment || (changes == changesBefore && !timer.hasExpired(10000))) {
+            QVERIFY2(isGood(), content.left(1000).constData());
+        }
+        QVERIFY(changes > changesBefore);
+        processes.clear();
+        QVERIFY2(isGood(), content.left(1000).constData());
+    }
+
+    qInfo("%d rounds: %d readings, %d of them new, the last one number %d; %d temporary files left behind",
+        numberOfKills(), readings, changes, latest, place.leftovers().size());
+    for (const QString& name : place.leftovers()) {
+        QVERIFY2(name.startsWith(fileName + u'.') && name.size() == fileName.size() + 7, qPrintable(name));
+    }
+}
+
+namespace {
+
+/// What the calls of an operation have done to a folder when the process ends before the `index`th one.
+struct Progress {
+    bool isDone = false;
+    int leftovers = 0;
+};
+
+Progress progressBefore(std::size_t index, const std::vector<FaultyCalls::Call>& made, const Place& place)
+{
+    Progress progress;
+    for (std::size_t i = 0; i < index; ++i) {
+        const FaultyCalls::Call& call = made.at(i);
+        const QString path = QString::fromStdString(call.path);
+        if (call.result < 0) {
+            continue;
+        }
+        if ((call.name == "make" || call.name == "link") && path.startsWith(place.path + u'.')) {
+            ++progress.leftovers;
+        } else if (call.name == "link" && path == place.path) {
+            progress.isDone = true;
+        } else if (call.name == "rename") {
+            progress = {true, 0};
+        }
+    }
+    return progress;
+}
+
+/// Ends a process before each of its calls, one after the other. `makePlace` prepares, `check` looks at what is left.
+template <typename MakePlace, typename Operation, typename Check>
+void killBeforeEachCall(
+    const std::vector<Fault>& always, const MakePlace& makePlace, const Operation& operation, const Check& check)
+{
+    std::vector<FaultyCalls::Call> made;
+    {
+        const auto place = makePlace();
+        const FaultyCalls faulty(place->folder.path().toStdString(), always);
+        operation(*place);
+        made = faulty.made();
+        for (FaultyCalls::Call& call : made) {
+            // As it would be called in any other place.
+            const QString path = QString::fromStdString(call.path);
+            call.path = path.mid(place->folder.path().size()).toStdString();
+        }
+    }
+    QMap<std::string, int> numbers;
+    for (std::size_t index = 0; index < made.size(); ++index) {
+        const int number = ++numbers[made[index].name];
+        std::vector<Fault> faults = always;
+        faults.push_back({made[index].name.c_str(), number, number, Fault::Killed});
+        const auto place = makePlace();
+        Process process([&] {
+            const FaultyCalls faulty(place->folder.path().toStdString(), faults);
+            operation(*place);
+        });
+        QVERIFY(!process.wait());
+
+        std::vector<FaultyCalls::Call> here = made;
+        for (FaultyCalls::Call& call : here) {
+            call.path = place->folder.path().toStdString() + call.path;
+        }
+        const QByteArray where = QByteArray::fromStdString(made[index].name) + ' ' + QByteArray::number(number);
+        check(*place, progressBefore(index, here, *place), where);
+        if (QTest::currentTestFailed()) {
+            return;
+        }
+    }
+}
+
+} // namespace
+
+void tst_Crashes::savesKilledBeforeAnyCallLeaveTheOldOrTheNewManifest_data()
+{
+    QTest::addColumn<bool>("unnamed");
+    QTest::addColumn<int>("number");
+    QTest::newRow("unnamed temporary file, large") << true << 1;
+    QTest::newRow("unnamed temporary file, small") << true << 2;
+    QTest::newRow("named temporary file, large") << false << 1;
+    QTest::newRow("named temporary file, small") << false << 2;
+}
+
+void tst_Crashes::savesKilledBeforeAnyCallLeaveTheOldOrTheNewManifest()
+{
+    QFETCH(const bool, unnamed);
+    QFETCH(const int, number);
+
+    int leftovers = 0;
+    int before = 0;
+    int after = 0;
+    killBeforeEachCall(
+        unnamed ? std::vector<Fault>() : std::vector<Fault> {{"make", 1, 1, EOPNOTSUPP}},
+        [] { return std::make_unique<Place>(); },
+        [&](const Place& place) {
+            Handler handler(place.path, QString(), QString());
+            handler.setManifestJsonArray({state(u"one"_qs, 0)});
+            save(handler, state(u"one"_qs, number));
+        },
+        [&](const Place& place, const Progress& progress, const QByteArray& where) {
+            const int found = numberIn(readFile(place.path));
+            QVERIFY2(found == (progress.isDone ? number : 0), where.constData());
+            QVERIFY2(place.leftovers().size() == progress.leftovers, where.constData());
+            leftovers += progress.leftovers;
+            ++(progress.isDone ? after : before);
+        });
+    // An unnamed file is there only between the link and the rename: the close lies between.
+    QVERIFY(unnamed ? leftovers == 2 : leftovers > 4);
+    // The rename is the last thing that is done.
+    QVERIFY(before > 10);
+    QVERIFY(after <= 1);
+}
+
+void tst_Crashes::creationsKilledBeforeAnyCallLeaveNothingOrAll()
+{
+    const auto create = [](const Place& place) {
+        ConfigurationManifestCreator().create2(place.folder.path(), u"configuration"_qs);
+    };
+    const auto makePlace = [] {
+        auto place = std::make_unique<Place>();
+        QFile::remove(place->path);
+        writeFile(place->folder.filePath(u"Net/a.config.json"_qs), R"({"displayPosition":1,"hide":false})");
+        writeFile(place->folder.filePath(u"Net/Folder.menu.json"_qs), R"({"displayPosition":1})");
+        return place;
+    };
+    const auto untroubled = makePlace();
+    create(*untroubled);
+    const QByteArray whole = readFile(untroubled->path);
+    QVERIFY(whole.contains("Net/a"));
+
+    int before = 0;
+    int after = 0;
+    killBeforeEachCall(
+        {}, makePlace, create, [&](const Place& place, const Progress& progress, const QByteArray& where) {
+            QVERIFY2(readFile(place.path) == (progress.isDone ? whole : QByteArray()), where.constData());
+            QVERIFY2(place.leftovers() == QStringList(u"Net"_qs), where.constData());
+            ++(progress.isDone ? after : before);
+        });
+    QVERIFY(before > 20);
+    QVERIFY(after >= 1);
+}
+
+void tst_Crashes::leftoversDisturbNothingAndStay()
+{
+    const Place place;
+    const QString leftover = fileName + u".Abcdef"_qs;
+    writeFile(place.folder.filePath(u"a.config.json"_qs), R"({"displayPosition":1,"hide":false})");
+    writeFile(place.folder.filePath(leftover), "[{\"half");
+
+    MessageRecorder log;
+    QVERIFY(ConfigurationManifestCreator().create2(place.folder.path(), u"configuration"_qs));
+    Handler handler(place.path, QString(), QString());
+    handler.parseManifestFile();
+    QStringList names;
+    QVERIFY(handler.getListOfInstances(QString(), names));
+    QCOMPARE(names, QStringList(u"a"_qs));
+    QVERIFY(handler.setProperty(u"a"_qs, u"key"_qs, 1, true));
+    QCOMPARE(log.take(), Messages());
+    QCOMPARE(readFile(place.path), handler.getManifestContent());
+    QCOMPARE(readFile(place.folder.filePath(leftover)), QByteArray("[{\"half"));
+}
+
+MANIFEST_TEST_MAIN(tst_Crashes)
+
+#include "tst_crashes.moc"

@@ -1,0 +1,855 @@
+#include "ConfigurationManifestCreator.h"
+#include "ElementMessages.h"
+#include "ManifestFixture.h"
+#include "QuickFolder.h"
+#include "TestMain.h"
+#include "faults/FaultyCalls.h"
+
+#include <QtCore/QDir>
+#include <QtCore/QJsonDocument>
+#include <QtCore/QMap>
+
+#include <algorithm>
+#include <cerrno>
+#include <climits>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+const QString manifestName = u"configuration.manifest.json"_qs;
+const QByteArray previous = R"([{"instanceName":"previous","selectionType":"Node"}])";
+constexpr mode_t previousMode = 0640;
+
+/// What is tried on the calls of an operation one after the other.
+struct Trouble {
+    const char* name;
+    std::vector<Fault> (*faults)(const char* call, int number);
+};
+
+template <int error>
+std::vector<Fault> failing(const char* call, int number)
+{
+    return {{call, number, number, error}};
+}
+
+std::vector<Fault> halfThenFailing(const char* call, int number)
+{
+    return {{call, number, number, Fault::Short}, {call, number + 1, number + 1, EIO}};
+}
+
+constexpr Trouble troubles[] = {
+    {"EIO", failing<EIO>},
+    {"ENOSPC", failing<ENOSPC>},
+    {"EMFILE", failing<EMFILE>},
+    {"EACCES", failing<EACCES>},
+    {"EINTR", failing<EINTR>},
+};
+
+constexpr Trouble troublesOfTransfers[] = {
+    {"short", failing<Fault::Short>},
+    {"short, then EIO", halfThenFailing},
+};
+
+constexpr const char* calls[] = {"open", "make", "read", "write", "sync", "close", "link", "rename", "unlink", "stat",
+    "access", "chmod", "seek", "list", "next", "end"};
+
+bool isTransfer(const char* call)
+{
+    return qstrcmp(call, "read") == 0 || qstrcmp(call, "write") == 0;
+}
+
+int countOf(const std::vector<FaultyCalls::Call>& made, const char* call)
+{
+    return static_cast<int>(
+        std::count_if(made.begin(), made.end(), [call](const FaultyCalls::Call& one) { return one.name == call; }));
+}
+
+std::vector<Fault> withoutUnnamedFiles()
+{
+    return {{"make", 1, 1, EOPNOTSUPP}};
+}
+
+int openFiles()
+{
+    return everythingIn(u"/proc/self/fd"_qs).size();
+}
+
+/// What an operation leaves behind.
+struct Result {
+    bool value = true;
+    Messages messages;
+    /// What the handler holds; null for a creator.
+    QByteArray memory;
+    /// Of the manifest file; null when there is none.
+    QByteArray content;
+    mode_t mode = 0;
+};
+
+bool operator==(const Result& a, const Result& b)
+{
+    return a.value == b.value && a.messages == b.messages && a.memory == b.memory && a.content == b.content
+        && a.mode == b.mode;
+}
+
+char* toString(const Result& result)
+{
+    const char* const messages = toString(result.messages);
+    const QByteArray text = QByteArray(result.value ? "true" : "false") + "\nmessages:\n" + messages
+        + "\nmemory: " + result.memory.left(200) + "\ncontent: " + QByteArray::number(result.content.size())
+        + " bytes, " + result.content.left(400) + "\nmode: " + QByteArray::number(result.mode, 8);
+    delete[] messages;
+    return qstrdup(text.constData());
+}
+
+/// A folder in which an operation runs once.
+class Place {
+public:
+    Place()
+        : directory(quickFolder())
+    {
+        chmod(qPrintable(directory.path()), 0700);
+    }
+
+    QString path(const QString& name = {}) const
+    {
+        return name.isEmpty() ? directory.path() : directory.filePath(name);
+    }
+    QString manifest() const
+    {
+        return path(manifestName);
+    }
+    void writeManifest(const QByteArray& content) const
+    {
+        writeFile(manifest(), content);
+        chmod(qPrintable(manifest()), previousMode);
+    }
+    /// Reads the manifest, also one that nobody may read.
+    void takeManifest(Result& result) const
+    {
+        struct stat status = {};
+        if (stat(qPrintable(manifest()), &status) == 0) {
+            result.mode = status.st_mode & 07777;
+            chmod(qPrintable(manifest()), 0600);
+            result.content = readFile(manifest());
+        }
+    }
+
+private:
+    const QTemporaryDir directory;
+};
+
+/// The call that failed, as the tables below name it: "stat manifest 2" is the second of its kind on the manifest.
+struct Failure {
+    QByteArray call;
+    QString path;
+    int error = 0;
+};
+
+QByteArray subject(const Place& place, const QString& path)
+{
+    if (path == place.path()) {
+        return "folder";
+    }
+    if (path == place.manifest()) {
+        return "manifest";
+    }
+    if (path.endsWith(u" (deleted)"_qs) || path.startsWith(place.manifest() + u'.')) {
+        return "temporary";
+    }
+    return path.mid(place.path().size() + 1).toUtf8();
+}
+
+/// What Qt does again when a signal interrupts it.
+bool isRetried(const std::string& call)
+{
+    return call == "open" || call == "make" || call == "read" || call == "write" || call == "sync" || call == "close";
+}
+
+Failure failureIn(const Place& place, const std::vector<FaultyCalls::Call>& made, const Fault& fault)
+{
+    QMap<std::string, int> callsOfName;
+    QMap<QByteArray, int> callsOfKind;
+    for (const FaultyCalls::Call& call : made) {
+        const QString path = QString::fromStdString(call.path);
+        const QByteArray kind = QByteArray::fromStdString(call.name) + ' ' + subject(place, path);
+        const int number = ++callsOfKind[kind];
+        if (++callsOfName[call.name] == fault.first && call.name == fault.call && fault.error > 0
+            && !(fault.error == EINTR && isRetried(call.name))) {
+            return {kind + ' ' + QByteArray::number(number), path, fault.error};
+        }
+    }
+    return {};
+}
+
+/// What becomes of a failure while a manifest is saved.
+enum class Consequence {
+    None,
+    NotFound,
+    NotOpened,
+    NotWritten,
+    /// The save is taken for a success. The file is what it was before.
+    Unnoticed,
+    PermissionsLost,
+    OwnersPermissions,
+    ComplaintOfQt,
+};
+
+Consequence consequenceOfSaving(const Failure& failure)
+{
+    static const QMap<QByteArray, Consequence> consequences {
+        {"make folder 1", Consequence::NotOpened},
+        {"make temporary 1", Consequence::NotOpened},
+        // Whether what is to be replaced may be written to.
+        {"access manifest 2", Consequence::NotOpened},
+        // Which permissions the new file is to have, and giving them to it.
+        {"stat manifest 3", Consequence::PermissionsLost},
+        {"chmod temporary 1", Consequence::OwnersPermissions},
+        {"seek temporary 1", Consequence::ComplaintOfQt},
+        {"link manifest 1", Consequence::Unnoticed},
+        {"rename manifest 1", Consequence::Unnoticed},
+    };
+    if (failure.call.startsWith("write ")) {
+        return Consequence::NotWritten;
+    }
+    return consequences.value(failure.call, Consequence::None);
+}
+
+Message complaintOfQt()
+{
+    return {QtWarningMsg, u"QFile::at: Cannot set file position 0"_qs, {}, {}, u"default"_qs, false};
+}
+
+/// `result` as it is when nothing goes wrong, changed by what went wrong at the save.
+Result withConsequence(Result result, Consequence consequence, const Result& before, const Messages& messages)
+{
+    switch (consequence) {
+    case Consequence::None:
+        break;
+    case Consequence::NotFound:
+    case Consequence::NotOpened:
+    case Consequence::NotWritten:
+        result.messages += messages;
+        Q_FALLTHROUGH();
+    case Consequence::Unnoticed:
+        result.content = before.content;
+        result.mode = before.mode;
+        break;
+    case Consequence::PermissionsLost:
+        result.mode = 0;
+        break;
+    case Consequence::OwnersPermissions:
+        result.mode = 0600;
+        break;
+    case Consequence::ComplaintOfQt:
+        result.messages.append(complaintOfQt());
+        break;
+    }
+    return result;
+}
+
+/// How much of a file was read before reading failed.
+QByteArray readOf(const QString& path, const QByteArray& content, const std::vector<FaultyCalls::Call>& made)
+{
+    long size = 0;
+    for (const FaultyCalls::Call& call : made) {
+        if (call.name == "read" && QString::fromStdString(call.path) == path && call.result > 0) {
+            size += call.result;
+        }
+    }
+    return content.left(static_cast<int>(size));
+}
+
+/// Something that is done in a place, and what comes of it when a call fails on the way.
+class Operation {
+public:
+    virtual ~Operation() = default;
+    virtual void prepare(const Place& place) = 0;
+    virtual void run(const Place& place, Result& result) = 0;
+    virtual void look(const Place&, Result&)
+    {
+    }
+    virtual Result expected(
+        const Place& place, const Failure& failure, const std::vector<FaultyCalls::Call>& made) const = 0;
+
+    bool large = false;
+
+protected:
+    QString text() const
+    {
+        return QString(large ? 40000 : 20, u'x');
+    }
+};
+
+class Load : public Operation {
+public:
+    void prepare(const Place& place) override
+    {
+        content = compact({with(selection(u"a"_qs), u"text"_qs, text())});
+        place.writeManifest(content);
+        handler.reset(new Handler(place.manifest(), QString(), QString()));
+        handler->setManifestJsonArray({u"loaded before"_qs});
+    }
+    void run(const Place&, Result&) override
+    {
+        handler->parseManifestFile();
+    }
+    void look(const Place&, Result& result) override
+    {
+        result.memory = handler->getManifestContent();
+    }
+    Result expected(
+        const Place& place, const Failure& failure, const std::vector<FaultyCalls::Call>& made) const override
+    {
+        const auto loading = "void ConfigurationManifestHandler::parseManifestFile()";
+        Result result {true, {}, content, content, previousMode};
+        if (failure.call == "access manifest 1") {
+            result.messages = {warning(u"Cannot find configuration manifest file!"_qs, loading)};
+        } else if (failure.call == "stat manifest 1") {
+            result.messages = {warning(u"Configuration manifest file does not exist!"_qs, loading)};
+        } else if (failure.call == "open manifest 1") {
+            result.messages = {warning(
+                u"Cannot open configuration manifest file for reading: \"%1\" !"_qs.arg(place.manifest()), loading)};
+        } else if (failure.call.startsWith("read ")) {
+            QJsonParseError error;
+            QJsonDocument::fromJson(readOf(place.manifest(), content, made), &error);
+            if (error.error != QJsonParseError::NoError) {
+                result.messages = {
+                    warning(u"Error on paring configuration manifest file content to Json: \"%1\" !"_qs.arg(
+                                error.errorString()),
+                        "void ConfigurationManifestHandler::parseManifestFile(const QByteArray&)")};
+            }
+        }
+        if (!result.messages.isEmpty()) {
+            result.memory = "[]";
+        }
+        return result;
+    }
+
+private:
+    QByteArray content;
+    QScopedPointer<Handler> handler;
+};
+
+class EditAndSave : public Operation {
+public:
+    void prepare(const Place& place) override
+    {
+        place.writeManifest(previous);
+        handler.reset(new Handler(place.manifest(), QString(), QString()));
+        handler->parseManifestFile();
+    }
+    void run(const Place&, Result& result) override
+    {
+        result.value = handler->setProperty(u"previous"_qs, u"text"_qs, text(), true) && handler->getModified();
+    }
+    void look(const Place&, Result& result) override
+    {
+        result.memory = handler->getManifestContent();
+    }
+    Result expected(const Place& place, const Failure& failure, const std::vector<FaultyCalls::Call>&) const override
+    {
+        const QByteArray content = compact({with(node(u"previous"_qs), u"text"_qs, text())});
+        Failure ofTheSave = failure;
+        Consequence consequence = Consequence::None;
+        // The handler asks for the file once before the save does.
+        if (failure.call == "access manifest 1") {
+            consequence = Consequence::NotFound;
+        } else {
+            ofTheSave.call.replace("access manifest 3", "access manifest 2");
+            consequence = failure.call == "access manifest 2" ? Consequence::None : consequenceOfSaving(ofTheSave);
+        }
+        return withConsequence({true, {}, content, content, previousMode}, consequence,
+            {true, {}, {}, previous, previousMode}, messagesOf(consequence, place));
+    }
+
+private:
+    static Messages messagesOf(Consequence consequence, const Place& place)
+    {
+        return {consequence == Consequence::NotFound    ? fileToSaveIsMissing()
+                : consequence == Consequence::NotOpened ? fileCannotBeWritten(place.manifest())
+                                                        : fileNotWrittenCompletely()};
+    }
+
+    QScopedPointer<Handler> handler;
+};
+
+/// The description of an element that the scan below finds.
+struct Description {
+    QByteArray content;
+    /// What the element is made of; the position apart.
+    QJsonObject members;
+    int position;
+};
+
+class Create : public Operation {
+public:
+    explicit Create(bool replacesManifest)
+        : replaces(replacesManifest)
+    {
+    }
+
+    void prepare(const Place& place) override
+    {
+        descriptions = {
+            {u"a.config.json"_qs, describedAs(1, text())},
+            {u"b.config.json"_qs, describedAs(2, u"b"_qs)},
+            {u"Net/Folder.menu.json"_qs, describedAs(1, text())},
+            {u"Net/port.config.json"_qs, describedAs(1, u"port"_qs)},
+            {u"Net/Deep/inner.config.json"_qs, describedAs(1, u"inner"_qs)},
+            {u"Other/page.config.json"_qs, describedAs(1, u"page"_qs)},
+        };
+        for (auto one = descriptions.cbegin(); one != descriptions.cend(); ++one) {
+            writeFile(place.path(behind(one.key())), one->content);
+        }
+        writeFile(place.path(u"readme.txt"_qs), "");
+        // Seen as a folder only by a look at what it points to.
+        QFile::link(place.path(behind(u"Other"_qs)), place.path(u"Other"_qs));
+        if (replaces) {
+            place.writeManifest(previous);
+        }
+    }
+    void run(const Place& place, Result& result) override
+    {
+        result.value = ConfigurationManifestCreator().create2(place.path(), u"configuration"_qs);
+    }
+    Result expected(
+        const Place& place, const Failure& failure, const std::vector<FaultyCalls::Call>& made) const override
+    {
+        const mode_t mask = umask(0);
+        umask(mask);
+        const Result before {true, {}, {}, replaces ? previous : QByteArray(), replaces ? previousMode : 0};
+        Scan scan {place, failure, made, {}};
+        if (scan.namesIn(QString()).isEmpty()) {
+            return before;
+        }
+        const QByteArray content = compact(elementsOf(QString(), scan));
+        const Consequence consequence = consequenceOfSaving(failure);
+        Result result = withConsequence({true, scan.messages, {}, content, replaces ? previousMode : 0666 & ~mask},
+            consequence, before, messagesOf(consequence, place, content, made));
+        result.value = consequence != Consequence::NotOpened && consequence != Consequence::NotWritten;
+        return result;
+    }
+
+private:
+    // Where something really lies: "Other" is a link.
+    static QString behind(const QString& path)
+    {
+        return path.startsWith(u"Other"_qs) ? u'.' + path : path;
+    }
+
+    /// What a scan was told, and what it said.
+    struct Scan {
+        const Place& place;
+        const Failure& failure;
+        const std::vector<FaultyCalls::Call>& made;
+        Messages messages;
+
+        /// The entries that the system handed out before a listing failed, in the order of a listing.
+        QStringList namesIn(const QString& folder) const
+        {
+            const QString prefix = place.path(behind(folder)) + u'/';
+            QStringList names;
+            for (const FaultyCalls::Call& call : made) {
+                const QString name = QString::fromStdString(call.path).mid(prefix.size());
+                if (call.name == "next" && call.result == 0 && QString::fromStdString(call.path).startsWith(prefix)
+                    && !name.startsWith(u'.') && !name.contains(u'/')) {
+                    names.append(name);
+                }
+            }
+            names.sort(Qt::CaseInsensitive);
+            return names;
+        }
+    };
+
+    static Description describedAs(int position, const QString& label)
+    {
+        const QJsonObject members {{u"labelTextId"_qs, label}, {u"hide"_qs, false}};
+        return {QJsonDocument(with(members, u"displayPosition"_qs, position)).toJson(), members, position};
+    }
+
+    // The description that the scan gets to see of a file; an empty one without a position when reading it failed.
+    Description seen(const QString& path, bool isFolder, Scan& scan) const
+    {
+        const Description described = descriptions.value(path);
+        const QString absolute = scan.place.path(path);
+        const QString real = scan.place.path(behind(path));
+        const auto function = isFolder
+            ? "void ConfigurationStructureElement::readFolderDescription(const QString&, QJsonObject&)"
+            : "void ConfigurationStructureElement::readFileRootNodeDescription(const QString&, QJsonObject&)";
+        if (scan.failure.path == absolute && scan.failure.call.startsWith("open ")) {
+            scan.messages.append(warning(u"Can't open file  \"%1\"  IO Error:  \"%2\""_qs.arg(
+                                             absolute, QString::fromLocal8Bit(strerror(scan.failure.error))),
+                function));
+        } else if (scan.failure.path == real && scan.failure.call.startsWith("read ")
+            && readOf(real, described.content, scan.made) != described.content) {
+            scan.messages.append(warning(u"Can't parse Json!\n"_qs, function));
+        } else {
+            return described;
+        }
+        return {{}, {}, -1};
+    }
+
+    Description seenOfFolder(const QString& folder, Scan& scan) const
+    {
+        const QString path = folder + u"/Folder.menu.json"_qs;
+        if (descriptions.contains(path)) {
+            return seen(path, true, scan);
+        }
+        // What cannot be looked at is no folder, and nothing is said of its description.
+        if (scan.failure.call != "stat " + folder.toUtf8() + (folder == u"Other"_qs ? " 2" : " 1")) {
+            scan.messages.append(noFolderDescription());
+        }
+        return {{}, {}, -1};
+    }
+
+    QJsonArray elementsOf(const QString& folder, Scan& scan) const
+    {
+        struct Element {
+            int position;
+            bool isFolder;
+            QString path;
+            QJsonObject object;
+        };
+        QVector<Element> elements;
+        const QStringList names = scan.namesIn(folder);
+        for (const QString& name : names) {
+            const QString path = folder.isEmpty() ? name : folder + u'/' + name;
+            if (name == u"Net"_qs || name == u"Deep"_qs || name == u"Other"_qs) {
+                const Description description = seenOfFolder(path, scan);
+                if (description.position < 0) {
+                    scan.messages.append(positionMissing());
+                }
+                QJsonObject object = description.members;
+                object.insert(u"selectionType"_qs, u"Node"_qs);
+                object.insert(u"dataSourceType"_qs, u"JsonData"_qs);
+                object.insert(u"instanceName"_qs, name);
+                elements.append({description.position, true, path, object});
+            } else if (name.endsWith(u".config.json"_qs)) {
+                const Description description = seen(path, false, scan);
+                if (description.position < 0) {
+                    scan.messages += {positionMissing(), hideMissing()};
+                }
+                const QString instance = path.chopped(static_cast<int>(qstrlen(".config.json")));
+                elements.append({description.position, false, path,
+                    {{u"labelTextId"_qs, description.members.value(u"labelTextId"_qs).toString()},
+                        {u"dataModel"_qs, QString()}, {u"lastModified"_qs, QString()},
+                        {u"selectionType"_qs, u"Selection"_qs}, {u"closeMode"_qs, u"Manual"_qs},
+                        {u"uiJob"_qs, u"OpenConfiguration"_qs}, {u"hide"_qs, false}, {u"iconName"_qs, QString()},
+                        {u"instanceName"_qs, instance}}});
+            }
+        }
+        std::stable_sort(elements.begin(), elements.end(), [](const Element& a, const Element& b) {
+            return a.isFolder != b.isFolder ? b.isFolder : a.position < b.position;
+        });
+
+        QJsonArray array;
+        for (const Element& element : qAsConst(elements)) {
+            if (!element.isFolder) {
+                array.append(element.object);
+                continue;
+            }
+            const QJsonArray children = elementsOf(element.path, scan);
+            if (!children.isEmpty()) {
+                array.append(with(element.object, u"substructure"_qs, children));
+            }
+        }
+        return array;
+    }
+
+    Messages messagesOf(Consequence consequence, const Place& place, const QByteArray& content,
+        const std::vector<FaultyCalls::Call>& made) const
+    {
+        const auto function = "bool ConfigurationManifestCreator::writeManifestFile()";
+        if (consequence == Consequence::NotOpened) {
+            return {
+                warning(u"Unable to open the manifest file for writing: \"%1\" !"_qs.arg(place.manifest()), function)};
+        }
+        // A large document is written directly, and what has arrived of it is known. A small one is in a buffer.
+        const auto half = std::find_if(made.begin(), made.end(),
+            [](const FaultyCalls::Call& call) { return call.name == "write" && call.result > 0; });
+        return {warning(u"Manifest file was not successful written: %1 , %2 !"_qs
+                            .arg(large && half != made.end() ? half->result : -1)
+                            .arg(content.size()),
+            function)};
+    }
+
+    const bool replaces;
+    QMap<QString, Description> descriptions;
+};
+
+struct Run {
+    Result result;
+    Result expected;
+    Failure failure;
+    std::vector<FaultyCalls::Call> made;
+    QStringList leftovers;
+    int leaked;
+};
+
+Run runOnce(Operation& operation, const std::vector<Fault>& faults)
+{
+    const Place place;
+    operation.prepare(place);
+    const QStringList before = everythingIn(place.path());
+    const int openBefore = openFiles();
+    Run run;
+    {
+        MessageRecorder log;
+        {
+            const FaultyCalls faulty(place.path().toStdString(), faults);
+            operation.run(place, run.result);
+            run.made = faulty.made();
+        }
+        run.result.messages = log.take();
+    }
+    run.leaked = openFiles() - openBefore;
+    operation.look(place, run.result);
+    place.takeManifest(run.result);
+    run.leftovers = everythingIn(place.path());
+    for (const QString& name : before + QStringList(manifestName)) {
+        run.leftovers.removeAll(name);
+    }
+    run.failure = failureIn(place, run.made, faults.back());
+    run.expected = operation.expected(place, run.failure, run.made);
+    return run;
+}
+
+using Operations = std::function<QSharedPointer<Operation>()>;
+
+QByteArray described(const Run& run, const Result& untroubled)
+{
+    if (run.result == untroubled) {
+        return "as if nothing had happened";
+    }
+    QByteArray text = run.result.content == untroubled.content ? "saved"
+        : run.result.content == previous                       ? "previous manifest kept"
+        : run.result.content.isNull()                          ? "no manifest"
+                                                               : "manifest without what is missing";
+    if (run.result.memory != untroubled.memory) {
+        text = "nothing loaded";
+    }
+    if (run.result.mode != untroubled.mode && run.result.content == untroubled.content) {
+        text += ", mode " + QByteArray::number(run.result.mode, 8);
+    }
+    const bool isSilent = std::all_of(run.result.messages.begin(), run.result.messages.end(),
+        [&](const Message& message) { return untroubled.messages.contains(message); });
+    return text + (isSilent ? ", silently" : ", with a message");
+}
+
+} // namespace
+
+Q_DECLARE_METATYPE(Operations)
+
+class tst_Faults : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void everyFailingCallHasItsConsequence_data();
+    void everyFailingCallHasItsConsequence();
+    void manifestIsNeverWrittenDirectly();
+    void writeErrorsReportedLateGoUnnoticed_data();
+    void writeErrorsReportedLateGoUnnoticed();
+    void failedLinkGoesUnnoticed();
+    void permissionsThatCannotBeAskedForAreLost();
+    void readErrorInAManifestIsReportedAsASyntaxError();
+    void readErrorInADescriptionLeavesTheElementEmpty();
+    void listingCutShortLosesTheRestSilently();
+    void listingCutShortAtOnceLeavesThePreviousManifest();
+    void cleanupTestCase();
+
+private:
+    // How many runs came to what, by operation, call and trouble.
+    QMap<QByteArray, int> table;
+};
+
+void tst_Faults::everyFailingCallHasItsConsequence_data()
+{
+    QTest::addColumn<Operations>("operations");
+    QTest::addColumn<QByteArray>("name");
+    QTest::addColumn<bool>("large");
+    QTest::addColumn<bool>("unnamed");
+
+    const struct {
+        const char* name;
+        Operations make;
+        bool saves;
+    } operations[] = {
+        {"load", [] { return QSharedPointer<Operation>(new Load); }, false},
+        {"edit and save", [] { return QSharedPointer<Operation>(new EditAndSave); }, true},
+        {"create", [] { return QSharedPointer<Operation>(new Create(true)); }, true},
+        {"create the first", [] { return QSharedPointer<Operation>(new Create(false)); }, true},
+    };
+    for (const auto& operation : operations) {
+        for (const bool large : {false, true}) {
+            for (const bool unnamed : {true, false}) {
+                if (unnamed || operation.saves) {
+                    QTest::addRow("%s, %s, %s", operation.name, large ? "large" : "small",
+                        unnamed ? "unnamed temporary file" : "named temporary file")
+                        << operation.make << QByteArray(operation.name) << large << unnamed;
+                }
+            }
+        }
+    }
+}
+
+void tst_Faults::everyFailingCallHasItsConsequence()
+{
+    QFETCH(const Operations, operations);
+    QFETCH(const QByteArray, name);
+    QFETCH(const bool, large);
+    QFETCH(const bool, unnamed);
+
+    const QSharedPointer<Operation> operation = operations();
+    operation->large = large;
+    const std::vector<Fault> always = unnamed ? std::vector<Fault>() : withoutUnnamedFiles();
+    const Run untroubled = runOnce(*operation, {{"none", 1, 1, 0}});
+
+    const auto tryOn = [&](const char* call, const Trouble& trouble) {
+        for (int number = 1;; ++number) {
+            std::vector<Fault> faults = always;
+            const std::vector<Fault> more = trouble.faults(call, number);
+            faults.insert(faults.end(), more.begin(), more.end());
+            const Run run = runOnce(*operation, faults);
+            const QByteArray where =
+                QByteArray(call) + ' ' + QByteArray::number(number) + ' ' + trouble.name + ": " + run.failure.call;
+            QVERIFY2(run.leaked == 0, where.constData());
+            QVERIFY2(run.leftovers.isEmpty(), where.constData());
+            if (!(run.result == run.expected)) {
+                qInfo("%s", where.constData());
+            }
+            QCOMPARE(run.result.messages, run.expected.messages);
+            QCOMPARE(run.result.content, run.expected.content);
+            QCOMPARE(run.result, run.expected);
+            if (countOf(run.made, call) < number) {
+                return;
+            }
+            const bool isError = qstrcmp(trouble.name, "EINTR") != 0 && trouble.faults != failing<Fault::Short>;
+            ++table[name.leftJustified(18) + QByteArray(call).leftJustified(8)
+                + QByteArray(isError ? "error" : trouble.name).leftJustified(7) + described(run, untroubled.expected)];
+        }
+    };
+
+    for (const char* const call : calls) {
+        for (const Trouble& trouble : troubles) {
+            tryOn(call, trouble);
+        }
+        if (isTransfer(call)) {
+            for (const Trouble& trouble : troublesOfTransfers) {
+                tryOn(call, trouble);
+            }
+        }
+    }
+}
+
+void tst_Faults::manifestIsNeverWrittenDirectly()
+{
+    const int noTemporaryFile = EACCES;
+    EditAndSave edit;
+    const Run run = runOnce(edit, {{"make", 1, INT_MAX, noTemporaryFile}});
+    QCOMPARE(countOf(run.made, "write"), 0);
+    QCOMPARE(run.result.content, previous);
+    QCOMPARE(run.result.messages.size(), 1);
+}
+
+void tst_Faults::writeErrorsReportedLateGoUnnoticed_data()
+{
+    QTest::addColumn<QByteArray>("call");
+    QTest::newRow("at the sync") << QByteArray("sync");
+    QTest::newRow("at the close") << QByteArray("close");
+}
+
+void tst_Faults::writeErrorsReportedLateGoUnnoticed()
+{
+    QFETCH(const QByteArray, call);
+    EditAndSave edit;
+    const Run run = runOnce(edit, {{call.constData(), 1, INT_MAX, ENOSPC}});
+    QCOMPARE(run.failure.call, QByteArray(call + " temporary 1"));
+    QCOMPARE(run.result.messages, Messages());
+    QCOMPARE(run.result.content, run.result.memory);
+}
+
+void tst_Faults::failedLinkGoesUnnoticed()
+{
+    EditAndSave edit;
+    const Run run = runOnce(edit, {{"link", 1, INT_MAX, EIO}});
+    QCOMPARE(run.result.messages, Messages());
+    QCOMPARE(run.result.content, previous);
+    QVERIFY(run.result.value);
+}
+
+void tst_Faults::permissionsThatCannotBeAskedForAreLost()
+{
+    EditAndSave edit;
+    const Run run = runOnce(edit, {{"stat", 3, 3, EIO}});
+    QCOMPARE(run.failure.call, QByteArray("stat manifest 3"));
+    QCOMPARE(run.result.mode, mode_t(0));
+    QCOMPARE(run.result.content, run.result.memory);
+    QCOMPARE(run.result.messages, Messages());
+}
+
+void tst_Faults::readErrorInAManifestIsReportedAsASyntaxError()
+{
+    Load load;
+    load.large = true;
+    const Run run = runOnce(load, halfThenFailing("read", 1));
+    QCOMPARE(run.result.messages,
+        Messages({warning(u"Error on paring configuration manifest file content to Json: \"unterminated string\" !"_qs,
+            "void ConfigurationManifestHandler::parseManifestFile(const QByteArray&)")}));
+    QCOMPARE(run.result.memory, QByteArray("[]"));
+}
+
+void tst_Faults::readErrorInADescriptionLeavesTheElementEmpty()
+{
+    Create create(true);
+    const Run run = runOnce(create, {{"read", 1, 1, EIO}});
+    QCOMPARE(run.failure.call, QByteArray("read a.config.json 1"));
+    QVERIFY(run.result.value);
+    QVERIFY(run.result.messages.contains(fileNotJson()));
+    const QJsonObject first = arrayFrom(run.result.content.constData()).first().toObject();
+    QCOMPARE(first.value(u"instanceName"_qs).toString(), u"a"_qs);
+    QCOMPARE(first.value(u"labelTextId"_qs).toString(), QString());
+}
+
+void tst_Faults::listingCutShortLosesTheRestSilently()
+{
+    Create create(true);
+    const Run whole = runOnce(create, {{"none", 1, 1, 0}});
+    // Folders hand out their entries in an order of their own.
+    const QStringList elements {u"a.config.json"_qs, u"b.config.json"_qs, u"Net"_qs, u"Other"_qs};
+    const auto first = std::find_if(whole.made.begin(), whole.made.end(), [&](const FaultyCalls::Call& call) {
+        return call.name == "next" && elements.contains(QFileInfo(QString::fromStdString(call.path)).fileName());
+    });
+    const int number = countOf({whole.made.begin(), first + 1}, "next");
+    const Run run = runOnce(create, {{"next", number + 1, number + 1, EIO}});
+    QVERIFY(run.result.value);
+    QVERIFY(run.result.content != previous);
+    QVERIFY(run.result.content.size() < whole.result.content.size());
+    for (const Message& message : run.result.messages) {
+        QVERIFY(whole.result.messages.contains(message));
+    }
+}
+
+void tst_Faults::listingCutShortAtOnceLeavesThePreviousManifest()
+{
+    Create create(true);
+    const Run run = runOnce(create, {{"next", 1, 1, EIO}});
+    QVERIFY(run.result.value);
+    QCOMPARE(run.result.messages, Messages());
+    QCOMPARE(run.result.content, previous);
+}
+
+void tst_Faults::cleanupTestCase()
+{
+    int runs = 0;
+    for (auto row = table.cbegin(); row != table.cend(); ++row) {
+        qInfo("%5d  %s", row.value(), row.key().constData());
+        runs += row.value();
+    }
+    qInfo("%5d  failing calls in all", runs);
+}
+
+MANIFEST_TEST_MAIN(tst_Faults)
+
+#include "tst_faults.moc"

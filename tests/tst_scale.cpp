@@ -1,0 +1,337 @@
+#include "ConfigurationAndProcessDataDefinitions.h"
+#include "ConfigurationManifestCreator.h"
+#include "ElementMessages.h"
+#include "ManifestFixture.h"
+#include "QuickFolder.h"
+#include "TestMain.h"
+
+#include <QtCore/QDir>
+#include <QtCore/QElapsedTimer>
+
+#include <climits>
+#include <optional>
+#include <utility>
+
+#include <sys/resource.h>
+#include <unistd.h>
+
+namespace {
+
+const QString manifestName = u"configuration.manifest.json"_qs;
+const QByteArray plainDescription = R"({"displayPosition":1,"hide":false})";
+// Nodes below one another in a manifest that can be loaded, the innermost one with elements in it.
+constexpr int deepest = 511;
+
+Message tooDeep()
+{
+    return warning(u"Error on paring configuration manifest file content to Json: \"too deeply nested document\" !"_qs,
+        "void ConfigurationManifestHandler::parseManifestFile(const QByteArray&)");
+}
+
+bool create(const QString& folder)
+{
+    return ConfigurationManifestCreator().create2(folder, u"configuration"_qs);
+}
+
+QByteArray nested(int levels)
+{
+    return QByteArray(levels, '[') + QByteArray(levels, ']');
+}
+
+QString numbered(int number)
+{
+    return u"e%1"_qs.arg(number, 6, 10, QChar(u'0'));
+}
+
+QString chainPath(int levels)
+{
+    return u"n/"_qs.repeated(levels).chopped(1);
+}
+
+/// The most memory that this process has needed so far, in megabytes.
+long peakMemory()
+{
+    struct rusage usage = {};
+    getrusage(RUSAGE_SELF, &usage);
+    return usage.ru_maxrss / 1024;
+}
+
+/// A folder below `folder` whose whole path is `length` bytes long.
+QString longFolder(const QString& folder, int length)
+{
+    constexpr int most = 200;
+    QString path = folder;
+    while (path.size() + 1 + most < length - 1) {
+        path += u'/' + QString(most, u'd');
+    }
+    return path + u'/' + QString(length - path.size() - 1, u'd');
+}
+
+} // namespace
+
+class tst_Scale : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void hundredThousandDescriptionsInOneFolder();
+    void hundredThousandElementsInTheDeepestTree();
+    void manifestOf200Megabytes();
+    void deepFolders_data();
+    void deepFolders();
+    void deepDescriptions_data();
+    void deepDescriptions();
+    void savesUnderLongNames_data();
+    void savesUnderLongNames();
+    void creationsUnderLongPaths_data();
+    void creationsUnderLongPaths();
+};
+
+void tst_Scale::hundredThousandDescriptionsInOneFolder()
+{
+    constexpr int count = 100000;
+    constexpr int mostLinks = 30000;
+    const QTemporaryDir folder(quickFolder());
+    QByteArray file;
+    for (int i = 0; i < count; ++i) {
+        const QByteArray path = QFile::encodeName(folder.filePath(numbered(i) + u".config.json"_qs));
+        if (i % mostLinks == 0) {
+            file = path;
+            writeFile(QFile::decodeName(path), plainDescription);
+        } else {
+            QCOMPARE(link(file.constData(), path.constData()), 0);
+        }
+    }
+
+    std::optional<MessageRecorder> log(std::in_place);
+    QElapsedTimer timer;
+    timer.start();
+    QVERIFY(create(folder.path()));
+    const qint64 scanned = timer.restart();
+
+    Handler handler(folder.filePath(manifestName), QString(), QString());
+    handler.parseManifestFile();
+    const qint64 loaded = timer.restart();
+    QStringList names;
+    QVERIFY(handler.getListOfInstances(QString(), names));
+    names.sort();
+    QCOMPARE(names.size(), count);
+    for (int i = 0; i < count; ++i) {
+        QCOMPARE(names.at(i), numbered(i));
+    }
+    QCOMPARE(log->take(), Messages());
+    log.reset();
+    qInfo("scanned in %lld ms, loaded in %lld ms, %ld MB", scanned, loaded, peakMemory());
+}
+
+void tst_Scale::hundredThousandElementsInTheDeepestTree()
+{
+    constexpr int inEach = 200;
+    const QJsonObject leaf = selection(u"leaf"_qs);
+    QJsonArray manifest;
+    for (int level = 0; level <= deepest; ++level) {
+        QJsonArray elements;
+        for (int i = 0; i < inEach; ++i) {
+            elements.append(leaf);
+        }
+        if (level > 0) {
+            elements.append(node(u"n"_qs, manifest));
+        }
+        manifest = elements;
+    }
+    const QTemporaryDir folder(quickFolder());
+    const QString path = folder.filePath(manifestName);
+    const QByteArray content = compact(manifest);
+    writeFile(path, content);
+
+    MessageRecorder log;
+    Handler handler(path, u"module"_qs, QString());
+    handler.parseManifestFile();
+    QCOMPARE(handler.getManifestContent().count("\"module\""), (deepest + 1) * inEach);
+    int number = 0;
+    QVERIFY(handler.getNumberOfInstances(chainPath(deepest), number));
+    QCOMPARE(number, inEach);
+    QVERIFY(handler.setProperty(chainPath(deepest) + u"/leaf"_qs, u"key"_qs, 1, true));
+    QVERIFY(handler.deleteElement(chainPath(deepest), true));
+    QCOMPARE(readFile(path).count("\"module\""), deepest * inEach);
+
+    Handler reader(path, QString(), QString());
+    reader.parseManifestFile();
+    QVERIFY(reader.getManifestContent() == handler.getManifestContent());
+    QCOMPARE(log.take(), Messages());
+}
+
+void tst_Scale::manifestOf200Megabytes()
+{
+    constexpr int count = 200000;
+    QByteArray content = "[";
+    content.reserve(count * 1100);
+    const QByteArray filler(930, 'x');
+    for (int i = 0; i < count; ++i) {
+        content += (i == 0 ? "" : ",") + QByteArray("{\"instanceName\":\"") + numbered(i).toLatin1() + "\",\"label\":\""
+            + filler + "\",\"selectionType\":\"Node\",\"substructure\":[]}";
+    }
+    content += ']';
+    QVERIFY(content.size() > 200 * 1000 * 1000);
+    const QTemporaryDir folder(quickFolder());
+    const QString path = folder.filePath(manifestName);
+    writeFile(path, content);
+
+    std::optional<MessageRecorder> log(std::in_place);
+    QElapsedTimer timer;
+    timer.start();
+    Handler handler(path, QString(), QString());
+    handler.parseManifestFile();
+    const qint64 loaded = timer.restart();
+    const QString last = numbered(count - 1);
+    QVERIFY(handler.setProperty(last, u"key"_qs, 1, true));
+    const qint64 saved = timer.restart();
+    QCOMPARE(log->take(), Messages());
+    log.reset();
+
+    content.insert(content.lastIndexOf("\"label\""), "\"key\":1,");
+    QVERIFY(readFile(path) == content);
+    qInfo("loaded in %lld ms, saved in %lld ms, %ld MB", loaded, saved, peakMemory());
+    QVERIFY(peakMemory() < 3000);
+}
+
+void tst_Scale::deepFolders_data()
+{
+    QTest::addColumn<int>("levels");
+    QTest::newRow("deepest that can be loaded") << deepest;
+    QTest::newRow("one more") << deepest + 1;
+    QTest::newRow("as deep as paths go") << 1900;
+}
+
+void tst_Scale::deepFolders()
+{
+    QFETCH(const int, levels);
+    const QTemporaryDir folder(quickFolder());
+    const QString inner = folder.filePath(chainPath(levels));
+    writeFile(inner + u"/a.config.json"_qs, plainDescription);
+
+    MessageRecorder log;
+    QVERIFY(create(folder.path()));
+    log.take();
+    const QByteArray content = readFile(folder.filePath(manifestName));
+    QCOMPARE(content.count("\"substructure\""), levels);
+
+    Handler handler(folder.filePath(manifestName), QString(), QString());
+    handler.parseManifestFile();
+    if (levels > deepest) {
+        QCOMPARE(log.take(), Messages({tooDeep()}));
+        QCOMPARE(handler.getManifestJsonArray(), QJsonArray());
+        QCOMPARE(readFile(folder.filePath(manifestName)), content);
+        return;
+    }
+    QCOMPARE(log.take(), Messages());
+    QVERIFY(handler.setProperty(chainPath(levels) + u"/a"_qs, u"hide"_qs, true, true));
+    QVERIFY(readFile(folder.filePath(manifestName)) != content);
+}
+
+void tst_Scale::deepDescriptions_data()
+{
+    QTest::addColumn<int>("levels");
+    QTest::addColumn<bool>("isRead");
+    QTest::addColumn<bool>("isLoaded");
+    QTest::newRow("deepest that a manifest can hold") << 1023 << true << true;
+    QTest::newRow("deepest that can be read") << 1024 << true << false;
+    QTest::newRow("deeper") << 1025 << false << true;
+    QTest::newRow("much deeper") << 1000000 << false << true;
+}
+
+void tst_Scale::deepDescriptions()
+{
+    QFETCH(const int, levels);
+    QFETCH(const bool, isRead);
+    QFETCH(const bool, isLoaded);
+    const QTemporaryDir folder(quickFolder());
+    const QString key = ConfigurationAndProcessDataDefinitions::getKeyDataPropertySelectorTypeList();
+    writeFile(folder.filePath(u"a.config.json"_qs),
+        R"({"displayPosition":1,"hide":false,")" + key.toUtf8() + R"(":[)" + nested(levels - 2) + "]}");
+
+    MessageRecorder log;
+    QVERIFY(create(folder.path()));
+    QCOMPARE(log.take(), isRead ? Messages() : Messages({fileNotJson(), positionMissing(), hideMissing()}));
+
+    Handler handler(folder.filePath(manifestName), QString(), QString());
+    handler.parseManifestFile();
+    QCOMPARE(log.take(), isLoaded ? Messages() : Messages({tooDeep()}));
+    QCOMPARE(handler.getManifestJsonArray().size(), isLoaded ? 1 : 0);
+    if (isLoaded) {
+        QCOMPARE(handler.getManifestJsonArray().first().toObject().contains(key), isRead);
+    }
+}
+
+void tst_Scale::savesUnderLongNames_data()
+{
+    QTest::addColumn<int>("folderLength");
+    QTest::addColumn<int>("nameLength");
+    QTest::addColumn<bool>("isSaved");
+
+    // A temporary file takes its name from the manifest, with a dot and six letters.
+    constexpr int more = 7;
+    constexpr int longestPath = PATH_MAX - 1;
+    QTest::newRow("longest name") << 300 << NAME_MAX - more << true;
+    QTest::newRow("too long for the temporary file's name") << 300 << NAME_MAX - more + 1 << false;
+    QTest::newRow("longest name of a file") << 300 << NAME_MAX << false;
+    QTest::newRow("longest path") << longestPath - more - 11 << 10 << true;
+    QTest::newRow("too long for the temporary file's path") << longestPath - more - 10 << 10 << false;
+    QTest::newRow("longest path of a file") << longestPath - 11 << 10 << false;
+}
+
+void tst_Scale::savesUnderLongNames()
+{
+    QFETCH(const int, folderLength);
+    QFETCH(const int, nameLength);
+    QFETCH(const bool, isSaved);
+    const QTemporaryDir directory(quickFolder());
+    const QString folder = longFolder(directory.path(), folderLength);
+    const QString name(nameLength, u'm');
+    const QString path = folder + u'/' + name;
+    const QByteArray content = compact({node(u"a"_qs)});
+    writeFile(path, content);
+
+    const MessageRecorder log;
+    Handler handler(path, QString(), QString());
+    handler.parseManifestFile();
+    QVERIFY(handler.setProperty(u"a"_qs, u"key"_qs, 1, true));
+    QCOMPARE(readFile(path), isSaved ? handler.getManifestContent() : content);
+    QCOMPARE(everythingIn(folder), QStringList(name));
+}
+
+void tst_Scale::creationsUnderLongPaths_data()
+{
+    QTest::addColumn<int>("manifestLength");
+    QTest::addColumn<bool>("isMade");
+    QTest::addColumn<bool>("isReplaced");
+
+    constexpr int longest = PATH_MAX - 1;
+    QTest::newRow("longest") << longest - 7 << true << true;
+    QTest::newRow("too long for the temporary file's path") << longest - 6 << true << false;
+    QTest::newRow("longest path of a file") << longest << true << false;
+    QTest::newRow("too long") << longest + 1 << false << false;
+}
+
+void tst_Scale::creationsUnderLongPaths()
+{
+    QFETCH(const int, manifestLength);
+    QFETCH(const bool, isMade);
+    QFETCH(const bool, isReplaced);
+    const QTemporaryDir directory(quickFolder());
+    const QString folder = longFolder(directory.path(), manifestLength - 1 - manifestName.size());
+    const QString manifest = folder + u'/' + manifestName;
+    writeFile(folder + u"/a.config.json"_qs, plainDescription);
+
+    const MessageRecorder log;
+    QVERIFY(create(folder));
+    const QByteArray first = readFile(manifest);
+    QCOMPARE(first.contains("\"a\""), isMade);
+    QVERIFY(QFile::rename(folder + u"/a.config.json"_qs, folder + u"/b.config.json"_qs));
+    QVERIFY(create(folder));
+    QCOMPARE(readFile(manifest), isReplaced ? QByteArray(first).replace("\"a\"", "\"b\"") : first);
+    QCOMPARE(everythingIn(folder).size(), isMade ? 2 : 1);
+}
+
+MANIFEST_TEST_MAIN(tst_Scale)
+
+#include "tst_scale.moc"
