@@ -241,9 +241,13 @@ Program& Program::unableToRename()
 {
     // A program that checks its memory refuses to run behind anything preloaded, unless it is told not to look.
     const QString options = environment.value(u"ASAN_OPTIONS"_qs) + u":verify_asan_link_order=0"_qs;
-    return with(u"LD_PRELOAD"_qs, QStringLiteral(FAULTY_CALLS))
-        .with(u"FAULTY_CALLS"_qs, u"rename %1"_qs.arg(EIO))
-        .with(u"ASAN_OPTIONS"_qs, options);
+#ifdef EMULATED
+    // Not into the emulator, which is a program for another machine than the one it emulates.
+    with(u"QEMU_SET_ENV"_qs, QStringLiteral("LD_PRELOAD=" FAULTY_CALLS));
+#else
+    with(u"LD_PRELOAD"_qs, QStringLiteral(FAULTY_CALLS));
+#endif
+    return with(u"FAULTY_CALLS"_qs, u"rename %1"_qs.arg(EIO)).with(u"ASAN_OPTIONS"_qs, options);
 }
 
 Program& Program::onTerminal()
