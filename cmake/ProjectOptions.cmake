@@ -19,3 +19,10 @@ target_compile_options(project_options INTERFACE
     -Wold-style-cast -Wcast-qual -Wundef
     # Messages name the source file as it lies in the project, wherever that was built.
     -fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=)
+
+# What is installed is hardened: stack protector, checked calls to the C library, and nothing that the loader has bound can
+# be overwritten.
+add_library(hardened INTERFACE)
+target_compile_options(hardened INTERFACE -fstack-protector-strong)
+target_compile_definitions(hardened INTERFACE $<$<NOT:$<CONFIG:Debug>>:_FORTIFY_SOURCE=2>)
+target_link_options(hardened INTERFACE -Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack)

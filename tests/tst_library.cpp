@@ -40,6 +40,8 @@ private Q_SLOTS:
     void isLinkedAgainstQtCoreOnly();
     void exportsNothingButItsClasses();
     void isRefusedByAProcessThatProvidesNothing();
+    void isHardened_data();
+    void isHardened();
 };
 
 void tst_Library::leavesItsImportsUndefined_data()
@@ -142,6 +144,27 @@ void tst_Library::isRefusedByAProcessThatProvidesNothing()
                        "readJsonArrayFromJson|readStringValueFromJson)"));
     const QString said = QString::fromUtf8(loader.readAllStandardOutput());
     QVERIFY2(missing.match(said).hasMatch(), qPrintable(said));
+}
+
+void tst_Library::isHardened_data()
+{
+    QTest::addColumn<QString>("part");
+    QTest::addColumn<QRegularExpression>("line");
+    const auto row = [](const char* name, const char* part, const char* line) {
+        QTest::newRow(name) << QString::fromLatin1(part) << QRegularExpression(QString::fromLatin1(line));
+    };
+    row("stack protector", "--dyn-syms", " __stack_chk_fail(@|$| )");
+    row("what is bound cannot be overwritten", "--program-headers", "^ *GNU_RELRO ");
+    row("everything is bound at once", "--dynamic", "\\(FLAGS\\).*BIND_NOW");
+    row("stack is not executed", "--program-headers", "^ *GNU_STACK .* RW +0x");
+}
+
+void tst_Library::isHardened()
+{
+    QFETCH(const QString, part);
+    QFETCH(const QRegularExpression, line);
+    const QStringList lines = linesOf(QStringLiteral(READELF), {part, QStringLiteral("--wide")});
+    QCOMPARE(lines.filter(line).size(), 1);
 }
 
 MANIFEST_TEST_MAIN(tst_Library)

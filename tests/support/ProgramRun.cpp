@@ -241,7 +241,7 @@ Program& Program::unableToRename()
 {
     // A program that checks its memory refuses to run behind anything preloaded, unless it is told not to look.
     const QString options = environment.value(u"ASAN_OPTIONS"_qs) + u":verify_asan_link_order=0"_qs;
-#ifdef EMULATED
+#ifdef CROSS_COMPILED
     // Not into the emulator, which is a program for another machine than the one it emulates.
     with(u"QEMU_SET_ENV"_qs, QStringLiteral("LD_PRELOAD=" FAULTY_CALLS));
 #else
