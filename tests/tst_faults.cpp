@@ -652,6 +652,7 @@ private Q_SLOTS:
     void writeErrorsReportedLateGoUnnoticed_data();
     void writeErrorsReportedLateGoUnnoticed();
     void failedLinkGoesUnnoticed();
+    void manifestThatIsReplacedWhileItIsLookedForIsMissing();
     void permissionsThatCannotBeAskedForAreLost();
     void readErrorInAManifestIsReportedAsASyntaxError();
     void readErrorInADescriptionLeavesTheElementEmpty();
@@ -776,6 +777,16 @@ void tst_Faults::failedLinkGoesUnnoticed()
     QCOMPARE(run.result.messages, Messages());
     QCOMPARE(run.result.content, previous);
     QVERIFY(run.result.value);
+}
+
+void tst_Faults::manifestThatIsReplacedWhileItIsLookedForIsMissing()
+{
+    Load load;
+    const Run run = runOnce(load, {{"stat", 1, 1, Fault::Replaced}});
+    QCOMPARE(run.result.messages,
+        Messages({warning(u"Configuration manifest file does not exist!"_qs,
+            "void ConfigurationManifestHandler::parseManifestFile()")}));
+    QCOMPARE(run.result.memory, QByteArray("[]"));
 }
 
 void tst_Faults::permissionsThatCannotBeAskedForAreLost()
