@@ -80,7 +80,10 @@ private:
 void saveForEver(const QString& path, const QString& writer)
 {
     Handler handler(path, QString(), QString());
-    handler.parseManifestFile();
+    // A load that meets a save of the other writer may take the manifest for missing.
+    while (handler.getManifestJsonArray().isEmpty()) {
+        handler.parseManifestFile();
+    }
     int number = handler.getManifestJsonArray().first().toObject().value(u"a number"_qs).toInt();
     while (save(handler, state(writer, ++number))) { }
 }

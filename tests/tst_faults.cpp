@@ -652,6 +652,7 @@ private Q_SLOTS:
     void writeErrorsReportedLateGoUnnoticed_data();
     void writeErrorsReportedLateGoUnnoticed();
     void failedLinkGoesUnnoticed();
+    void manifestThatIsReplacedWhileItIsLookedForIsMissing();
     void permissionsThatCannotBeAskedForAreLost();
     void readErrorInAManifestIsReportedAsASyntaxError();
     void readErrorInADescriptionLeavesTheElementEmpty();
@@ -745,9 +746,8 @@ void tst_Faults::everyFailingCallHasItsConsequence()
 
 void tst_Faults::manifestIsNeverWrittenDirectly()
 {
-    const int noTemporaryFile = EACCES;
     EditAndSave edit;
-    const Run run = runOnce(edit, {{"make", 1, INT_MAX, noTemporaryFile}});
+    const Run run = runOnce(edit, {{"make", 1, 1, EACCES}});
     QCOMPARE(countOf(run.made, "write"), 0);
     QCOMPARE(run.result.content, previous);
     QCOMPARE(run.result.messages.size(), 1);
@@ -777,6 +777,16 @@ void tst_Faults::failedLinkGoesUnnoticed()
     QCOMPARE(run.result.messages, Messages());
     QCOMPARE(run.result.content, previous);
     QVERIFY(run.result.value);
+}
+
+void tst_Faults::manifestThatIsReplacedWhileItIsLookedForIsMissing()
+{
+    Load load;
+    const Run run = runOnce(load, {{"stat", 1, 1, Fault::Replaced}});
+    QCOMPARE(run.result.messages,
+        Messages({warning(u"Configuration manifest file does not exist!"_qs,
+            "void ConfigurationManifestHandler::parseManifestFile()")}));
+    QCOMPARE(run.result.memory, QByteArray("[]"));
 }
 
 void tst_Faults::permissionsThatCannotBeAskedForAreLost()

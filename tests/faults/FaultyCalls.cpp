@@ -106,9 +106,9 @@ public:
         return error > 0;
     }
 
-    bool isShort() const
+    bool is(Fault::Special special) const
     {
-        return error == Fault::Short;
+        return error == special;
     }
 
     void append(const std::string& name)
@@ -181,7 +181,7 @@ ssize_t transfer(const char* name, Function function, int file, Buffer buffer, s
     if (call.fails()) {
         return call.failed<ssize_t>(-1);
     }
-    return call.done(function(file, buffer, call.isShort() ? (size + 1) / 2 : size));
+    return call.done(function(file, buffer, call.is(Fault::Short) ? (size + 1) / 2 : size));
 }
 
 bool makesFile(int flags)
@@ -323,8 +323,18 @@ EXPORTED int fstat64(int file, struct stat64* status) noexcept
 
 EXPORTED int statx(int folder, const char* path, int flags, unsigned mask, struct statx* status) noexcept
 {
-    return *path ? attempt("stat", path, NEXT(statx), folder, path, flags, mask, status)
-                 : attempt("stat", folder, NEXT(statx), folder, path, flags, mask, status);
+    const auto look = [&](auto subject) {
+        Attempt call("stat", subject);
+        if (call.fails()) {
+            return call.failed(-1);
+        }
+        const int result = NEXT(statx)(folder, path, flags, mask, status);
+        if (result == 0 && call.is(Fault::Replaced)) {
+            status->stx_nlink = 0;
+        }
+        return call.done(result);
+    };
+    return *path ? look(path) : look(folder);
 }
 
 EXPORTED int access(const char* path, int mode) noexcept

@@ -18,6 +18,8 @@ struct Fault {
         Killed = -2,
         /// The file is gone before the call.
         Vanished = -3,
+        /// A look at a file finds the one that somebody else has just replaced: no folder holds it any more.
+        Replaced = -4,
     };
 
     const char* call;
