@@ -208,10 +208,11 @@ public:
             const QString entryPath = path + QLatin1Char('/') + name;
             const QString baseName = name.left(name.indexOf(QLatin1Char('.')));
             if (entry->kind == Entry::Folder) {
-                const auto found = entry->entries.find(folderDescription);
-                const Entry* const file = found == entry->entries.end() ? nullptr : tree.resolved(found->second);
-                result.push_back(element(true, baseName,
-                    described(file, entryPath + QLatin1Char('/') + folderDescription), entryPath, entry));
+                const QString filePath = entryPath + QLatin1Char('/') + folderDescription;
+                const auto file = entry->entries.find(folderDescription);
+                const Members description =
+                    file == entry->entries.end() ? missing() : described(tree.resolved(file->second), filePath);
+                result.push_back(element(true, baseName, description, entryPath, entry));
             } else if (name.endsWith(suffix)) {
                 result.push_back(
                     element(false, selectionName(path, baseName), described(entry, entryPath), entryPath, entry));
@@ -261,13 +262,16 @@ private:
         return result;
     }
 
+    Members missing()
+    {
+        model.messages << QStringLiteral("No description file found!");
+        return {};
+    }
+
     Members described(const Entry* file, const QString& path)
     {
-        if (!file) {
-            model.messages << QStringLiteral("No description file found!");
-            return {};
-        }
-        if (file->kind == Entry::Folder) {
+        // A link that leads nowhere is a file that cannot be opened; to Qt it exists.
+        if (!file || file->kind == Entry::Folder) {
             QFile unopened(path);
             unopened.open(QIODevice::ReadOnly);
             model.messages << messageText("Can't open file ", path, " IO Error: ", unopened.errorString());

@@ -271,9 +271,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     UpdaterModel updaterModel;
     updaterModel.target = texts.nextString();
     updaterModel.key = texts.nextString();
-    const Value list = parsed('[' + texts.next() + ']');
-    const Items& values = std::get<Items>(list.data);
-    updaterModel.value = values.empty() ? Value() : values.front();
+    const QJsonArray values = QJsonDocument::fromJson('[' + texts.next() + ']').array();
+    updaterModel.value = valueFrom(values.at(0));
     const QJsonValue accumulator = accumulatorOf(letters);
     const QStringList calls {
         shown(document), letters, updaterModel.target, updaterModel.key, shown(updaterModel.value)};

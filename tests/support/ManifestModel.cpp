@@ -101,8 +101,9 @@ QByteArray quoted(const QString& text)
             result += "\\t";
             break;
         default:
-            result += character < 0x20 ? "\\u" + QByteArray::number(character, 16).rightJustified(4, '0')
-                                       : QString::fromUcs4(&character, 1).toUtf8();
+            result += character < 0x20 || QChar::isSurrogate(character)
+                ? "\\u" + QByteArray::number(character, 16).rightJustified(4, '0')
+                : QString::fromUcs4(&character, 1).toUtf8();
         }
     }
     return result + '"';

@@ -1,0 +1,26 @@
+# What the commands of the fuzzers share. Sourced, with `set -euo pipefail` in force; not run.
+. "$project/packaging/setup.sh"
+
+targets=(manifest edits folders iterators)
+# Reports need few callers of each allocation, and runs are twice as fast.
+export ASAN_OPTIONS=malloc_context_size=4:quarantine_size_mb=16
+
+# Builds all fuzzers in the named folder below build/, with what else is given to cmake.
+build_fuzzers() {
+    build="$project/build/$1"
+    shift
+    require build fuzz
+    say 'building the fuzzers'
+    cmake -S "$project" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_CXX_COMPILER=clang++-14 \
+        -DCMAKE_COMPILE_WARNING_AS_ERROR=ON -DFUZZERS=ON "$@" >/dev/null || die 'could not configure the build'
+    cmake --build "$build" --target fuzzers -- --quiet | sed '/^ninja: no work to do/d' >&2 || die 'could not build'
+}
+
+# The folders in which fuzzers work go into one that does not outlive this process, in memory where that is possible.
+use_scratch() {
+    local parent=/dev/shm
+    [ -w "$parent" ] || parent=${TMPDIR:-/tmp}
+    TMPDIR=$(mktemp -d "$parent/fuzz-XXXXXX")
+    export TMPDIR
+    trap 'rm -rf "$TMPDIR"' EXIT
+}
