@@ -3,7 +3,6 @@
 #include "ConfigurationAndProcessDataDefinitions.h"
 #include "SystemInformationManagerRegistryDefinitions.h"
 
-#include <QtCore/QDebug>
 #include <QtCore/QLocale>
 
 #include <algorithm>
@@ -71,7 +70,7 @@ QStringList namesEndingInWhole(const QString& path)
 
 QByteArray number(double value)
 {
-    const bool whole = std::floor(value) == value && std::abs(value) < 1e15;
+    const bool whole = std::floor(value) == value && std::abs(value) < std::ldexp(1, 63);
     return whole ? QByteArray::number(static_cast<qlonglong>(value))
                  : QByteArray::number(value, 'g', QLocale::FloatingPointShortest);
 }
@@ -102,8 +101,9 @@ QByteArray quoted(const QString& text)
             result += "\\t";
             break;
         default:
-            result += character < 0x20 ? "\\u" + QByteArray::number(character, 16).rightJustified(4, '0')
-                                       : QString::fromUcs4(&character, 1).toUtf8();
+            result += character < 0x20 || QChar::isSurrogate(character)
+                ? "\\u" + QByteArray::number(character, 16).rightJustified(4, '0')
+                : QString::fromUcs4(&character, 1).toUtf8();
         }
     }
     return result + '"';
@@ -277,10 +277,7 @@ ManifestModel::ManifestModel(const QString& moduleNameToStamp, const QString& ob
 template <typename... Parts>
 void ManifestModel::warn(const Parts&... parts)
 {
-    QString text;
-    QDebug stream(&text);
-    (stream << ... << parts);
-    messages << (text.endsWith(QLatin1Char(' ')) ? text.chopped(1) : text);
+    messages << messageText(parts...);
 }
 
 void ManifestModel::parse(const Items& root)

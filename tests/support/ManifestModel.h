@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QtCore/QByteArray>
+#include <QtCore/QDebug>
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonObject>
 #include <QtCore/QJsonValue>
@@ -40,6 +41,16 @@ const Items* childrenOf(const Value& element);
 /// The text that a file of exactly this value holds.
 QByteArray compact(const Value& value);
 QByteArray compact(const Items& items);
+
+/// The text of a message of these parts.
+template <typename... Parts>
+QString messageText(const Parts&... parts)
+{
+    QString text;
+    QDebug stream(&text);
+    (stream << ... << parts);
+    return text.endsWith(QLatin1Char(' ')) ? text.chopped(1) : text;
+}
 
 /**
  * What a ConfigurationManifestHandler has to do, in the plainest words: every level is copied, edited and stored again,

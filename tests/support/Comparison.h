@@ -1,0 +1,57 @@
+#pragma once
+
+#include "ManifestModel.h"
+#include "MessageRecorder.h"
+
+#include <QtCore/QByteArray>
+#include <QtCore/QString>
+#include <QtCore/QStringList>
+
+#include <optional>
+#include <vector>
+
+// How values are shown where two sides differ.
+
+QString shown(const QString& text);
+QString shown(const QStringList& texts);
+QString shown(bool flag);
+QString shown(int number);
+QString shown(const Value& value);
+QString shown(const Items& items);
+QString shown(const Members& members);
+QString shown(const std::optional<QByteArray>& content);
+
+template <typename T>
+QString shown(const std::vector<T>& values)
+{
+    QStringList texts;
+    for (const T& value : values) {
+        texts << shown(value);
+    }
+    return shown(texts);
+}
+
+/// The texts of messages of the library. One that is not a warning with everything that belongs to it, as a message of
+/// a class of the library, is shown whole instead. The only debug message is what it is expected to be.
+QStringList textsOf(const QVector<Message>& messages);
+
+/// Gathers in what two sides differ that have to do the same.
+class Comparison {
+public:
+    template <typename T>
+    void same(const char* what, const T& actual, const T& expected)
+    {
+        if (!(actual == expected)) {
+            found << QStringLiteral("%1:\n      is %2\n  wanted %3")
+                         .arg(QLatin1String(what), shown(actual), shown(expected));
+        }
+    }
+
+    const QStringList& differences() const
+    {
+        return found;
+    }
+
+private:
+    QStringList found;
+};
