@@ -48,11 +48,13 @@ inline const QString& workFolder()
     return path;
 }
 
-/// Plain data holds numbers as double, which integers beyond 2^53 do not fit into.
+/// Plain data holds numbers as double, which integers beyond 2^53 do not fit into, and texts without the bytes that are no
+/// characters but that Qt reads behind a backslash and writes in more than one way.
 inline bool isPlain(const QByteArray& json)
 {
     const QJsonDocument document = QJsonDocument::fromJson(json);
-    return QJsonDocument(jsonFrom(itemsFrom(document.array()))).toJson() == QJsonDocument(document.array()).toJson()
+    return QString::fromUtf8(json).toUtf8() == json
+        && QJsonDocument(jsonFrom(itemsFrom(document.array()))).toJson() == QJsonDocument(document.array()).toJson()
         && QJsonDocument(jsonFrom(membersFrom(document.object()))).toJson()
         == QJsonDocument(document.object()).toJson();
 }
