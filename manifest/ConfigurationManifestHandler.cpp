@@ -347,12 +347,12 @@ void ConfigurationManifestHandler::addModuleAndObjectNameToManifest(QJsonValue& 
 
 void ConfigurationManifestHandler::addModuleAndObjectNameToManifest(QJsonArray& array) const
 {
-    for (auto item = array.begin(); item != array.end(); ++item) {
-        QJsonValue inner = *item;
+    for (int i = 0; i < array.size(); ++i) {
+        QJsonValue inner = array.at(i);
         if (isContainer(inner)) {
-            *item = QJsonValue();
+            array.replace(i, QJsonValue());
             addModuleAndObjectNameToManifest(inner);
-            *item = inner;
+            array.replace(i, inner);
         }
     }
 }
@@ -362,7 +362,7 @@ QJsonObject ConfigurationManifestHandler::getElementFromInstance(
 {
     index = -1;
     for (int i = 0; i < array.size(); ++i) {
-        const QJsonObject element = array.at(i).toObject();
+        QJsonObject element = array.at(i).toObject();
         const QString storedName = instanceNameOf(element);
         // Whatever the rule for the element, its name ends with the one looked for.
         if (storedName.rightRef(instanceName.size()) != instanceName) {

@@ -65,7 +65,7 @@ Level visit(QJsonObject object, JsonDataIteratorObjectBase& iterator, QJsonValue
 {
     const QJsonObject before = object;
     iterator.compute(object, result);
-    return Level(object, object != before);
+    return {object, object != before};
 }
 
 void enter(std::vector<Level>& path, const QJsonValue& value, JsonDataIteratorObjectBase& iterator, QJsonValue& result)
