@@ -30,6 +30,12 @@ const QString beside = QStringLiteral("beside");
 const QString folderDescription = QStringLiteral("Folder.menu.json");
 const QString manifestSuffix = QStringLiteral(".manifest.json");
 
+/// Line ends are translated on reading, and to Qt every carriage return belongs to one.
+QByteArray asText(QByteArray content)
+{
+    return content.replace('\r', "");
+}
+
 struct Entry {
     enum Kind { Folder, File, Link };
 
@@ -107,7 +113,7 @@ private:
         QStringList way = names(path);
         constexpr int deepest = 8;
         if (way.isEmpty() || way.size() > deepest || !std::all_of(way.begin(), way.end(), isName)
-            || !isPlain(content)) {
+            || !isSuitable(asText(content))) {
             return;
         }
         // Where a save leads that goes through a link is Qt's matter.
@@ -278,8 +284,7 @@ private:
             return {};
         }
         QJsonParseError error;
-        // Line ends are translated, and to Qt every carriage return belongs to one.
-        const QJsonDocument document = QJsonDocument::fromJson(QByteArray(file->content).replace('\r', ""), &error);
+        const QJsonDocument document = QJsonDocument::fromJson(asText(file->content), &error);
         if (error.error != QJsonParseError::NoError) {
             model.messages << QStringLiteral("Can't parse Json!\n");
         }
