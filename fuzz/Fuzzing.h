@@ -50,16 +50,7 @@ inline const QString& workFolder()
     return path;
 }
 
-/// Plain data holds numbers as double, which integers beyond 2^53 do not fit into.
-inline bool hasPlainNumbers(const QByteArray& json)
-{
-    const QJsonDocument document = QJsonDocument::fromJson(json);
-    return QJsonDocument(jsonFrom(itemsFrom(document.array()))).toJson() == QJsonDocument(document.array()).toJson()
-        && QJsonDocument(jsonFrom(membersFrom(document.object()))).toJson()
-        == QJsonDocument(document.object()).toJson();
-}
-
-/// Qt's parser never frees a container whose key comes again in its object.
+/// Whether a key comes again in its object. Qt's parser then never frees the container that was the former value.
 inline bool repeatsKey(const QByteArray& json)
 {
     std::vector<QSet<QString>> keys;
@@ -85,12 +76,6 @@ inline bool repeatsKey(const QByteArray& json)
         }
     }
     return false;
-}
-
-/// Whether a document is one that shows what the library does, and not what Qt does.
-inline bool isSuitable(const QByteArray& json)
-{
-    return !repeatsKey(json) && hasPlainNumbers(json);
 }
 
 /// Ends the process, with what led there, when two sides differ that must not.

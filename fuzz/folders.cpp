@@ -114,7 +114,7 @@ private:
         QStringList way = names(path);
         constexpr int deepest = 8;
         if (way.isEmpty() || way.size() > deepest || !std::all_of(way.begin(), way.end(), isName)
-            || !isSuitable(asText(content))) {
+            || repeatsKey(asText(content))) {
             return;
         }
         // Where a save leads that goes through a link is Qt's matter.

@@ -272,7 +272,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     updaterModel.target = texts.nextString();
     updaterModel.key = texts.nextString();
     const QByteArray values = '[' + texts.next() + ']';
-    if (!isSuitable(json) || !isSuitable(values)) {
+    if (repeatsKey(json) || repeatsKey(values)) {
         return 0;
     }
     const Value document = parsed(json);

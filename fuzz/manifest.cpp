@@ -155,7 +155,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const QByteArray content = texts.next();
     const QString moduleName = texts.nextString();
     const QString objectName = texts.nextString();
-    if (!isSuitable(content)) {
+    if (repeatsKey(content)) {
         return 0;
     }
     const QString path = workFolder() + QStringLiteral("/manifest.json");

@@ -16,11 +16,12 @@ build_fuzzers() {
     cmake --build "$build" --target fuzzers -- --quiet | sed '/^ninja: no work to do/d' >&2 || die 'could not build'
 }
 
-# The folders in which fuzzers work go into one that does not outlive this process, in memory where that is possible.
+# The folders in which fuzzers work go into one, in memory where that is possible. Neither that folder nor a fuzzer
+# outlives this process.
 use_scratch() {
     local parent=/dev/shm
     [ -w "$parent" ] || parent=${TMPDIR:-/tmp}
     TMPDIR=$(mktemp -d "$parent/fuzz-XXXXXX")
     export TMPDIR
-    trap 'rm -rf "$TMPDIR"' EXIT
+    trap 'jobs -p | xargs -r kill; wait; rm -rf "$TMPDIR"' EXIT
 }

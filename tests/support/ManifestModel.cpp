@@ -70,9 +70,8 @@ QStringList namesEndingInWhole(const QString& path)
 
 QByteArray number(double value)
 {
-    const bool whole = std::floor(value) == value && std::abs(value) < std::ldexp(1, 63);
-    return whole ? QByteArray::number(static_cast<qlonglong>(value))
-                 : QByteArray::number(value, 'g', QLocale::FloatingPointShortest);
+    const bool whole = std::floor(value) == value && std::abs(value) < std::ldexp(1, 64);
+    return QByteArray::number(value, whole ? 'f' : 'g', QLocale::FloatingPointShortest);
 }
 
 QByteArray quoted(const QString& text)
