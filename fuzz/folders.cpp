@@ -94,11 +94,13 @@ private:
         return path.split(QLatin1Char('/'), Qt::SkipEmptyParts);
     }
 
-    static bool isName(const QString& name)
+    static bool areNames(const QStringList& names)
     {
-        // Qt takes a byte order mark at the beginning of a file's name for none of the name.
-        return name != QLatin1String(".") && name != QLatin1String("..") && name.toUtf8().size() <= 200
-            && !name.startsWith(QChar::ByteOrderMark);
+        return std::all_of(names.begin(), names.end(), [](const QString& name) {
+            // Qt takes a byte order mark at the beginning of a file's name for none of the name.
+            return name != QLatin1String(".") && name != QLatin1String("..") && name.toUtf8().size() <= 200
+                && !name.startsWith(QChar::ByteOrderMark);
+        });
     }
 
     void add(const QByteArray& text)
@@ -113,8 +115,8 @@ private:
         }
         QStringList way = names(path);
         constexpr int deepest = 8;
-        if (way.isEmpty() || way.size() > deepest || !std::all_of(way.begin(), way.end(), isName)
-            || repeatsKey(asText(content))) {
+        if (way.isEmpty() || way.size() > deepest || !areNames(way) || repeatsKey(asText(content))
+            || (isLink && !areNames(names(QString::fromUtf8(content))))) {
             return;
         }
         // Where a save leads that goes through a link is Qt's matter.
