@@ -6,12 +6,14 @@
 #include <QtCore/QByteArray>
 #include <QtCore/QByteArrayList>
 #include <QtCore/QJsonDocument>
+#include <QtCore/QSet>
 #include <QtCore/QTemporaryDir>
 
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <vector>
 
 /// An input of texts, each ended by a NUL. Texts that are not there are empty.
 class Texts {
@@ -48,15 +50,32 @@ inline const QString& workFolder()
     return path;
 }
 
-/// Plain data holds numbers as double, which integers beyond 2^53 do not fit into, and texts without the bytes that are no
-/// characters but that Qt reads behind a backslash and writes in more than one way.
-inline bool isPlain(const QByteArray& json)
+/// Whether a key comes again in its object. Qt's parser then never frees the container that was the former value.
+inline bool repeatsKey(const QByteArray& json)
 {
-    const QJsonDocument document = QJsonDocument::fromJson(json);
-    return QString::fromUtf8(json).toUtf8() == json
-        && QJsonDocument(jsonFrom(itemsFrom(document.array()))).toJson() == QJsonDocument(document.array()).toJson()
-        && QJsonDocument(jsonFrom(membersFrom(document.object()))).toJson()
-        == QJsonDocument(document.object()).toJson();
+    std::vector<QSet<QString>> keys;
+    QByteArray text;
+    for (int i = 0; i < json.size(); ++i) {
+        const char character = json.at(i);
+        if (character == '"') {
+            const int start = i++;
+            while (i < json.size() && json.at(i) != '"') {
+                i += json.at(i) == '\\' ? 2 : 1;
+            }
+            text = json.mid(start, i - start + 1);
+        } else if (character == '{' || character == '[') {
+            keys.emplace_back();
+        } else if ((character == '}' || character == ']') && !keys.empty()) {
+            keys.pop_back();
+        } else if (character == ':' && !keys.empty()) {
+            const QString key = QJsonDocument::fromJson('[' + text + ']').array().at(0).toString();
+            if (keys.back().contains(key)) {
+                return true;
+            }
+            keys.back().insert(key);
+        }
+    }
+    return false;
 }
 
 /// Ends the process, with what led there, when two sides differ that must not.

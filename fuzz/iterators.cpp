@@ -266,13 +266,17 @@ QVariant variantOf(const QJsonValue& value, const QString& letters)
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     Texts texts(data, size);
-    const Value document = parsed(texts.next());
+    const QByteArray json = texts.next();
     const QString letters = texts.nextString();
     UpdaterModel updaterModel;
     updaterModel.target = texts.nextString();
     updaterModel.key = texts.nextString();
-    const QJsonArray values = QJsonDocument::fromJson('[' + texts.next() + ']').array();
-    updaterModel.value = valueFrom(values.at(0));
+    const QByteArray values = '[' + texts.next() + ']';
+    if (repeatsKey(json) || repeatsKey(values)) {
+        return 0;
+    }
+    const Value document = parsed(json);
+    updaterModel.value = valueFrom(QJsonDocument::fromJson(values).array().at(0));
     const QJsonValue accumulator = accumulatorOf(letters);
     const QStringList calls {
         shown(document), letters, updaterModel.target, updaterModel.key, shown(updaterModel.value)};

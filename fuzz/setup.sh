@@ -5,11 +5,12 @@ targets=(manifest edits folders iterators)
 # Reports need few callers of each allocation, and runs are twice as fast.
 export ASAN_OPTIONS=malloc_context_size=4:quarantine_size_mb=16
 
-# The folders in which fuzzers work go into one that does not outlive this process, in memory where that is possible.
+# The folders in which fuzzers work go into one, in memory where that is possible. Neither that folder nor a fuzzer
+# outlives this process.
 use_scratch() {
     local parent=/dev/shm
     [ -w "$parent" ] || parent=${TMPDIR:-/tmp}
     TMPDIR=$(mktemp -d "$parent/fuzz-XXXXXX")
     export TMPDIR
-    trap 'rm -rf "$TMPDIR"' EXIT
+    trap 'jobs -p | xargs -r kill; wait; rm -rf "$TMPDIR"' EXIT
 }

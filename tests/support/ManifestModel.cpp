@@ -70,15 +70,15 @@ QStringList namesEndingInWhole(const QString& path)
 
 QByteArray number(double value)
 {
-    const bool whole = std::floor(value) == value && std::abs(value) < std::ldexp(1, 63);
-    return whole ? QByteArray::number(static_cast<qlonglong>(value))
-                 : QByteArray::number(value, 'g', QLocale::FloatingPointShortest);
+    const bool whole = std::floor(value) == value && std::abs(value) < std::ldexp(1, 64);
+    return QByteArray::number(value, whole ? 'f' : 'g', QLocale::FloatingPointShortest);
 }
 
 QByteArray quoted(const QString& text)
 {
     QByteArray result = "\"";
-    for (const uint character : text.toUcs4()) {
+    for (int i = 0; i < text.size(); ++i) {
+        const ushort character = text.at(i).unicode();
         switch (character) {
         case '"':
         case '\\':
@@ -101,9 +101,14 @@ QByteArray quoted(const QString& text)
             result += "\\t";
             break;
         default:
-            result += character < 0x20 || QChar::isSurrogate(character)
-                ? "\\u" + QByteArray::number(character, 16).rightJustified(4, '0')
-                : QString::fromUcs4(&character, 1).toUtf8();
+            if (QChar::isHighSurrogate(character) && i + 1 < text.size() && text.at(i + 1).isLowSurrogate()) {
+                result += text.midRef(i, 2).toUtf8();
+                ++i;
+            } else if (character < 0x20 || QChar::isSurrogate(character)) {
+                result += "\\u" + QByteArray::number(character, 16).rightJustified(4, '0');
+            } else {
+                result += text.midRef(i, 1).toUtf8();
+            }
         }
     }
     return result + '"';
