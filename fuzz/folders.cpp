@@ -1,6 +1,7 @@
 // Texts as a folder: every one is a path, a line end and the content of the file there. Both kinds of manifest are
 // created of it, loaded, and compared with what the same tree, held as plain data, has to give. The first text can ask
-// for a scheme that is neither ("other") and for one more scan, of a path that ends in "/" ("slash").
+// for a scheme that is neither ("other") and for a scan of a path that ends in "/", and one by a base path after that
+// ("slash").
 //
 // A path that ends in "/" is a folder. One that begins with "^" lies beside the scanned folder; one that begins with
 // ">" is a link to what its content names there. So no link leads back up: there is no guard against that.
@@ -21,6 +22,7 @@
 #include <cmath>
 #include <limits>
 #include <map>
+#include <optional>
 #include <tuple>
 #include <utility>
 
@@ -350,8 +352,9 @@ QStringList sorted(QStringList texts)
     return texts;
 }
 
+/// Scans by way of the base path, if there is one.
 void checkScan(const Tree& tree, ConfigurationManifestCreator& creator, const QString& folder, const QString& scheme,
-    bool byBasePath)
+    const std::optional<QString>& basePath = {})
 {
     const bool isConfiguration = scheme == scanned;
     const QString entriesFolder = folder.endsWith(QLatin1Char('/')) ? folder.chopped(1) : folder;
@@ -373,7 +376,7 @@ void checkScan(const Tree& tree, ConfigurationManifestCreator& creator, const QS
 
     Comparison comparison;
     MessageRecorder recorder;
-    const bool result = byBasePath ? creator.create(workFolder()) : creator.create2(folder, scheme);
+    const bool result = basePath ? creator.create(*basePath) : creator.create2(folder, scheme);
     comparison.same("result", result, !isBlocked);
     const QStringList messages = textsOf(recorder.take());
     if (scan.leavesOrderOpen()) {
@@ -477,11 +480,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const WorkingDirectory inWorkFolder;
 
     ConfigurationManifestCreator creator;
-    checkScan(tree, creator, workFolder() + QLatin1Char('/') + scanned, scanned, true);
-    checkScan(tree, creator, scanned, scheme, false);
+    checkScan(tree, creator, workFolder() + QLatin1Char('/') + scanned, scanned, workFolder());
+    checkScan(tree, creator, scanned, scheme);
     checkElements(tree, scanned);
     if (options.contains("slash")) {
-        checkScan(tree, creator, scanned + QLatin1Char('/'), scanned, false);
+        checkScan(tree, creator, scanned + QLatin1Char('/'), scanned);
+        // After that no separator follows a base path, so this is the same folder.
+        checkScan(tree, creator, scanned, scanned, QString());
     }
     return 0;
 }
