@@ -62,8 +62,10 @@ build() {
         targets+=(--target "$target")
     done
     mkdir -p "$folder" 2>/dev/null && [ -w "$folder" ] || die "cannot write to $folder, which belongs to somebody else"
-    # A build folder that was copied along with the project would go on building the original.
-    if ! grep -qsxF "CMAKE_HOME_DIRECTORY:INTERNAL=$project" "$folder/CMakeCache.txt" || [ ! -f "$folder/build.ninja" ]; then
+    # A build folder that was copied along with the project would go on building the original, and an older one does not know
+    # what has been written into the presets since.
+    if ! grep -qsxF "CMAKE_HOME_DIRECTORY:INTERNAL=$project" "$folder/CMakeCache.txt" || [ ! -f "$folder/build.ninja" ] ||
+        [ "$folder/CMakeCache.txt" -ot "$project/CMakePresets.json" ]; then
         say "configuring for $preset"
         rm -rf "$folder"
         (cd "$project" && cmake --preset "$preset" >/dev/null) || die 'could not configure the build'
