@@ -35,8 +35,15 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/ConfigurationManifestConf
 install(FILES cmake/ConfigurationManifestConfig.cmake ${PROJECT_BINARY_DIR}/ConfigurationManifestConfigVersion.cmake
     DESTINATION ${package} COMPONENT Development)
 
-# The way from the .pc files up to the prefix, so that the installed tree can be moved.
-string(REGEX REPLACE "[^/]+" ".." up ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+# The .pc files say the way from themselves up to the prefix, so that the installed tree can be moved.
+if(IS_ABSOLUTE ${CMAKE_INSTALL_LIBDIR})
+    set(pc_prefix ${CMAKE_INSTALL_PREFIX})
+else()
+    string(REGEX REPLACE "[^/]+" ".." up ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+    set(pc_prefix "\${pcfiledir}/${up}")
+endif()
+cmake_path(APPEND pc_libdir "\${prefix}" ${CMAKE_INSTALL_LIBDIR})
+cmake_path(APPEND pc_includedir "\${prefix}" ${headers})
 foreach(name configurationmanifest configurationmanifestsubstitute)
     configure_file(cmake/${name}.pc.in ${name}.pc @ONLY)
     install(FILES ${PROJECT_BINARY_DIR}/${name}.pc

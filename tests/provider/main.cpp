@@ -7,14 +7,18 @@
 
 namespace {
 
-void* loaded(const char* path)
+void* found(void* result)
 {
-    void* const library = dlopen(path, RTLD_NOW | RTLD_GLOBAL);
-    if (library == nullptr) {
+    if (result == nullptr) {
         std::puts(dlerror());
         std::exit(EXIT_FAILURE);
     }
-    return library;
+    return result;
+}
+
+void* loaded(const char* path)
+{
+    return found(dlopen(path, RTLD_NOW | RTLD_GLOBAL));
 }
 
 } // namespace
@@ -27,6 +31,6 @@ int main(int argc, char** argv)
     }
     loaded(LIBRARY);
     void* const tests = loaded(TESTS);
-    const auto run = reinterpret_cast<int (*)(int, char**)>(dlsym(tests, "run"));
+    const auto run = reinterpret_cast<int (*)(int, char**)>(found(dlsym(tests, "run")));
     return run(argc, argv);
 }
