@@ -1,5 +1,6 @@
 #include "TestMain.h"
 
+#include <QtCore/QFileInfo>
 #include <QtCore/QProcess>
 #include <QtCore/QRegularExpression>
 
@@ -8,7 +9,7 @@ namespace {
 QStringList linesOf(const QString& tool, const QStringList& arguments)
 {
     QProcess process;
-    process.start(tool, arguments + QStringList(QStringLiteral(LIBRARY)));
+    process.start(tool, arguments);
     if (!process.waitForFinished() || process.exitCode() != 0) {
         qFatal("%s does not run", qPrintable(tool));
     }
@@ -20,8 +21,8 @@ QStringList symbols(const QString& kind)
 {
     static const QRegularExpression line(QStringLiteral("^\\s*[0-9a-f]* *\\w (.*?)(@.*)?$"));
     QStringList names;
-    const QStringList lines =
-        linesOf(QStringLiteral(NM), {QStringLiteral("--dynamic"), QStringLiteral("--demangle"), kind});
+    const QStringList lines = linesOf(
+        QStringLiteral(NM), {QStringLiteral("--dynamic"), QStringLiteral("--demangle"), kind, QStringLiteral(LIBRARY)});
     for (const QString& text : lines) {
         names.append(line.match(text).captured(1));
     }
@@ -40,8 +41,8 @@ private Q_SLOTS:
     void isLinkedAgainstQtCoreOnly();
     void exportsNothingButItsClasses();
     void isRefusedByAProcessThatProvidesNothing();
-    void isHardened_data();
-    void isHardened();
+    void installedFilesAreHardened_data();
+    void installedFilesAreHardened();
 };
 
 void tst_Library::leavesItsImportsUndefined_data()
@@ -101,7 +102,8 @@ void tst_Library::leavesItsImportsUndefined()
 void tst_Library::isLinkedAgainstQtCoreOnly()
 {
     QStringList libraries;
-    const QStringList lines = linesOf(QStringLiteral(READELF), {QStringLiteral("--dynamic"), QStringLiteral("--wide")});
+    const QStringList lines = linesOf(
+        QStringLiteral(READELF), {QStringLiteral("--dynamic"), QStringLiteral("--wide"), QStringLiteral(LIBRARY)});
     for (const QString& line : lines) {
         static const QRegularExpression needed(QStringLiteral("\\(NEEDED\\).*\\[(.*)\\]"));
         const QRegularExpressionMatch match = needed.match(line);
@@ -146,24 +148,39 @@ void tst_Library::isRefusedByAProcessThatProvidesNothing()
     QVERIFY2(missing.match(said).hasMatch(), qPrintable(said));
 }
 
-void tst_Library::isHardened_data()
+void tst_Library::installedFilesAreHardened_data()
 {
+    QTest::addColumn<QString>("file");
     QTest::addColumn<QString>("part");
     QTest::addColumn<QRegularExpression>("line");
-    const auto row = [](const char* name, const char* part, const char* line) {
-        QTest::newRow(name) << QString::fromLatin1(part) << QRegularExpression(QString::fromLatin1(line));
+    const struct {
+        const char* name;
+        const char* part;
+        const char* line;
+    } properties[] = {
+        {"stack protector", "--dyn-syms", " __stack_chk_fail(@|$| )"},
+        {"what is bound cannot be overwritten", "--program-headers", "^ *GNU_RELRO "},
+        {"everything is bound at once", "--dynamic", "\\(FLAGS\\).*BIND_NOW"},
+        {"stack is not executed", "--program-headers", "^ *GNU_STACK .* RW +0x"},
+        {"can be loaded anywhere", "--file-header", "^ *Type: *DYN "},
     };
-    row("stack protector", "--dyn-syms", " __stack_chk_fail(@|$| )");
-    row("what is bound cannot be overwritten", "--program-headers", "^ *GNU_RELRO ");
-    row("everything is bound at once", "--dynamic", "\\(FLAGS\\).*BIND_NOW");
-    row("stack is not executed", "--program-headers", "^ *GNU_STACK .* RW +0x");
+    for (const char* const file : {LIBRARY, SUBSTITUTE, PROGRAM}) {
+        const QString path = QString::fromLocal8Bit(file);
+        for (const auto& property : properties) {
+            QTest::addRow("%s, %s", qPrintable(QFileInfo(path).baseName()), property.name)
+                << path << QString::fromLatin1(property.part) << QRegularExpression(QString::fromLatin1(property.line));
+        }
+    }
+    QTest::newRow("calls are checked") << QStringLiteral(COPY) << QStringLiteral("--dyn-syms")
+                                       << QRegularExpression(QStringLiteral(" __memcpy_chk(@|$| )"));
 }
 
-void tst_Library::isHardened()
+void tst_Library::installedFilesAreHardened()
 {
+    QFETCH(const QString, file);
     QFETCH(const QString, part);
     QFETCH(const QRegularExpression, line);
-    const QStringList lines = linesOf(QStringLiteral(READELF), {part, QStringLiteral("--wide")});
+    const QStringList lines = linesOf(QStringLiteral(READELF), {part, QStringLiteral("--wide"), file});
     QCOMPARE(lines.filter(line).size(), 1);
 }
 
