@@ -96,11 +96,15 @@ private:
         return path.split(QLatin1Char('/'), Qt::SkipEmptyParts);
     }
 
+    // Names and paths stay well within what a file system takes; where that ends is no matter of bytes put together.
+    static constexpr int longestName = 200;
+    static constexpr int deepest = 8;
+
     static bool areNames(const QStringList& names)
     {
         return std::all_of(names.begin(), names.end(), [](const QString& name) {
             // Qt takes a byte order mark at the beginning of a file's name for none of the name.
-            return name != QLatin1String(".") && name != QLatin1String("..") && name.toUtf8().size() <= 200
+            return name != QLatin1String(".") && name != QLatin1String("..") && name.toUtf8().size() <= longestName
                 && !name.startsWith(QChar::ByteOrderMark);
         });
     }
@@ -116,7 +120,6 @@ private:
             path.remove(0, 1);
         }
         QStringList way = names(path);
-        constexpr int deepest = 8;
         if (way.isEmpty() || way.size() > deepest || !areNames(way) || repeatsKey(asText(content))
             || (isLink && !areNames(names(QString::fromUtf8(content))))) {
             return;
@@ -352,6 +355,15 @@ QStringList sorted(QStringList texts)
     return texts;
 }
 
+void compareMessages(Comparison& comparison, const Scan& scan, const QStringList& found, const QStringList& expected)
+{
+    if (scan.leavesOrderOpen()) {
+        comparison.same("messages in any order", sorted(found), sorted(expected));
+    } else {
+        comparison.same("messages", found, expected);
+    }
+}
+
 /// Scans by way of the base path, if there is one.
 void checkScan(const Tree& tree, ConfigurationManifestCreator& creator, const QString& folder, const QString& scheme,
     const std::optional<QString>& basePath = {})
@@ -378,12 +390,7 @@ void checkScan(const Tree& tree, ConfigurationManifestCreator& creator, const QS
     MessageRecorder recorder;
     const bool result = basePath ? creator.create(*basePath) : creator.create2(folder, scheme);
     comparison.same("result", result, !isBlocked);
-    const QStringList messages = textsOf(recorder.take());
-    if (scan.leavesOrderOpen()) {
-        comparison.same("messages in any order", sorted(messages), sorted(expectedMessages));
-    } else {
-        comparison.same("messages", messages, expectedMessages);
-    }
+    compareMessages(comparison, scan, textsOf(recorder.take()), expectedMessages);
     comparison.same("names", sorted(everythingIn(folder)), sorted(expectedNames));
 
     if (isListed && !isBlocked) {
@@ -406,10 +413,7 @@ void checkScan(const Tree& tree, ConfigurationManifestCreator& creator, const QS
 void checkElements(const Tree& tree, const QString& folder)
 {
     Scan scan(tree, folder, true);
-    const std::vector<Element> expected = scan.elements(tree.root(), folder);
-    if (scan.leavesOrderOpen()) {
-        return;
-    }
+    std::vector<Element> expected = scan.elements(tree.root(), folder);
     MessageRecorder recorder;
     const QString suffix = ConfigurationStructureElement::getConfigurationFileSuffix();
     const ConfigurationStructureElementList list(
@@ -418,9 +422,21 @@ void checkElements(const Tree& tree, const QString& folder)
     QStringList expectedMessages = scan.messages();
     const int count = static_cast<int>(expected.size());
     comparison.same("count", list.getCountElements(), count);
-    for (int i = 0; i < std::min(count, list.getCountElements()); ++i) {
-        const Element& wanted = expected[static_cast<std::size_t>(i)];
-        ConfigurationStructureElement element = list.getElement(i);
+    std::vector<ConfigurationStructureElement> found;
+    for (int i = 0; i < list.getCountElements(); ++i) {
+        found.push_back(list.getElement(i));
+        for (const ConfigurationStructureElement& earlier : found) {
+            comparison.same("less", found.back() < earlier, false);
+        }
+    }
+    if (scan.leavesOrderOpen()) {
+        std::sort(expected.begin(), expected.end(), [](const auto& a, const auto& b) { return a.path < b.path; });
+        std::sort(found.begin(), found.end(),
+            [](const auto& a, const auto& b) { return a.getFileInfo().filePath() < b.getFileInfo().filePath(); });
+    }
+    for (std::size_t i = 0; i < std::min(expected.size(), found.size()); ++i) {
+        const Element& wanted = expected[i];
+        ConfigurationStructureElement& element = found[i];
         comparison.same("isValid", element.isValid(), true);
         comparison.same("isDirectory", element.isDirectory(), wanted.isNode);
         comparison.same("position", element.getDisplayPosition(), wanted.position);
@@ -435,13 +451,10 @@ void checkElements(const Tree& tree, const QString& folder)
         comparison.same("icon", element.getIconName(), iconName ? *iconName : QString());
         element.setIconName(wanted.path);
         comparison.same("icon set", element.getIconName(), wanted.path);
-        for (int j = 0; j < i; ++j) {
-            comparison.same("less", list.getElement(i) < list.getElement(j), false);
-        }
     }
     comparison.same("beyond the end", list.getElement(count).isValid(), false);
     expectedMessages << messageText("Received invalid index for element list:", count, ",", count, "!");
-    comparison.same("messages", textsOf(recorder.take()), expectedMessages);
+    compareMessages(comparison, scan, textsOf(recorder.take()), expectedMessages);
     endIfDifferent(comparison.differences(), {folder});
 }
 
