@@ -191,7 +191,9 @@ void tst_Scale::manifestOf200Megabytes()
     content.insert(content.lastIndexOf("\"label\""), "\"key\":1,");
     QVERIFY(readFile(path) == content);
     qInfo("loaded in %lld ms, saved in %lld ms, %ld MB", loaded, saved, peakMemory());
-    QVERIFY(peakMemory() < 3000);
+#ifndef MEMORY_CHECKED
+    QVERIFY(peakMemory() < 1000);
+#endif
 }
 
 void tst_Scale::deepFolders_data()
