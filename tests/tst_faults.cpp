@@ -66,9 +66,20 @@ int countOf(const std::vector<FaultyCalls::Call>& made, const char* call)
         std::count_if(made.begin(), made.end(), [call](const FaultyCalls::Call& one) { return one.name == call; }));
 }
 
-std::vector<Fault> withoutUnnamedFiles()
+/// Which of the calls of a name is the first one on something of these names, counted from 1 as faults are.
+int numberOfFirst(const std::vector<FaultyCalls::Call>& made, const char* call, const QStringList& names)
 {
-    return {{"make", 1, 1, EOPNOTSUPP}};
+    const auto first = std::find_if(made.begin(), made.end(), [&](const FaultyCalls::Call& one) {
+        return one.name == call && names.contains(QFileInfo(QString::fromStdString(one.path)).fileName());
+    });
+    return countOf({made.begin(), first}, call) + 1;
+}
+
+constexpr Fault noFault {"none", 1, 1, 0};
+
+std::vector<Fault> faultsOfTheFileSystem(bool hasUnnamedFiles)
+{
+    return hasUnnamedFiles ? std::vector<Fault>() : std::vector<Fault> {{"make", 1, 1, EOPNOTSUPP}};
 }
 
 int openFiles()
@@ -618,6 +629,22 @@ Run runOnce(Operation& operation, const std::vector<Fault>& faults)
 
 using Operations = std::function<QSharedPointer<Operation>()>;
 
+template <typename Kind, bool... replaces>
+QSharedPointer<Operation> make()
+{
+    return QSharedPointer<Operation>(new Kind(replaces...));
+}
+
+QStringList namesIn(const Result& result)
+{
+    QStringList names;
+    const QJsonArray elements = arrayFrom(result.content.constData());
+    for (const QJsonValue& element : elements) {
+        names.append(element.toObject().value(u"instanceName"_qs).toString());
+    }
+    return names;
+}
+
 QByteArray described(const Run& run, const Result& untroubled)
 {
     if (run.result == untroubled) {
@@ -652,12 +679,18 @@ private Q_SLOTS:
     void writeErrorsReportedLateGoUnnoticed_data();
     void writeErrorsReportedLateGoUnnoticed();
     void failedLinkGoesUnnoticed();
+    void temporaryFileThatCannotBeRemovedStays_data();
+    void temporaryFileThatCannotBeRemovedStays();
+    void failedSeekBringsAMessageOfQt();
     void manifestThatIsReplacedWhileItIsLookedForIsMissing();
     void permissionsThatCannotBeAskedForAreLost();
     void readErrorInAManifestIsReportedAsASyntaxError();
     void readErrorInADescriptionLeavesTheElementEmpty();
     void listingCutShortLosesTheRestSilently();
     void listingCutShortAtOnceLeavesThePreviousManifest();
+    void folderThatCannotBeListedIsLostWithItsTree();
+    void folderThatCannotBeLookedAtIsNotSaidToHaveNoDescription();
+    void linkedFolderThatCanNeverBeLookedAtIsLost();
     void cleanupTestCase();
 
 private:
@@ -671,26 +704,33 @@ void tst_Faults::everyFailingCallHasItsConsequence_data()
     QTest::addColumn<QByteArray>("name");
     QTest::addColumn<bool>("large");
     QTest::addColumn<bool>("unnamed");
+    QTest::addColumn<QByteArray>("necessary");
 
+    // With the calls that each one cannot do without.
     const struct {
         const char* name;
-        Operations make;
-        bool saves;
+        QSharedPointer<Operation> (*make)();
+        bool unnamed;
+        const char* necessary;
     } operations[] = {
-        {"load", [] { return QSharedPointer<Operation>(new Load); }, false},
-        {"edit and save", [] { return QSharedPointer<Operation>(new EditAndSave); }, true},
-        {"create", [] { return QSharedPointer<Operation>(new Create(true)); }, true},
-        {"create the first", [] { return QSharedPointer<Operation>(new Create(false)); }, true},
+        {"load", make<Load>, true, "access stat open read close"},
+        {"edit and save", make<EditAndSave>, true, "access stat make chmod write seek sync link close rename"},
+        {"edit and save", make<EditAndSave>, false, "access stat make chmod write seek sync close rename"},
+        {"create", make<Create, true>, true,
+            "list next end open read access stat make chmod write seek sync link close rename"},
+        {"create", make<Create, true>, false,
+            "list next end open read access stat make chmod write seek sync close rename"},
+        {"create the first", make<Create, false>, true,
+            "list next end open read access stat make write seek sync link close"},
+        {"create the first", make<Create, false>, false,
+            "list next end open read access stat make write seek sync close rename"},
     };
     for (const auto& operation : operations) {
         for (const bool large : {false, true}) {
-            for (const bool unnamed : {true, false}) {
-                if (unnamed || operation.saves) {
-                    QTest::addRow("%s, %s, %s", operation.name, large ? "large" : "small",
-                        unnamed ? "unnamed temporary file" : "named temporary file")
-                        << operation.make << QByteArray(operation.name) << large << unnamed;
-                }
-            }
+            QTest::addRow("%s, %s, %s", operation.name, large ? "large" : "small",
+                operation.unnamed ? "unnamed temporary file" : "named temporary file")
+                << Operations(operation.make) << QByteArray(operation.name) << large << operation.unnamed
+                << QByteArray(operation.necessary);
         }
     }
 }
@@ -701,18 +741,23 @@ void tst_Faults::everyFailingCallHasItsConsequence()
     QFETCH(const QByteArray, name);
     QFETCH(const bool, large);
     QFETCH(const bool, unnamed);
+    QFETCH(const QByteArray, necessary);
 
     const QSharedPointer<Operation> operation = operations();
     operation->large = large;
-    const std::vector<Fault> always = unnamed ? std::vector<Fault>() : withoutUnnamedFiles();
-    const Run untroubled = runOnce(*operation, {{"none", 1, 1, 0}});
+    const auto runWith = [&](const std::vector<Fault>& more) {
+        std::vector<Fault> faults = faultsOfTheFileSystem(unnamed);
+        faults.insert(faults.end(), more.begin(), more.end());
+        return runOnce(*operation, faults);
+    };
+    const Run untroubled = runWith({noFault});
+    for (const QByteArray& call : necessary.split(' ')) {
+        QVERIFY2(countOf(untroubled.made, call.constData()) > 0, call.constData());
+    }
 
     const auto tryOn = [&](const char* call, const Trouble& trouble) {
         for (int number = 1;; ++number) {
-            std::vector<Fault> faults = always;
-            const std::vector<Fault> more = trouble.faults(call, number);
-            faults.insert(faults.end(), more.begin(), more.end());
-            const Run run = runOnce(*operation, faults);
+            const Run run = runWith(trouble.faults(call, number));
             const QByteArray where =
                 QByteArray(call) + ' ' + QByteArray::number(number) + ' ' + trouble.name + ": " + run.failure.call;
             QVERIFY2(run.leaked == 0, where.constData());
@@ -747,6 +792,7 @@ void tst_Faults::everyFailingCallHasItsConsequence()
 void tst_Faults::manifestIsNeverWrittenDirectly()
 {
     EditAndSave edit;
+    QVERIFY(countOf(runOnce(edit, {noFault}).made, "write") > 0);
     const Run run = runOnce(edit, {{"make", 1, 1, EACCES}});
     QCOMPARE(countOf(run.made, "write"), 0);
     QCOMPARE(run.result.content, previous);
@@ -777,6 +823,73 @@ void tst_Faults::failedLinkGoesUnnoticed()
     QCOMPARE(run.result.messages, Messages());
     QCOMPARE(run.result.content, previous);
     QVERIFY(run.result.value);
+}
+
+void tst_Faults::temporaryFileThatCannotBeRemovedStays_data()
+{
+    QTest::addColumn<Operations>("operations");
+    QTest::addColumn<QByteArray>("call");
+    QTest::addColumn<bool>("unnamed");
+    QTest::addColumn<bool>("stays");
+
+    const struct {
+        const char* name;
+        QSharedPointer<Operation> (*make)();
+        const char* call;
+        bool unnamed;
+        bool stays;
+    } saves[] = {
+        {"edit and save", make<EditAndSave>, "write", true, false},
+        {"edit and save", make<EditAndSave>, "write", false, true},
+        {"edit and save", make<EditAndSave>, "link", true, false},
+        {"edit and save", make<EditAndSave>, "rename", true, true},
+        {"edit and save", make<EditAndSave>, "rename", false, true},
+        {"create", make<Create, true>, "write", true, false},
+        {"create", make<Create, true>, "write", false, true},
+        {"create", make<Create, true>, "link", true, false},
+        {"create", make<Create, true>, "rename", true, true},
+        {"create", make<Create, true>, "rename", false, true},
+        {"create the first", make<Create, false>, "write", true, false},
+        {"create the first", make<Create, false>, "write", false, true},
+        // Nothing is in the way of the link, and nothing is renamed.
+        {"create the first", make<Create, false>, "link", true, false},
+        {"create the first", make<Create, false>, "rename", false, true},
+    };
+    for (const auto& save : saves) {
+        QTest::addRow("%s, %s, %s", save.name, save.call, save.unnamed ? "unnamed" : "named")
+            << Operations(save.make) << QByteArray(save.call) << save.unnamed << save.stays;
+    }
+}
+
+void tst_Faults::temporaryFileThatCannotBeRemovedStays()
+{
+    QFETCH(const Operations, operations);
+    QFETCH(const QByteArray, call);
+    QFETCH(const bool, unnamed);
+    QFETCH(const bool, stays);
+
+    const QSharedPointer<Operation> operation = operations();
+    std::vector<Fault> faults = faultsOfTheFileSystem(unnamed);
+    faults.push_back({"unlink", 1, INT_MAX, EACCES});
+    faults.push_back({call.constData(), 1, INT_MAX, EIO});
+    const Run run = runOnce(*operation, faults);
+    QVERIFY(run.failure.call.startsWith(call));
+    QVERIFY(run.result.content == previous || run.result.content.isNull());
+    QCOMPARE(run.result, run.expected);
+    QCOMPARE(countOf(run.made, "unlink") > 0, stays);
+    QCOMPARE(run.leftovers.size(), stays ? 1 : 0);
+    for (const QString& name : run.leftovers) {
+        QVERIFY2(isTemporaryFileOf(manifestName, name), qPrintable(name));
+    }
+}
+
+void tst_Faults::failedSeekBringsAMessageOfQt()
+{
+    EditAndSave edit;
+    const Run run = runOnce(edit, {{"seek", 1, 1, EIO}});
+    QCOMPARE(run.failure.call, QByteArray("seek temporary 1"));
+    QCOMPARE(run.result.messages, Messages({complaintOfQt()}));
+    QCOMPARE(run.result.content, run.result.memory);
 }
 
 void tst_Faults::manifestThatIsReplacedWhileItIsLookedForIsMissing()
@@ -825,13 +938,10 @@ void tst_Faults::readErrorInADescriptionLeavesTheElementEmpty()
 void tst_Faults::listingCutShortLosesTheRestSilently()
 {
     Create create(true);
-    const Run whole = runOnce(create, {{"none", 1, 1, 0}});
+    const Run whole = runOnce(create, {noFault});
     // Folders hand out their entries in an order of their own.
-    const QStringList elements {u"a.config.json"_qs, u"b.config.json"_qs, u"Net"_qs, u"Other"_qs};
-    const auto first = std::find_if(whole.made.begin(), whole.made.end(), [&](const FaultyCalls::Call& call) {
-        return call.name == "next" && elements.contains(QFileInfo(QString::fromStdString(call.path)).fileName());
-    });
-    const int number = countOf({whole.made.begin(), first + 1}, "next");
+    const int number =
+        numberOfFirst(whole.made, "next", {u"a.config.json"_qs, u"b.config.json"_qs, u"Net"_qs, u"Other"_qs});
     const Run run = runOnce(create, {{"next", number + 1, number + 1, EIO}});
     QVERIFY(run.result.value);
     QVERIFY(run.result.content != previous);
@@ -848,6 +958,43 @@ void tst_Faults::listingCutShortAtOnceLeavesThePreviousManifest()
     QVERIFY(run.result.value);
     QCOMPARE(run.result.messages, Messages());
     QCOMPARE(run.result.content, previous);
+}
+
+void tst_Faults::folderThatCannotBeListedIsLostWithItsTree()
+{
+    Create create(true);
+    const Run whole = runOnce(create, {noFault});
+    QCOMPARE(namesIn(whole.result), QStringList({u"a"_qs, u"b"_qs, u"Other"_qs, u"Net"_qs}));
+    const int number = numberOfFirst(whole.made, "list", {u"Net"_qs});
+    const Run run = runOnce(create, {{"list", number, number, EACCES}});
+    QCOMPARE(run.failure.call, QByteArray("list Net 1"));
+    QVERIFY(run.result.value);
+    QCOMPARE(namesIn(run.result), QStringList({u"a"_qs, u"b"_qs, u"Other"_qs}));
+    // Of the other folder.
+    QCOMPARE(run.result.messages, Messages({noFolderDescription(), positionMissing()}));
+}
+
+void tst_Faults::folderThatCannotBeLookedAtIsNotSaidToHaveNoDescription()
+{
+    Create create(true);
+    const Run whole = runOnce(create, {noFault});
+    const int number = numberOfFirst(whole.made, "stat", {u"Deep"_qs});
+    const Run run = runOnce(create, {{"stat", number, number, EACCES}});
+    QCOMPARE(run.failure.call, QByteArray("stat Net/Deep 1"));
+    QCOMPARE(whole.result.messages.count(noFolderDescription()), 2);
+    // The first one is of the other folder.
+    QCOMPARE(run.result.messages, Messages({noFolderDescription(), positionMissing(), positionMissing()}));
+    QCOMPARE(run.result.content, whole.result.content);
+}
+
+void tst_Faults::linkedFolderThatCanNeverBeLookedAtIsLost()
+{
+    Create create(true);
+    const Run run = runOnce(create, {{"stat", 1, INT_MAX, EACCES}});
+    QVERIFY(run.result.value);
+    QCOMPARE(namesIn(run.result), QStringList({u"a"_qs, u"b"_qs, u"Net"_qs}));
+    // Of the folder in that one.
+    QCOMPARE(run.result.messages, Messages({positionMissing()}));
 }
 
 void tst_Faults::cleanupTestCase()

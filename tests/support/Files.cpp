@@ -4,6 +4,7 @@
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
 #include <QtCore/QJsonDocument>
+#include <QtCore/QRegularExpression>
 #include <QtCore/QStringList>
 
 #include <csignal>
@@ -53,6 +54,12 @@ QByteArray readFile(const QString& path)
 QStringList everythingIn(const QString& folder)
 {
     return QDir(folder).entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot, QDir::Name);
+}
+
+bool isTemporaryFileOf(const QString& manifestName, const QString& name)
+{
+    static const QRegularExpression ending(QRegularExpression::anchoredPattern(QStringLiteral("\\.[A-Za-z]{6}")));
+    return name.startsWith(manifestName) && ending.match(name.mid(manifestName.size())).hasMatch();
 }
 
 QJsonObject objectFrom(const char* json)

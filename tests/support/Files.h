@@ -16,6 +16,9 @@ QByteArray readFile(const QString& path);
 /// Names of everything in a folder, hidden entries included, sorted.
 QStringList everythingIn(const QString& folder);
 
+/// Whether a file of this name is one that saving the manifest `manifestName` makes for a while.
+bool isTemporaryFileOf(const QString& manifestName, const QString& name);
+
 /// Parses test input. Fails the test program hard when it is not JSON of that kind.
 QJsonObject objectFrom(const char* json);
 QJsonArray arrayFrom(const char* json);
