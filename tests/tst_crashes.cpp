@@ -6,7 +6,10 @@
 
 #include <QtCore/QElapsedTimer>
 #include <QtCore/QJsonDocument>
+#include <QtCore/QThread>
 
+#include <algorithm>
+#include <array>
 #include <cerrno>
 #include <csignal>
 #include <memory>
@@ -110,6 +113,12 @@ struct Place {
         return names;
     }
 
+    /// Whether the manifest is just that; null for none at all.
+    bool holds(const QByteArray& content) const
+    {
+        return content.isNull() ? !QFile::exists(path) : readFile(path) == content;
+    }
+
     const QTemporaryDir folder;
     const QString path;
 };
@@ -133,6 +142,8 @@ private Q_SLOTS:
     void savesKilledBeforeAnyCallLeaveTheOldOrTheNewManifest_data();
     void savesKilledBeforeAnyCallLeaveTheOldOrTheNewManifest();
     void creationsKilledBeforeAnyCallLeaveNothingOrAll();
+    void creationsKilledAtAnyMomentLeaveTheOldOrTheNewManifest_data();
+    void creationsKilledAtAnyMomentLeaveTheOldOrTheNewManifest();
     void leftoversDisturbNothingAndStay();
 };
 
@@ -171,14 +182,17 @@ void tst_Crashes::readersSeeOnlyWholeManifests()
         for (const QString& writer : writers) {
             processes.push_back(std::make_unique<Process>([&] { saveForEver(place.path, writer); }));
         }
+        // Half of the rounds may end before the first save, and half of those end at once.
+        const bool waitsForChange = killed % 2 == 0;
         const int changesBefore = changes;
-        const qint64 moment = microseconds(engine) * qint64(1000);
+        const qint64 moment = killed % 4 == 1 ? 0 : microseconds(engine) * qint64(1000);
         QElapsedTimer timer;
         timer.start();
-        while (timer.nsecsElapsed() < moment || (changes == changesBefore && !timer.hasExpired(10000))) {
+        while (
+            timer.nsecsElapsed() < moment || (waitsForChange && changes == changesBefore && !timer.hasExpired(10000))) {
             QVERIFY2(isGood(), content.left(1000).constData());
         }
-        QVERIFY(changes > changesBefore);
+        QVERIFY(!waitsForChange || changes > changesBefore);
         processes.clear();
         QVERIFY2(isGood(), content.left(1000).constData());
     }
@@ -186,7 +200,7 @@ void tst_Crashes::readersSeeOnlyWholeManifests()
     qInfo("%d rounds: %d readings, %d of them new, the last one number %d; %d temporary files left behind",
         numberOfKills(), readings, changes, latest, place.leftovers().size());
     for (const QString& name : place.leftovers()) {
-        QVERIFY2(name.startsWith(fileName + u'.') && name.size() == fileName.size() + 7, qPrintable(name));
+        QVERIFY2(isTemporaryFileOf(fileName, name), qPrintable(name));
     }
 }
 
@@ -280,8 +294,7 @@ void tst_Crashes::savesKilledBeforeAnyCallLeaveTheOldOrTheNewManifest()
     int before = 0;
     int after = 0;
     killBeforeEachCall(
-        unnamed ? std::vector<Fault>() : std::vector<Fault> {{"make", 1, 1, EOPNOTSUPP}},
-        [] { return std::make_unique<Place>(); },
+        faultsOfTheFileSystem(unnamed), [] { return std::make_unique<Place>(); },
         [&](const Place& place) {
             Handler handler(place.path, QString(), QString());
             handler.setManifestJsonArray({state(u"one"_qs, 0)});
@@ -301,33 +314,121 @@ void tst_Crashes::savesKilledBeforeAnyCallLeaveTheOldOrTheNewManifest()
     QVERIFY(after <= 1);
 }
 
+namespace {
+
+/// Folders with descriptions, and an old manifest if there is to be one.
+std::unique_ptr<Place> placeToScan(bool hasManifest, int folders, int filesInEach)
+{
+    auto place = std::make_unique<Place>();
+    if (!hasManifest) {
+        QFile::remove(place->path);
+    }
+    const QByteArray label(2000, 'x');
+    for (int folder = 0; folder < folders; ++folder) {
+        const QString path = place->folder.filePath(u"Net%1/"_qs.arg(folder));
+        writeFile(path + u"Folder.menu.json"_qs, R"({"displayPosition":1})");
+        for (int file = 1; file < filesInEach; ++file) {
+            writeFile(path + u"a%1.config.json"_qs.arg(file),
+                R"({"displayPosition":1,"hide":false,"labelTextId":")" + label + R"("})");
+        }
+    }
+    return place;
+}
+
+bool create(const Place& place)
+{
+    return ConfigurationManifestCreator().create2(place.folder.path(), u"configuration"_qs);
+}
+
+} // namespace
+
 void tst_Crashes::creationsKilledBeforeAnyCallLeaveNothingOrAll()
 {
-    const auto create = [](const Place& place) {
-        ConfigurationManifestCreator().create2(place.folder.path(), u"configuration"_qs);
-    };
-    const auto makePlace = [] {
-        auto place = std::make_unique<Place>();
-        QFile::remove(place->path);
-        writeFile(place->folder.filePath(u"Net/a.config.json"_qs), R"({"displayPosition":1,"hide":false})");
-        writeFile(place->folder.filePath(u"Net/Folder.menu.json"_qs), R"({"displayPosition":1})");
-        return place;
-    };
+    const auto makePlace = [] { return placeToScan(false, 1, 2); };
     const auto untroubled = makePlace();
-    create(*untroubled);
+    QVERIFY(create(*untroubled));
     const QByteArray whole = readFile(untroubled->path);
-    QVERIFY(whole.contains("Net/a"));
+    QVERIFY(whole.contains("Net0/a1"));
 
     int before = 0;
     int after = 0;
     killBeforeEachCall(
         {}, makePlace, create, [&](const Place& place, const Progress& progress, const QByteArray& where) {
-            QVERIFY2(readFile(place.path) == (progress.isDone ? whole : QByteArray()), where.constData());
-            QVERIFY2(place.leftovers() == QStringList(u"Net"_qs), where.constData());
+            QVERIFY2(place.holds(progress.isDone ? whole : QByteArray()), where.constData());
+            QVERIFY2(place.leftovers() == QStringList(u"Net0"_qs), where.constData());
             ++(progress.isDone ? after : before);
         });
     QVERIFY(before > 20);
     QVERIFY(after >= 1);
+}
+
+void tst_Crashes::creationsKilledAtAnyMomentLeaveTheOldOrTheNewManifest_data()
+{
+    QTest::addColumn<bool>("replaces");
+    QTest::addColumn<bool>("unnamed");
+    QTest::newRow("old manifest, unnamed temporary file") << true << true;
+    QTest::newRow("old manifest, named temporary file") << true << false;
+    QTest::newRow("no manifest, unnamed temporary file") << false << true;
+    QTest::newRow("no manifest, named temporary file") << false << false;
+}
+
+void tst_Crashes::creationsKilledAtAnyMomentLeaveTheOldOrTheNewManifest()
+{
+    QFETCH(const bool, replaces);
+    QFETCH(const bool, unnamed);
+
+    const auto makePlace = [&] { return placeToScan(replaces, 6, 10); };
+    const auto creationIn = [&](const Place& place) {
+        return std::make_unique<Process>([&] {
+            const FaultyCalls faulty(place.folder.path().toStdString(), faultsOfTheFileSystem(unnamed));
+            create(place);
+        });
+    };
+    const auto untroubled = makePlace();
+    const QByteArray old = readFile(untroubled->path);
+    const QStringList folders = untroubled->leftovers();
+    QVERIFY(create(*untroubled));
+    const QByteArray whole = readFile(untroubled->path);
+    QVERIFY(whole.contains("Net5/a9"));
+
+    std::array<qint64, 5> durations;
+    for (qint64& duration : durations) {
+        const auto place = makePlace();
+        QElapsedTimer timer;
+        timer.start();
+        QVERIFY(creationIn(*place)->wait());
+        duration = timer.nsecsElapsed() / 1000;
+        QVERIFY(place->holds(whole));
+        QCOMPARE(place->leftovers(), folders);
+    }
+    std::sort(durations.begin(), durations.end());
+    const qint64 duration = durations[durations.size() / 2];
+
+    std::mt19937 engine(20240301);
+    // Some are to be over by then.
+    std::uniform_int_distribution<qint64> microseconds(0, duration + duration / 5);
+    int cutShort = 0;
+    int temporaryFiles = 0;
+    for (int killed = 0; killed < numberOfKills(); ++killed) {
+        const auto place = makePlace();
+        const qint64 moment = microseconds(engine);
+        const auto creation = creationIn(*place);
+        QThread::usleep(static_cast<unsigned long>(moment));
+        creation->end();
+        const QByteArray where = QByteArray::number(moment) + " of " + QByteArray::number(duration);
+        const bool isOld = place->holds(old);
+        QVERIFY2(isOld || place->holds(whole), where.constData());
+        cutShort += isOld;
+        QStringList leftovers = place->leftovers();
+        const auto isTemporaryFile = [](const QString& name) { return isTemporaryFileOf(fileName, name); };
+        const auto end = std::remove_if(leftovers.begin(), leftovers.end(), isTemporaryFile);
+        temporaryFiles += static_cast<int>(leftovers.end() - end);
+        leftovers.erase(end, leftovers.end());
+        QCOMPARE(leftovers, folders);
+    }
+    QVERIFY(cutShort > 0);
+    qInfo("%d creations of %lld microseconds: %d cut short, %d temporary files left behind", numberOfKills(), duration,
+        cutShort, temporaryFiles);
 }
 
 void tst_Crashes::leftoversDisturbNothingAndStay()

@@ -77,11 +77,6 @@ int numberOfFirst(const std::vector<FaultyCalls::Call>& made, const char* call, 
 
 constexpr Fault noFault {"none", 1, 1, 0};
 
-std::vector<Fault> faultsOfTheFileSystem(bool hasUnnamedFiles)
-{
-    return hasUnnamedFiles ? std::vector<Fault>() : std::vector<Fault> {{"make", 1, 1, EOPNOTSUPP}};
-}
-
 int openFiles()
 {
     return everythingIn(u"/proc/self/fd"_qs).size();

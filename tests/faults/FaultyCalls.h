@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cerrno>
 #include <string>
 #include <vector>
 
@@ -28,6 +29,12 @@ struct Fault {
     /// What the call sets errno to, or something special.
     int error;
 };
+
+/// What a save meets on a file system that has temporary files without a name or has none.
+inline std::vector<Fault> faultsOfTheFileSystem(bool hasUnnamedFiles)
+{
+    return hasUnnamedFiles ? std::vector<Fault>() : std::vector<Fault> {{"make", 1, 1, EOPNOTSUPP}};
+}
 
 /**
  * Makes calls to the C library fail, as long as it lives: only those on `folder` and on what lies below it. There is at
