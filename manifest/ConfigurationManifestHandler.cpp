@@ -17,11 +17,6 @@ using Registry = SystemInformationManagerRegistryDefinitions;
 
 namespace {
 
-bool isContainer(const QJsonValue& value)
-{
-    return value.isObject() || value.isArray();
-}
-
 bool isSelection(const QJsonObject& element)
 {
     return element.value(Registry::getKeySelectionType()) == Registry::SelectionTypeValues::getSelection();
@@ -76,12 +71,72 @@ QJsonObject rebuilt(const QJsonObject& object)
     return result;
 }
 
-void insertIfDifferent(QJsonObject& object, const QString& key, const QString& text)
-{
-    if (object.value(key) != text) {
-        object.insert(key, text);
+// The module and object name, each as JSON too: it takes part in every selection, and is made once.
+class Stamp {
+public:
+    Stamp(const QString& moduleName, const QString& objectName)
+        : module {moduleName, moduleName}
+        , object {objectName, objectName}
+    {
     }
-}
+
+    void putOn(QJsonObject& element) const
+    {
+        if (element.value(ConfigurationManifestHandler::getKeySelectionType()).toString()
+            == ConfigurationManifestHandler::SelectionTypeValues::getSelection()) {
+            insertIfDifferent(element, Registry::getKeyModuleName(), module);
+            insertIfDifferent(element, Registry::getKeyObjectName(), object);
+        }
+    }
+
+    void putOnAll(QJsonValue& value) const
+    {
+        if (value.isObject()) {
+            QJsonObject element = value.toObject();
+            value = QJsonValue();
+            putOn(element);
+            putOnItems(element);
+            value = element;
+        } else if (value.isArray()) {
+            QJsonArray array = value.toArray();
+            value = QJsonValue();
+            putOnItems(array);
+            value = array;
+        }
+    }
+
+    // Like the edits, this takes each container out before it changes it, so that there is never a second copy.
+    template <typename Container>
+    void putOnItems(Container& container) const
+    {
+        const auto end = container.end();
+        for (auto item = container.begin(); item != end; ++item) {
+            QJsonValueRef place = *item;
+            QJsonValue value = place;
+            if (value.isObject() || value.isArray()) {
+                place = QJsonValue();
+                putOnAll(value);
+                place = value;
+            }
+        }
+    }
+
+private:
+    struct Name {
+        QString text;
+        QJsonValue value;
+    };
+
+    static void insertIfDifferent(QJsonObject& element, const QString& key, const Name& name)
+    {
+        if (!name.text.isEmpty() && element.value(key).toString() != name.text) {
+            element.insert(key, name.value);
+        }
+    }
+
+    const Name module;
+    const Name object;
+};
 
 // Whoever was called since the position was found may have shortened the array.
 void replaceIfPresent(QJsonArray& array, int position, const QJsonValue& value)
@@ -310,51 +365,17 @@ void ConfigurationManifestHandler::writeToManifestFile()
 
 void ConfigurationManifestHandler::addModuleAndObjectNameToJsonObject(QJsonObject& object) const
 {
-    if (object.value(getKeySelectionType()) != SelectionTypeValues::getSelection()) {
-        return;
-    }
-    if (!moduleName.isEmpty()) {
-        insertIfDifferent(object, Registry::getKeyModuleName(), moduleName);
-    }
-    if (!objectName.isEmpty()) {
-        insertIfDifferent(object, Registry::getKeyObjectName(), objectName);
-    }
+    Stamp(moduleName, objectName).putOn(object);
 }
 
 void ConfigurationManifestHandler::addModuleAndObjectNameToManifest(QJsonValue& value) const
 {
-    // Like the edits, this takes each container out before it changes it, so that there is never a second copy.
-    if (value.isObject()) {
-        QJsonObject object = value.toObject();
-        value = QJsonValue();
-        addModuleAndObjectNameToJsonObject(object);
-        for (auto member = object.begin(); member != object.end(); ++member) {
-            QJsonValue inner = member.value();
-            if (isContainer(inner)) {
-                member.value() = QJsonValue();
-                addModuleAndObjectNameToManifest(inner);
-                member.value() = inner;
-            }
-        }
-        value = object;
-    } else if (value.isArray()) {
-        QJsonArray array = value.toArray();
-        value = QJsonValue();
-        addModuleAndObjectNameToManifest(array);
-        value = array;
-    }
+    Stamp(moduleName, objectName).putOnAll(value);
 }
 
 void ConfigurationManifestHandler::addModuleAndObjectNameToManifest(QJsonArray& array) const
 {
-    for (int i = 0; i < array.size(); ++i) {
-        QJsonValue inner = array.at(i);
-        if (isContainer(inner)) {
-            array.replace(i, QJsonValue());
-            addModuleAndObjectNameToManifest(inner);
-            array.replace(i, inner);
-        }
-    }
+    Stamp(moduleName, objectName).putOnItems(array);
 }
 
 QJsonObject ConfigurationManifestHandler::getElementFromInstance(
