@@ -21,6 +21,29 @@ static_assert(std::is_nothrow_move_assignable_v<ConfigurationStructureElement>);
 
 namespace {
 
+const QJsonObject& selectionWithoutDescription()
+{
+    static const QJsonObject selection {{Registry::getKeyLabelTextId(), QString()},
+        {Registry::getKeyDataModel(), QString()}, {Registry::getKeyLastModified(), QString()},
+        {Registry::getKeySelectionType(), Registry::SelectionTypeValues::getSelection()},
+        {Registry::getKeyCloseMode(), Registry::CloseModeValues::getManual()},
+        {Registry::getKeyUiJob(), Registry::UiJobValues::getUiJobOpenConfiguration()}, {Registry::getKeyHide(), false},
+        {Registry::getKeyIconName(), QString()}, {Registry::getKeyInstanceName(), QString()}};
+    return selection;
+}
+
+void insertAll(QJsonObject& object, const QJsonObject& members)
+{
+    // Into an empty object it is a copy, which takes a fraction of the time.
+    if (object.isEmpty()) {
+        object = members;
+        return;
+    }
+    for (auto member = members.constBegin(); member != members.constEnd(); ++member) {
+        object.insert(member.key(), member.value());
+    }
+}
+
 // Outside the range of int the language leaves the conversion undefined; the instruction of the device saturates.
 int toIntSaturated(double value)
 {
@@ -259,10 +282,8 @@ void ConfigurationStructureElement::generateSelectionData(const QFileInfo& entry
 void ConfigurationStructureElement::generateSelectionData(const QJsonObject& description, const QString& instanceName)
 {
     extractDisplayPosition(description, displayPosition);
+    insertAll(elementObject, selectionWithoutDescription());
 
-    const auto insertString = [&](const QString& key) {
-        elementObject.insert(key, extractSelectionString(description, key));
-    };
     const auto insertStringIfNotEmpty = [&](const QString& key) {
         insertStringPropertyIfNotEmpty(key, extractSelectionString(description, key));
     };
@@ -273,13 +294,12 @@ void ConfigurationStructureElement::generateSelectionData(const QJsonObject& des
         }
     };
 
-    insertString(Registry::getKeyLabelTextId());
-    insertString(Registry::getKeyDataModel());
-    insertString(Registry::getKeyLastModified());
-    elementObject.insert(Registry::getKeySelectionType(), Registry::SelectionTypeValues::getSelection());
-    elementObject.insert(Registry::getKeyCloseMode(), Registry::CloseModeValues::getManual());
-    elementObject.insert(Registry::getKeyUiJob(), Registry::UiJobValues::getUiJobOpenConfiguration());
-    elementObject.insert(Registry::getKeyHide(), extractSelectionBool(description, Registry::getKeyHide()));
+    insertStringIfNotEmpty(Registry::getKeyLabelTextId());
+    insertStringIfNotEmpty(Registry::getKeyDataModel());
+    insertStringIfNotEmpty(Registry::getKeyLastModified());
+    if (extractSelectionBool(description, Registry::getKeyHide())) {
+        elementObject.insert(Registry::getKeyHide(), true);
+    }
     insertArrayIfNotEmpty(DataProperty::getKeyDataPropertySelectorTypeList());
     insertArrayIfNotEmpty(DataProperty::getKeyDataPropertySelectorTypeListEndpoint());
 
@@ -289,7 +309,7 @@ void ConfigurationStructureElement::generateSelectionData(const QJsonObject& des
         elementObject.insert(connectorIdKey, connectorId);
     }
 
-    insertString(Registry::getKeyIconName());
+    insertStringIfNotEmpty(Registry::getKeyIconName());
     insertStringIfNotEmpty(DataProperty::getKeyDataPropertyTemplateType());
     insertStringIfNotEmpty(DataProperty::getKeyDataPropertyLabelTextUrl());
     insertStringIfNotEmpty(DataProperty::getKeyDataPropertyDependencyFile());
@@ -299,7 +319,7 @@ void ConfigurationStructureElement::generateSelectionData(const QJsonObject& des
 
     const QString& instanceNameKey = Registry::getKeyInstanceName();
     const QString describedName = extractSelectionString(description, instanceNameKey);
-    elementObject.insert(instanceNameKey, describedName.isEmpty() ? instanceName : describedName);
+    insertStringPropertyIfNotEmpty(instanceNameKey, describedName.isEmpty() ? instanceName : describedName);
 
     insertStringIfNotEmpty(DataProperty::getKeyDataPropertyBufferType());
 }
