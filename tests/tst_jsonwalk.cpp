@@ -470,7 +470,9 @@ void tst_JsonWalk::collectingCostsLittleMoreThanTheWalk()
     const double ratio = timeRatio(
         9, [&] { return secondsOf(manifest, collector); }, [&] { return secondsOf(manifest, nothing); });
     qInfo("A walk with the collector takes %.2f times as long as one without.", ratio);
+#ifndef MEMORY_CHECKED
     QVERIFY2(ratio < 3, qPrintable(QString::number(ratio)));
+#endif
 }
 
 void tst_JsonWalk::costIsLinear_data()
