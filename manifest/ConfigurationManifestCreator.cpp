@@ -50,14 +50,21 @@ bool ConfigurationManifestCreator::create2(const QString& path, const QString& s
         return true;
     }
 
+    const QString folderScheme = selectorUrlScheme;
     const bool isConfiguration =
-        selectorUrlScheme == ConfigurationAndProcessDataDefinitions::getSelectorUrlSchemeConfiguration();
+        folderScheme == ConfigurationAndProcessDataDefinitions::getSelectorUrlSchemeConfiguration();
     // Every list of the scan refers to this string.
     const QString suffix = isConfiguration ? ConfigurationStructureElement::getConfigurationFileSuffix()
                                            : ConfigurationStructureElement::getProcessFileSuffix();
-    const ConfigurationStructureElementList elementList(entries, configurationFolderPath, suffix);
+    const QString folderPath = configurationFolderPath;
+    const ConfigurationStructureElementList elementList(entries, folderPath, suffix);
     manifestJsonArray = QJsonArray();
-    generateInstanceList(elementList, manifestJsonArray);
+    QJsonArray instanceList;
+    generateInstanceList(elementList, instanceList);
+    // Whoever took the messages of the scan may have begun another one with this creator.
+    configurationFolderPath = folderPath;
+    selectorUrlScheme = folderScheme;
+    manifestJsonArray = instanceList;
     return writeManifestFile();
 }
 
@@ -69,7 +76,7 @@ void ConfigurationManifestCreator::generateInstanceList(
         QJsonObject object = element.getElementAsJsonObject();
         if (element.isDirectory()) {
             const ConfigurationStructureElementList childList(
-                listFolder(element.getFileInfo().filePath()), configurationFolderPath, elementList.getSuffix());
+                listFolder(element.getFileInfo().filePath()), elementList.rootPath, elementList.getSuffix());
             QJsonArray children;
             generateInstanceList(childList, children);
             if (children.isEmpty()) {

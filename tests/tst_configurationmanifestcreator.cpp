@@ -106,6 +106,7 @@ private Q_SLOTS:
     void onlyEmptyFoldersGiveAnEmptyArray();
     void manifestIsNoDescriptionOfALaterScan();
     void laterScanReplacesTheManifestCompletely();
+    void scanBegunByAMessageOfAnotherDisturbsNeither();
 
     void schemeChoosesSuffixAndFileName_data();
     void schemeChoosesSuffixAndFileName();
@@ -347,6 +348,35 @@ void tst_ConfigurationManifestCreator::laterScanReplacesTheManifestCompletely()
     QVERIFY(QFile::remove(at(QStringLiteral("a.config.json"))));
     QVERIFY(creator.create2(folder, configuration));
     QCOMPARE(manifest(), QByteArray('[' + selection("b") + ']'));
+}
+
+void tst_ConfigurationManifestCreator::scanBegunByAMessageOfAnotherDisturbsNeither()
+{
+    // Each of these has a message, above and below a folder.
+    writeFile(at(QStringLiteral("outer/a.config.json")), description(1) + '}');
+    writeFile(at(QStringLiteral("outer/Net/Deep/port.config.json")), description(1) + '}');
+    writeFile(at(QStringLiteral("inner/b.process.json")), description(1));
+    const QString outer = at(QStringLiteral("outer"));
+
+    static ConfigurationManifestCreator* creator = nullptr;
+    static QString inner;
+    static int scans = 0;
+    ConfigurationManifestCreator scanning;
+    creator = &scanning;
+    inner = at(QStringLiteral("inner"));
+    scans = 0;
+    const QtMessageHandler previous = qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {
+        scans += creator->create2(inner, QStringLiteral("process"));
+    });
+    const bool created = scanning.create2(outer, configuration);
+    qInstallMessageHandler(previous);
+    QVERIFY(created);
+    QVERIFY(scans >= 6);
+    QCOMPARE(readFile(outer + QStringLiteral("/configuration.manifest.json")),
+        QByteArray('[' + selection("a") + ',' + node("Net", node("Deep", selection("Net/Deep/port"))) + ']'));
+    QCOMPARE(readFile(inner + QStringLiteral("/process.manifest.json")), QByteArray('[' + selection("b") + ']'));
+    QCOMPARE(
+        everythingIn(inner), QStringList({QStringLiteral("b.process.json"), QStringLiteral("process.manifest.json")}));
 }
 
 void tst_ConfigurationManifestCreator::schemeChoosesSuffixAndFileName_data()
