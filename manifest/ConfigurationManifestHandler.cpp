@@ -17,6 +17,19 @@ using Registry = SystemInformationManagerRegistryDefinitions;
 
 namespace {
 
+bool isContainer(const QJsonValue& value)
+{
+    return value.isObject() || value.isArray();
+}
+
+// The value, with a null left in its place.
+QJsonValue taken(QJsonValueRef place)
+{
+    QJsonValue value = place;
+    place = QJsonValue();
+    return value;
+}
+
 bool isSelection(const QJsonObject& element)
 {
     return element.value(Registry::getKeySelectionType()) == Registry::SelectionTypeValues::getSelection();
@@ -111,12 +124,10 @@ public:
     {
         const auto end = container.end();
         for (auto item = container.begin(); item != end; ++item) {
-            QJsonValueRef place = *item;
-            QJsonValue value = place;
-            if (value.isObject() || value.isArray()) {
-                place = QJsonValue();
+            if (isContainer(*item)) {
+                QJsonValue value = taken(*item);
                 putOnAll(value);
-                place = value;
+                *item = value;
             }
         }
     }

@@ -7,8 +7,10 @@
 
 #include <QtCore/QDir>
 #include <QtCore/QElapsedTimer>
+#include <QtCore/QThread>
 
 #include <climits>
+#include <memory>
 #include <optional>
 #include <utility>
 
@@ -54,6 +56,20 @@ long peakMemory()
     struct rusage usage = {};
     getrusage(RUSAGE_SELF, &usage);
     return usage.ru_maxrss / 1024;
+}
+
+/// Does something in a thread with so many kilobytes of stack.
+template <typename Function>
+void runWithStack(uint kilobytes, const Function& function)
+{
+#ifdef MEMORY_CHECKED
+    // Every variable has room around it.
+    kilobytes *= 20;
+#endif
+    const std::unique_ptr<QThread> thread(QThread::create(function));
+    thread->setStackSize(kilobytes * 1024);
+    thread->start();
+    thread->wait();
 }
 
 /// A folder below `folder` whose whole path is `length` bytes long.
@@ -199,26 +215,30 @@ void tst_Scale::manifestOf200Megabytes()
 void tst_Scale::deepFolders_data()
 {
     QTest::addColumn<int>("levels");
-    QTest::newRow("deepest that can be loaded") << deepest;
-    QTest::newRow("one more") << deepest + 1;
-    QTest::newRow("as deep as paths go") << 1900;
+    QTest::addColumn<uint>("stack");
+    QTest::newRow("deepest that can be loaded") << deepest << 320U;
+    QTest::newRow("one more") << deepest + 1 << 320U;
+    QTest::newRow("as deep as paths go") << 1900 << 1100U;
 }
 
 void tst_Scale::deepFolders()
 {
     QFETCH(const int, levels);
+    QFETCH(const uint, stack);
     const QTemporaryDir folder(quickFolder());
     const QString inner = folder.filePath(chainPath(levels));
     writeFile(inner + u"/a.config.json"_qs, plainDescription);
 
     MessageRecorder log;
-    QVERIFY(create(folder.path()));
+    bool done = false;
+    runWithStack(stack, [&] { done = create(folder.path()); });
+    QVERIFY(done);
     log.take();
     const QByteArray content = readFile(folder.filePath(manifestName));
     QCOMPARE(content.count("\"substructure\""), levels);
 
-    Handler handler(folder.filePath(manifestName), QString(), QString());
-    handler.parseManifestFile();
+    Handler handler(folder.filePath(manifestName), u"module"_qs, QString());
+    runWithStack(stack, [&] { handler.parseManifestFile(); });
     if (levels > deepest) {
         QCOMPARE(log.take(), Messages({tooDeep()}));
         QCOMPARE(handler.getManifestJsonArray(), QJsonArray());
@@ -226,7 +246,8 @@ void tst_Scale::deepFolders()
         return;
     }
     QCOMPARE(log.take(), Messages());
-    QVERIFY(handler.setProperty(chainPath(levels) + u"/a"_qs, u"hide"_qs, true, true));
+    runWithStack(stack, [&] { done = handler.setProperty(chainPath(levels) + u"/a"_qs, u"hide"_qs, true, true); });
+    QVERIFY(done);
     QVERIFY(readFile(folder.filePath(manifestName)) != content);
 }
 

@@ -55,9 +55,9 @@ bool concerns(const Plan& plan, const std::string& path)
 std::string pathOf(int file)
 {
     char path[PATH_MAX];
-    const std::string link = "/proc/self/fd/" + std::to_string(file);
-    const ssize_t length = readlink(link.c_str(), path, sizeof path);
-    return std::string(path, length < 0 ? 0 : static_cast<std::size_t>(length));
+    const std::string descriptor = "/proc/self/fd/" + std::to_string(file);
+    const ssize_t length = readlink(descriptor.c_str(), path, sizeof path);
+    return {path, length < 0 ? 0 : static_cast<std::size_t>(length)};
 }
 
 std::string pathOf(DIR* folder)
@@ -155,7 +155,7 @@ private:
 template <typename Function>
 Function* next(Function*, const char* name)
 {
-    Function* function;
+    Function* function = nullptr;
     *reinterpret_cast<void**>(&function) = dlsym(RTLD_NEXT, name);
     return function;
 }

@@ -17,7 +17,7 @@ namespace {
 QJsonDocument parsed(const char* json)
 {
     QJsonParseError error;
-    const QJsonDocument document = QJsonDocument::fromJson(QByteArray(json), &error);
+    QJsonDocument document = QJsonDocument::fromJson(QByteArray(json), &error);
     if (error.error != QJsonParseError::NoError) {
         qFatal("test input is not JSON: %s", json);
     }

@@ -45,7 +45,7 @@ const Content noManifests[] = {
     {"[] x", "Error on paring configuration manifest file content to Json: \"garbage at the end of the document\" !"},
     {"[\"\xff\"]", "Error on paring configuration manifest file content to Json: \"invalid UTF8 string\" !"},
     {"{}", "Configuration manifest file does not contain a Json array!"},
-    {"{\"selectionType\":\"Selection\"}", "Configuration manifest file does not contain a Json array!"},
+    {R"({"selectionType":"Selection"})", "Configuration manifest file does not contain a Json array!"},
 };
 
 /// The name under which the element is found among its siblings.
@@ -252,7 +252,7 @@ public:
         QStringList names;
         while (level && !level->empty() && (names.isEmpty() || chance(65))) {
             const Value& chosen = (*level)[static_cast<size_t>(below(static_cast<int>(level->size())))];
-            const QString wholeName = nameOf(chosen);
+            QString wholeName = nameOf(chosen);
             const bool namedByPath = !names.isEmpty() && wholeName.startsWith(names.join(QLatin1Char('/')));
             if (wholeName.contains(QLatin1Char('/')) && chance(namedByPath ? 80 : 15)) {
                 return wholeName;
@@ -320,8 +320,8 @@ public:
             }
         }
         QStringList names;
-        for (const Value& element : *level) {
-            names << calledName(element);
+        for (const Value& sibling : *level) {
+            names << calledName(sibling);
         }
         for (int i = names.size() - 1; i > 0; --i) {
             names.swapItemsAt(i, below(i + 1));

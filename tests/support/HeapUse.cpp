@@ -14,7 +14,7 @@ std::atomic<qint64> calls {0};
 
 void* counted(void* block) noexcept
 {
-    const qint64 size = static_cast<qint64>(malloc_usable_size(block));
+    const auto size = static_cast<qint64>(malloc_usable_size(block));
     live += size;
     taken += size;
     ++calls;

@@ -40,19 +40,19 @@ Members objectIn(const Value& value)
 
 QString nameOf(const Members& element)
 {
-    const QString* name = as<QString>(element, instanceNameKey);
+    const auto* name = as<QString>(element, instanceNameKey);
     return name ? *name : QString();
 }
 
 Items childrenOf(const Members& element)
 {
-    const Items* children = as<Items>(element, substructure);
+    const auto* children = as<Items>(element, substructure);
     return children ? *children : Items {};
 }
 
 bool isSelection(const Members& element)
 {
-    const QString* type = as<QString>(element, selectionType);
+    const auto* type = as<QString>(element, selectionType);
     return type && *type == QStringLiteral("Selection");
 }
 
@@ -350,7 +350,7 @@ Members ManifestModel::getElementFromInstance(const Items& array, const QString&
 {
     index = -1;
     for (size_t i = 0; i < array.size(); ++i) {
-        const Members element = objectIn(array[i]);
+        Members element = objectIn(array[i]);
         const QString name = isSelection(element) ? namesIn(nameOf(element)).last() : nameOf(element);
         if (name == instanceName) {
             index = static_cast<int>(i);
@@ -791,7 +791,7 @@ Members ManifestModel::selectionFrom(const Members& description, const QString& 
     selection[Registry::getKeyHide()] = Value {readBool(description, Registry::getKeyHide())};
     copyItemsUnlessEmpty(Data::getKeyDataPropertySelectorTypeList());
     copyItemsUnlessEmpty(Data::getKeyDataPropertySelectorTypeListEndpoint());
-    const double* connector = as<double>(description, Data::getKeyDataPropertyConnectorId());
+    const auto* connector = as<double>(description, Data::getKeyDataPropertyConnectorId());
     if (connector && *connector >= 0 && *connector <= std::numeric_limits<int>::max()
         && std::floor(*connector) == *connector) {
         selection[Data::getKeyDataPropertyConnectorId()] = Value {*connector};
@@ -811,7 +811,7 @@ Members ManifestModel::selectionFrom(const Members& description, const QString& 
 
 QString ManifestModel::readText(const Members& description, const QString& key)
 {
-    const QString* text = as<QString>(description, key);
+    const auto* text = as<QString>(description, key);
     if (has(description, key) && !text) {
         warn("Property", key, "is not of type string!");
     }
@@ -833,7 +833,7 @@ bool ManifestModel::readBool(const Members& description, const QString& key)
 
 Items ManifestModel::readItems(const Members& description, const QString& key)
 {
-    const Items* items = as<Items>(description, key);
+    const auto* items = as<Items>(description, key);
     if (has(description, key) && !items) {
         warn("Property", key, "is not of type array!");
     }

@@ -80,7 +80,7 @@ public:
         close(writer);
         QByteArray text;
         char buffer[4096];
-        for (ssize_t size; (size = read(reader, buffer, sizeof buffer)) > 0;) {
+        for (ssize_t size = 0; (size = read(reader, buffer, sizeof buffer)) > 0;) {
             text.append(buffer, static_cast<int>(size));
         }
         return text.replace("\r\n", "\n");
