@@ -1,0 +1,123 @@
+#include "Trees.h"
+
+#include "ConfigurationManifestCreator.h"
+#include "QuickFolder.h"
+
+#include <QtCore/QDir>
+#include <QtCore/QFile>
+#include <QtCore/QJsonArray>
+#include <QtCore/QJsonDocument>
+#include <QtCore/QJsonObject>
+#include <QtCore/QStringBuilder>
+
+#include <map>
+#include <memory>
+
+namespace {
+
+QString numbered(const char* prefix, int number)
+{
+    return QLatin1String(prefix) % QString::number(number).rightJustified(4, QLatin1Char('0'));
+}
+
+void write(const QString& path, const QByteArray& content)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size() || !file.flush()) {
+        qFatal("cannot write %s", qPrintable(path));
+    }
+}
+
+QByteArray description(int position, int bytes, Random& random)
+{
+    QJsonObject object {{QStringLiteral("labelTextId"), numbered("TXT_", below(random, 10000))},
+        {QStringLiteral("dataModel"), QStringLiteral("network.address")},
+        {QStringLiteral("lastModified"), QStringLiteral("2024-05-17T08:30:00Z")},
+        {QStringLiteral("iconName"), QStringLiteral("address")}, {QStringLiteral("hide"), false},
+        {QStringLiteral("displayPosition"), position}, {QStringLiteral("connectorId"), below(random, 16)},
+        {QStringLiteral("selectorTypeList"), QJsonArray {QStringLiteral("Parameter"), QStringLiteral("Value")}}};
+    QJsonArray parameters;
+    for (int i = 0; i < bytes / 70 - 4; ++i) {
+        parameters.append(QJsonObject {{QStringLiteral("name"), numbered("parameter", i)},
+            {QStringLiteral("unit"), QStringLiteral("mm/s")}, {QStringLiteral("value"), below(random, 100000)}});
+    }
+    object.insert(QStringLiteral("parameters"), parameters);
+    const QByteArray text = QJsonDocument(object).toJson();
+    return text.left(text.size() - 1).leftJustified(bytes, ' ') + '\n';
+}
+
+Shape shapeOf(const QString& name)
+{
+    if (name == QLatin1String("deep")) {
+        return {60, 1, 5};
+    }
+    if (name == QLatin1String("big")) {
+        return {40, 4, 9, 20000};
+    }
+    if (name.startsWith(QLatin1String("wide"))) {
+        return {1, 1, name.midRef(4).toInt()};
+    }
+    return {name.toInt() / 10, 4, 9};
+}
+
+} // namespace
+
+int below(Random& random, int bound)
+{
+    return static_cast<int>(random() % static_cast<unsigned>(bound));
+}
+
+Tree::Tree(const Shape& wanted)
+    : shape(wanted)
+    , directory(quickFolder())
+{
+    Random random(1);
+    const auto bytes = [&] { return shape.bytes > 0 ? shape.bytes : 300 + below(random, 501); };
+    for (int i = 0; i < shape.folders; ++i) {
+        const QString parent = i < shape.branches ? QString() : nodes.at(i / shape.branches - 1) % QLatin1Char('/');
+        nodes << parent % numbered("folder", i);
+        const QString path = folder() % QLatin1Char('/') % nodes.constLast();
+        QDir().mkpath(path);
+        write(path % QLatin1String("/Folder.menu.json"), description(shape.folders - i, bytes(), random));
+        for (int j = 0; j < shape.files; ++j) {
+            selections << nodes.constLast() % QLatin1Char('/') % numbered("selection", j);
+            // Every position once, so that there is one order.
+            write(folder() % QLatin1Char('/') % selections.constLast() % QLatin1String(".config.json"),
+                description(j * 7919 % shape.files, bytes(), random));
+        }
+    }
+    if (!ConfigurationManifestCreator().create2(folder(), QStringLiteral("configuration"))) {
+        qFatal("cannot create a manifest");
+    }
+}
+
+int Tree::size() const
+{
+    return nodes.size() + selections.size();
+}
+
+QString Tree::folder() const
+{
+    return directory.filePath(QStringLiteral("tree"));
+}
+
+QString Tree::manifestPath() const
+{
+    return folder() % QLatin1String("/configuration.manifest.json");
+}
+
+QByteArray Tree::manifest() const
+{
+    QFile file(manifestPath());
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+const Tree& treeOf(const QString& name)
+{
+    static std::map<QString, std::unique_ptr<Tree>> trees;
+    std::unique_ptr<Tree>& tree = trees[name];
+    if (!tree) {
+        tree = std::make_unique<Tree>(shapeOf(name));
+    }
+    return *tree;
+}
