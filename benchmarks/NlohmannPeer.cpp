@@ -3,14 +3,13 @@
 #include "SystemFloor.h"
 
 #include <algorithm>
-#include <array>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <string_view>
 #include <tuple>
+#include <unordered_map>
 #include <utility>
-#include <vector>
 
 using NlohmannPeer::Json;
 
@@ -113,49 +112,53 @@ Json scan(const std::filesystem::path& folder, const std::string& prefix)
     return array;
 }
 
-void stamp(Json& value, const std::string& module, const std::string& object)
+const std::string& nameOf(const Json& element)
 {
-    if (value.is_object()) {
-        const auto type = value.find("selectionType");
-        if (type != value.end() && *type == "Selection") {
-            if (!module.empty()) {
-                value["moduleName"] = module;
-            }
-            if (!object.empty()) {
-                value["objectName"] = object;
-            }
-        }
-    }
-    if (value.is_structured()) {
-        for (Json& inner : value) {
-            stamp(inner, module, object);
-        }
-    }
+    return element.find("instanceName")->get_ref<const std::string&>();
+}
+
+bool isSelection(const Json& element)
+{
+    const auto type = element.find("selectionType");
+    return type != element.end() && *type == "Selection";
 }
 
 // A selection answers to the last segment of its name.
+std::string_view addressedName(const Json& element)
+{
+    const std::string_view name = nameOf(element);
+    return isSelection(element) ? name.substr(name.rfind('/') + 1) : name;
+}
+
 bool answersTo(const Json& element, std::string_view wanted)
 {
-    std::string_view name = element.find("instanceName")->get_ref<const std::string&>();
-    if (!endsWith(name, wanted)) {
-        return false;
+    return endsWith(nameOf(element), wanted) && addressedName(element) == wanted;
+}
+
+template <typename AnyJson, typename Visit>
+void visitObjects(AnyJson& value, const Visit& visit)
+{
+    if (value.is_object()) {
+        visit(value);
     }
-    if (*element.find("selectionType") == "Selection") {
-        name = name.substr(name.rfind('/') + 1);
+    if (value.is_structured()) {
+        for (auto& inner : value) {
+            visitObjects(inner, visit);
+        }
     }
-    return name == wanted;
 }
 
 // The array that holds the last element of a path, and where in it that is.
-std::pair<Json*, Json::iterator> find(Json& manifest, std::string_view path)
+template <typename AnyJson>
+auto find(AnyJson& manifest, std::string_view path)
 {
-    Json* array = &manifest;
+    AnyJson* array = &manifest;
     for (;;) {
         const std::size_t end = std::min(path.find('/'), path.size());
         const auto found = std::find_if(array->begin(), array->end(),
             [name = path.substr(0, end)](const Json& element) { return answersTo(element, name); });
         if (end == path.size() || found == array->end()) {
-            return {array, found};
+            return std::pair(array, found);
         }
         array = &*found->find("substructure");
         path.remove_prefix(end + 1);
@@ -172,13 +175,40 @@ void NlohmannPeer::create(const std::string& folder)
 Json NlohmannPeer::load(const std::string& path, const std::string& module, const std::string& object)
 {
     Json manifest = read(path);
-    stamp(manifest, module, object);
+    visitObjects(manifest, [&](Json& value) {
+        if (isSelection(value)) {
+            if (!module.empty()) {
+                value["moduleName"] = module;
+            }
+            if (!object.empty()) {
+                value["objectName"] = object;
+            }
+        }
+    });
     return manifest;
 }
 
 void NlohmannPeer::save(const Json& manifest, const std::string& path)
 {
     SystemFloor::save(manifest.dump(), path);
+}
+
+Json NlohmannPeer::element(const Json& manifest, const std::string& path)
+{
+    const auto [array, position] = find(manifest, path);
+    return position == array->end() ? Json() : *position;
+}
+
+Json NlohmannPeer::instances(const Json& manifest, const std::string& path)
+{
+    const auto [array, position] = find(manifest, path);
+    Json names = Json::array();
+    if (position != array->end()) {
+        for (const Json& child : *position->find("substructure")) {
+            names.push_back(nameOf(child));
+        }
+    }
+    return names;
 }
 
 bool NlohmannPeer::set(Json& manifest, const std::string& path, const std::string& key, const Json& value)
@@ -223,4 +253,56 @@ bool NlohmannPeer::move(Json& manifest, const std::string& path, int index)
         std::rotate(target, position, position + 1);
     }
     return true;
+}
+
+bool NlohmannPeer::sort(Json& manifest, const std::string& path, const std::vector<std::string>& names)
+{
+    const auto [array, position] = find(manifest, path);
+    if (position == array->end()) {
+        return false;
+    }
+    Json& children = *position->find("substructure");
+    std::unordered_map<std::string_view, Json*> byName;
+    for (Json& child : children) {
+        byName.emplace(addressedName(child), &child);
+    }
+    std::vector<Json*> order;
+    for (const std::string& name : names) {
+        const auto found = byName.find(name);
+        if (found != byName.end()) {
+            order.push_back(found->second);
+        }
+    }
+    if (order.size() != children.size()) {
+        return false;
+    }
+    Json sorted = Json::array();
+    for (Json* const child : order) {
+        sorted.push_back(std::move(*child));
+    }
+    children = std::move(sorted);
+    return true;
+}
+
+Json NlohmannPeer::collect(const Json& manifest)
+{
+    Json names = Json::array();
+    visitObjects(manifest, [&](const Json& value) {
+        if (isSelection(value)) {
+            names.push_back(nameOf(value));
+        }
+    });
+    return names;
+}
+
+Json NlohmannPeer::update(Json& manifest, const std::string& name, const std::string& key, const Json& value)
+{
+    Json updated = Json::array();
+    visitObjects(manifest, [&](Json& element) {
+        if (element.contains("selectionType") && nameOf(element) == name) {
+            element[key] = value;
+            updated.push_back(element);
+        }
+    });
+    return updated;
 }

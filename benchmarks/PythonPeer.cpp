@@ -1,6 +1,5 @@
 #include "PythonPeer.h"
 
-#include <QtCore/QJsonArray>
 #include <QtCore/QJsonDocument>
 
 PythonPeer::~PythonPeer()
@@ -9,13 +8,13 @@ PythonPeer::~PythonPeer()
     process.waitForFinished();
 }
 
-double PythonPeer::run(const QStringList& command)
+double PythonPeer::run(const QJsonArray& nameAndArguments)
 {
     if (process.state() == QProcess::NotRunning) {
         process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
         process.start(QStringLiteral(PEER), QStringList());
     }
-    process.write(QJsonDocument(QJsonArray::fromStringList(command)).toJson(QJsonDocument::Compact) + '\n');
+    process.write(QJsonDocument(nameAndArguments).toJson(QJsonDocument::Compact) + '\n');
     while (!process.canReadLine()) {
         if (!process.waitForReadyRead(-1)) {
             qFatal("the peer has ended: %s", qPrintable(process.errorString()));

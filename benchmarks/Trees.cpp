@@ -34,16 +34,22 @@ QByteArray description(int position, int bytes, Random& random)
         {QStringLiteral("dataModel"), QStringLiteral("network.address")},
         {QStringLiteral("lastModified"), QStringLiteral("2024-05-17T08:30:00Z")},
         {QStringLiteral("iconName"), QStringLiteral("address")}, {QStringLiteral("hide"), false},
-        {QStringLiteral("displayPosition"), position}, {QStringLiteral("connectorId"), below(random, 16)},
-        {QStringLiteral("selectorTypeList"), QJsonArray {QStringLiteral("Parameter"), QStringLiteral("Value")}}};
+        {QStringLiteral("displayPosition"), position}};
+    if (bytes >= 400) {
+        object.insert(QStringLiteral("connectorId"), below(random, 16));
+        object.insert(
+            QStringLiteral("selectorTypeList"), QJsonArray {QStringLiteral("Parameter"), QStringLiteral("Value")});
+    }
+    // What else a page has of its own, as much as fits.
+    const auto text = [&object] { return QJsonDocument(object).toJson(); };
     QJsonArray parameters;
-    for (int i = 0; i < bytes / 70 - 4; ++i) {
-        parameters.append(QJsonObject {{QStringLiteral("name"), numbered("parameter", i)},
+    const int parameterBytes = 120;
+    for (int left = bytes - text().size() - 30; left >= parameterBytes; left -= parameterBytes) {
+        parameters.append(QJsonObject {{QStringLiteral("name"), numbered("parameter", parameters.size())},
             {QStringLiteral("unit"), QStringLiteral("mm/s")}, {QStringLiteral("value"), below(random, 100000)}});
     }
     object.insert(QStringLiteral("parameters"), parameters);
-    const QByteArray text = QJsonDocument(object).toJson();
-    return text.left(text.size() - 1).leftJustified(bytes, ' ') + '\n';
+    return text().leftJustified(bytes, ' ');
 }
 
 Shape shapeOf(const QString& name)
@@ -52,12 +58,12 @@ Shape shapeOf(const QString& name)
         return {60, 1, 5};
     }
     if (name == QLatin1String("big")) {
-        return {40, 4, 9, 20000};
+        return {20, 4, 19, 20000};
     }
     if (name.startsWith(QLatin1String("wide"))) {
         return {1, 1, name.midRef(4).toInt()};
     }
-    return {name.toInt() / 10, 4, 9};
+    return {name.toInt() / 20, 4, 19};
 }
 
 } // namespace

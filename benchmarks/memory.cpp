@@ -46,7 +46,7 @@ void save(ConfigurationManifestHandler& handler, const QString& path, int times)
 
 qint64 growth(int saves)
 {
-    const Tree& tree = treeOf(QStringLiteral("10"));
+    const Tree& tree = treeOf(QStringLiteral("20"));
     ConfigurationManifestHandler handler(tree.manifestPath(), QString(), QString());
     handler.parseManifestFile();
     save(handler, tree.selections.constLast(), 1000);

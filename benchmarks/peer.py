@@ -1,7 +1,6 @@
 #!/usr/bin/python3
 """The library's jobs as somebody might do them in Python. Takes a job in each line, prints the nanoseconds of the
 processor that it took."""
-import gc
 import json
 import os
 import sys
@@ -13,6 +12,7 @@ UNLESS_EMPTY = ("templateType", "labelTextUrl", "dependencyFile", "dependencyFil
 LISTS = ("selectorTypeList", "selectorTypeListEndpoint")
 
 manifest = []
+result = None
 
 
 def read(path):
@@ -77,25 +77,20 @@ def create(folder):
     save(folder + "/configuration.manifest.json")
 
 
-def stamp(value, module, name):
-    if isinstance(value, dict):
-        if value.get("selectionType") == "Selection":
-            if module:
-                value["moduleName"] = module
-            if name:
-                value["objectName"] = name
-        value = value.values()
-    elif not isinstance(value, list):
-        return
-    for inner in value:
-        if isinstance(inner, (dict, list)):
-            stamp(inner, module, name)
+def unload():
+    global manifest
+    manifest = []
 
 
 def load(path, module, name):
     global manifest
     manifest = read(path)
-    stamp(manifest, module, name)
+    for element in objects(manifest):
+        if element.get("selectionType") == "Selection":
+            if module:
+                element["moduleName"] = module
+            if name:
+                element["objectName"] = name
 
 
 def save(path):
@@ -112,22 +107,98 @@ def addressed_name(element):
     return name.rpartition("/")[2] if element["selectionType"] == "Selection" else name
 
 
-def set_and_save(path, instance_path, key, value):
+def find(instance_path):
+    """The list that holds an element, and its position there; None when there is none."""
     array = manifest
-    for name in instance_path.split("/"):
-        element = next(item for item in array if addressed_name(item) == name)
-        array = element.get("substructure", [])
-    element[key] = value
-    save(path)
+    *names, last = instance_path.split("/")
+    for name in names:
+        array = next(element for element in array if addressed_name(element) == name)["substructure"]
+    for position, element in enumerate(array):
+        if addressed_name(element) == last:
+            return array, position
+    return array, None
+
+
+def get(instance_path):
+    global result
+    array, position = find(instance_path)
+    result = array[position]
+
+
+def names(instance_path):
+    global result
+    array, position = find(instance_path)
+    result = [child["instanceName"] for child in array[position]["substructure"]]
+
+
+def set_value(instance_path, key, value):
+    array, position = find(instance_path)
+    array[position][key] = value
+
+
+def add(instance_path, description, index):
+    array, position = find(instance_path)
+    if position is None:
+        array.insert(index, selection(description, instance_path))
+
+
+def delete(instance_path):
+    array, position = find(instance_path)
+    del array[position]
+
+
+def move(instance_path, index):
+    array, position = find(instance_path)
+    array.insert(index, array.pop(position))
+
+
+def sort(instance_path, order):
+    array, position = find(instance_path)
+    node_found = array[position]
+    children = {addressed_name(child): child for child in node_found["substructure"]}
+    if len(order) == len(children):
+        node_found["substructure"] = [children[name] for name in order]
+
+
+def objects(value):
+    if isinstance(value, dict):
+        yield value
+        value = value.values()
+    elif not isinstance(value, list):
+        return
+    for inner in value:
+        if isinstance(inner, (dict, list)):
+            yield from objects(inner)
+
+
+def collect():
+    global result
+    result = [element["instanceName"] for element in objects(manifest) if element.get("selectionType") == "Selection"]
+
+
+def update(instance_name, key, value):
+    global result
+    result = []
+    for element in objects(manifest):
+        if "selectionType" in element and element.get("instanceName") == instance_name:
+            element[key] = value
+            result.append(dict(element))
+
+
+def tell(path):
+    """What has come of everything."""
+    with open(path, "w") as file:
+        json.dump([manifest, result], file)
 
 
 def main():
-    jobs = {job.__name__: job for job in (create, load, save, set_and_save)}
+    jobs = (create, unload, load, save, get, names, set_value, add, delete, move, sort, collect, update, tell)
+    by_name = {job.__name__: job for job in jobs}
     for line in sys.stdin:
-        job, *arguments = json.loads(line)
-        gc.collect()
+        name, *arguments = json.loads(line)
+        job = by_name[name]
         start = time.process_time_ns()
-        jobs[job](*arguments)
+        job(*arguments)
         print(time.process_time_ns() - start, flush=True)
 
 
