@@ -7,6 +7,7 @@
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cstddef>
 #include <cstdlib>
 #include <cstring>
@@ -60,50 +61,92 @@ struct Comparison {
     std::vector<double> ratios;
 };
 
-void measure(benchmark::State& state, const Workload& workload)
+class Rounds {
+public:
+    explicit Rounds(const Job& whole)
+        : job(whole)
+        , comparisons(whole.sides.size())
+    {
+    }
+
+    int count() const
+    {
+        return done;
+    }
+
+    /// A run of the library for each run of another side, in turn before and after it; two of three only beside plain Qt.
+    void add()
+    {
+        const bool libraryFirst = done % 2 == 0;
+        const std::size_t end = done % 3 == 0 ? job.sides.size() : 2;
+        for (std::size_t i = 1; i < end; ++i) {
+            double own = libraryFirst ? nanosecondsOf(job.sides.front()) : 0;
+            const double others = nanosecondsOf(job.sides[i]);
+            own = libraryFirst ? own : nanosecondsOf(job.sides.front());
+            times.push_back(own / job.operations);
+            comparisons[i].times.push_back(others / job.operations);
+            comparisons[i].ratios.push_back(own / others);
+        }
+        ++done;
+    }
+
+    double libraryTime() const
+    {
+        return median(times);
+    }
+
+    void report(benchmark::UserCounters& counters) const
+    {
+        counters["library"] = libraryTime();
+        for (std::size_t i = 1; i < job.sides.size(); ++i) {
+            counters[job.sides[i].name] = median(comparisons[i].times);
+            counters["of " + job.sides[i].name] = median(comparisons[i].ratios);
+        }
+        counters["rounds"] = done;
+        counters["elements"] = job.elements;
+        counters["siblings"] = job.siblings;
+    }
+
+private:
+    const Job& job;
+    int done = 0;
+    std::vector<double> times;
+    std::vector<Comparison> comparisons;
+};
+
+/// How long a workload is repeated.
+struct Patience {
+    int fewest;
+    int most;
+    std::chrono::milliseconds time;
+};
+
+constexpr Patience full {9, 101, std::chrono::milliseconds(1000)};
+constexpr Patience quick {3, 31, std::chrono::milliseconds(100)};
+
+void measure(benchmark::State& state, const Workload& workload, const Patience& patience)
 {
     const Job job = workload.make();
     if (!agree(job)) {
         state.SkipWithError("the sides come to different results");
         return;
     }
-    const Side& library = job.sides.front();
-    std::vector<double> libraryTimes;
-    std::vector<Comparison> comparisons(job.sides.size());
-    int round = 0;
+    Rounds rounds(job);
+    // To the framework all rounds are one: only here is known how many there have to be.
     for (auto _ : state) {
-        // A run of the library for each run of another side, in turn before and after it; most are beside plain Qt.
-        const std::size_t end = round % 3 == 0 ? job.sides.size() : 2;
-        const bool libraryFirst = round % 2 == 0;
-        for (std::size_t i = 1; i < end; ++i) {
-            double own = libraryFirst ? nanosecondsOf(library) : 0;
-            const double others = nanosecondsOf(job.sides[i]);
-            own = libraryFirst ? own : nanosecondsOf(library);
-            libraryTimes.push_back(own / job.operations);
-            comparisons[i].times.push_back(others / job.operations);
-            comparisons[i].ratios.push_back(own / others);
+        const auto end = std::chrono::steady_clock::now() + patience.time;
+        while (rounds.count() < patience.fewest
+            || (rounds.count() < patience.most && std::chrono::steady_clock::now() < end)) {
+            rounds.add();
         }
-        ++round;
-        state.SetIterationTime(libraryTimes.back() * 1e-9);
+        state.SetIterationTime(rounds.libraryTime() * 1e-9);
     }
-    state.counters["library"] = median(libraryTimes);
-    for (std::size_t i = 1; i < job.sides.size(); ++i) {
-        state.counters[job.sides[i].name] = median(comparisons[i].times);
-        state.counters["of " + job.sides[i].name] = median(comparisons[i].ratios);
-    }
-    state.counters["elements"] = job.elements;
-    state.counters["siblings"] = job.siblings;
+    rounds.report(state.counters);
 }
 
 bool isLarge(const Workload& workload)
 {
     return workload.tree == "20000" || workload.tree == "wide5000";
-}
-
-int roundsOf(const Workload& workload, bool quick)
-{
-    const int rounds = workload.tree == "20000" ? 9 : workload.tree == "100" ? 45 : 15;
-    return quick ? rounds / 3 : rounds;
 }
 
 } // namespace
@@ -113,11 +156,11 @@ int main(int argc, char* argv[])
     // A message is a mistake in what is measured.
     setenv("QT_FATAL_WARNINGS", "1", 1);
     benchmark::Initialize(&argc, argv);
-    const bool quick = argc > 1 && std::strcmp(argv[1], "--quick") == 0;
+    const bool isQuick = argc > 1 && std::strcmp(argv[1], "--quick") == 0;
     for (const Workload& workload : workloads()) {
-        if (!quick || !isLarge(workload)) {
-            benchmark::RegisterBenchmark(workload.name().c_str(), measure, workload)
-                ->Iterations(roundsOf(workload, quick))
+        if (!isQuick || !isLarge(workload)) {
+            benchmark::RegisterBenchmark(workload.name().c_str(), measure, workload, isQuick ? quick : full)
+                ->Iterations(1)
                 ->UseManualTime()
                 ->Unit(benchmark::kMicrosecond);
         }
