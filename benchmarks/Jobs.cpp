@@ -88,7 +88,9 @@ Job jobOf(const Operation& operation, const Tree& tree)
     addSide(job, tree, operation, &Steps::qt);
     addSide(job, tree, operation, &Steps::system);
     addSide(job, tree, operation, &Steps::nlohmann);
-    addSide(job, tree, operation, &Steps::python);
+    if (PythonPeer::isAvailable()) {
+        addSide(job, tree, operation, &Steps::python);
+    }
     return job;
 }
 

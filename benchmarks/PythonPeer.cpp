@@ -1,6 +1,12 @@
 #include "PythonPeer.h"
 
+#include <QtCore/QFile>
 #include <QtCore/QJsonDocument>
+
+bool PythonPeer::isAvailable()
+{
+    return QFile::exists(QStringLiteral(PEER)) && QFile::exists(QStringLiteral("/usr/bin/python3"));
+}
 
 PythonPeer::~PythonPeer()
 {
