@@ -5,9 +5,6 @@
 
 #include <QtCore/QDir>
 #include <QtCore/QFile>
-#include <QtCore/QJsonArray>
-#include <QtCore/QJsonDocument>
-#include <QtCore/QJsonObject>
 #include <QtCore/QStringBuilder>
 
 #include <map>
@@ -15,9 +12,9 @@
 
 namespace {
 
-QString numbered(const char* prefix, int number)
+QByteArray numbered(const char* prefix, int number)
 {
-    return QLatin1String(prefix) % QString::number(number).rightJustified(4, QLatin1Char('0'));
+    return prefix + QByteArray::number(number).rightJustified(4, '0');
 }
 
 void write(const QString& path, const QByteArray& content)
@@ -28,28 +25,43 @@ void write(const QString& path, const QByteArray& content)
     }
 }
 
+QByteArray member(const char* key, const QByteArray& value)
+{
+    return QByteArray("    \"") + key + "\": " + value + ",\n";
+}
+
+QByteArray parameter(int number, Random& random)
+{
+    return "        {\"name\": \"" + numbered("parameter", number)
+        + "\", \"value\": " + QByteArray::number(below(random, 100000)) + ", \"unit\": \"mm/s\"}";
+}
+
+// Written as people write them: some of what the manifest takes over, then what only the page itself needs.
 QByteArray description(int position, int bytes, Random& random)
 {
-    QJsonObject object {{QStringLiteral("labelTextId"), numbered("TXT_", below(random, 10000))},
-        {QStringLiteral("dataModel"), QStringLiteral("network.address")},
-        {QStringLiteral("lastModified"), QStringLiteral("2024-05-17T08:30:00Z")},
-        {QStringLiteral("iconName"), QStringLiteral("address")}, {QStringLiteral("hide"), false},
-        {QStringLiteral("displayPosition"), position}};
-    if (bytes >= 400) {
-        object.insert(QStringLiteral("connectorId"), below(random, 16));
-        object.insert(
-            QStringLiteral("selectorTypeList"), QJsonArray {QStringLiteral("Parameter"), QStringLiteral("Value")});
+    QByteArray text = "{\n" + member("labelTextId", '"' + numbered("TXT_", below(random, 10000)) + '"')
+        + member("dataModel", R"("network.address")") + member("lastModified", R"("2024-05-17T08:30:00Z")")
+        + member("iconName", R"("address")") + member("hide", "false")
+        + member("displayPosition", QByteArray::number(position));
+    if (below(random, 2) == 0) {
+        text += member("connectorId", QByteArray::number(below(random, 16)));
     }
-    // What else a page has of its own, as much as fits.
-    const auto text = [&object] { return QJsonDocument(object).toJson(); };
-    QJsonArray parameters;
-    const int parameterBytes = 120;
-    for (int left = bytes - text().size() - 30; left >= parameterBytes; left -= parameterBytes) {
-        parameters.append(QJsonObject {{QStringLiteral("name"), numbered("parameter", parameters.size())},
-            {QStringLiteral("unit"), QStringLiteral("mm/s")}, {QStringLiteral("value"), below(random, 100000)}});
+    if (below(random, 4) == 0) {
+        text += member("selectorTypeList", R"(["Parameter", "Value"])");
     }
-    object.insert(QStringLiteral("parameters"), parameters);
-    return text().leftJustified(bytes, ' ');
+    text += "    \"parameters\": [";
+    const QByteArray end = "\n    ]\n}\n";
+    const char* separator = "\n";
+    for (int i = 0;; ++i) {
+        const QByteArray line = separator + parameter(i, random);
+        if (text.size() + line.size() + end.size() > bytes) {
+            break;
+        }
+        text += line;
+        separator = ",\n";
+    }
+    text += end;
+    return text.leftJustified(bytes);
 }
 
 Shape shapeOf(const QString& name)
@@ -81,12 +93,12 @@ Tree::Tree(const Shape& wanted)
     const auto bytes = [&] { return shape.bytes > 0 ? shape.bytes : 300 + below(random, 501); };
     for (int i = 0; i < shape.folders; ++i) {
         const QString parent = i < shape.branches ? QString() : nodes.at(i / shape.branches - 1) % QLatin1Char('/');
-        nodes << parent % numbered("folder", i);
+        nodes << parent % QLatin1String(numbered("folder", i));
         const QString path = folder() % QLatin1Char('/') % nodes.constLast();
         QDir().mkpath(path);
         write(path % QLatin1String("/Folder.menu.json"), description(shape.folders - i, bytes(), random));
         for (int j = 0; j < shape.files; ++j) {
-            selections << nodes.constLast() % QLatin1Char('/') % numbered("selection", j);
+            selections << nodes.constLast() % QLatin1Char('/') % QLatin1String(numbered("selection", j));
             // Every position once, so that there is one order.
             write(folder() % QLatin1Char('/') % selections.constLast() % QLatin1String(".config.json"),
                 description(j * 7919 % shape.files, bytes(), random));
