@@ -1,0 +1,139 @@
+#include "Jobs.h"
+
+#include "Operations.h"
+#include "Trees.h"
+
+#include <memory>
+#include <type_traits>
+
+namespace {
+
+template <typename Own>
+class Runs {
+public:
+    Runs(const Tree& whole, const Operation& what, Step<Own> Steps::*kind)
+        : tree(whole)
+        , operation(what)
+        , step(kind)
+        , own(whole)
+    {
+    }
+
+    void prepare()
+    {
+        take(operation.after);
+        choices.clear();
+        for (int i = 0; i < operation.times; ++i) {
+            choices.push_back(operation.choose(tree, random));
+        }
+        take(operation.before);
+    }
+
+    double run()
+    {
+        if constexpr (std::is_same_v<Own, Python>) {
+            own.time = 0;
+            take(operation.measured);
+            return own.time;
+        }
+        take(operation.measured);
+        return 0;
+    }
+
+    QJsonValue outcome()
+    {
+        return own.outcome();
+    }
+
+private:
+    void take(const Steps& steps)
+    {
+        if (steps.*step != nullptr) {
+            for (const Choice& choice : choices) {
+                (steps.*step)(own, choice);
+            }
+        }
+    }
+
+    const Tree& tree;
+    const Operation& operation;
+    Step<Own> Steps::*const step;
+    Own own;
+    Random random {2};
+    std::vector<Choice> choices;
+};
+
+/// A side makes what it holds when it is prepared first.
+template <typename Own>
+void addSide(Job& job, const Tree& tree, const Operation& operation, Step<Own> Steps::*step)
+{
+    if (operation.measured.*step == nullptr) {
+        return;
+    }
+    const auto runs = std::make_shared<std::unique_ptr<Runs<Own>>>();
+    const auto prepare = [=, &tree, &operation] {
+        if (!*runs) {
+            *runs = std::make_unique<Runs<Own>>(tree, operation, step);
+        }
+        (*runs)->prepare();
+    };
+    job.sides.push_back({Own::name, prepare, [=] { return (*runs)->run(); }, [=] { return (*runs)->outcome(); }});
+}
+
+Job jobOf(const Operation& operation, const Tree& tree)
+{
+    const int units = operation.times > 1 ? operation.times : tree.size();
+    Job job {operation.times, tree.size(), tree.shape.files, units, {}};
+    addSide(job, tree, operation, &Steps::library);
+    addSide(job, tree, operation, &Steps::qt);
+    addSide(job, tree, operation, &Steps::system);
+    addSide(job, tree, operation, &Steps::nlohmann);
+    if (PythonPeer::isAvailable()) {
+        addSide(job, tree, operation, &Steps::python);
+    }
+    return job;
+}
+
+std::vector<const char*> treesFor(const std::string& operation)
+{
+    std::vector<const char*> trees {"wide200", "wide1000", "wide5000"};
+    if (operation != "sort") {
+        trees.insert(trees.begin(), {"100", "2000", "20000", "deep"});
+    }
+    if (operation == "create") {
+        trees.push_back("big");
+    }
+    return trees;
+}
+
+} // namespace
+
+std::string Workload::name() const
+{
+    return operation + '/' + tree;
+}
+
+const std::vector<Workload>& workloads()
+{
+    static const std::vector<Workload> all = [] {
+        std::vector<Workload> list;
+        for (const Operation& operation : operations()) {
+            for (const char* const tree : treesFor(operation.name)) {
+                list.push_back({operation.name, tree,
+                    [&operation, tree] { return jobOf(operation, treeOf(QString::fromLatin1(tree))); }});
+            }
+        }
+        return list;
+    }();
+    return all;
+}
+
+const Workload& workloadOf(const std::string& name)
+{
+    for (const Workload& workload : workloads()) {
+        if (workload.name() == name) {
+            return workload;
+        }
+    }
+    qFatal("there is no %s", name.c_str());
+}

@@ -1,0 +1,357 @@
+#include "Operations.h"
+
+#include "ConfigurationManifestCreator.h"
+#include "ConfigurationStructureElement.h"
+#include "JsonDataIteratorConfigurationInstanceCollector.h"
+#include "JsonDataIteratorConfigurationInstanceListUpdater.h"
+#include "QtFloor.h"
+#include "SystemFloor.h"
+#include "substitute/JsonWalk.h"
+
+#include <QtCore/QJsonDocument>
+#include <QtCore/QStringBuilder>
+
+namespace {
+
+using NlohmannPeer::Json;
+
+const QString moduleName = QStringLiteral("Drives");
+const QString objectName = QStringLiteral("drive1");
+const QString key = QStringLiteral("labelTextId");
+
+const QJsonObject newDescription {{QStringLiteral("connectorId"), 3},
+    {QStringLiteral("dataModel"), QStringLiteral("network.address")}, {QStringLiteral("displayPosition"), 2},
+    {QStringLiteral("hide"), false}, {QStringLiteral("iconName"), QStringLiteral("address")},
+    {QStringLiteral("labelTextId"), QStringLiteral("TXT_ADDRESS")},
+    {QStringLiteral("lastModified"), QStringLiteral("2024-05-17T08:30:00Z")},
+    {QStringLiteral("selectorTypeList"), QJsonArray {QStringLiteral("Parameter"), QStringLiteral("Value")}}};
+
+const Json& newJsonDescription()
+{
+    static const Json description = Json::parse(QJsonDocument(newDescription).toJson().toStdString());
+    return description;
+}
+
+const QString& oneOf(const QStringList& list, Random& random)
+{
+    return list.at(below(random, list.size()));
+}
+
+Choice nothing(const Tree&, Random&)
+{
+    return {};
+}
+
+Choice anySelection(const Tree& tree, Random& random)
+{
+    const QString& path = oneOf(tree.selections, random);
+    const int index = below(random, tree.shape.files);
+    return {path, index, QString::number(random())};
+}
+
+Choice anyNode(const Tree& tree, Random& random)
+{
+    return {oneOf(tree.nodes, random)};
+}
+
+Choice newSelection(const Tree& tree, Random& random)
+{
+    const QString& node = oneOf(tree.nodes, random);
+    const int index = below(random, tree.shape.files);
+    const QString path = node % QLatin1String("/new") % QString::number(random());
+    Choice choice {path, index};
+    choice.element = ConfigurationStructureElement(newDescription, path, false).getElementAsJsonObject();
+    return choice;
+}
+
+/// Of what is in the only folder.
+Choice newOrder(const Tree& tree, Random& random)
+{
+    const QString& node = tree.nodes.constFirst();
+    QStringList names;
+    for (const QString& path : tree.selections) {
+        names << path.mid(node.size() + 1);
+    }
+    for (int i = names.size() - 1; i > 0; --i) {
+        names.swapItemsAt(i, below(random, i + 1));
+    }
+    Choice choice {node};
+    choice.names = names;
+    for (const QString& name : names) {
+        choice.standardNames.push_back(name.toStdString());
+    }
+    return choice;
+}
+
+Steps creating()
+{
+    Steps steps;
+    steps.library = [](Library& own, const Choice&) {
+        ConfigurationManifestCreator().create2(own.folder, QStringLiteral("configuration"));
+    };
+    steps.qt = [](PlainQt& own, const Choice&) {
+        own.isComparable = false;
+        QtFloor::create(own.folder);
+    };
+    steps.system = [](System& own, const Choice&) {
+        SystemFloor::scan(own.folder.toStdString());
+        SystemFloor::save(own.content, own.created.toStdString());
+    };
+    steps.nlohmann = [](Nlohmann& own, const Choice&) { NlohmannPeer::create(own.folder.toStdString()); };
+    steps.python = [](Python& own, const Choice&) { own.run({QStringLiteral("create"), own.folder}); };
+    return steps;
+}
+
+/// Freeing what was loaded before belongs to no load.
+Steps unloading()
+{
+    Steps steps;
+    steps.library = [](Library& own, const Choice&) { own.handler.emplace(own.path, moduleName, objectName); };
+    steps.qt = [](PlainQt& own, const Choice&) {
+        own.isComparable = false;
+        own.manifest = QJsonArray();
+    };
+    steps.nlohmann = [](Nlohmann& own, const Choice&) { own.manifest = nullptr; };
+    steps.python = [](Python& own, const Choice&) { own.run({QStringLiteral("unload")}); };
+    return steps;
+}
+
+Steps loading()
+{
+    Steps steps;
+    steps.library = [](Library& own, const Choice&) { own.handler->parseManifestFile(); };
+    steps.qt = [](PlainQt& own, const Choice&) { own.manifest = QtFloor::load(own.path); };
+    steps.system = [](System& own, const Choice&) { SystemFloor::load(own.path.toStdString()); };
+    steps.nlohmann = [](Nlohmann& own, const Choice&) {
+        own.manifest = NlohmannPeer::load(own.path.toStdString(), moduleName.toStdString(), objectName.toStdString());
+    };
+    steps.python = [](Python& own, const Choice&) {
+        own.run({QStringLiteral("load"), own.path, moduleName, objectName});
+    };
+    return steps;
+}
+
+Steps saving()
+{
+    Steps steps;
+    steps.library = [](Library& own, const Choice&) { own.handler->writeToManifestFile(); };
+    steps.qt = [](PlainQt& own, const Choice&) { QtFloor::save(own.manifest, own.path); };
+    steps.system = [](System& own, const Choice&) { SystemFloor::save(own.content, own.path.toStdString()); };
+    steps.nlohmann = [](Nlohmann& own, const Choice&) { NlohmannPeer::save(own.manifest, own.path.toStdString()); };
+    steps.python = [](Python& own, const Choice&) { own.run({QStringLiteral("save"), own.path}); };
+    return steps;
+}
+
+Steps getting()
+{
+    Steps steps;
+    steps.library = [](Library& own, const Choice& choice) {
+        QJsonObject element;
+        own.handler->getNodeElement(choice.path, element);
+        own.result = element;
+    };
+    steps.qt = [](PlainQt& own, const Choice& choice) { own.result = QtFloor::element(own.manifest, choice.path); };
+    steps.nlohmann = [](Nlohmann& own, const Choice& choice) {
+        own.result = NlohmannPeer::element(own.manifest, choice.path.toStdString());
+    };
+    steps.python = [](Python& own, const Choice& choice) { own.run({QStringLiteral("get"), choice.path}); };
+    return steps;
+}
+
+Steps listing()
+{
+    Steps steps;
+    steps.library = [](Library& own, const Choice& choice) {
+        own.names.clear();
+        own.handler->getListOfInstances(choice.path, own.names);
+    };
+    steps.qt = [](PlainQt& own, const Choice& choice) { own.names = QtFloor::instances(own.manifest, choice.path); };
+    steps.nlohmann = [](Nlohmann& own, const Choice& choice) {
+        own.result = NlohmannPeer::instances(own.manifest, choice.path.toStdString());
+    };
+    steps.python = [](Python& own, const Choice& choice) { own.run({QStringLiteral("names"), choice.path}); };
+    return steps;
+}
+
+Steps setting()
+{
+    Steps steps;
+    steps.library = [](Library& own, const Choice& choice) {
+        own.handler->setProperty(choice.path, key, choice.text, false);
+    };
+    steps.qt = [](PlainQt& own, const Choice& choice) { QtFloor::set(own.manifest, choice.path, key, choice.text); };
+    steps.nlohmann = [](Nlohmann& own, const Choice& choice) {
+        NlohmannPeer::set(own.manifest, choice.path.toStdString(), key.toStdString(), choice.text.toStdString());
+    };
+    steps.python = [](Python& own, const Choice& choice) {
+        own.run({QStringLiteral("set_value"), choice.path, key, choice.text});
+    };
+    return steps;
+}
+
+Steps settingAndSaving()
+{
+    Steps steps;
+    steps.library = [](Library& own, const Choice& choice) {
+        own.handler->setProperty(choice.path, key, choice.text, true);
+    };
+    steps.qt = [](PlainQt& own, const Choice& choice) {
+        setting().qt(own, choice);
+        saving().qt(own, choice);
+    };
+    steps.system = saving().system;
+    steps.nlohmann = [](Nlohmann& own, const Choice& choice) {
+        setting().nlohmann(own, choice);
+        saving().nlohmann(own, choice);
+    };
+    steps.python = [](Python& own, const Choice& choice) {
+        setting().python(own, choice);
+        saving().python(own, choice);
+    };
+    return steps;
+}
+
+Steps adding()
+{
+    Steps steps;
+    steps.library = [](Library& own, const Choice& choice) {
+        own.handler->addSelection(choice.path, newDescription, choice.index, false);
+    };
+    steps.qt = [](PlainQt& own, const Choice& choice) {
+        QtFloor::add(own.manifest, choice.path, choice.element, choice.index);
+    };
+    steps.nlohmann = [](Nlohmann& own, const Choice& choice) {
+        NlohmannPeer::add(own.manifest, choice.path.toStdString(), newJsonDescription(), choice.index);
+    };
+    steps.python = [](Python& own, const Choice& choice) {
+        own.run({QStringLiteral("add"), choice.path, newDescription, choice.index});
+    };
+    return steps;
+}
+
+Steps deleting()
+{
+    Steps steps;
+    steps.library = [](Library& own, const Choice& choice) { own.handler->deleteElement(choice.path, false); };
+    steps.qt = [](PlainQt& own, const Choice& choice) { QtFloor::remove(own.manifest, choice.path); };
+    steps.nlohmann = [](Nlohmann& own, const Choice& choice) {
+        NlohmannPeer::remove(own.manifest, choice.path.toStdString());
+    };
+    steps.python = [](Python& own, const Choice& choice) { own.run({QStringLiteral("delete"), choice.path}); };
+    return steps;
+}
+
+Steps moving()
+{
+    Steps steps;
+    steps.library = [](Library& own, const Choice& choice) {
+        own.handler->moveSelection(choice.path, choice.index, false);
+    };
+    steps.qt = [](PlainQt& own, const Choice& choice) { QtFloor::move(own.manifest, choice.path, choice.index); };
+    steps.nlohmann = [](Nlohmann& own, const Choice& choice) {
+        NlohmannPeer::move(own.manifest, choice.path.toStdString(), choice.index);
+    };
+    steps.python = [](Python& own, const Choice& choice) {
+        own.run({QStringLiteral("move"), choice.path, choice.index});
+    };
+    return steps;
+}
+
+Steps sorting()
+{
+    Steps steps;
+    steps.library = [](Library& own, const Choice& choice) {
+        own.handler->sortElements(choice.path, choice.names, false);
+    };
+    steps.qt = [](PlainQt& own, const Choice& choice) { QtFloor::sort(own.manifest, choice.path, choice.names); };
+    steps.nlohmann = [](Nlohmann& own, const Choice& choice) {
+        NlohmannPeer::sort(own.manifest, choice.path.toStdString(), choice.standardNames);
+    };
+    steps.python = [](Python& own, const Choice& choice) {
+        own.run({QStringLiteral("sort"), choice.path, QJsonArray::fromStringList(choice.names)});
+    };
+    return steps;
+}
+
+/// Looks at no object of a walk and changes none.
+class BareIterator : public JsonDataIteratorObjectBase {
+public:
+    void compute(QJsonObject&, QJsonValue&) override
+    {
+    }
+};
+
+/// Copying the manifest and freeing what the previous walk has gathered belongs to no walk.
+Steps startingWalk()
+{
+    Steps steps;
+    steps.library = [](Library& own, const Choice&) {
+        own.walked = own.handler->getManifestJsonArray();
+        own.result = QJsonValue();
+    };
+    steps.qt = [](PlainQt& own, const Choice&) {
+        own.isComparable = false;
+        own.walked = own.manifest;
+    };
+    steps.nlohmann = [](Nlohmann& own, const Choice&) { own.result = nullptr; };
+    return steps;
+}
+
+Steps collecting()
+{
+    Steps steps;
+    steps.library = [](Library& own, const Choice&) {
+        JsonDataIteratorConfigurationInstanceCollector collector;
+        walkJson(own.walked, collector, own.result);
+    };
+    steps.qt = [](PlainQt& own, const Choice&) {
+        BareIterator iterator;
+        walkJson(own.walked, iterator, own.result);
+    };
+    steps.nlohmann = [](Nlohmann& own, const Choice&) { own.result = NlohmannPeer::collect(own.manifest); };
+    steps.python = [](Python& own, const Choice&) { own.run({QStringLiteral("collect")}); };
+    return steps;
+}
+
+Steps updating()
+{
+    Steps steps;
+    steps.library = [](Library& own, const Choice& choice) {
+        JsonDataIteratorConfigurationInstanceListUpdater updater;
+        updater.init(choice.path, key, choice.text);
+        walkJson(own.walked, updater, own.result);
+    };
+    steps.qt = collecting().qt;
+    steps.nlohmann = [](Nlohmann& own, const Choice& choice) {
+        own.result =
+            NlohmannPeer::update(own.manifest, choice.path.toStdString(), key.toStdString(), choice.text.toStdString());
+    };
+    steps.python = [](Python& own, const Choice& choice) {
+        own.run({QStringLiteral("update"), choice.path, key, choice.text});
+    };
+    return steps;
+}
+
+constexpr int batch = 32;
+
+} // namespace
+
+const std::vector<Operation>& operations()
+{
+    static const std::vector<Operation> all {
+        {"create", 1, nothing, creating()},
+        {"load", 1, nothing, loading(), unloading()},
+        {"save", 1, anySelection, saving(), setting()},
+        {"set-and-save", 1, anySelection, settingAndSaving()},
+        {"get", batch, anySelection, getting()},
+        {"list", batch, anyNode, listing()},
+        {"set", batch, anySelection, setting()},
+        {"add", batch, newSelection, adding(), {}, deleting()},
+        {"delete", batch, newSelection, deleting(), adding()},
+        {"move", batch, anySelection, moving()},
+        {"sort", 1, newOrder, sorting()},
+        {"collect", 1, nothing, collecting(), startingWalk()},
+        {"update", 1, anySelection, updating(), startingWalk()},
+    };
+    return all;
+}

@@ -1,0 +1,171 @@
+// Times the library and what it is compared with, one right after the other, so that whatever else the machine does
+// meets all of them alike. Counted is the time of the processor: what others do meanwhile is no part of it, nor is
+// waiting for a disk. --quick leaves out what takes long.
+
+#include "Jobs.h"
+
+#include <benchmark/benchmark.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstddef>
+#include <cstdlib>
+#include <cstring>
+
+#include <time.h>
+
+namespace {
+
+double processorTime()
+{
+    timespec time = {};
+    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &time);
+    return static_cast<double>(time.tv_sec) * 1e9 + static_cast<double>(time.tv_nsec);
+}
+
+double nanosecondsOf(const Side& side)
+{
+    side.prepare();
+    const double start = processorTime();
+    const double ownTime = side.run();
+    return ownTime > 0 ? ownTime : processorTime() - start;
+}
+
+double median(std::vector<double> values)
+{
+    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
+    std::nth_element(values.begin(), middle, values.end());
+    return *middle;
+}
+
+/// One run, not timed: all sides come to the same.
+bool agree(const Job& job)
+{
+    QJsonValue expected(QJsonValue::Undefined);
+    for (const Side& side : job.sides) {
+        side.prepare();
+        side.run();
+        const QJsonValue outcome = side.outcome();
+        if (expected.isUndefined()) {
+            expected = outcome;
+        } else if (!outcome.isUndefined() && outcome != expected) {
+            return false;
+        }
+    }
+    return true;
+}
+
+/// What a side takes, and what the library takes of that in the same round.
+struct Comparison {
+    std::vector<double> times;
+    std::vector<double> ratios;
+};
+
+class Rounds {
+public:
+    explicit Rounds(const Job& whole)
+        : job(whole)
+        , comparisons(whole.sides.size())
+    {
+    }
+
+    int count() const
+    {
+        return done;
+    }
+
+    /// A run of the library for each run of another side, in turn before and after it; two of three only beside plain Qt.
+    void add()
+    {
+        const bool libraryFirst = done % 2 == 0;
+        const std::size_t end = done % 3 == 0 ? job.sides.size() : 2;
+        for (std::size_t i = 1; i < end; ++i) {
+            double own = libraryFirst ? nanosecondsOf(job.sides.front()) : 0;
+            const double others = nanosecondsOf(job.sides[i]);
+            own = libraryFirst ? own : nanosecondsOf(job.sides.front());
+            times.push_back(own / job.operations);
+            comparisons[i].times.push_back(others / job.operations);
+            comparisons[i].ratios.push_back(own / others);
+        }
+        ++done;
+    }
+
+    double libraryTime() const
+    {
+        return median(times);
+    }
+
+    void report(benchmark::UserCounters& counters) const
+    {
+        counters["library"] = libraryTime();
+        for (std::size_t i = 1; i < job.sides.size(); ++i) {
+            counters[job.sides[i].name] = median(comparisons[i].times);
+            counters["of " + job.sides[i].name] = median(comparisons[i].ratios);
+        }
+        counters["rounds"] = done;
+        counters["elements"] = job.elements;
+        counters["siblings"] = job.siblings;
+    }
+
+private:
+    const Job& job;
+    int done = 0;
+    std::vector<double> times;
+    std::vector<Comparison> comparisons;
+};
+
+/// How long a workload is repeated.
+struct Patience {
+    int fewest;
+    int most;
+    std::chrono::milliseconds time;
+};
+
+constexpr Patience full {9, 101, std::chrono::milliseconds(1000)};
+constexpr Patience quick {3, 31, std::chrono::milliseconds(100)};
+
+void measure(benchmark::State& state, const Workload& workload, const Patience& patience)
+{
+    const Job job = workload.make();
+    if (!agree(job)) {
+        state.SkipWithError("the sides come to different results");
+        return;
+    }
+    Rounds rounds(job);
+    // To the framework all rounds are one: only here is known how many there have to be.
+    for (auto _ : state) {
+        const auto end = std::chrono::steady_clock::now() + patience.time;
+        while (rounds.count() < patience.fewest
+            || (rounds.count() < patience.most && std::chrono::steady_clock::now() < end)) {
+            rounds.add();
+        }
+        state.SetIterationTime(rounds.libraryTime() * 1e-9);
+    }
+    rounds.report(state.counters);
+}
+
+bool isLarge(const Workload& workload)
+{
+    return workload.tree == "20000" || workload.tree == "wide5000";
+}
+
+} // namespace
+
+int main(int argc, char* argv[])
+{
+    // A message is a mistake in what is measured.
+    setenv("QT_FATAL_WARNINGS", "1", 1);
+    benchmark::Initialize(&argc, argv);
+    const bool isQuick = argc > 1 && std::strcmp(argv[1], "--quick") == 0;
+    for (const Workload& workload : workloads()) {
+        if (!isQuick || !isLarge(workload)) {
+            benchmark::RegisterBenchmark(workload.name().c_str(), measure, workload, isQuick ? quick : full)
+                ->Iterations(1)
+                ->UseManualTime()
+                ->Unit(benchmark::kMicrosecond);
+        }
+    }
+    benchmark::RunSpecifiedBenchmarks();
+    benchmark::Shutdown();
+    return 0;
+}

@@ -1,0 +1,44 @@
+// Does jobs for others to watch, each once: between two calls of getppid() for those who count calls of the system, and
+// as all that callgrind collects when it starts with --instr-atstart=no. Prints job, side and the units of the job in
+// the order in which they are done.
+
+#include "Jobs.h"
+
+#include <QtCore/QByteArray>
+#include <QtCore/QList>
+
+#include <cstdio>
+
+#include <sys/syscall.h>
+#include <unistd.h>
+#include <valgrind/callgrind.h>
+
+int main(int argc, char* argv[])
+{
+    if (argc < 3) {
+        std::fputs("usage: operation SIDE[,SIDE]... OPERATION/TREE...\n", stderr);
+        return 2;
+    }
+    const QList<QByteArray> wanted = QByteArray(argv[1]).split(',');
+    for (int i = 2; i < argc; ++i) {
+        const Job job = workloadOf(argv[i]).make();
+        for (const Side& side : job.sides) {
+            if (!wanted.contains(side.name.c_str())) {
+                continue;
+            }
+            // Once before, for what is done only once.
+            side.prepare();
+            side.run();
+            side.prepare();
+            CALLGRIND_START_INSTRUMENTATION;
+            syscall(SYS_getppid);
+            side.run();
+            syscall(SYS_getppid);
+            CALLGRIND_STOP_INSTRUMENTATION;
+            const std::string name = std::string(argv[i]) + ' ' + side.name;
+            CALLGRIND_DUMP_STATS_AT(name.c_str());
+            std::printf("%d %s\n", job.units, name.c_str());
+        }
+    }
+    return 0;
+}
