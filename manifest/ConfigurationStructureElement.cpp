@@ -284,6 +284,11 @@ void ConfigurationStructureElement::generateSelectionData(const QJsonObject& des
     extractDisplayPosition(description, displayPosition);
     insertAll(elementObject, selectionWithoutDescription());
 
+    // As it is in the description: a string that is taken out has to be made into JSON again.
+    const auto insertString = [&](const QString& key) {
+        const QJsonValue value = description.value(key);
+        elementObject.insert(key, value.isString() ? value : extractSelectionString(description, key));
+    };
     const auto insertStringIfNotEmpty = [&](const QString& key) {
         insertStringPropertyIfNotEmpty(key, extractSelectionString(description, key));
     };
@@ -294,9 +299,9 @@ void ConfigurationStructureElement::generateSelectionData(const QJsonObject& des
         }
     };
 
-    insertStringIfNotEmpty(Registry::getKeyLabelTextId());
-    insertStringIfNotEmpty(Registry::getKeyDataModel());
-    insertStringIfNotEmpty(Registry::getKeyLastModified());
+    insertString(Registry::getKeyLabelTextId());
+    insertString(Registry::getKeyDataModel());
+    insertString(Registry::getKeyLastModified());
     if (extractSelectionBool(description, Registry::getKeyHide())) {
         elementObject.insert(Registry::getKeyHide(), true);
     }
@@ -309,7 +314,7 @@ void ConfigurationStructureElement::generateSelectionData(const QJsonObject& des
         elementObject.insert(connectorIdKey, connectorId);
     }
 
-    insertStringIfNotEmpty(Registry::getKeyIconName());
+    insertString(Registry::getKeyIconName());
     insertStringIfNotEmpty(DataProperty::getKeyDataPropertyTemplateType());
     insertStringIfNotEmpty(DataProperty::getKeyDataPropertyLabelTextUrl());
     insertStringIfNotEmpty(DataProperty::getKeyDataPropertyDependencyFile());

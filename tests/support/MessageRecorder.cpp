@@ -8,12 +8,12 @@
 
 namespace {
 
-QVector<Message> recorded;
+Q_GLOBAL_STATIC(QVector<Message>, recorded)
 QtMessageHandler previousHandler = nullptr;
 
 void record(QtMsgType level, const QMessageLogContext& context, const QString& text)
 {
-    recorded.append({level, text, QString::fromUtf8(context.function),
+    recorded->append({level, text, QString::fromUtf8(context.function),
         QFileInfo(QString::fromUtf8(context.file)).fileName(), QString::fromUtf8(context.category), context.line > 0});
 }
 
@@ -55,19 +55,19 @@ Message debug(const QString& text, const char* function)
 
 MessageRecorder::MessageRecorder()
 {
-    recorded.clear();
+    recorded->clear();
     previousHandler = qInstallMessageHandler(record);
 }
 
 MessageRecorder::~MessageRecorder()
 {
     qInstallMessageHandler(previousHandler);
-    for (const Message& message : std::as_const(recorded)) {
+    for (const Message& message : std::as_const(*recorded)) {
         QTest::qFail(toString(message), __FILE__, __LINE__);
     }
 }
 
 QVector<Message> MessageRecorder::take()
 {
-    return std::exchange(recorded, {});
+    return std::exchange(*recorded, {});
 }
