@@ -62,8 +62,14 @@ bool openDescription(QFile& file)
 
 void parseDescription(QFile& file, QJsonObject& description, const QMessageLogger& logger)
 {
+    // What reading as text does, which looks at every byte on its own, and in small files takes a tenth of a scan.
+    file.setTextModeEnabled(false);
+    QByteArray content = file.readAll();
+    if (content.contains('\r')) {
+        content.replace("\r", "");
+    }
     QJsonParseError parseError;
-    const QJsonDocument document = QJsonDocument::fromJson(file.readAll(), &parseError);
+    const QJsonDocument document = QJsonDocument::fromJson(content, &parseError);
     if (parseError.error != QJsonParseError::NoError) {
         logger.warning() << "Can't parse Json!\n";
         return;
