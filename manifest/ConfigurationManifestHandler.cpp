@@ -32,7 +32,7 @@ QJsonValue taken(QJsonValueRef place)
 
 bool isSelection(const QJsonObject& element)
 {
-    return element.value(Registry::getKeySelectionType()) == Registry::SelectionTypeValues::getSelection();
+    return element.value(Registry::getKeySelectionType()).toString() == Registry::SelectionTypeValues::getSelection();
 }
 
 QString instanceNameOf(const QJsonObject& element)
