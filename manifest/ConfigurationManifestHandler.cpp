@@ -149,6 +149,32 @@ private:
     const Name object;
 };
 
+void setMember(QJsonObject& object, const QString& key, const QJsonValue& current, const QVariant& value, bool& changed)
+{
+    const QJsonValue wanted = QJsonValue::fromVariant(value);
+    if (current == wanted) {
+        return;
+    }
+    object.insert(key, wanted);
+    if (current.isString()) {
+        object = rebuilt(object);
+    }
+    changed = true;
+}
+
+// An edit of which only its author knows what it replaces.
+template <typename Edit>
+auto rebuilding(const Edit& edit)
+{
+    return [&edit](QJsonObject& element, bool& changed) {
+        const bool applied = edit(element, changed);
+        if (changed) {
+            element = rebuilt(element);
+        }
+        return applied;
+    };
+}
+
 // Whoever was called since the position was found may have shortened the array.
 void replaceIfPresent(QJsonArray& array, int position, const QJsonValue& value)
 {
@@ -480,56 +506,44 @@ bool ConfigurationManifestHandler::getNumberOfInstances(const QString& instanceP
 bool ConfigurationManifestHandler::update(
     const QString& instancePath, const QString& key, const QVariant& value, bool writeToFile)
 {
-    const auto edit = [&](QJsonObject& element, bool& changed) {
+    const auto replace = [&](QJsonObject& element, bool& changed) {
         const QJsonValue current = element.value(key);
         if (current.isUndefined()) {
             return false;
         }
-        const QJsonValue wanted = QJsonValue::fromVariant(value);
-        if (current != wanted) {
-            element.insert(key, wanted);
-            changed = true;
-        }
+        setMember(element, key, current, value, changed);
         return true;
     };
-    return modifyPropertyFirst(instancePath, edit, writeToFile);
+    return edit(instancePath, replace, writeToFile);
 }
 
 bool ConfigurationManifestHandler::setProperty(
     const QString& instancePath, const QString& key, const QVariant& value, bool writeToFile)
 {
-    const auto edit = [&](QJsonObject& element, bool& changed) {
-        const QJsonValue wanted = QJsonValue::fromVariant(value);
-        if (element.value(key) != wanted) {
-            element.insert(key, wanted);
-            changed = true;
-        }
+    const auto set = [&](QJsonObject& element, bool& changed) {
+        setMember(element, key, element.value(key), value, changed);
         return true;
     };
-    return modifyPropertyFirst(instancePath, edit, writeToFile);
+    return edit(instancePath, set, writeToFile);
 }
 
 bool ConfigurationManifestHandler::removeProperty(const QString& instancePath, const QString& key, bool writeToFile)
 {
-    const auto edit = [&](QJsonObject& element, bool& changed) {
+    const auto remove = [&](QJsonObject& element, bool& changed) {
         if (element.contains(key)) {
             element.remove(key);
+            element = rebuilt(element);
             changed = true;
         }
         return true;
     };
-    return modifyPropertyFirst(instancePath, edit, writeToFile);
+    return edit(instancePath, remove, writeToFile);
 }
 
 bool ConfigurationManifestHandler::modifyPropertyFirst(
     const QString& instancePath, const std::function<bool(QJsonObject&, bool&)>& edit, bool writeToFile)
 {
-    bool changed = false;
-    const bool applied = modifyProperty(manifestJsonArray, splitPath(instancePath), instancePath, changed, edit);
-    if (applied && writeToFile && modified) {
-        writeToManifestFile();
-    }
-    return applied;
+    return this->edit(instancePath, rebuilding(edit), writeToFile);
 }
 
 bool ConfigurationManifestHandler::modifyProperty(QJsonArray& array, const QStringList& instancePath,
@@ -539,6 +553,22 @@ bool ConfigurationManifestHandler::modifyProperty(QJsonArray& array, const QStri
         qWarning() << "ConfigurationManifestHandler::modifyProperty : Size of instancePath is NULL !";
         return false;
     }
+    return this->edit(array, instancePath, fullPath, changed, rebuilding(edit));
+}
+
+bool ConfigurationManifestHandler::edit(const QString& instancePath, const Edit& edit, bool writeToFile)
+{
+    bool changed = false;
+    const bool applied = this->edit(manifestJsonArray, splitPath(instancePath), instancePath, changed, edit);
+    if (applied && writeToFile && modified) {
+        writeToManifestFile();
+    }
+    return applied;
+}
+
+bool ConfigurationManifestHandler::edit(
+    QJsonArray& array, const QStringList& instancePath, const QString& fullPath, bool& changed, const Edit& edit)
+{
     Descent descent(*this, array, instancePath, instancePath.size() - 1);
     if (!descent.isComplete()) {
         return false;
@@ -556,7 +586,7 @@ bool ConfigurationManifestHandler::modifyProperty(QJsonArray& array, const QStri
     if (changed) {
         modified = true;
         if (applied || descent.isTop()) {
-            descent.apply(array, [&](QJsonArray& siblings) { replaceIfPresent(siblings, index, rebuilt(element)); });
+            descent.apply(array, [&](QJsonArray& siblings) { replaceIfPresent(siblings, index, element); });
         }
     }
     return applied;
