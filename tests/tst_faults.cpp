@@ -53,7 +53,7 @@ constexpr Trouble troublesOfTransfers[] = {
 };
 
 constexpr const char* calls[] = {"open", "make", "read", "write", "sync", "close", "link", "rename", "unlink", "stat",
-    "access", "chmod", "seek", "list", "next", "end"};
+    "fstat", "access", "chmod", "seek", "list", "next", "end"};
 
 bool isTransfer(const char* call)
 {
@@ -708,17 +708,17 @@ void tst_Faults::everyFailingCallHasItsConsequence_data()
         bool unnamed;
         const char* necessary;
     } operations[] = {
-        {"load", make<Load>, true, "access stat open read close"},
-        {"edit and save", make<EditAndSave>, true, "access stat make chmod write seek sync link close rename"},
-        {"edit and save", make<EditAndSave>, false, "access stat make chmod write seek sync close rename"},
+        {"load", make<Load>, true, "access stat open fstat read close"},
+        {"edit and save", make<EditAndSave>, true, "access stat make chmod fstat write seek sync link close rename"},
+        {"edit and save", make<EditAndSave>, false, "access stat make chmod fstat write seek sync close rename"},
         {"create", make<Create, true>, true,
-            "list next end open read access stat make chmod write seek sync link close rename"},
+            "list next end open read access stat make chmod fstat write seek sync link close rename"},
         {"create", make<Create, true>, false,
-            "list next end open read access stat make chmod write seek sync close rename"},
+            "list next end open read access stat make chmod fstat write seek sync close rename"},
         {"create the first", make<Create, false>, true,
-            "list next end open read access stat make write seek sync link close"},
+            "list next end open read access stat make fstat write seek sync link close"},
         {"create the first", make<Create, false>, false,
-            "list next end open read access stat make write seek sync close rename"},
+            "list next end open read access stat make fstat write seek sync close rename"},
     };
     for (const auto& operation : operations) {
         for (const bool large : {false, true}) {

@@ -318,13 +318,13 @@ EXPORTED int lstat64(const char* path, struct stat64* status) noexcept
 
 EXPORTED int fstat64(int file, struct stat64* status) noexcept
 {
-    return attempt("stat", file, NEXT(fstat64), file, status);
+    return attempt("fstat", file, NEXT(fstat64), file, status);
 }
 
 EXPORTED int statx(int folder, const char* path, int flags, unsigned mask, struct statx* status) noexcept
 {
-    const auto look = [&](auto subject) {
-        Attempt call("stat", subject);
+    const auto look = [&](const char* name, auto subject) {
+        Attempt call(name, subject);
         if (call.fails()) {
             return call.failed(-1);
         }
@@ -334,7 +334,7 @@ EXPORTED int statx(int folder, const char* path, int flags, unsigned mask, struc
         }
         return call.done(result);
     };
-    return *path ? look(path) : look(folder);
+    return *path ? look("stat", path) : look("fstat", folder);
 }
 
 EXPORTED int access(const char* path, int mode) noexcept
