@@ -5,13 +5,16 @@
 #include "TestMain.h"
 #include "faults/FaultyCalls.h"
 
+#include <QtCore/QByteArrayList>
 #include <QtCore/QDir>
 #include <QtCore/QJsonDocument>
 #include <QtCore/QMap>
+#include <QtCore/QSet>
 
 #include <algorithm>
 #include <cerrno>
 #include <climits>
+#include <cstring>
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -39,6 +42,7 @@ std::vector<Fault> halfThenFailing(const char* call, int number)
     return {{call, number, number, Fault::Short}, {call, number + 1, number + 1, EIO}};
 }
 
+/// Named by what a call meets, as metBy() has it.
 constexpr Trouble troubles[] = {
     {"EIO", failing<EIO>},
     {"ENOSPC", failing<ENOSPC>},
@@ -49,15 +53,36 @@ constexpr Trouble troubles[] = {
 
 constexpr Trouble troublesOfTransfers[] = {
     {"short", failing<Fault::Short>},
-    {"short, then EIO", halfThenFailing},
+    {"short, EIO", halfThenFailing},
 };
 
 constexpr const char* calls[] = {"open", "make", "read", "write", "sync", "close", "link", "rename", "unlink", "stat",
     "fstat", "access", "chmod", "seek", "list", "next", "end"};
 
-bool isTransfer(const char* call)
+std::vector<Trouble> troublesOf(const QByteArray& call)
 {
-    return qstrcmp(call, "read") == 0 || qstrcmp(call, "write") == 0;
+    std::vector<Trouble> all(std::begin(troubles), std::end(troubles));
+    if (call == "read" || call == "write") {
+        all.insert(all.end(), std::begin(troublesOfTransfers), std::end(troublesOfTransfers));
+    }
+    return all;
+}
+
+/// The faults that took effect on the calls of a name.
+QByteArray metBy(const QByteArray& call, const std::vector<FaultyCalls::Call>& made)
+{
+    QByteArrayList faults;
+    for (const FaultyCalls::Call& one : made) {
+        if (one.name != call.toStdString()) {
+            continue;
+        }
+        if (one.error == Fault::Short) {
+            faults.append("short");
+        } else if (one.error > 0 && one.result < 0) {
+            faults.append(strerrorname_np(one.error));
+        }
+    }
+    return faults.join(", ");
 }
 
 int countOf(const std::vector<FaultyCalls::Call>& made, const char* call)
@@ -750,6 +775,7 @@ void tst_Faults::everyFailingCallHasItsConsequence()
         QVERIFY2(countOf(untroubled.made, call.constData()) > 0, call.constData());
     }
 
+    QSet<QByteArray> met;
     const auto tryOn = [&](const char* call, const Trouble& trouble) {
         for (int number = 1;; ++number) {
             const Run run = runWith(trouble.faults(call, number));
@@ -766,6 +792,7 @@ void tst_Faults::everyFailingCallHasItsConsequence()
             if (countOf(run.made, call) < number) {
                 return;
             }
+            met.insert(call + QByteArray(" meets ") + metBy(call, run.made));
             const bool isError = qstrcmp(trouble.name, "EINTR") != 0 && trouble.faults != failing<Fault::Short>;
             ++table[name.leftJustified(18) + QByteArray(call).leftJustified(8)
                 + QByteArray(isError ? "error" : trouble.name).leftJustified(7) + described(run, untroubled.expected)];
@@ -773,13 +800,14 @@ void tst_Faults::everyFailingCallHasItsConsequence()
     };
 
     for (const char* const call : calls) {
-        for (const Trouble& trouble : troubles) {
+        for (const Trouble& trouble : troublesOf(call)) {
             tryOn(call, trouble);
         }
-        if (isTransfer(call)) {
-            for (const Trouble& trouble : troublesOfTransfers) {
-                tryOn(call, trouble);
-            }
+    }
+    for (const QByteArray& call : necessary.split(' ')) {
+        for (const Trouble& trouble : troublesOf(call)) {
+            const QByteArray wanted = call + " meets " + trouble.name;
+            QVERIFY2(met.contains(wanted), wanted.constData());
         }
     }
 }

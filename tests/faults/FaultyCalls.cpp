@@ -142,7 +142,7 @@ private:
     void record(long result)
     {
         if (plan) {
-            plan->calls.push_back({call, path, result, error != 0});
+            plan->calls.push_back({call, path, result, error});
         }
     }
 

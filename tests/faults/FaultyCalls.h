@@ -51,7 +51,8 @@ public:
         std::string path;
         /// For a transfer, the number of bytes; -1 for any failure.
         long result;
-        bool faulty;
+        /// What it was to meet, as in a Fault; 0 for nothing.
+        int error;
     };
 
     FaultyCalls(const std::string& folder, const std::vector<Fault>& faults);
