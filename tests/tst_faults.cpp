@@ -22,6 +22,7 @@
 namespace {
 
 const QString manifestName = u"configuration.manifest.json"_qs;
+const QString targetName = u"real.json"_qs;
 const QByteArray previous = R"([{"instanceName":"previous","selectionType":"Node"}])";
 constexpr mode_t previousMode = 0640;
 
@@ -56,8 +57,8 @@ constexpr Trouble troublesOfTransfers[] = {
     {"short, EIO", halfThenFailing},
 };
 
-constexpr const char* calls[] = {"open", "make", "read", "write", "sync", "close", "link", "rename", "unlink", "stat",
-    "fstat", "access", "chmod", "seek", "list", "next", "end"};
+constexpr const char* calls[] = {"open", "make", "read", "write", "sync", "close", "link", "rename", "unlink",
+    "readlink", "stat", "fstat", "access", "chmod", "seek", "list", "next", "end"};
 
 std::vector<Trouble> troublesOf(const QByteArray& call)
 {
@@ -116,12 +117,15 @@ struct Result {
     /// Of the manifest file; null when there is none.
     QByteArray content;
     mode_t mode = 0;
+    /// Whether the manifest is a symbolic link, and what the file holds that it was one to; null when it never was one.
+    bool isLink = false;
+    QByteArray target = {};
 };
 
 bool operator==(const Result& a, const Result& b)
 {
     return a.value == b.value && a.messages == b.messages && a.memory == b.memory && a.content == b.content
-        && a.mode == b.mode;
+        && a.mode == b.mode && a.isLink == b.isLink && a.target == b.target;
 }
 
 char* toString(const Result& result)
@@ -129,19 +133,28 @@ char* toString(const Result& result)
     const char* const messages = toString(result.messages);
     const QByteArray text = QByteArray(result.value ? "true" : "false") + "\nmessages:\n" + messages
         + "\nmemory: " + result.memory.left(200) + "\ncontent: " + QByteArray::number(result.content.size())
-        + " bytes, " + result.content.left(400) + "\nmode: " + QByteArray::number(result.mode, 8);
+        + " bytes, " + result.content.left(400) + "\nmode: " + QByteArray::number(result.mode, 8)
+        + (result.isLink ? "\nlink to: " : "\nno link to: ") + result.target.left(400);
     delete[] messages;
     return qstrdup(text.constData());
 }
 
-/// A folder in which an operation runs once.
+/// A folder in which an operation runs once. It is the current one, so that nothing is overlooked that is left there.
 class Place {
 public:
-    Place()
+    /// `linked` makes the manifest a symbolic link to another file.
+    explicit Place(bool linked)
         : directory(quickFolder())
+        , isLinked(linked)
     {
         chmod(qPrintable(directory.path()), 0700);
+        QDir::setCurrent(directory.path());
     }
+    ~Place()
+    {
+        QDir::setCurrent(previousFolder);
+    }
+    Q_DISABLE_COPY(Place)
 
     QString path(const QString& name = {}) const
     {
@@ -151,10 +164,18 @@ public:
     {
         return path(manifestName);
     }
+    /// The file that holds the manifest.
+    QString target() const
+    {
+        return isLinked ? path(targetName) : manifest();
+    }
     void writeManifest(const QByteArray& content) const
     {
-        writeFile(manifest(), content);
-        chmod(qPrintable(manifest()), previousMode);
+        writeFile(target(), content);
+        chmod(qPrintable(target()), previousMode);
+        if (isLinked) {
+            QFile::link(targetName, manifest());
+        }
     }
     /// Reads the manifest, also one that nobody may read.
     void takeManifest(Result& result) const
@@ -165,10 +186,16 @@ public:
             chmod(qPrintable(manifest()), 0600);
             result.content = readFile(manifest());
         }
+        if (isLinked) {
+            result.isLink = QFileInfo(manifest()).isSymLink();
+            result.target = readFile(target());
+        }
     }
 
 private:
+    const QString previousFolder = QDir::currentPath();
     const QTemporaryDir directory;
+    const bool isLinked;
 };
 
 /// The call that failed, as the tables below name it: "stat manifest 2" is the second of its kind on the manifest.
@@ -176,6 +203,8 @@ struct Failure {
     QByteArray call;
     QString path;
     int error = 0;
+    /// Whether the temporary file of a save has a name all the time.
+    bool isNamed = false;
 };
 
 QByteArray subject(const Place& place, const QString& path)
@@ -184,9 +213,13 @@ QByteArray subject(const Place& place, const QString& path)
         return "folder";
     }
     if (path == place.manifest()) {
-        return "manifest";
+        return place.manifest() == place.target() ? "manifest" : "link";
     }
-    if (path.endsWith(u" (deleted)"_qs) || path.startsWith(place.manifest() + u'.')) {
+    if (path == place.target()) {
+        return "target";
+    }
+    if (path.endsWith(u" (deleted)"_qs) || path.startsWith(place.target() + u'.')
+        || path.startsWith(place.manifest() + u'.')) {
         return "temporary";
     }
     return path.mid(place.path().size() + 1).toUtf8();
@@ -208,7 +241,8 @@ Failure failureIn(const Place& place, const std::vector<FaultyCalls::Call>& made
         const int number = ++callsOfKind[kind];
         if (++callsOfName[call.name] == fault.first && call.name == fault.call && fault.error > 0
             && !(fault.error == EINTR && isRetried(call.name))) {
-            return {kind + ' ' + QByteArray::number(number), path, fault.error};
+            return {kind + ' ' + QByteArray::number(number), path, fault.error,
+                metBy("make", made).startsWith("EOPNOTSUPP")};
         }
     }
     return {};
@@ -224,22 +258,51 @@ enum class Consequence {
     Unnoticed,
     PermissionsLost,
     OwnersPermissions,
-    ComplaintOfQt,
+    PermissionsOfANewFile,
+    /// The new file takes the place of the link, and the one that the link points to is what it was before.
+    LinkReplaced,
+    ComplaintOfThePosition,
+    ComplaintOfTheName,
 };
+
+/// A failure counted without the first call of a kind, which is made before the save.
+Failure withoutFirst(const QByteArray& kind, Failure failure)
+{
+    if (failure.call.startsWith(kind + ' ')) {
+        failure.call = kind + ' ' + QByteArray::number(failure.call.mid(kind.size()).toInt() - 1);
+    }
+    return failure;
+}
+
+mode_t modeOfNewFile()
+{
+    const mode_t mask = umask(0);
+    umask(mask);
+    return 0666 & ~mask;
+}
 
 Consequence consequenceOfSaving(const Failure& failure)
 {
-    static const QMap<QByteArray, Consequence> consequences {
+    const QMap<QByteArray, Consequence> consequences {
         {"make folder 1", Consequence::NotOpened},
         {"make temporary 1", Consequence::NotOpened},
         // Whether what is to be replaced may be written to.
         {"access manifest 2", Consequence::NotOpened},
+        {"access link 2", Consequence::NotOpened},
+        // Whether it is a link, where that points, and whether there is one more link.
+        {"stat link 2", Consequence::LinkReplaced},
+        // Without a name to rename to, Qt complains; a link just fails.
+        {"readlink link 1", failure.isNamed ? Consequence::ComplaintOfTheName : Consequence::Unnoticed},
+        {"stat target 1", Consequence::PermissionsOfANewFile},
         // Which permissions the new file is to have, and giving them to it.
         {"stat manifest 3", Consequence::PermissionsLost},
+        {"stat target 2", Consequence::PermissionsLost},
         {"chmod temporary 1", Consequence::OwnersPermissions},
-        {"seek temporary 1", Consequence::ComplaintOfQt},
+        {"seek temporary 1", Consequence::ComplaintOfThePosition},
         {"link manifest 1", Consequence::Unnoticed},
+        {"link target 1", Consequence::Unnoticed},
         {"rename manifest 1", Consequence::Unnoticed},
+        {"rename target 1", Consequence::Unnoticed},
     };
     if (failure.call.startsWith("write ")) {
         return Consequence::NotWritten;
@@ -247,10 +310,13 @@ Consequence consequenceOfSaving(const Failure& failure)
     return consequences.value(failure.call, Consequence::None);
 }
 
-Message complaintOfQt()
+Message complaintOfQt(const QString& text)
 {
-    return {QtWarningMsg, u"QFile::at: Cannot set file position 0"_qs, {}, {}, u"default"_qs, false};
+    return {QtWarningMsg, text, {}, {}, u"default"_qs, false};
 }
+
+const QString complaintOfThePosition = u"QFile::at: Cannot set file position 0"_qs;
+const QString complaintOfTheName = u"Empty filename passed to function"_qs;
 
 /// `result` as it is when nothing goes wrong, changed by what went wrong at the save.
 Result withConsequence(Result result, Consequence consequence, const Result& before, const Messages& messages)
@@ -273,9 +339,21 @@ Result withConsequence(Result result, Consequence consequence, const Result& bef
     case Consequence::OwnersPermissions:
         result.mode = 0600;
         break;
-    case Consequence::ComplaintOfQt:
-        result.messages.append(complaintOfQt());
+    case Consequence::PermissionsOfANewFile:
+        result.mode = modeOfNewFile();
         break;
+    case Consequence::LinkReplaced:
+        result.isLink = false;
+        result.target = before.content;
+        break;
+    case Consequence::ComplaintOfThePosition:
+        result.messages.append(complaintOfQt(complaintOfThePosition));
+        break;
+    case Consequence::ComplaintOfTheName:
+        return withConsequence(result, Consequence::NotWritten, before, {complaintOfQt(complaintOfTheName)});
+    }
+    if (result.isLink) {
+        result.target = result.content;
     }
     return result;
 }
@@ -305,11 +383,18 @@ public:
         const Place& place, const Failure& failure, const std::vector<FaultyCalls::Call>& made) const = 0;
 
     bool large = false;
+    /// The manifest is a symbolic link.
+    bool linked = false;
 
 protected:
     QString text() const
     {
         return QString(large ? 40000 : 20, u'x');
+    }
+    /// What is asked for by the name of the manifest.
+    QByteArray named() const
+    {
+        return linked ? "link" : "manifest";
     }
 };
 
@@ -334,17 +419,17 @@ public:
         const Place& place, const Failure& failure, const std::vector<FaultyCalls::Call>& made) const override
     {
         const auto loading = "void ConfigurationManifestHandler::parseManifestFile()";
-        Result result {true, {}, content, content, previousMode};
-        if (failure.call == "access manifest 1") {
+        Result result {true, {}, content, content, previousMode, linked, linked ? content : QByteArray()};
+        if (failure.call == "access " + named() + " 1") {
             result.messages = {warning(u"Cannot find configuration manifest file!"_qs, loading)};
-        } else if (failure.call == "stat manifest 1") {
+        } else if (failure.call == "stat " + named() + " 1") {
             result.messages = {warning(u"Configuration manifest file does not exist!"_qs, loading)};
-        } else if (failure.call == "open manifest 1") {
+        } else if (failure.call == "open " + named() + " 1") {
             result.messages = {warning(
                 u"Cannot open configuration manifest file for reading: \"%1\" !"_qs.arg(place.manifest()), loading)};
         } else if (failure.call.startsWith("read ")) {
             QJsonParseError error;
-            QJsonDocument::fromJson(readOf(place.manifest(), content, made), &error);
+            QJsonDocument::fromJson(readOf(place.target(), content, made), &error);
             if (error.error != QJsonParseError::NoError) {
                 result.messages = {
                     warning(u"Error on paring configuration manifest file content to Json: \"%1\" !"_qs.arg(
@@ -382,16 +467,11 @@ public:
     Result expected(const Place& place, const Failure& failure, const std::vector<FaultyCalls::Call>&) const override
     {
         const QByteArray content = compact({with(node(u"previous"_qs), u"text"_qs, text())});
-        Failure ofTheSave = failure;
-        Consequence consequence = Consequence::None;
         // The handler asks for the file once before the save does.
-        if (failure.call == "access manifest 1") {
-            consequence = Consequence::NotFound;
-        } else {
-            ofTheSave.call.replace("access manifest 3", "access manifest 2");
-            consequence = failure.call == "access manifest 2" ? Consequence::None : consequenceOfSaving(ofTheSave);
-        }
-        return withConsequence({true, {}, content, content, previousMode}, consequence,
+        const Failure ofTheSave = withoutFirst("access " + named(), failure);
+        const Consequence consequence =
+            ofTheSave.call.endsWith(" 0") ? Consequence::NotFound : consequenceOfSaving(ofTheSave);
+        return withConsequence({true, {}, content, content, previousMode, linked}, consequence,
             {true, {}, {}, previous, previousMode}, messagesOf(consequence, place));
     }
 
@@ -448,17 +528,18 @@ public:
     Result expected(
         const Place& place, const Failure& failure, const std::vector<FaultyCalls::Call>& made) const override
     {
-        const mode_t mask = umask(0);
-        umask(mask);
-        const Result before {true, {}, {}, replaces ? previous : QByteArray(), replaces ? previousMode : 0};
+        const Result before {true, {}, {}, replaces ? previous : QByteArray(), replaces ? previousMode : 0, linked,
+            linked ? previous : QByteArray()};
         Scan scan {place, failure, made, {}};
         if (scan.namesIn(QString()).isEmpty()) {
             return before;
         }
         const QByteArray content = compact(elementsOf(QString(), scan));
-        const Consequence consequence = consequenceOfSaving(failure);
-        Result result = withConsequence({true, scan.messages, {}, content, replaces ? previousMode : 0666 & ~mask},
-            consequence, before, messagesOf(consequence, place, content, made));
+        // The listing looks at what is a link.
+        const Consequence consequence = consequenceOfSaving(withoutFirst("stat link", failure));
+        Result result =
+            withConsequence({true, scan.messages, {}, content, replaces ? previousMode : modeOfNewFile(), linked},
+                consequence, before, messagesOf(consequence, place, content, made));
         result.value = consequence != Consequence::NotOpened && consequence != Consequence::NotWritten;
         return result;
     }
@@ -621,7 +702,7 @@ struct Run {
 
 Run runOnce(Operation& operation, const std::vector<Fault>& faults)
 {
-    const Place place;
+    const Place place(operation.linked);
     operation.prepare(place);
     const QStringList before = everythingIn(place.path());
     const int openBefore = openFiles();
@@ -680,6 +761,9 @@ QByteArray described(const Run& run, const Result& untroubled)
     if (run.result.mode != untroubled.mode && run.result.content == untroubled.content) {
         text += ", mode " + QByteArray::number(run.result.mode, 8);
     }
+    if (run.result.isLink != untroubled.isLink) {
+        text += " in the place of the link";
+    }
     const bool isSilent = std::all_of(run.result.messages.begin(), run.result.messages.end(),
         [&](const Message& message) { return untroubled.messages.contains(message); });
     return text + (isSilent ? ", silently" : ", with a message");
@@ -704,6 +788,8 @@ private Q_SLOTS:
     void failedSeekBringsAMessageOfQt();
     void manifestThatIsReplacedWhileItIsLookedForIsMissing();
     void permissionsThatCannotBeAskedForAreLost();
+    void linkThatCannotBeLookedAtIsReplaced();
+    void linkThatCannotBeReadKeepsThePreviousManifest();
     void readErrorInAManifestIsReportedAsASyntaxError();
     void readErrorInADescriptionLeavesTheElementEmpty();
     void listingCutShortLosesTheRestSilently();
@@ -724,6 +810,7 @@ void tst_Faults::everyFailingCallHasItsConsequence_data()
     QTest::addColumn<QByteArray>("name");
     QTest::addColumn<bool>("large");
     QTest::addColumn<bool>("unnamed");
+    QTest::addColumn<bool>("linked");
     QTest::addColumn<QByteArray>("necessary");
 
     // With the calls that each one cannot do without.
@@ -731,18 +818,26 @@ void tst_Faults::everyFailingCallHasItsConsequence_data()
         const char* name;
         QSharedPointer<Operation> (*make)();
         bool unnamed;
+        bool linked;
         const char* necessary;
     } operations[] = {
-        {"load", make<Load>, true, "access stat open fstat read close"},
-        {"edit and save", make<EditAndSave>, true, "access stat make chmod fstat write seek sync link close rename"},
-        {"edit and save", make<EditAndSave>, false, "access stat make chmod fstat write seek sync close rename"},
-        {"create", make<Create, true>, true,
+        {"load", make<Load>, true, false, "access stat open fstat read close"},
+        {"load, linked", make<Load>, true, true, "access stat open fstat read close"},
+        {"save", make<EditAndSave>, true, false, "access stat make chmod fstat write seek sync link close rename"},
+        {"save", make<EditAndSave>, false, false, "access stat make chmod fstat write seek sync close rename"},
+        {"save, linked", make<EditAndSave>, true, true,
+            "access stat readlink make chmod fstat write seek sync link close rename"},
+        {"save, linked", make<EditAndSave>, false, true,
+            "access stat readlink make chmod fstat write seek sync close rename"},
+        {"create", make<Create, true>, true, false,
             "list next end open read access stat make chmod fstat write seek sync link close rename"},
-        {"create", make<Create, true>, false,
+        {"create", make<Create, true>, false, false,
             "list next end open read access stat make chmod fstat write seek sync close rename"},
-        {"create the first", make<Create, false>, true,
+        {"create, linked", make<Create, true>, true, true,
+            "list next end open read access stat readlink make chmod fstat write seek sync link close rename"},
+        {"create the first", make<Create, false>, true, false,
             "list next end open read access stat make fstat write seek sync link close"},
-        {"create the first", make<Create, false>, false,
+        {"create the first", make<Create, false>, false, false,
             "list next end open read access stat make fstat write seek sync close rename"},
     };
     for (const auto& operation : operations) {
@@ -750,7 +845,7 @@ void tst_Faults::everyFailingCallHasItsConsequence_data()
             QTest::addRow("%s, %s, %s", operation.name, large ? "large" : "small",
                 operation.unnamed ? "unnamed temporary file" : "named temporary file")
                 << Operations(operation.make) << QByteArray(operation.name) << large << operation.unnamed
-                << QByteArray(operation.necessary);
+                << operation.linked << QByteArray(operation.necessary);
         }
     }
 }
@@ -761,10 +856,12 @@ void tst_Faults::everyFailingCallHasItsConsequence()
     QFETCH(const QByteArray, name);
     QFETCH(const bool, large);
     QFETCH(const bool, unnamed);
+    QFETCH(const bool, linked);
     QFETCH(const QByteArray, necessary);
 
     const QSharedPointer<Operation> operation = operations();
     operation->large = large;
+    operation->linked = linked;
     const auto runWith = [&](const std::vector<Fault>& more) {
         std::vector<Fault> faults = faultsOfTheFileSystem(unnamed);
         faults.insert(faults.end(), more.begin(), more.end());
@@ -794,7 +891,7 @@ void tst_Faults::everyFailingCallHasItsConsequence()
             }
             met.insert(call + QByteArray(" meets ") + metBy(call, run.made));
             const bool isError = qstrcmp(trouble.name, "EINTR") != 0 && trouble.faults != failing<Fault::Short>;
-            ++table[name.leftJustified(18) + QByteArray(call).leftJustified(8)
+            ++table[name.leftJustified(18) + QByteArray(call).leftJustified(9)
                 + QByteArray(isError ? "error" : trouble.name).leftJustified(7) + described(run, untroubled.expected)];
         }
     };
@@ -911,7 +1008,7 @@ void tst_Faults::failedSeekBringsAMessageOfQt()
     EditAndSave edit;
     const Run run = runOnce(edit, {{"seek", 1, 1, EIO}});
     QCOMPARE(run.failure.call, QByteArray("seek temporary 1"));
-    QCOMPARE(run.result.messages, Messages({complaintOfQt()}));
+    QCOMPARE(run.result.messages, Messages({complaintOfQt(complaintOfThePosition)}));
     QCOMPARE(run.result.content, run.result.memory);
 }
 
@@ -932,6 +1029,29 @@ void tst_Faults::permissionsThatCannotBeAskedForAreLost()
     QCOMPARE(run.failure.call, QByteArray("stat manifest 3"));
     QCOMPARE(run.result.mode, mode_t(0));
     QCOMPARE(run.result.content, run.result.memory);
+    QCOMPARE(run.result.messages, Messages());
+}
+
+void tst_Faults::linkThatCannotBeLookedAtIsReplaced()
+{
+    EditAndSave edit;
+    edit.linked = true;
+    const Run run = runOnce(edit, {{"stat", 2, 2, EIO}});
+    QCOMPARE(run.failure.call, QByteArray("stat link 2"));
+    QVERIFY(!run.result.isLink);
+    QCOMPARE(run.result.content, run.result.memory);
+    QCOMPARE(run.result.target, previous);
+    QCOMPARE(run.result.messages, Messages());
+}
+
+void tst_Faults::linkThatCannotBeReadKeepsThePreviousManifest()
+{
+    EditAndSave edit;
+    edit.linked = true;
+    const Run run = runOnce(edit, {{"readlink", 1, 1, EIO}});
+    QVERIFY(run.result.isLink);
+    QVERIFY(run.result.memory != previous);
+    QCOMPARE(run.result.target, previous);
     QCOMPARE(run.result.messages, Messages());
 }
 

@@ -52,11 +52,26 @@ bool concerns(const Plan& plan, const std::string& path)
     return path.compare(0, length, plan.folder) == 0 && (path.size() == length || length == 0 || path[length] == '/');
 }
 
+template <typename Function>
+Function* next(Function*, const char* name)
+{
+    Function* function;
+    *reinterpret_cast<void**>(&function) = dlsym(RTLD_NEXT, name);
+    return function;
+}
+
+// The C library's own function behind the one of the same name here.
+#define NEXT(function)                                                                                                 \
+    ([] {                                                                                                              \
+        static const auto found = next(&::function, #function);                                                        \
+        return found;                                                                                                  \
+    }())
+
 std::string pathOf(int file)
 {
     char path[PATH_MAX];
     const std::string link = "/proc/self/fd/" + std::to_string(file);
-    const ssize_t length = readlink(link.c_str(), path, sizeof path);
+    const ssize_t length = NEXT(readlink)(link.c_str(), path, sizeof path);
     return std::string(path, length < 0 ? 0 : static_cast<std::size_t>(length));
 }
 
@@ -151,21 +166,6 @@ private:
     std::string path;
     int error = 0;
 };
-
-template <typename Function>
-Function* next(Function*, const char* name)
-{
-    Function* function;
-    *reinterpret_cast<void**>(&function) = dlsym(RTLD_NEXT, name);
-    return function;
-}
-
-// The C library's own function behind the one of the same name here.
-#define NEXT(function)                                                                                                 \
-    ([] {                                                                                                              \
-        static const auto found = next(&::function, #function);                                                        \
-        return found;                                                                                                  \
-    }())
 
 template <typename Subject, typename Function, typename... Arguments>
 auto attempt(const char* name, const Subject& subject, Function function, Arguments... arguments)
@@ -304,6 +304,11 @@ EXPORTED int renameat2(int fromFolder, const char* from, int toFolder, const cha
 EXPORTED int unlink(const char* path) noexcept
 {
     return attempt("unlink", path, NEXT(unlink), path);
+}
+
+EXPORTED ssize_t readlink(const char* path, char* target, size_t size) noexcept
+{
+    return attempt("readlink", path, NEXT(readlink), path, target, size);
 }
 
 EXPORTED int stat64(const char* path, struct stat64* status) noexcept
