@@ -1,5 +1,6 @@
 #include "ConfigurationManifestCreator.h"
 #include "ManifestFixture.h"
+#include "Process.h"
 #include "QuickFolder.h"
 #include "TestMain.h"
 #include "faults/FaultyCalls.h"
@@ -10,15 +11,9 @@
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
-#include <csignal>
 #include <memory>
 #include <random>
 #include <utility>
-
-#include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 namespace {
 
@@ -40,45 +35,6 @@ bool save(Handler& handler, const QJsonObject& element)
 {
     return handler.updateNode(u"state"_qs, element, true, true);
 }
-
-/// A process of its own that does something until it is killed.
-class Process {
-public:
-    template <typename Function>
-    explicit Process(const Function& function)
-        : id(fork())
-    {
-        if (id == 0) {
-            function();
-            _exit(0);
-        }
-    }
-    ~Process()
-    {
-        if (id > 0) {
-            end();
-        }
-    }
-    Q_DISABLE_COPY(Process)
-
-    void end()
-    {
-        kill(id, SIGKILL);
-        wait();
-    }
-
-    /// Whether it came to its end by itself.
-    bool wait()
-    {
-        int status = 0;
-        while (waitpid(id, &status, 0) < 0 && errno == EINTR) { }
-        id = -1;
-        return WIFEXITED(status) && WEXITSTATUS(status) == 0;
-    }
-
-private:
-    pid_t id;
-};
 
 void saveForEver(const QString& path, const QString& writer)
 {

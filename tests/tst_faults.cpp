@@ -1,15 +1,18 @@
 #include "ConfigurationManifestCreator.h"
 #include "ElementMessages.h"
 #include "ManifestFixture.h"
+#include "Process.h"
 #include "QuickFolder.h"
 #include "TestMain.h"
 #include "faults/FaultyCalls.h"
 
 #include <QtCore/QByteArrayList>
 #include <QtCore/QDir>
+#include <QtCore/QElapsedTimer>
 #include <QtCore/QJsonDocument>
 #include <QtCore/QMap>
 #include <QtCore/QSet>
+#include <QtCore/QThread>
 
 #include <algorithm>
 #include <cerrno>
@@ -729,6 +732,8 @@ Run runOnce(Operation& operation, const std::vector<Fault>& faults)
 }
 
 using Operations = std::function<QSharedPointer<Operation>()>;
+/// What comes of reading a place.
+using Reading = std::function<QJsonArray(const Place& place)>;
 
 template <typename Kind, bool... replaces>
 QSharedPointer<Operation> make()
@@ -772,6 +777,7 @@ QByteArray described(const Run& run, const Result& untroubled)
 } // namespace
 
 Q_DECLARE_METATYPE(Operations)
+Q_DECLARE_METATYPE(Reading)
 
 class tst_Faults : public QObject {
     Q_OBJECT
@@ -797,6 +803,8 @@ private Q_SLOTS:
     void folderThatCannotBeListedIsLostWithItsTree();
     void folderThatCannotBeLookedAtIsNotSaidToHaveNoDescription();
     void linkedFolderThatCanNeverBeLookedAtIsLost();
+    void pipesAreWaitedFor_data();
+    void pipesAreWaitedFor();
     void cleanupTestCase();
 
 private:
@@ -1138,6 +1146,56 @@ void tst_Faults::linkedFolderThatCanNeverBeLookedAtIsLost()
     QCOMPARE(namesIn(run.result), QStringList({u"a"_qs, u"b"_qs, u"Net"_qs}));
     // Of the folder in that one.
     QCOMPARE(run.result.messages, Messages({positionMissing()}));
+}
+
+void tst_Faults::pipesAreWaitedFor_data()
+{
+    QTest::addColumn<QString>("pipe");
+    QTest::addColumn<QByteArray>("content");
+    QTest::addColumn<Reading>("reading");
+
+    const Reading load = [](const Place& place) {
+        Handler handler(place.manifest(), QString(), QString());
+        handler.parseManifestFile();
+        return handler.getManifestJsonArray();
+    };
+    const Reading scan = [](const Place& place) {
+        return ConfigurationManifestCreator().create2(place.path(), u"configuration"_qs)
+            ? arrayFrom(readFile(place.manifest()).constData())
+            : QJsonArray();
+    };
+    const QByteArray description = R"({"labelTextId":"late","displayPosition":1,"hide":false})";
+    QTest::newRow("manifest") << manifestName << QByteArray('[' + description + ']') << load;
+    QTest::newRow("description of a folder") << u"Net/Folder.menu.json"_qs << description << scan;
+    QTest::newRow("description of a file, behind a link") << u"pipe"_qs << description << scan;
+}
+
+void tst_Faults::pipesAreWaitedFor()
+{
+    QFETCH(const QString, pipe);
+    QFETCH(const QByteArray, content);
+    QFETCH(const Reading, reading);
+    constexpr int delay = 200;
+    const Place place(false);
+    for (const QString& name : {u"Net/Folder.menu.json"_qs, u"Net/port.config.json"_qs}) {
+        writeFile(place.path(name), R"({"displayPosition":1,"hide":false})");
+    }
+    QVERIFY(QFile::link(u"pipe"_qs, place.path(u"a.config.json"_qs)));
+    QFile::remove(place.path(pipe));
+    QCOMPARE(mkfifo(qPrintable(place.path(pipe)), 0600), 0);
+
+    MessageRecorder log;
+    QElapsedTimer timer;
+    timer.start();
+    Process writer([&] {
+        QThread::msleep(delay);
+        writeFile(place.path(pipe), content);
+    });
+    const QJsonObject first = reading(place).first().toObject();
+    QVERIFY(timer.elapsed() >= delay);
+    QCOMPARE(first.value(u"labelTextId"_qs).toString(), u"late"_qs);
+    QCOMPARE(log.take(), Messages());
+    QVERIFY(writer.wait());
 }
 
 void tst_Faults::cleanupTestCase()
