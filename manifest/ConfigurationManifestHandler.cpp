@@ -156,7 +156,8 @@ void setMember(QJsonObject& object, const QString& key, const QJsonValue& curren
         return;
     }
     object.insert(key, wanted);
-    if (current.isString()) {
+    // A text, or the key of what an undefined value removes, is left behind.
+    if (current.isString() || wanted.isUndefined()) {
         object = rebuilt(object);
     }
     changed = true;

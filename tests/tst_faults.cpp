@@ -1,17 +1,23 @@
 #include "ConfigurationManifestCreator.h"
 #include "ElementMessages.h"
 #include "ManifestFixture.h"
+#include "Process.h"
 #include "QuickFolder.h"
 #include "TestMain.h"
 #include "faults/FaultyCalls.h"
 
+#include <QtCore/QByteArrayList>
 #include <QtCore/QDir>
+#include <QtCore/QElapsedTimer>
 #include <QtCore/QJsonDocument>
 #include <QtCore/QMap>
+#include <QtCore/QSet>
+#include <QtCore/QThread>
 
 #include <algorithm>
 #include <cerrno>
 #include <climits>
+#include <cstring>
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -19,6 +25,7 @@
 namespace {
 
 const QString manifestName = u"configuration.manifest.json"_qs;
+const QString targetName = u"real.json"_qs;
 const QByteArray previous = R"([{"instanceName":"previous","selectionType":"Node"}])";
 constexpr mode_t previousMode = 0640;
 
@@ -39,6 +46,7 @@ std::vector<Fault> halfThenFailing(const char* call, int number)
     return {{call, number, number, Fault::Short}, {call, number + 1, number + 1, EIO}};
 }
 
+/// Named by what a call meets, as metBy() has it.
 constexpr Trouble troubles[] = {
     {"EIO", failing<EIO>},
     {"ENOSPC", failing<ENOSPC>},
@@ -49,15 +57,36 @@ constexpr Trouble troubles[] = {
 
 constexpr Trouble troublesOfTransfers[] = {
     {"short", failing<Fault::Short>},
-    {"short, then EIO", halfThenFailing},
+    {"short, EIO", halfThenFailing},
 };
 
-constexpr const char* calls[] = {"open", "make", "read", "write", "sync", "close", "link", "rename", "unlink", "stat",
-    "access", "chmod", "seek", "list", "next", "end"};
+constexpr const char* calls[] = {"open", "make", "read", "write", "sync", "close", "link", "rename", "unlink",
+    "readlink", "stat", "fstat", "access", "chmod", "seek", "list", "next", "end"};
 
-bool isTransfer(const char* call)
+std::vector<Trouble> troublesOf(const QByteArray& call)
 {
-    return qstrcmp(call, "read") == 0 || qstrcmp(call, "write") == 0;
+    std::vector<Trouble> all(std::begin(troubles), std::end(troubles));
+    if (call == "read" || call == "write") {
+        all.insert(all.end(), std::begin(troublesOfTransfers), std::end(troublesOfTransfers));
+    }
+    return all;
+}
+
+/// The faults that took effect on the calls of a name.
+QByteArray metBy(const QByteArray& call, const std::vector<FaultyCalls::Call>& made)
+{
+    QByteArrayList faults;
+    for (const FaultyCalls::Call& one : made) {
+        if (one.name != call.toStdString()) {
+            continue;
+        }
+        if (one.error == Fault::Short) {
+            faults.append("short");
+        } else if (one.error > 0 && one.result < 0) {
+            faults.append(strerrorname_np(one.error));
+        }
+    }
+    return faults.join(", ");
 }
 
 int countOf(const std::vector<FaultyCalls::Call>& made, const char* call)
@@ -91,12 +120,15 @@ struct Result {
     /// Of the manifest file; null when there is none.
     QByteArray content;
     mode_t mode = 0;
+    /// Whether the manifest is a symbolic link, and what the file holds that it was one to; null when it never was one.
+    bool isLink = false;
+    QByteArray target = {};
 };
 
 bool operator==(const Result& a, const Result& b)
 {
     return a.value == b.value && a.messages == b.messages && a.memory == b.memory && a.content == b.content
-        && a.mode == b.mode;
+        && a.mode == b.mode && a.isLink == b.isLink && a.target == b.target;
 }
 
 char* toString(const Result& result)
@@ -104,19 +136,28 @@ char* toString(const Result& result)
     const char* const messages = toString(result.messages);
     const QByteArray text = QByteArray(result.value ? "true" : "false") + "\nmessages:\n" + messages
         + "\nmemory: " + result.memory.left(200) + "\ncontent: " + QByteArray::number(result.content.size())
-        + " bytes, " + result.content.left(400) + "\nmode: " + QByteArray::number(result.mode, 8);
+        + " bytes, " + result.content.left(400) + "\nmode: " + QByteArray::number(result.mode, 8)
+        + (result.isLink ? "\nlink to: " : "\nno link to: ") + result.target.left(400);
     delete[] messages;
     return qstrdup(text.constData());
 }
 
-/// A folder in which an operation runs once.
+/// A folder in which an operation runs once. It is the current one, so that nothing is overlooked that is left there.
 class Place {
 public:
-    Place()
+    /// `linked` makes the manifest a symbolic link to another file.
+    explicit Place(bool linked)
         : directory(quickFolder())
+        , isLinked(linked)
     {
         chmod(qPrintable(directory.path()), 0700);
+        QDir::setCurrent(directory.path());
     }
+    ~Place()
+    {
+        QDir::setCurrent(previousFolder);
+    }
+    Q_DISABLE_COPY(Place)
 
     QString path(const QString& name = {}) const
     {
@@ -126,10 +167,18 @@ public:
     {
         return path(manifestName);
     }
+    /// The file that holds the manifest.
+    QString target() const
+    {
+        return isLinked ? path(targetName) : manifest();
+    }
     void writeManifest(const QByteArray& content) const
     {
-        writeFile(manifest(), content);
-        chmod(qPrintable(manifest()), previousMode);
+        writeFile(target(), content);
+        chmod(qPrintable(target()), previousMode);
+        if (isLinked) {
+            QFile::link(targetName, manifest());
+        }
     }
     /// Reads the manifest, also one that nobody may read.
     void takeManifest(Result& result) const
@@ -140,10 +189,16 @@ public:
             chmod(qPrintable(manifest()), 0600);
             result.content = readFile(manifest());
         }
+        if (isLinked) {
+            result.isLink = QFileInfo(manifest()).isSymLink();
+            result.target = readFile(target());
+        }
     }
 
 private:
+    const QString previousFolder = QDir::currentPath();
     const QTemporaryDir directory;
+    const bool isLinked;
 };
 
 /// The call that failed, as the tables below name it: "stat manifest 2" is the second of its kind on the manifest.
@@ -151,6 +206,8 @@ struct Failure {
     QByteArray call;
     QString path;
     int error = 0;
+    /// Whether the temporary file of a save has a name all the time.
+    bool isNamed = false;
 };
 
 QByteArray subject(const Place& place, const QString& path)
@@ -159,9 +216,13 @@ QByteArray subject(const Place& place, const QString& path)
         return "folder";
     }
     if (path == place.manifest()) {
-        return "manifest";
+        return place.manifest() == place.target() ? "manifest" : "link";
     }
-    if (path.endsWith(u" (deleted)"_qs) || path.startsWith(place.manifest() + u'.')) {
+    if (path == place.target()) {
+        return "target";
+    }
+    if (path.endsWith(u" (deleted)"_qs) || path.startsWith(place.target() + u'.')
+        || path.startsWith(place.manifest() + u'.')) {
         return "temporary";
     }
     return path.mid(place.path().size() + 1).toUtf8();
@@ -183,7 +244,8 @@ Failure failureIn(const Place& place, const std::vector<FaultyCalls::Call>& made
         const int number = ++callsOfKind[kind];
         if (++callsOfName[call.name] == fault.first && call.name == fault.call && fault.error > 0
             && !(fault.error == EINTR && isRetried(call.name))) {
-            return {kind + ' ' + QByteArray::number(number), path, fault.error};
+            return {kind + ' ' + QByteArray::number(number), path, fault.error,
+                metBy("make", made).startsWith("EOPNOTSUPP")};
         }
     }
     return {};
@@ -199,22 +261,51 @@ enum class Consequence {
     Unnoticed,
     PermissionsLost,
     OwnersPermissions,
-    ComplaintOfQt,
+    PermissionsOfANewFile,
+    /// The new file takes the place of the link, and the one that the link points to is what it was before.
+    LinkReplaced,
+    ComplaintOfThePosition,
+    ComplaintOfTheName,
 };
+
+/// A failure counted without the first call of a kind, which is made before the save.
+Failure withoutFirst(const QByteArray& kind, Failure failure)
+{
+    if (failure.call.startsWith(kind + ' ')) {
+        failure.call = kind + ' ' + QByteArray::number(failure.call.mid(kind.size()).toInt() - 1);
+    }
+    return failure;
+}
+
+mode_t modeOfNewFile()
+{
+    const mode_t mask = umask(0);
+    umask(mask);
+    return 0666 & ~mask;
+}
 
 Consequence consequenceOfSaving(const Failure& failure)
 {
-    static const QMap<QByteArray, Consequence> consequences {
+    const QMap<QByteArray, Consequence> consequences {
         {"make folder 1", Consequence::NotOpened},
         {"make temporary 1", Consequence::NotOpened},
         // Whether what is to be replaced may be written to.
         {"access manifest 2", Consequence::NotOpened},
+        {"access link 2", Consequence::NotOpened},
+        // Whether it is a link, where that points, and whether there is one more link.
+        {"stat link 2", Consequence::LinkReplaced},
+        // Without a name to rename to, Qt complains; a link just fails.
+        {"readlink link 1", failure.isNamed ? Consequence::ComplaintOfTheName : Consequence::Unnoticed},
+        {"stat target 1", Consequence::PermissionsOfANewFile},
         // Which permissions the new file is to have, and giving them to it.
         {"stat manifest 3", Consequence::PermissionsLost},
+        {"stat target 2", Consequence::PermissionsLost},
         {"chmod temporary 1", Consequence::OwnersPermissions},
-        {"seek temporary 1", Consequence::ComplaintOfQt},
+        {"seek temporary 1", Consequence::ComplaintOfThePosition},
         {"link manifest 1", Consequence::Unnoticed},
+        {"link target 1", Consequence::Unnoticed},
         {"rename manifest 1", Consequence::Unnoticed},
+        {"rename target 1", Consequence::Unnoticed},
     };
     if (failure.call.startsWith("write ")) {
         return Consequence::NotWritten;
@@ -222,10 +313,13 @@ Consequence consequenceOfSaving(const Failure& failure)
     return consequences.value(failure.call, Consequence::None);
 }
 
-Message complaintOfQt()
+Message complaintOfQt(const QString& text)
 {
-    return {QtWarningMsg, u"QFile::at: Cannot set file position 0"_qs, {}, {}, u"default"_qs, false};
+    return {QtWarningMsg, text, {}, {}, u"default"_qs, false};
 }
+
+const QString complaintOfThePosition = u"QFile::at: Cannot set file position 0"_qs;
+const QString complaintOfTheName = u"Empty filename passed to function"_qs;
 
 /// `result` as it is when nothing goes wrong, changed by what went wrong at the save.
 Result withConsequence(Result result, Consequence consequence, const Result& before, const Messages& messages)
@@ -248,9 +342,21 @@ Result withConsequence(Result result, Consequence consequence, const Result& bef
     case Consequence::OwnersPermissions:
         result.mode = 0600;
         break;
-    case Consequence::ComplaintOfQt:
-        result.messages.append(complaintOfQt());
+    case Consequence::PermissionsOfANewFile:
+        result.mode = modeOfNewFile();
         break;
+    case Consequence::LinkReplaced:
+        result.isLink = false;
+        result.target = before.content;
+        break;
+    case Consequence::ComplaintOfThePosition:
+        result.messages.append(complaintOfQt(complaintOfThePosition));
+        break;
+    case Consequence::ComplaintOfTheName:
+        return withConsequence(result, Consequence::NotWritten, before, {complaintOfQt(complaintOfTheName)});
+    }
+    if (result.isLink) {
+        result.target = result.content;
     }
     return result;
 }
@@ -280,11 +386,18 @@ public:
         const Place& place, const Failure& failure, const std::vector<FaultyCalls::Call>& made) const = 0;
 
     bool large = false;
+    /// The manifest is a symbolic link.
+    bool linked = false;
 
 protected:
     QString text() const
     {
         return QString(large ? 40000 : 20, u'x');
+    }
+    /// What is asked for by the name of the manifest.
+    QByteArray named() const
+    {
+        return linked ? "link" : "manifest";
     }
 };
 
@@ -309,17 +422,17 @@ public:
         const Place& place, const Failure& failure, const std::vector<FaultyCalls::Call>& made) const override
     {
         const auto loading = "void ConfigurationManifestHandler::parseManifestFile()";
-        Result result {true, {}, content, content, previousMode};
-        if (failure.call == "access manifest 1") {
+        Result result {true, {}, content, content, previousMode, linked, linked ? content : QByteArray()};
+        if (failure.call == "access " + named() + " 1") {
             result.messages = {warning(u"Cannot find configuration manifest file!"_qs, loading)};
-        } else if (failure.call == "stat manifest 1") {
+        } else if (failure.call == "stat " + named() + " 1") {
             result.messages = {warning(u"Configuration manifest file does not exist!"_qs, loading)};
-        } else if (failure.call == "open manifest 1") {
+        } else if (failure.call == "open " + named() + " 1") {
             result.messages = {warning(
                 u"Cannot open configuration manifest file for reading: \"%1\" !"_qs.arg(place.manifest()), loading)};
         } else if (failure.call.startsWith("read ")) {
             QJsonParseError error;
-            QJsonDocument::fromJson(readOf(place.manifest(), content, made), &error);
+            QJsonDocument::fromJson(readOf(place.target(), content, made), &error);
             if (error.error != QJsonParseError::NoError) {
                 result.messages = {
                     warning(u"Error on paring configuration manifest file content to Json: \"%1\" !"_qs.arg(
@@ -357,16 +470,11 @@ public:
     Result expected(const Place& place, const Failure& failure, const std::vector<FaultyCalls::Call>&) const override
     {
         const QByteArray content = compact({with(node(u"previous"_qs), u"text"_qs, text())});
-        Failure ofTheSave = failure;
-        Consequence consequence = Consequence::None;
         // The handler asks for the file once before the save does.
-        if (failure.call == "access manifest 1") {
-            consequence = Consequence::NotFound;
-        } else {
-            ofTheSave.call.replace("access manifest 3", "access manifest 2");
-            consequence = failure.call == "access manifest 2" ? Consequence::None : consequenceOfSaving(ofTheSave);
-        }
-        return withConsequence({true, {}, content, content, previousMode}, consequence,
+        const Failure ofTheSave = withoutFirst("access " + named(), failure);
+        const Consequence consequence =
+            ofTheSave.call.endsWith(" 0") ? Consequence::NotFound : consequenceOfSaving(ofTheSave);
+        return withConsequence({true, {}, content, content, previousMode, linked}, consequence,
             {true, {}, {}, previous, previousMode}, messagesOf(consequence, place));
     }
 
@@ -423,17 +531,18 @@ public:
     Result expected(
         const Place& place, const Failure& failure, const std::vector<FaultyCalls::Call>& made) const override
     {
-        const mode_t mask = umask(0);
-        umask(mask);
-        const Result before {true, {}, {}, replaces ? previous : QByteArray(), replaces ? previousMode : 0};
+        const Result before {true, {}, {}, replaces ? previous : QByteArray(), replaces ? previousMode : 0, linked,
+            linked ? previous : QByteArray()};
         Scan scan {place, failure, made, {}};
         if (scan.namesIn(QString()).isEmpty()) {
             return before;
         }
         const QByteArray content = compact(elementsOf(QString(), scan));
-        const Consequence consequence = consequenceOfSaving(failure);
-        Result result = withConsequence({true, scan.messages, {}, content, replaces ? previousMode : 0666 & ~mask},
-            consequence, before, messagesOf(consequence, place, content, made));
+        // The listing looks at what is a link.
+        const Consequence consequence = consequenceOfSaving(withoutFirst("stat link", failure));
+        Result result =
+            withConsequence({true, scan.messages, {}, content, replaces ? previousMode : modeOfNewFile(), linked},
+                consequence, before, messagesOf(consequence, place, content, made));
         result.value = consequence != Consequence::NotOpened && consequence != Consequence::NotWritten;
         return result;
     }
@@ -596,7 +705,7 @@ struct Run {
 
 Run runOnce(Operation& operation, const std::vector<Fault>& faults)
 {
-    const Place place;
+    const Place place(operation.linked);
     operation.prepare(place);
     const QStringList before = everythingIn(place.path());
     const int openBefore = openFiles();
@@ -623,6 +732,8 @@ Run runOnce(Operation& operation, const std::vector<Fault>& faults)
 }
 
 using Operations = std::function<QSharedPointer<Operation>()>;
+/// What comes of reading a place.
+using Reading = std::function<QJsonArray(const Place& place)>;
 
 template <typename Kind, bool... replaces>
 QSharedPointer<Operation> make()
@@ -655,6 +766,9 @@ QByteArray described(const Run& run, const Result& untroubled)
     if (run.result.mode != untroubled.mode && run.result.content == untroubled.content) {
         text += ", mode " + QByteArray::number(run.result.mode, 8);
     }
+    if (run.result.isLink != untroubled.isLink) {
+        text += " in the place of the link";
+    }
     const bool isSilent = std::all_of(run.result.messages.begin(), run.result.messages.end(),
         [&](const Message& message) { return untroubled.messages.contains(message); });
     return text + (isSilent ? ", silently" : ", with a message");
@@ -663,6 +777,7 @@ QByteArray described(const Run& run, const Result& untroubled)
 } // namespace
 
 Q_DECLARE_METATYPE(Operations)
+Q_DECLARE_METATYPE(Reading)
 
 class tst_Faults : public QObject {
     Q_OBJECT
@@ -679,6 +794,8 @@ private Q_SLOTS:
     void failedSeekBringsAMessageOfQt();
     void manifestThatIsReplacedWhileItIsLookedForIsMissing();
     void permissionsThatCannotBeAskedForAreLost();
+    void linkThatCannotBeLookedAtIsReplaced();
+    void linkThatCannotBeReadKeepsThePreviousManifest();
     void readErrorInAManifestIsReportedAsASyntaxError();
     void readErrorInADescriptionLeavesTheElementEmpty();
     void listingCutShortLosesTheRestSilently();
@@ -686,6 +803,8 @@ private Q_SLOTS:
     void folderThatCannotBeListedIsLostWithItsTree();
     void folderThatCannotBeLookedAtIsNotSaidToHaveNoDescription();
     void linkedFolderThatCanNeverBeLookedAtIsLost();
+    void pipesAreWaitedFor_data();
+    void pipesAreWaitedFor();
     void cleanupTestCase();
 
 private:
@@ -699,6 +818,7 @@ void tst_Faults::everyFailingCallHasItsConsequence_data()
     QTest::addColumn<QByteArray>("name");
     QTest::addColumn<bool>("large");
     QTest::addColumn<bool>("unnamed");
+    QTest::addColumn<bool>("linked");
     QTest::addColumn<QByteArray>("necessary");
 
     // With the calls that each one cannot do without.
@@ -706,26 +826,34 @@ void tst_Faults::everyFailingCallHasItsConsequence_data()
         const char* name;
         QSharedPointer<Operation> (*make)();
         bool unnamed;
+        bool linked;
         const char* necessary;
     } operations[] = {
-        {"load", make<Load>, true, "access stat open read close"},
-        {"edit and save", make<EditAndSave>, true, "access stat make chmod write seek sync link close rename"},
-        {"edit and save", make<EditAndSave>, false, "access stat make chmod write seek sync close rename"},
-        {"create", make<Create, true>, true,
-            "list next end open read access stat make chmod write seek sync link close rename"},
-        {"create", make<Create, true>, false,
-            "list next end open read access stat make chmod write seek sync close rename"},
-        {"create the first", make<Create, false>, true,
-            "list next end open read access stat make write seek sync link close"},
-        {"create the first", make<Create, false>, false,
-            "list next end open read access stat make write seek sync close rename"},
+        {"load", make<Load>, true, false, "access stat open fstat read close"},
+        {"load, linked", make<Load>, true, true, "access stat open fstat read close"},
+        {"save", make<EditAndSave>, true, false, "access stat make chmod fstat write seek sync link close rename"},
+        {"save", make<EditAndSave>, false, false, "access stat make chmod fstat write seek sync close rename"},
+        {"save, linked", make<EditAndSave>, true, true,
+            "access stat readlink make chmod fstat write seek sync link close rename"},
+        {"save, linked", make<EditAndSave>, false, true,
+            "access stat readlink make chmod fstat write seek sync close rename"},
+        {"create", make<Create, true>, true, false,
+            "list next end open read access stat make chmod fstat write seek sync link close rename"},
+        {"create", make<Create, true>, false, false,
+            "list next end open read access stat make chmod fstat write seek sync close rename"},
+        {"create, linked", make<Create, true>, true, true,
+            "list next end open read access stat readlink make chmod fstat write seek sync link close rename"},
+        {"create the first", make<Create, false>, true, false,
+            "list next end open read access stat make fstat write seek sync link close"},
+        {"create the first", make<Create, false>, false, false,
+            "list next end open read access stat make fstat write seek sync close rename"},
     };
     for (const auto& operation : operations) {
         for (const bool large : {false, true}) {
             QTest::addRow("%s, %s, %s", operation.name, large ? "large" : "small",
                 operation.unnamed ? "unnamed temporary file" : "named temporary file")
                 << Operations(operation.make) << QByteArray(operation.name) << large << operation.unnamed
-                << QByteArray(operation.necessary);
+                << operation.linked << QByteArray(operation.necessary);
         }
     }
 }
@@ -736,10 +864,12 @@ void tst_Faults::everyFailingCallHasItsConsequence()
     QFETCH(const QByteArray, name);
     QFETCH(const bool, large);
     QFETCH(const bool, unnamed);
+    QFETCH(const bool, linked);
     QFETCH(const QByteArray, necessary);
 
     const QSharedPointer<Operation> operation = operations();
     operation->large = large;
+    operation->linked = linked;
     const auto runWith = [&](const std::vector<Fault>& more) {
         std::vector<Fault> faults = faultsOfTheFileSystem(unnamed);
         faults.insert(faults.end(), more.begin(), more.end());
@@ -750,6 +880,7 @@ void tst_Faults::everyFailingCallHasItsConsequence()
         QVERIFY2(countOf(untroubled.made, call.constData()) > 0, call.constData());
     }
 
+    QSet<QByteArray> met;
     const auto tryOn = [&](const char* call, const Trouble& trouble) {
         for (int number = 1;; ++number) {
             const Run run = runWith(trouble.faults(call, number));
@@ -766,20 +897,22 @@ void tst_Faults::everyFailingCallHasItsConsequence()
             if (countOf(run.made, call) < number) {
                 return;
             }
+            met.insert(call + QByteArray(" meets ") + metBy(call, run.made));
             const bool isError = qstrcmp(trouble.name, "EINTR") != 0 && trouble.faults != failing<Fault::Short>;
-            ++table[name.leftJustified(18) + QByteArray(call).leftJustified(8)
+            ++table[name.leftJustified(18) + QByteArray(call).leftJustified(9)
                 + QByteArray(isError ? "error" : trouble.name).leftJustified(7) + described(run, untroubled.expected)];
         }
     };
 
     for (const char* const call : calls) {
-        for (const Trouble& trouble : troubles) {
+        for (const Trouble& trouble : troublesOf(call)) {
             tryOn(call, trouble);
         }
-        if (isTransfer(call)) {
-            for (const Trouble& trouble : troublesOfTransfers) {
-                tryOn(call, trouble);
-            }
+    }
+    for (const QByteArray& call : necessary.split(' ')) {
+        for (const Trouble& trouble : troublesOf(call)) {
+            const QByteArray wanted = call + " meets " + trouble.name;
+            QVERIFY2(met.contains(wanted), wanted.constData());
         }
     }
 }
@@ -883,7 +1016,7 @@ void tst_Faults::failedSeekBringsAMessageOfQt()
     EditAndSave edit;
     const Run run = runOnce(edit, {{"seek", 1, 1, EIO}});
     QCOMPARE(run.failure.call, QByteArray("seek temporary 1"));
-    QCOMPARE(run.result.messages, Messages({complaintOfQt()}));
+    QCOMPARE(run.result.messages, Messages({complaintOfQt(complaintOfThePosition)}));
     QCOMPARE(run.result.content, run.result.memory);
 }
 
@@ -904,6 +1037,29 @@ void tst_Faults::permissionsThatCannotBeAskedForAreLost()
     QCOMPARE(run.failure.call, QByteArray("stat manifest 3"));
     QCOMPARE(run.result.mode, mode_t(0));
     QCOMPARE(run.result.content, run.result.memory);
+    QCOMPARE(run.result.messages, Messages());
+}
+
+void tst_Faults::linkThatCannotBeLookedAtIsReplaced()
+{
+    EditAndSave edit;
+    edit.linked = true;
+    const Run run = runOnce(edit, {{"stat", 2, 2, EIO}});
+    QCOMPARE(run.failure.call, QByteArray("stat link 2"));
+    QVERIFY(!run.result.isLink);
+    QCOMPARE(run.result.content, run.result.memory);
+    QCOMPARE(run.result.target, previous);
+    QCOMPARE(run.result.messages, Messages());
+}
+
+void tst_Faults::linkThatCannotBeReadKeepsThePreviousManifest()
+{
+    EditAndSave edit;
+    edit.linked = true;
+    const Run run = runOnce(edit, {{"readlink", 1, 1, EIO}});
+    QVERIFY(run.result.isLink);
+    QVERIFY(run.result.memory != previous);
+    QCOMPARE(run.result.target, previous);
     QCOMPARE(run.result.messages, Messages());
 }
 
@@ -990,6 +1146,56 @@ void tst_Faults::linkedFolderThatCanNeverBeLookedAtIsLost()
     QCOMPARE(namesIn(run.result), QStringList({u"a"_qs, u"b"_qs, u"Net"_qs}));
     // Of the folder in that one.
     QCOMPARE(run.result.messages, Messages({positionMissing()}));
+}
+
+void tst_Faults::pipesAreWaitedFor_data()
+{
+    QTest::addColumn<QString>("pipe");
+    QTest::addColumn<QByteArray>("content");
+    QTest::addColumn<Reading>("reading");
+
+    const Reading load = [](const Place& place) {
+        Handler handler(place.manifest(), QString(), QString());
+        handler.parseManifestFile();
+        return handler.getManifestJsonArray();
+    };
+    const Reading scan = [](const Place& place) {
+        return ConfigurationManifestCreator().create2(place.path(), u"configuration"_qs)
+            ? arrayFrom(readFile(place.manifest()).constData())
+            : QJsonArray();
+    };
+    const QByteArray description = R"({"labelTextId":"late","displayPosition":1,"hide":false})";
+    QTest::newRow("manifest") << manifestName << QByteArray('[' + description + ']') << load;
+    QTest::newRow("description of a folder") << u"Net/Folder.menu.json"_qs << description << scan;
+    QTest::newRow("description of a file, behind a link") << u"pipe"_qs << description << scan;
+}
+
+void tst_Faults::pipesAreWaitedFor()
+{
+    QFETCH(const QString, pipe);
+    QFETCH(const QByteArray, content);
+    QFETCH(const Reading, reading);
+    constexpr int delay = 200;
+    const Place place(false);
+    for (const QString& name : {u"Net/Folder.menu.json"_qs, u"Net/port.config.json"_qs}) {
+        writeFile(place.path(name), R"({"displayPosition":1,"hide":false})");
+    }
+    QVERIFY(QFile::link(u"pipe"_qs, place.path(u"a.config.json"_qs)));
+    QFile::remove(place.path(pipe));
+    QCOMPARE(mkfifo(qPrintable(place.path(pipe)), 0600), 0);
+
+    MessageRecorder log;
+    QElapsedTimer timer;
+    timer.start();
+    Process writer([&] {
+        QThread::msleep(delay);
+        writeFile(place.path(pipe), content);
+    });
+    const QJsonObject first = reading(place).first().toObject();
+    QVERIFY(timer.elapsed() >= delay);
+    QCOMPARE(first.value(u"labelTextId"_qs).toString(), u"late"_qs);
+    QCOMPARE(log.take(), Messages());
+    QVERIFY(writer.wait());
 }
 
 void tst_Faults::cleanupTestCase()

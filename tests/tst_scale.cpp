@@ -4,6 +4,7 @@
 #include "ManifestFixture.h"
 #include "QuickFolder.h"
 #include "TestMain.h"
+#include "faults/FaultyCalls.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QElapsedTimer>
@@ -30,9 +31,9 @@ Message tooDeep()
         "void ConfigurationManifestHandler::parseManifestFile(const QByteArray&)");
 }
 
-bool create(const QString& folder)
+bool create(const QString& folder, const QString& scheme = u"configuration"_qs)
 {
-    return ConfigurationManifestCreator().create2(folder, u"configuration"_qs);
+    return ConfigurationManifestCreator().create2(folder, scheme);
 }
 
 QByteArray nested(int levels)
@@ -98,8 +99,8 @@ private Q_SLOTS:
     void deepDescriptions();
     void savesUnderLongNames_data();
     void savesUnderLongNames();
-    void creationsUnderLongPaths_data();
-    void creationsUnderLongPaths();
+    void creationsUnderLongNames_data();
+    void creationsUnderLongNames();
 };
 
 void tst_Scale::hundredThousandDescriptionsInOneFolder()
@@ -285,27 +286,54 @@ void tst_Scale::deepDescriptions()
     }
 }
 
+namespace {
+
+constexpr int longestPath = PATH_MAX - 1;
+// A temporary file takes its name from the manifest, with a dot and six letters.
+constexpr int more = 7;
+
+/// What a manifest can be called; `hasRoom` when its temporary file can have a name, too.
+constexpr struct {
+    const char* name;
+    int folderLength;
+    int nameLength;
+    bool hasRoom;
+} longNames[] = {
+    {"longest name", 300, NAME_MAX - more, true},
+    {"too long for the temporary file's name", 300, NAME_MAX - more + 1, false},
+    {"longest name of a file", 300, NAME_MAX, false},
+    {"longest path", longestPath - more - 31, 30, true},
+    {"too long for the temporary file's path", longestPath - more - 30, 30, false},
+    {"longest path of a file", longestPath - 31, 30, false},
+};
+
+const char* kindOfTemporaryFile(bool unnamed)
+{
+    return unnamed ? "unnamed temporary file" : "named temporary file";
+}
+
+} // namespace
+
 void tst_Scale::savesUnderLongNames_data()
 {
     QTest::addColumn<int>("folderLength");
     QTest::addColumn<int>("nameLength");
+    QTest::addColumn<bool>("unnamed");
     QTest::addColumn<bool>("isSaved");
 
-    // A temporary file takes its name from the manifest, with a dot and six letters.
-    constexpr int more = 7;
-    constexpr int longestPath = PATH_MAX - 1;
-    QTest::newRow("longest name") << 300 << NAME_MAX - more << true;
-    QTest::newRow("too long for the temporary file's name") << 300 << NAME_MAX - more + 1 << false;
-    QTest::newRow("longest name of a file") << 300 << NAME_MAX << false;
-    QTest::newRow("longest path") << longestPath - more - 11 << 10 << true;
-    QTest::newRow("too long for the temporary file's path") << longestPath - more - 10 << 10 << false;
-    QTest::newRow("longest path of a file") << longestPath - 11 << 10 << false;
+    for (const auto& manifest : longNames) {
+        for (const bool unnamed : {true, false}) {
+            QTest::addRow("%s, %s", manifest.name, kindOfTemporaryFile(unnamed))
+                << manifest.folderLength << manifest.nameLength << unnamed << manifest.hasRoom;
+        }
+    }
 }
 
 void tst_Scale::savesUnderLongNames()
 {
     QFETCH(const int, folderLength);
     QFETCH(const int, nameLength);
+    QFETCH(const bool, unnamed);
     QFETCH(const bool, isSaved);
     const QTemporaryDir directory(quickFolder());
     const QString folder = longFolder(directory.path(), folderLength);
@@ -314,45 +342,70 @@ void tst_Scale::savesUnderLongNames()
     const QByteArray content = compact({node(u"a"_qs)});
     writeFile(path, content);
 
-    const MessageRecorder log;
+    MessageRecorder log;
     Handler handler(path, QString(), QString());
     handler.parseManifestFile();
-    QVERIFY(handler.setProperty(u"a"_qs, u"key"_qs, 1, true));
+    {
+        const FaultyCalls faulty(folder.toStdString(), faultsOfTheFileSystem(unnamed));
+        QVERIFY(handler.setProperty(u"a"_qs, u"key"_qs, 1, true));
+    }
+    // A file without a name meets the limit when it is too late to tell.
+    QCOMPARE(log.take(), isSaved || unnamed ? Messages() : Messages({fileCannotBeWritten(path)}));
     QCOMPARE(readFile(path), isSaved ? handler.getManifestContent() : content);
     QCOMPARE(everythingIn(folder), QStringList(name));
 }
 
-void tst_Scale::creationsUnderLongPaths_data()
+void tst_Scale::creationsUnderLongNames_data()
 {
-    QTest::addColumn<int>("manifestLength");
+    QTest::addColumn<int>("folderLength");
+    QTest::addColumn<int>("nameLength");
+    QTest::addColumn<bool>("unnamed");
     QTest::addColumn<bool>("isMade");
     QTest::addColumn<bool>("isReplaced");
 
-    constexpr int longest = PATH_MAX - 1;
-    QTest::newRow("longest") << longest - 7 << true << true;
-    QTest::newRow("too long for the temporary file's path") << longest - 6 << true << false;
-    QTest::newRow("longest path of a file") << longest << true << false;
-    QTest::newRow("too long") << longest + 1 << false << false;
+    for (const bool unnamed : {true, false}) {
+        for (const auto& manifest : longNames) {
+            QTest::addRow("%s, %s", manifest.name, kindOfTemporaryFile(unnamed))
+                << manifest.folderLength << manifest.nameLength << unnamed << (manifest.hasRoom || unnamed)
+                << manifest.hasRoom;
+        }
+        QTest::addRow("too long a name, %s", kindOfTemporaryFile(unnamed))
+            << 300 << NAME_MAX + 1 << unnamed << false << false;
+        QTest::addRow("too long a path, %s", kindOfTemporaryFile(unnamed))
+            << longestPath - 30 << 30 << unnamed << false << false;
+    }
 }
 
-void tst_Scale::creationsUnderLongPaths()
+void tst_Scale::creationsUnderLongNames()
 {
-    QFETCH(const int, manifestLength);
+    QFETCH(const int, folderLength);
+    QFETCH(const int, nameLength);
+    QFETCH(const bool, unnamed);
     QFETCH(const bool, isMade);
     QFETCH(const bool, isReplaced);
     const QTemporaryDir directory(quickFolder());
-    const QString folder = longFolder(directory.path(), manifestLength - 1 - manifestName.size());
-    const QString manifest = folder + u'/' + manifestName;
-    writeFile(folder + u"/a.config.json"_qs, plainDescription);
+    const QString folder = longFolder(directory.path(), folderLength);
+    const QString ending = u".manifest.json"_qs;
+    const QString scheme(nameLength - ending.size(), u'm');
+    const QString manifest = folder + u'/' + scheme + ending;
+    const auto createThere = [&] {
+        const FaultyCalls faulty(folder.toStdString(), faultsOfTheFileSystem(unnamed));
+        return create(folder, scheme);
+    };
+    const bool isQuiet = isReplaced || unnamed;
+    writeFile(folder + u"/a.process.json"_qs, plainDescription);
 
-    const MessageRecorder log;
-    QVERIFY(create(folder));
+    MessageRecorder log;
+    QCOMPARE(createThere(), isQuiet);
     const QByteArray first = readFile(manifest);
     QCOMPARE(first.contains("\"a\""), isMade);
-    QVERIFY(QFile::rename(folder + u"/a.config.json"_qs, folder + u"/b.config.json"_qs));
-    QVERIFY(create(folder));
+    QVERIFY(QFile::rename(folder + u"/a.process.json"_qs, folder + u"/b.process.json"_qs));
+    QCOMPARE(createThere(), isQuiet);
     QCOMPARE(readFile(manifest), isReplaced ? QByteArray(first).replace("\"a\"", "\"b\"") : first);
     QCOMPARE(everythingIn(folder).size(), isMade ? 2 : 1);
+    const Message complaint = warning(u"Unable to open the manifest file for writing: \"%1\" !"_qs.arg(manifest),
+        "bool ConfigurationManifestCreator::writeManifestFile()");
+    QCOMPARE(log.take(), isQuiet ? Messages() : Messages({complaint, complaint}));
 }
 
 MANIFEST_TEST_MAIN(tst_Scale)

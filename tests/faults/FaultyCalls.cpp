@@ -52,11 +52,26 @@ bool concerns(const Plan& plan, const std::string& path)
     return path.compare(0, length, plan.folder) == 0 && (path.size() == length || length == 0 || path[length] == '/');
 }
 
+template <typename Function>
+Function* next(Function*, const char* name)
+{
+    Function* function = nullptr;
+    *reinterpret_cast<void**>(&function) = dlsym(RTLD_NEXT, name);
+    return function;
+}
+
+// The C library's own function behind the one of the same name here.
+#define NEXT(function)                                                                                                 \
+    ([] {                                                                                                              \
+        static const auto found = next(&::function, #function);                                                        \
+        return found;                                                                                                  \
+    }())
+
 std::string pathOf(int file)
 {
     char path[PATH_MAX];
     const std::string descriptor = "/proc/self/fd/" + std::to_string(file);
-    const ssize_t length = readlink(descriptor.c_str(), path, sizeof path);
+    const ssize_t length = NEXT(readlink)(descriptor.c_str(), path, sizeof path);
     return {path, length < 0 ? 0 : static_cast<std::size_t>(length)};
 }
 
@@ -142,7 +157,7 @@ private:
     void record(long result)
     {
         if (plan) {
-            plan->calls.push_back({call, path, result, error != 0});
+            plan->calls.push_back({call, path, result, error});
         }
     }
 
@@ -151,21 +166,6 @@ private:
     std::string path;
     int error = 0;
 };
-
-template <typename Function>
-Function* next(Function*, const char* name)
-{
-    Function* function = nullptr;
-    *reinterpret_cast<void**>(&function) = dlsym(RTLD_NEXT, name);
-    return function;
-}
-
-// The C library's own function behind the one of the same name here.
-#define NEXT(function)                                                                                                 \
-    ([] {                                                                                                              \
-        static const auto found = next(&::function, #function);                                                        \
-        return found;                                                                                                  \
-    }())
 
 template <typename Subject, typename Function, typename... Arguments>
 auto attempt(const char* name, const Subject& subject, Function function, Arguments... arguments)
@@ -306,6 +306,11 @@ EXPORTED int unlink(const char* path) noexcept
     return attempt("unlink", path, NEXT(unlink), path);
 }
 
+EXPORTED ssize_t readlink(const char* path, char* target, size_t size) noexcept
+{
+    return attempt("readlink", path, NEXT(readlink), path, target, size);
+}
+
 EXPORTED int stat64(const char* path, struct stat64* status) noexcept
 {
     return attempt("stat", path, NEXT(stat64), path, status);
@@ -318,13 +323,13 @@ EXPORTED int lstat64(const char* path, struct stat64* status) noexcept
 
 EXPORTED int fstat64(int file, struct stat64* status) noexcept
 {
-    return attempt("stat", file, NEXT(fstat64), file, status);
+    return attempt("fstat", file, NEXT(fstat64), file, status);
 }
 
 EXPORTED int statx(int folder, const char* path, int flags, unsigned mask, struct statx* status) noexcept
 {
-    const auto look = [&](auto subject) {
-        Attempt call("stat", subject);
+    const auto look = [&](const char* name, auto subject) {
+        Attempt call(name, subject);
         if (call.fails()) {
             return call.failed(-1);
         }
@@ -334,7 +339,7 @@ EXPORTED int statx(int folder, const char* path, int flags, unsigned mask, struc
         }
         return call.done(result);
     };
-    return *path ? look(path) : look(folder);
+    return *path ? look("stat", path) : look("fstat", folder);
 }
 
 EXPORTED int access(const char* path, int mode) noexcept

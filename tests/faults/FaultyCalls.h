@@ -8,8 +8,8 @@
  * One kind of call that fails from its `first` to its `last` occurrence, counted from 1.
  *
  * Calls are named "open" (of an existing file), "make" (of a new one), "read", "write", "sync", "close", "link",
- * "rename", "unlink", "stat", "access", "chmod", "seek", "list" (of a folder), "next" (entry of it) and "end" (of the
- * listing), whichever of its functions the C library is called by.
+ * "rename", "unlink", "readlink", "stat" (of a path), "fstat" (of an open file), "access", "chmod", "seek", "list" (of a
+ * folder), "next" (entry of it) and "end" (of the listing), whichever of its functions the C library is called by.
  */
 struct Fault {
     enum Special {
@@ -51,7 +51,8 @@ public:
         std::string path;
         /// For a transfer, the number of bytes; -1 for any failure.
         long result;
-        bool faulty;
+        /// What it was to meet, as in a Fault; 0 for nothing.
+        int error;
     };
 
     FaultyCalls(const std::string& folder, const std::vector<Fault>& faults);
