@@ -17,7 +17,7 @@ using NlohmannPeer::Json;
 
 const QString moduleName = QStringLiteral("Drives");
 const QString objectName = QStringLiteral("drive1");
-const QString key = QStringLiteral("labelTextId");
+const QString label = QStringLiteral("labelTextId");
 
 const QJsonObject newDescription {{QStringLiteral("connectorId"), 3},
     {QStringLiteral("dataModel"), QStringLiteral("network.address")}, {QStringLiteral("displayPosition"), 2},
@@ -173,18 +173,24 @@ Steps listing()
     return steps;
 }
 
+/// Of a number or of a text: what replaces a text takes longer than what replaces anything else.
+template <bool isNumber>
 Steps setting()
 {
+    static const QString key = isNumber ? QStringLiteral("connectorId") : label;
     Steps steps;
     steps.library = [](Library& own, const Choice& choice) {
-        own.handler->setProperty(choice.path, key, choice.text, false);
+        own.handler->setProperty(choice.path, key, isNumber ? QVariant(choice.index) : choice.text, false);
     };
-    steps.qt = [](PlainQt& own, const Choice& choice) { QtFloor::set(own.manifest, choice.path, key, choice.text); };
+    steps.qt = [](PlainQt& own, const Choice& choice) {
+        QtFloor::set(own.manifest, choice.path, key, isNumber ? QJsonValue(choice.index) : choice.text);
+    };
     steps.nlohmann = [](Nlohmann& own, const Choice& choice) {
-        NlohmannPeer::set(own.manifest, choice.path.toStdString(), key.toStdString(), choice.text.toStdString());
+        const Json value = isNumber ? Json(choice.index) : Json(choice.text.toStdString());
+        NlohmannPeer::set(own.manifest, choice.path.toStdString(), key.toStdString(), value);
     };
     steps.python = [](Python& own, const Choice& choice) {
-        own.run({QStringLiteral("set_value"), choice.path, key, choice.text});
+        own.run({QStringLiteral("set_value"), choice.path, key, isNumber ? QJsonValue(choice.index) : choice.text});
     };
     return steps;
 }
@@ -193,19 +199,19 @@ Steps settingAndSaving()
 {
     Steps steps;
     steps.library = [](Library& own, const Choice& choice) {
-        own.handler->setProperty(choice.path, key, choice.text, true);
+        own.handler->setProperty(choice.path, label, choice.text, true);
     };
     steps.qt = [](PlainQt& own, const Choice& choice) {
-        setting().qt(own, choice);
+        setting<false>().qt(own, choice);
         saving().qt(own, choice);
     };
     steps.system = saving().system;
     steps.nlohmann = [](Nlohmann& own, const Choice& choice) {
-        setting().nlohmann(own, choice);
+        setting<false>().nlohmann(own, choice);
         saving().nlohmann(own, choice);
     };
     steps.python = [](Python& own, const Choice& choice) {
-        setting().python(own, choice);
+        setting<false>().python(own, choice);
         saving().python(own, choice);
     };
     return steps;
@@ -318,16 +324,16 @@ Steps updating()
     Steps steps;
     steps.library = [](Library& own, const Choice& choice) {
         JsonDataIteratorConfigurationInstanceListUpdater updater;
-        updater.init(choice.path, key, choice.text);
+        updater.init(choice.path, label, choice.text);
         walkJson(own.walked, updater, own.result);
     };
     steps.qt = collecting().qt;
     steps.nlohmann = [](Nlohmann& own, const Choice& choice) {
         own.result =
-            NlohmannPeer::update(own.manifest, choice.path.toStdString(), key.toStdString(), choice.text.toStdString());
+            NlohmannPeer::update(own.manifest, choice.path.toStdString(), label.toStdString(), choice.text.toStdString());
     };
     steps.python = [](Python& own, const Choice& choice) {
-        own.run({QStringLiteral("update"), choice.path, key, choice.text});
+        own.run({QStringLiteral("update"), choice.path, label, choice.text});
     };
     return steps;
 }
@@ -341,11 +347,12 @@ const std::vector<Operation>& operations()
     static const std::vector<Operation> all {
         {"create", 1, nothing, creating()},
         {"load", 1, nothing, loading(), unloading()},
-        {"save", 1, anySelection, saving(), setting()},
+        {"save", 1, anySelection, saving(), setting<false>()},
         {"set-and-save", 1, anySelection, settingAndSaving()},
         {"get", batch, anySelection, getting()},
         {"list", batch, anyNode, listing()},
-        {"set", batch, anySelection, setting()},
+        {"set", batch, anySelection, setting<true>()},
+        {"set-text", batch, anySelection, setting<false>()},
         {"add", batch, newSelection, adding(), {}, deleting()},
         {"delete", batch, newSelection, deleting(), adding()},
         {"move", batch, anySelection, moving()},

@@ -90,18 +90,18 @@ Tree::Tree(const Shape& wanted)
     , directory(quickFolder())
 {
     Random random(1);
-    const auto bytes = [&] { return shape.bytes > 0 ? shape.bytes : 300 + below(random, 501); };
+    const auto someBytes = [&] { return 300 + below(random, 501); };
     for (int i = 0; i < shape.folders; ++i) {
         const QString parent = i < shape.branches ? QString() : nodes.at(i / shape.branches - 1) % QLatin1Char('/');
         nodes << parent % QLatin1String(numbered("folder", i));
         const QString path = folder() % QLatin1Char('/') % nodes.constLast();
         QDir().mkpath(path);
-        write(path % QLatin1String("/Folder.menu.json"), description(shape.folders - i, bytes(), random));
+        write(path % QLatin1String("/Folder.menu.json"), description(shape.folders - i, someBytes(), random));
         for (int j = 0; j < shape.files; ++j) {
             selections << nodes.constLast() % QLatin1Char('/') % QLatin1String(numbered("selection", j));
             // Every position once, so that there is one order.
             write(folder() % QLatin1Char('/') % selections.constLast() % QLatin1String(".config.json"),
-                description(j * 7919 % shape.files, bytes(), random));
+                description(j * 7919 % shape.files, shape.bytes > 0 ? shape.bytes : someBytes(), random));
         }
     }
     if (!ConfigurationManifestCreator().create2(folder(), QStringLiteral("configuration"))) {

@@ -19,7 +19,7 @@ struct Shape {
     int branches;
     /// Selections in each folder, which has a description of its own besides.
     int files;
-    /// Of each description; 0 for any number from 300 to 800.
+    /// Of each selection's description; 0 for any number from 300 to 800.
     int bytes = 0;
 };
 
