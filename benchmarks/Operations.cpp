@@ -329,8 +329,8 @@ Steps updating()
     };
     steps.qt = collecting().qt;
     steps.nlohmann = [](Nlohmann& own, const Choice& choice) {
-        own.result =
-            NlohmannPeer::update(own.manifest, choice.path.toStdString(), label.toStdString(), choice.text.toStdString());
+        own.result = NlohmannPeer::update(
+            own.manifest, choice.path.toStdString(), label.toStdString(), choice.text.toStdString());
     };
     steps.python = [](Python& own, const Choice& choice) {
         own.run({QStringLiteral("update"), choice.path, label, choice.text});

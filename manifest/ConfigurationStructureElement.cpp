@@ -51,11 +51,12 @@ int toIntSaturated(double value)
 }
 
 // To Qt's open, no name is a mistake to complain about, and a name ends at its first NUL. Here there just is no such
-// file.
+// file. It is read in one piece, so a buffer would only be one more copy, and one more call of the system to fill it.
 bool openDescription(QFile& file)
 {
     const QString name = file.fileName();
-    return !name.isEmpty() && !name.contains(QChar::Null) && file.open(QIODevice::ReadOnly | QIODevice::Text);
+    return !name.isEmpty() && !name.contains(QChar::Null)
+        && file.open(QIODevice::ReadOnly | QIODevice::Text | QIODevice::Unbuffered);
 }
 
 // The two readers share what follows; each hands in a logger, so that messages name the reader as their function.
