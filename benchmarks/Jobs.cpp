@@ -19,9 +19,10 @@ public:
     {
     }
 
-    void prepare()
+    void prepare(unsigned seed)
     {
         take(operation.after);
+        Random random(seed);
         choices.clear();
         for (int i = 0; i < operation.times; ++i) {
             choices.push_back(operation.choose(tree, random));
@@ -59,7 +60,6 @@ private:
     const Operation& operation;
     Step<Own> Steps::*const step;
     Own own;
-    Random random {2};
     std::vector<Choice> choices;
 };
 
@@ -71,11 +71,11 @@ void addSide(Job& job, const Tree& tree, const Operation& operation, Step<Own> S
         return;
     }
     const auto runs = std::make_shared<std::unique_ptr<Runs<Own>>>();
-    const auto prepare = [=, &tree, &operation] {
+    const auto prepare = [=, &tree, &operation](unsigned seed) {
         if (!*runs) {
             *runs = std::make_unique<Runs<Own>>(tree, operation, step);
         }
-        (*runs)->prepare();
+        (*runs)->prepare(seed);
     };
     job.sides.push_back({Own::name, prepare, [=] { return (*runs)->run(); }, [=] { return (*runs)->outcome(); }});
 }
@@ -99,6 +99,9 @@ std::vector<const char*> treesFor(const std::string& operation)
     std::vector<const char*> trees {"wide200", "wide1000", "wide5000"};
     if (operation != "sort") {
         trees.insert(trees.begin(), {"100", "2000", "20000", "deep"});
+    }
+    if (operation == "move-node") {
+        return {"100", "2000", "20000", "deep"};
     }
     if (operation == "create") {
         trees.push_back("big");

@@ -10,15 +10,15 @@
 struct Side {
     /// "library", "qt", "system", "nlohmann" or "python".
     std::string name;
-    /// Everything that is not measured; before each run.
-    std::function<void()> prepare;
+    /// Everything that is not measured; before each run. With the same seed every side gets the same choices.
+    std::function<void(unsigned seed)> prepare;
     /// @return the nanoseconds that it took, where it measures itself, or 0.
     std::function<double()> run;
     /// What has come of all runs, the same on every side; undefined where a side does only a part of the job.
     std::function<QJsonValue()> outcome;
 };
 
-/// An operation in a tree, done on every side with the same random choices.
+/// An operation in a tree, done on every side.
 struct Job {
     /// How often it is done in each run.
     int operations;

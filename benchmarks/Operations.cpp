@@ -42,6 +42,13 @@ Choice nothing(const Tree&, Random&)
     return {};
 }
 
+Choice anyNodePlace(const Tree& tree, Random& random)
+{
+    const QString& path = oneOf(tree.nodes, random);
+    // At the top there is nothing but nodes.
+    return {path, below(random, qMin(tree.shape.branches, tree.shape.folders))};
+}
+
 Choice anySelection(const Tree& tree, Random& random)
 {
     const QString& path = oneOf(tree.selections, random);
@@ -81,6 +88,17 @@ Choice newOrder(const Tree& tree, Random& random)
         choice.standardNames.push_back(name.toStdString());
     }
     return choice;
+}
+
+/// Whoever creates a manifest has to make it anew. Plain Qt makes none.
+Steps removing()
+{
+    Steps steps;
+    steps.library = [](Library& own, const Choice&) { QFile::remove(own.created); };
+    steps.system = [](System& own, const Choice&) { QFile::remove(own.created); };
+    steps.nlohmann = [](Nlohmann& own, const Choice&) { QFile::remove(own.created); };
+    steps.python = [](Python& own, const Choice&) { QFile::remove(own.created); };
+    return steps;
 }
 
 Steps creating()
@@ -247,13 +265,19 @@ Steps deleting()
     return steps;
 }
 
+template <bool isNode>
 Steps moving()
 {
     Steps steps;
     steps.library = [](Library& own, const Choice& choice) {
-        own.handler->moveSelection(choice.path, choice.index, false);
+        constexpr auto move =
+            isNode ? &ConfigurationManifestHandler::moveNode : &ConfigurationManifestHandler::moveSelection;
+        (*own.handler.*move)(choice.path, choice.index, false);
     };
-    steps.qt = [](PlainQt& own, const Choice& choice) { QtFloor::move(own.manifest, choice.path, choice.index); };
+    steps.qt = [](PlainQt& own, const Choice& choice) {
+        constexpr auto move = isNode ? QtFloor::moveNode : QtFloor::move;
+        move(own.manifest, choice.path, choice.index);
+    };
     steps.nlohmann = [](Nlohmann& own, const Choice& choice) {
         NlohmannPeer::move(own.manifest, choice.path.toStdString(), choice.index);
     };
@@ -345,7 +369,7 @@ constexpr int batch = 32;
 const std::vector<Operation>& operations()
 {
     static const std::vector<Operation> all {
-        {"create", 1, nothing, creating()},
+        {"create", 1, nothing, creating(), removing()},
         {"load", 1, nothing, loading(), unloading()},
         {"save", 1, anySelection, saving(), setting<false>()},
         {"set-and-save", 1, anySelection, settingAndSaving()},
@@ -355,7 +379,8 @@ const std::vector<Operation>& operations()
         {"set-text", batch, anySelection, setting<false>()},
         {"add", batch, newSelection, adding(), {}, deleting()},
         {"delete", batch, newSelection, deleting(), adding()},
-        {"move", batch, anySelection, moving()},
+        {"move", batch, anySelection, moving<false>()},
+        {"move-node", batch, anyNodePlace, moving<true>()},
         {"sort", 1, newOrder, sorting()},
         {"collect", 1, nothing, collecting(), startingWalk()},
         {"update", 1, anySelection, updating(), startingWalk()},

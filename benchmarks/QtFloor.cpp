@@ -149,6 +149,7 @@ void QtFloor::set(QJsonArray& manifest, const QString& path, const QString& key,
     changeSiblings(manifest, path, [&](QJsonArray& siblings, const QString& name) {
         const int position = positionOf(siblings, name);
         QJsonObject element = siblings.at(position).toObject();
+        siblings.replace(position, QJsonValue());
         element.insert(key, value);
         siblings.replace(position, element);
     });
@@ -167,6 +168,14 @@ void QtFloor::remove(QJsonArray& manifest, const QString& path)
 {
     changeSiblings(manifest, path,
         [](QJsonArray& siblings, const QString& name) { siblings.removeAt(positionOf(siblings, name)); });
+}
+
+void QtFloor::moveNode(QJsonArray& manifest, const QString& path, int index)
+{
+    const QStringList names = path.split(QLatin1Char('/'));
+    changeArray(manifest, names, names.size() - 1, [&](QJsonArray& siblings) {
+        siblings.insert(index, siblings.takeAt(positionOf(siblings, names.constLast())));
+    });
 }
 
 void QtFloor::move(QJsonArray& manifest, const QString& path, int index)

@@ -26,6 +26,7 @@ void save(const QJsonArray& manifest, const QString& path);
 
 QStringList instances(const QJsonArray& manifest, const QString& path);
 void sort(QJsonArray& manifest, const QString& path, const QStringList& names);
+void moveNode(QJsonArray& manifest, const QString& path, int index);
 
 // Paths of selections.
 

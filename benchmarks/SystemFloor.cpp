@@ -47,7 +47,7 @@ void scan(int parent, const char* name, std::string& content)
             Entry entry;
             std::memcpy(&entry, &entries[static_cast<std::size_t>(at)], offsetof(Entry, name));
             const char* const entryName = &entries[static_cast<std::size_t>(at)] + offsetof(Entry, name);
-            if (entry.type == DT_REG && std::strcmp(entryName, manifestName) != 0) {
+            if (entry.type == DT_REG && std::strncmp(entryName, manifestName, std::strlen(manifestName)) != 0) {
                 read(folder, entryName, content);
             } else if (entry.type == DT_DIR && entryName[0] != '.') {
                 scan(folder, entryName, content);

@@ -23,9 +23,9 @@ double processorTime()
     return static_cast<double>(time.tv_sec) * 1e9 + static_cast<double>(time.tv_nsec);
 }
 
-double nanosecondsOf(const Side& side)
+double nanosecondsOf(const Side& side, unsigned seed)
 {
-    side.prepare();
+    side.prepare(seed);
     const double start = processorTime();
     const double ownTime = side.run();
     return ownTime > 0 ? ownTime : processorTime() - start;
@@ -43,7 +43,7 @@ bool agree(const Job& job)
 {
     QJsonValue expected(QJsonValue::Undefined);
     for (const Side& side : job.sides) {
-        side.prepare();
+        side.prepare(0);
         side.run();
         const QJsonValue outcome = side.outcome();
         if (expected.isUndefined()) {
@@ -80,9 +80,10 @@ public:
         const bool libraryFirst = done % 2 == 0;
         const std::size_t end = done % 3 == 0 ? job.sides.size() : 2;
         for (std::size_t i = 1; i < end; ++i) {
-            double own = libraryFirst ? nanosecondsOf(job.sides.front()) : 0;
-            const double others = nanosecondsOf(job.sides[i]);
-            own = libraryFirst ? own : nanosecondsOf(job.sides.front());
+            ++seed;
+            double own = libraryFirst ? nanosecondsOf(job.sides.front(), seed) : 0;
+            const double others = nanosecondsOf(job.sides[i], seed);
+            own = libraryFirst ? own : nanosecondsOf(job.sides.front(), seed);
             times.push_back(own / job.operations);
             comparisons[i].times.push_back(others / job.operations);
             comparisons[i].ratios.push_back(own / others);
@@ -110,6 +111,7 @@ public:
 private:
     const Job& job;
     int done = 0;
+    unsigned seed = 0;
     std::vector<double> times;
     std::vector<Comparison> comparisons;
 };

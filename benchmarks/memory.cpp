@@ -28,7 +28,7 @@ QJsonObject peaksOf(const std::string& workload)
     const Job job = workloadOf(workload).make();
     for (const Side& side : job.sides) {
         if (side.name == "library" || side.name == "qt") {
-            side.prepare();
+            side.prepare(0);
             peaks.insert(QString::fromStdString(side.name), heapUseOf([&] { side.run(); }).peak);
         }
     }
@@ -40,7 +40,9 @@ void save(ConfigurationManifestHandler& handler, const QString& path, int times)
     const QString padding(990, QLatin1Char('x'));
     for (int i = 0; i < times; ++i) {
         const QString value = padding + QString::number(i).rightJustified(10, QLatin1Char('0'));
-        handler.setProperty(path, QStringLiteral("labelTextId"), value, true);
+        if (!handler.setProperty(path, QStringLiteral("labelTextId"), value, true)) {
+            qFatal("there is no %s", qPrintable(path));
+        }
     }
 }
 

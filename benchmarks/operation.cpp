@@ -27,9 +27,9 @@ int main(int argc, char* argv[])
                 continue;
             }
             // Once before, for what is done only once.
-            side.prepare();
+            side.prepare(1);
             side.run();
-            side.prepare();
+            side.prepare(2);
             CALLGRIND_START_INSTRUMENTATION;
             syscall(SYS_getppid);
             side.run();
