@@ -29,7 +29,7 @@ const QString instanceName = QStringLiteral("instanceName");
 const QString substructure = QStringLiteral("substructure");
 
 /// Stands in the file until the handler writes it, so that every write shows, one of equal content as well.
-const QByteArray untouched("untouched");
+const QByteArray untouched = QByteArrayLiteral("untouched");
 const QString untouchedRefused =
     QStringLiteral("Error on paring configuration manifest file content to Json: \"illegal value\" !");
 

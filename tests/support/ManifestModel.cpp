@@ -351,7 +351,7 @@ Members ManifestModel::getElementFromInstance(const Items& array, const QString&
     index = -1;
     for (size_t i = 0; i < array.size(); ++i) {
         Members element = objectIn(array[i]);
-        const QString name = isSelection(element) ? namesIn(nameOf(element)).last() : nameOf(element);
+        const QString name = isSelection(element) ? namesIn(nameOf(element)).constLast() : nameOf(element);
         if (name == instanceName) {
             index = static_cast<int>(i);
             return element;
@@ -670,7 +670,7 @@ bool ManifestModel::replaceElement(
         });
     }
     int index = -1;
-    const Members old = getElementFromInstance(array, namesIn(instancePath.first()).last(), index);
+    const Members old = getElementFromInstance(array, namesIn(instancePath.first()).constLast(), index);
     if (index == -1) {
         warn("InstancePath is wrong, replace failed");
         return false;
@@ -699,7 +699,7 @@ bool ManifestModel::moveElement(Items& array, const QStringList& instancePath, i
             [&](Items& children, const QStringList& rest) { return moveElement(children, rest, newIndex); });
     }
     int index = -1;
-    getElementFromInstance(array, namesIn(instancePath.first()).last(), index);
+    getElementFromInstance(array, namesIn(instancePath.first()).constLast(), index);
     if (index == -1) {
         return false;
     }
