@@ -22,7 +22,7 @@ qint64 residentBytes()
 
 const QString key = QStringLiteral("key");
 
-enum class Way { Set, SetAndRemove, EditInPlace, ReadAndReplace };
+enum class Way { Set, SetAndRemove, SetAndUndefine, EditInPlace, ReadAndReplace };
 
 QString numbered(int number)
 {
@@ -208,6 +208,7 @@ void tst_HandlerCost::overwrittenPropertyTakesNoMoreMemory_data()
     QTest::newRow("set, five levels deep among siblings") << 5 << 20 << QChar(u'x') << Way::Set;
     QTest::newRow("set and removed") << 1 << 1 << QChar(u'x') << Way::SetAndRemove;
     QTest::newRow("set and removed, five levels deep") << 5 << 1 << QChar(u'x') << Way::SetAndRemove;
+    QTest::newRow("a number set and made undefined") << 1 << 1 << QChar(u'x') << Way::SetAndUndefine;
     QTest::newRow("edited in place") << 1 << 1 << QChar(u'x') << Way::EditInPlace;
     QTest::newRow("edited in place, five levels deep") << 5 << 1 << QChar(u'x') << Way::EditInPlace;
     QTest::newRow("read, changed and replaced") << 1 << 1 << QChar(u'x') << Way::ReadAndReplace;
@@ -243,6 +244,10 @@ void tst_HandlerCost::overwrittenPropertyTakesNoMoreMemory()
                 done = done && handler.getNodeElement(path, object);
                 object.insert(key, value);
                 done = done && handler.updateNode(path, object, false, false);
+            } else if (way == Way::SetAndUndefine) {
+                const QVariant undefined = QJsonValue(QJsonValue::Undefined);
+                done = done && handler.setProperty(path, key, i, false)
+                    && handler.setProperty(path, key, undefined, false);
             } else {
                 done = done && handler.setProperty(path, key, value, false);
             }
