@@ -8,6 +8,8 @@
 #include <QtCore/QJsonDocument>
 #include <QtCore/QStringBuilder>
 
+#include <cstddef>
+#include <cstring>
 #include <limits>
 #include <type_traits>
 #include <utility>
@@ -63,10 +65,12 @@ bool openDescription(QFile& file)
 
 void parseDescription(QFile& file, QJsonObject& description, const QMessageLogger& logger)
 {
-    // What reading as text does, which looks at every byte on its own, and in small files takes a tenth of a scan.
+    // What reading as text does, which looks at every byte on its own, and in small files takes a tenth of a scan. To
+    // read all would ask for the size twice, but pipes and the like have none.
     file.setTextModeEnabled(false);
-    QByteArray content = file.readAll();
-    if (content.contains('\r')) {
+    const qint64 size = file.size();
+    QByteArray content = size > 0 ? file.read(size) : file.readAll();
+    if (std::memchr(content.constData(), '\r', static_cast<std::size_t>(content.size())) != nullptr) {
         content.replace("\r", "");
     }
     QJsonParseError parseError;
@@ -188,7 +192,7 @@ void ConfigurationStructureElement::setIconName(const QString& iconName)
 
 bool ConfigurationStructureElement::validateObject(const QFileInfo& entry, const QString& suffix)
 {
-    return entry.isDir() || entry.fileName().endsWith(suffix, Qt::CaseSensitive);
+    return entry.isDir() || entry.filePath().endsWith(suffix, Qt::CaseSensitive);
 }
 
 void ConfigurationStructureElement::initObject(const QFileInfo& entry)
