@@ -25,6 +25,12 @@ bool isContainer(const QJsonValue& value)
     return value.isObject() || value.isArray();
 }
 
+// Leaves a null, so that the container no longer refers to what it held.
+void release(QJsonValueRef place)
+{
+    place = QJsonValue();
+}
+
 // Most elements hold none, and taking their members out one by one to see it takes a tenth of a load. Where JSON is CBOR
 // inside, the map is the object itself and knows.
 bool holdsContainers(const QJsonObject& object)
@@ -131,7 +137,7 @@ public:
         for (auto item = container.begin(); item != end; ++item) {
             QJsonValue value = *item;
             if (isContainer(value)) {
-                *item = QJsonValue();
+                release(*item);
                 putOnAll(value);
                 *item = value;
             }
