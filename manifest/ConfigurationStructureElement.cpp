@@ -65,11 +65,12 @@ bool openDescription(QFile& file)
 
 void parseDescription(QFile& file, QJsonObject& description, const QMessageLogger& logger)
 {
-    // What reading as text does, which looks at every byte on its own, and in small files takes a tenth of a scan. To
-    // read all would ask for the size twice, but pipes and the like have none.
+    // What reading as text does, which looks at every byte on its own, and in small files takes a tenth of a scan.
     file.setTextModeEnabled(false);
+    // Reading all takes one more look at the size, and only then copes with none and with more than fits.
+    constexpr qint64 usualSize = 64 * 1024;
     const qint64 size = file.size();
-    QByteArray content = size > 0 ? file.read(size) : file.readAll();
+    QByteArray content = size > 0 && size <= usualSize ? file.read(size) : file.readAll();
     if (std::memchr(content.constData(), '\r', static_cast<std::size_t>(content.size())) != nullptr) {
         content.replace("\r", "");
     }
@@ -192,7 +193,7 @@ void ConfigurationStructureElement::setIconName(const QString& iconName)
 
 bool ConfigurationStructureElement::validateObject(const QFileInfo& entry, const QString& suffix)
 {
-    return entry.isDir() || entry.filePath().endsWith(suffix, Qt::CaseSensitive);
+    return entry.isDir() || entry.fileName().endsWith(suffix, Qt::CaseSensitive);
 }
 
 void ConfigurationStructureElement::initObject(const QFileInfo& entry)

@@ -199,6 +199,8 @@ void tst_ConfigurationStructureElement::membershipIsDecidedByKindAndEnding_data(
     QTest::newRow("suffix not at the end") << QStringLiteral("a.config.json.old") << configuration << false;
     QTest::newRow("suffix without its dot") << QStringLiteral("aconfig.json") << configuration << false;
     QTest::newRow("empty suffix") << QStringLiteral("notes.txt") << QString() << true;
+    QTest::newRow("suffix that begins with the folder")
+        << QStringLiteral("a.config.json") << QStringLiteral("/a.config.json") << false;
     QTest::newRow("file that does not exist") << QStringLiteral("ghost.config.json") << configuration << true;
     QTest::newRow("link that leads nowhere") << QStringLiteral("dangling.config.json") << configuration << true;
     QTest::newRow("link counts by its own name") << QStringLiteral("renamed.config.json") << configuration << true;

@@ -102,6 +102,7 @@ private Q_SLOTS:
     void contentIsReadWhole_data();
     void contentIsReadWhole();
     void hugeFilesAreRead();
+    void aFileBeyondWhatAByteArrayHoldsIsNotJson();
     void aMissingFileIsDebugOutput_data();
     void aMissingFileIsDebugOutput();
     void anUnreadableFileIsReported_data();
@@ -229,6 +230,20 @@ void tst_DescriptionFiles::hugeFilesAreRead()
     }
 
     writeFile(path, QByteArray(size, '{'));
+    for (const Reader& reader : bothReaders) {
+        QCOMPARE(readBy(reader, reader.pathFor(folder.path())), former);
+        QCOMPARE(log.take(), Messages({notJson(reader)}));
+    }
+}
+
+void tst_DescriptionFiles::aFileBeyondWhatAByteArrayHoldsIsNotJson()
+{
+    const QTemporaryDir folder;
+    const QString path = descriptionFile(folder.path());
+    writeFile(path, "{}");
+    // Takes no room: there is nothing in it.
+    QVERIFY(QFile::resize(path, Q_INT64_C(3) << 30));
+    MessageRecorder log;
     for (const Reader& reader : bothReaders) {
         QCOMPARE(readBy(reader, reader.pathFor(folder.path())), former);
         QCOMPARE(log.take(), Messages({notJson(reader)}));
