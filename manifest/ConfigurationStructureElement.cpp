@@ -68,7 +68,7 @@ void parseDescription(QFile& file, QJsonObject& description, const QMessageLogge
     // What reading as text does, which looks at every byte on its own, and in small files takes a tenth of a scan.
     file.setTextModeEnabled(false);
     // Reading all takes one more look at the size, and only then copes with none and with more than fits.
-    constexpr qint64 usualSize = 64 * 1024;
+    constexpr int usualSize = 64 * 1024;
     const qint64 size = file.size();
     QByteArray content = size > 0 && size <= usualSize ? file.read(size) : file.readAll();
     if (std::memchr(content.constData(), '\r', static_cast<std::size_t>(content.size())) != nullptr) {
