@@ -437,7 +437,8 @@ QJsonObject ConfigurationManifestHandler::getElementFromInstance(
     for (int i = 0; i < size; ++i) {
         QJsonObject element = array.at(i).toObject();
         const QString storedName = element.value(key).toString();
-        // Whatever the rule for the element, its name ends with the one looked for; to Qt, no name does not end with "".
+        // Whatever the rule for the element, its name ends with the one looked for. To Qt, a null name ends with nothing
+        // that is merely empty.
         if (!instanceName.isEmpty() && !storedName.endsWith(instanceName)) {
             continue;
         }
