@@ -168,11 +168,20 @@ void tst_DescriptionFiles::contentIsReadWhole_data()
     readable("carriage returns and line feeds", "\r\n{\r\n\"a\":\r\n1\r\n}\r\n", objectFrom(R"({"a":1})"));
     // Only here the text mode shows; between the tokens both are white space.
     readable("carriage return and line feed in a string", "{\"a\":\"x\r\ny\"}", objectFrom(R"({"a":"x\ny"})"));
+    readable("carriage return alone in a string", "{\"a\":\"x\ry\"}", objectFrom(R"({"a":"xy"})"));
+    readable("two carriage returns and line feed in a string", "{\"a\":\"x\r\r\ny\"}", objectFrom(R"({"a":"x\ny"})"));
+    readable("carriage return in a key", "{\"a\rb\":1}", objectFrom(R"({"ab":1})"));
     readable("escaped carriage return", R"({"a":"x\r\ny"})", objectFrom(R"({"a":"x\r\ny"})"));
     readable("byte-order mark", "\xEF\xBB\xBF{\"a\":1}", objectFrom(R"({"a":1})"));
     readable("UTF-8", "{\"Größe\":\"Ω\"}", objectFrom("{\"Größe\":\"Ω\"}"));
     readable("key given twice", R"({"a":1,"a":2})", objectFrom(R"({"a":2})"));
     readable("1,024 nested levels", nested(1024), objectFrom(nested(1024).constData()));
+    // Up to 64 KiB are read in one piece.
+    for (const int size : {65535, 65536, 65537}) {
+        const QByteArray title = QByteArray::number(size) + " bytes";
+        const QByteArray content = "{\"a\":\"" + QByteArray(size - 8, 'x') + "\"}";
+        readable(title.constData(), content, {{QStringLiteral("a"), QString(size - 8, QLatin1Char('x'))}});
+    }
 
     broken("empty file", "");
     broken("opening brace alone", "{");
