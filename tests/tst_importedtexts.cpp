@@ -17,7 +17,7 @@ using Element = ConfigurationStructureElement;
 using Messages = QVector<Message>;
 
 /// The library in a process that loads it while running, and that provides texts of its own, also where the manifest's
-/// file format fixes them.
+/// file format fixes them, and readers that refuse what the substitute's would read.
 class tst_ImportedTexts : public QObject {
     Q_OBJECT
 
@@ -31,6 +31,7 @@ private Q_SLOTS:
     void aFolderBecomesAListOfElements();
     void aManifestIsLoadedQueriedEditedAndSaved();
     void instanceNamesAreCollected();
+    void theProvidedReadersDecideWhatIsReadable();
     void elementsAreUpdated();
     void classesAreKnownByTheirBases();
 };
@@ -199,6 +200,38 @@ void tst_ImportedTexts::instanceNamesAreCollected()
     QJsonValue names;
     iterator.compute(object, names);
     QCOMPARE(names, QJsonValue(QJsonArray {QStringLiteral("n/a")}));
+}
+
+void tst_ImportedTexts::theProvidedReadersDecideWhatIsReadable()
+{
+    MessageRecorder log;
+    ConfigurationManifestHandler handler {QString(), QString(), QString()};
+    handler.setManifestJsonArray(
+        arrayFrom(R"([{"k:instanceName":"n","k:substructure":["refused",{"k:instanceName":"a"}]}])"));
+    QStringList instances(QStringLiteral("before"));
+    QCOMPARE(handler.getListOfInstances(QStringLiteral("n"), instances), false);
+    QCOMPARE(instances, QStringList(QStringLiteral("before")));
+    QCOMPARE(log.take(),
+        Messages({warning(
+            QStringLiteral("Cannot find key 'substructure' in json element QJsonObject({\"k:instanceName\":\"n\","
+                           "\"k:substructure\":[\"refused\",{\"k:instanceName\":\"a\"}]}) !"),
+            "bool ConfigurationManifestHandler::getListOfInstances(const QString&, QStringList&) const")}));
+
+    const auto notCollected = [&](const char* json, const char* text) {
+        JsonDataIteratorConfigurationInstanceCollector collector;
+        QJsonObject object = objectFrom(json);
+        QJsonValue names = QJsonArray {QStringLiteral("before")};
+        collector.compute(object, names);
+        QCOMPARE(names, QJsonValue(QJsonArray {QStringLiteral("before")}));
+        QCOMPARE(log.take(),
+            Messages({warning(
+                QLatin1String(text) % QLatin1String(" QJsonObject(") % QLatin1String(json) % QLatin1String(") !"),
+                "virtual void JsonDataIteratorConfigurationInstanceCollector::compute(QJsonObject&, QJsonValue&)")}));
+    };
+    notCollected(
+        R"({"k:instanceName":"a","k:selectionType":"refused"})", "Error on reading selection type from json object:");
+    notCollected(R"({"k:instanceName":"refused","k:selectionType":"v:selection"})",
+        "Error on reading instance name from selection:");
 }
 
 void tst_ImportedTexts::elementsAreUpdated()

@@ -1,9 +1,25 @@
 #include "JsonReaders.h"
 
+// They refuse more than they have to: strings that begin with "refused", and arrays that begin with such a string.
+
+namespace {
+
+bool isString(const QJsonValue& value)
+{
+    return value.isString() && !value.toString().startsWith(QLatin1String("refused"));
+}
+
+bool isArray(const QJsonValue& value)
+{
+    return value.isArray() && (!value[0].isString() || isString(value[0]));
+}
+
+} // namespace
+
 bool readJsonArrayFromJson(const QString& key, const QJsonObject& object, QJsonArray& array)
 {
     const auto member = object.constFind(key);
-    const bool readable = member != object.constEnd() && member->isArray();
+    const bool readable = member != object.constEnd() && isArray(*member);
     if (readable) {
         array = member->toArray();
     }
@@ -13,7 +29,7 @@ bool readJsonArrayFromJson(const QString& key, const QJsonObject& object, QJsonA
 bool readStringValueFromJson(const QString& key, const QJsonObject& object, QString& value)
 {
     const auto member = object.constFind(key);
-    const bool readable = member != object.constEnd() && member->isString();
+    const bool readable = member != object.constEnd() && isString(*member);
     if (readable) {
         value = member->toString();
     }
