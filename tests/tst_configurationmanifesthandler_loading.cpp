@@ -162,6 +162,7 @@ private Q_SLOTS:
     void aFolderInThePlaceOfTheFileIsNotSavedTo();
     void aFullDiskKeepsTheFile_data();
     void aFullDiskKeepsTheFile();
+    void aFailedSaveIsReportedBeforeItsTemporaryFileGoes();
     void aFailedReplacementIsNotReported();
     void aDeepManifestIsLoadedQueriedEditedAndSaved();
 };
@@ -886,6 +887,40 @@ void tst_ConfigurationManifestHandler_loading::aFullDiskKeepsTheFile()
     handler.writeToManifestFile();
     QCOMPARE(log.take(), Messages());
     QCOMPARE(file.content(), content);
+    QVERIFY(file.isAlone());
+}
+
+void tst_ConfigurationManifestHandler_loading::aFailedSaveIsReportedBeforeItsTemporaryFileGoes()
+{
+    const ManifestFile file("[\"before\"]");
+    Handler handler(file.path(), module, object);
+    handler.setManifestJsonArray({u"after"_qs});
+
+    // What a message handler sees when the message arrives.
+    static const ManifestFile* saved;
+    static QVector<QStringList> names;
+    static QVector<QByteArray> contents;
+    saved = &file;
+    names.clear();
+    contents.clear();
+    {
+        std::vector<Fault> faults = faultsOfTheFileSystem(false);
+        faults.push_back({"write", 1, 1, ENOSPC});
+        const FaultyCalls faulty(file.folder().toStdString(), faults);
+        const QtMessageHandler previous =
+            qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {
+                names.append(everythingIn(saved->folder()));
+                contents.append(saved->content());
+            });
+        handler.writeToManifestFile();
+        qInstallMessageHandler(previous);
+    }
+    QCOMPARE(contents, QVector<QByteArray>({"[\"before\"]"}));
+    QCOMPARE(names.first().size(), 2);
+    QCOMPARE(names.first().first(), u"manifest.json"_qs);
+    QVERIFY(isTemporaryFileOf(u"manifest.json"_qs, names.first().last()));
+
+    QCOMPARE(file.content(), QByteArray("[\"before\"]"));
     QVERIFY(file.isAlone());
 }
 
