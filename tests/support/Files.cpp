@@ -89,14 +89,15 @@ AsOrdinaryUser::AsOrdinaryUser()
     : user(geteuid())
 {
     constexpr uid_t nobody = 65534;
-    if (user == 0 && seteuid(nobody) != 0) {
+    // The real user as well, since access() asks for that one.
+    if (user == 0 && setresuid(nobody, nobody, user) != 0) {
         qFatal("cannot become an ordinary user");
     }
 }
 
 AsOrdinaryUser::~AsOrdinaryUser()
 {
-    if (seteuid(user) != 0) {
+    if (setresuid(user, user, user) != 0) {
         qFatal("cannot become the former user again");
     }
 }
