@@ -1,6 +1,7 @@
 #include "ConfigurationAndProcessDataDefinitions.h"
 #include "ConfigurationManifestCreator.h"
 #include "ConfigurationStructureElement.h"
+#include "ConfigurationStructureElementList.h"
 #include "ElementMessages.h"
 #include "Files.h"
 #include "MessageRecorder.h"
@@ -10,14 +11,24 @@
 
 #include <QtCore/QDir>
 #include <QtCore/QJsonDocument>
+#include <QtCore/QLocale>
 #include <QtCore/QTemporaryDir>
+#include <QtCore/QThread>
 
+#include <algorithm>
 #include <cerrno>
+#include <memory>
 #include <type_traits>
+#include <utility>
 
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
+
+QT_BEGIN_NAMESPACE
+// What Qt calls for every object that it makes or destroys. Tools that look into a running program rely on it.
+extern quintptr Q_CORE_EXPORT qtHookData[];
+QT_END_NAMESPACE
 
 namespace {
 
@@ -71,6 +82,51 @@ bool createConfiguration(const QString& folder)
     return ConfigurationManifestCreator().create2(folder, configuration);
 }
 
+/// Knows all lists of elements that are made within its life, from the moment at which they are made.
+class LivingLists {
+public:
+    LivingLists()
+    {
+        qtHookData[addHook] = reinterpret_cast<quintptr>(&add);
+        qtHookData[removeHook] = reinterpret_cast<quintptr>(&remove);
+    }
+    ~LivingLists()
+    {
+        qtHookData[addHook] = 0;
+        qtHookData[removeHook] = 0;
+        objects.clear();
+    }
+    Q_DISABLE_COPY(LivingLists)
+
+    /// The suffixes that the lists refer to, from the oldest list to the youngest.
+    static QVector<const QString*> suffixes()
+    {
+        QVector<const QString*> result;
+        for (const QObject* object : std::as_const(objects)) {
+            if (const auto* list = qobject_cast<const ConfigurationStructureElementList*>(object)) {
+                result.append(&list->getSuffix());
+            }
+        }
+        return result;
+    }
+
+private:
+    // As in qhooks_p.h, a header that not every Qt comes with.
+    static constexpr int addHook = 3;
+    static constexpr int removeHook = 4;
+
+    static void add(QObject* object)
+    {
+        objects.append(object);
+    }
+    static void remove(QObject* object)
+    {
+        objects.removeOne(object);
+    }
+
+    static inline QVector<const QObject*> objects;
+};
+
 // Instance names at every level in the order of the manifest, children behind their node in brackets.
 QString outline(const QJsonArray& elements)
 {
@@ -96,6 +152,7 @@ private Q_SLOTS:
 
     void writesTheTreeOfSelectionsAndNodesByteForByte();
     void elementsOfOneKindAndPositionKeepTheListingOrder();
+    void listingOrderIgnoresTheLocale();
     void hundredElementsOfOnePositionAreAllThere();
     void displayPositionsOrderEachKindButAreNotStored();
     void selectionNamesCarryThePathFromTheScannedFolderAtEveryLevel();
@@ -107,6 +164,7 @@ private Q_SLOTS:
     void manifestIsNoDescriptionOfALaterScan();
     void laterScanReplacesTheManifestCompletely();
     void scanBegunByAMessageOfAnotherDisturbsNeither();
+    void everyListOfAScanRefersToTheSameSuffix();
 
     void schemeChoosesSuffixAndFileName_data();
     void schemeChoosesSuffixAndFileName();
@@ -118,6 +176,7 @@ private Q_SLOTS:
     void folderOfAScanThatFoundNothingCountsAsThePrevious();
     void trailingSeparatorStaysInTheFileName();
     void namesBelowAFolderWithTrailingSeparatorAreTheWholeFolder();
+    void relativeFolderStaysRelativeAtEveryLevel();
     void emptyPathListsTheCurrentFolderAndWritesToTheRoot();
 
     void nothingToListIsASuccessThatWritesNothing_data();
@@ -125,6 +184,7 @@ private Q_SLOTS:
 
     void messagesOfAScanComeInListingOrder();
     void brokenDescriptionsKeepTheirElements();
+    void unreadableDescriptionsKeepTheirElements();
     void unreadableSubfolderIsLeftOut();
 
     void unwritableFolderIsReportedAndKeepsThePreviousManifest();
@@ -132,6 +192,7 @@ private Q_SLOTS:
     void missingFolderOfTheSchemeIsReported();
     void incompleteWriteKeepsThePreviousManifest_data();
     void incompleteWriteKeepsThePreviousManifest();
+    void incompleteWriteIsReportedWhenItsTemporaryFileIsGone();
     void incompleteFirstWriteLeavesNothing();
     void failingCommitGoesUnnoticedAndKeepsThePreviousManifest();
     void manifestThatIsALinkIsWrittenWhereItPoints();
@@ -230,6 +291,37 @@ void tst_ConfigurationManifestCreator::elementsOfOneKindAndPositionKeepTheListin
     MessageRecorder log;
     QVERIFY(createConfiguration(folder));
     QCOMPARE(outlineOfManifest(), QStringLiteral("A b c D e F g H i S[S/f] t[t/f] u[u/f] V[V/f] w[w/f] X[X/f]"));
+}
+
+void tst_ConfigurationManifestCreator::listingOrderIgnoresTheLocale()
+{
+    const QString umlaut = QString::fromUtf8("ä");
+    const QString last = QStringLiteral("z");
+    for (const QString& name : {umlaut, last}) {
+        writeFile(at(name + QStringLiteral(".config.json")), description(1));
+        writeFile(at(name + QStringLiteral("/Folder.menu.json")), folderDescription(1));
+        for (const QString& below : {umlaut, last}) {
+            writeFile(at(name + QLatin1Char('/') + below + QStringLiteral(".config.json")), description(1));
+        }
+    }
+
+    const QLocale previous;
+    QLocale::setDefault(QLocale(QLocale::German, QLocale::Germany));
+    bool localeMatters = false;
+    bool created = false;
+    MessageRecorder log;
+    // A thread keeps the locale in which it first compared texts.
+    const std::unique_ptr<QThread> thread(QThread::create([&] {
+        localeMatters = umlaut.localeAwareCompare(last) < 0 && umlaut > last;
+        created = createConfiguration(folder);
+    }));
+    thread->start();
+    thread->wait();
+    QLocale::setDefault(previous);
+    QVERIFY(localeMatters);
+    QVERIFY(created);
+    QCOMPARE(log.take(), QVector<Message>());
+    QCOMPARE(outlineOfManifest(), QString::fromUtf8("z ä z[z/z z/ä] ä[ä/z ä/ä]"));
 }
 
 void tst_ConfigurationManifestCreator::hundredElementsOfOnePositionAreAllThere()
@@ -379,6 +471,28 @@ void tst_ConfigurationManifestCreator::scanBegunByAMessageOfAnotherDisturbsNeith
         everythingIn(inner), QStringList({QStringLiteral("b.process.json"), QStringLiteral("process.manifest.json")}));
 }
 
+void tst_ConfigurationManifestCreator::everyListOfAScanRefersToTheSameSuffix()
+{
+    // The last message comes while the list of the innermost folder is made, and those above wait for it.
+    writeFile(at(QStringLiteral("n/m/f.config.json")), "{}");
+
+    static QVector<const QString*> suffixes;
+    suffixes.clear();
+    bool created = false;
+    {
+        const LivingLists lists;
+        const QtMessageHandler previous = qInstallMessageHandler(
+            [](QtMsgType, const QMessageLogContext&, const QString&) { suffixes = LivingLists::suffixes(); });
+        created = createConfiguration(folder);
+        qInstallMessageHandler(previous);
+    }
+    QVERIFY(created);
+    QCOMPARE(outlineOfManifest(), QStringLiteral("n[m[n/m/f]]"));
+    QCOMPARE(suffixes.size(), 3);
+    QCOMPARE(suffixes.at(1), suffixes.at(0));
+    QCOMPARE(suffixes.at(2), suffixes.at(0));
+}
+
 void tst_ConfigurationManifestCreator::schemeChoosesSuffixAndFileName_data()
 {
     QTest::addColumn<QString>("scheme");
@@ -495,6 +609,23 @@ void tst_ConfigurationManifestCreator::namesBelowAFolderWithTrailingSeparatorAre
     QCOMPARE(outlineOfManifest(), folder.mid(1) + QStringLiteral("/a n[b]"));
 }
 
+void tst_ConfigurationManifestCreator::relativeFolderStaysRelativeAtEveryLevel()
+{
+    writeFile(at(QStringLiteral("a.config.json")), description(1));
+    for (const char* name : {"n", "n/m"}) {
+        writeFile(at(QString::fromLatin1(name) + QStringLiteral("/Folder.menu.json")), folderDescription(1));
+        writeFile(at(QString::fromLatin1(name) + QStringLiteral("/f.config.json")), description(1));
+    }
+    QVERIFY(QDir::setCurrent(temporary->path()));
+    MessageRecorder log;
+    const bool created = createConfiguration(QStringLiteral("cfg"));
+    QVERIFY(QDir::setCurrent(QDir::rootPath()));
+    QVERIFY(created);
+    QCOMPARE(log.take(), QVector<Message>());
+    // What is removed from the path of a file is the folder as it was given: no absolute path may meet it.
+    QCOMPARE(outlineOfManifest(), QStringLiteral("a n[n/f m[n/m/f]]"));
+}
+
 void tst_ConfigurationManifestCreator::emptyPathListsTheCurrentFolderAndWritesToTheRoot()
 {
     writeFile(at(QStringLiteral("a.config.json")), description(1));
@@ -573,6 +704,30 @@ void tst_ConfigurationManifestCreator::brokenDescriptionsKeepTheirElements()
     QCOMPARE(manifest(), QByteArray('[' + node("n", selection("n/x")) + ']'));
 }
 
+void tst_ConfigurationManifestCreator::unreadableDescriptionsKeepTheirElements()
+{
+    writeFile(at(QStringLiteral("n/Folder.menu.json")), folderDescription(7));
+    writeFile(
+        at(QStringLiteral("n/x.config.json")), "{\"hide\":true,\"displayPosition\":7,\"instanceName\":\"unread\"}");
+    writeFile(at(QStringLiteral("n/y.config.json")), description(0));
+    const QString ofFolder = at(QStringLiteral("n/Folder.menu.json"));
+    const QString ofFile = at(QStringLiteral("n/x.config.json"));
+    for (const QString& path : {ofFolder, ofFile}) {
+        chmod(QFile::encodeName(path).constData(), 0);
+    }
+    chmod(QFile::encodeName(folder).constData(), 0777);
+    MessageRecorder log;
+    {
+        const AsOrdinaryUser permissionsCount;
+        QVERIFY(createConfiguration(folder));
+    }
+    QCOMPARE(log.take(),
+        QVector<Message>({folderDescriptionForbidden(ofFolder), positionMissing(), fileForbidden(ofFile),
+            positionMissing(), hideMissing()}));
+    // Without a description the position is -1.
+    QCOMPARE(manifest(), QByteArray('[' + node("n", selection("n/x") + ',' + selection("n/y")) + ']'));
+}
+
 void tst_ConfigurationManifestCreator::unreadableSubfolderIsLeftOut()
 {
     writeFile(at(QStringLiteral("a.config.json")), description(1));
@@ -594,6 +749,8 @@ void tst_ConfigurationManifestCreator::unwritableFolderIsReportedAndKeepsThePrev
 {
     writeFile(at(QStringLiteral("a.config.json")), description(1));
     writeFile(at(QStringLiteral("configuration.manifest.json")), "previous");
+    // The file itself could be written to, but not replaced.
+    chmod(QFile::encodeName(at(QStringLiteral("configuration.manifest.json"))).constData(), 0666);
     chmod(QFile::encodeName(folder).constData(), 0555);
     MessageRecorder log;
     {
@@ -666,6 +823,39 @@ void tst_ConfigurationManifestCreator::incompleteWriteKeepsThePreviousManifest()
                 writeManifestFile)}));
     QCOMPARE(manifest(), QByteArrayLiteral("previous"));
     QCOMPARE(everythingIn(folder), QStringList({QStringLiteral("configuration.manifest.json"), QStringLiteral("n")}));
+}
+
+void tst_ConfigurationManifestCreator::incompleteWriteIsReportedWhenItsTemporaryFileIsGone()
+{
+    writeFile(at(QStringLiteral("a.config.json")), description(1));
+    writeFile(at(QStringLiteral("configuration.manifest.json")), "previous");
+
+    static QString watched;
+    static QStringList found;
+    watched = folder;
+    found.clear();
+    bool result = true;
+    bool hadTemporaryFile = false;
+    {
+        std::vector<Fault> faults = faultsOfTheFileSystem(false);
+        faults.push_back({"write", 1, 1, ENOSPC});
+        const FaultyCalls faulty(folder.toStdString(), faults);
+        const QtMessageHandler previous =
+            qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {
+                found.append(everythingIn(watched).join(QLatin1Char(' ')));
+            });
+        result = createConfiguration(folder);
+        qInstallMessageHandler(previous);
+        hadTemporaryFile = std::any_of(faulty.made().begin(), faulty.made().end(), [](const FaultyCalls::Call& call) {
+            return call.name == "make" && call.result >= 0
+                && isTemporaryFileOf(QStringLiteral("configuration.manifest.json"),
+                    QFileInfo(QString::fromStdString(call.path)).fileName());
+        });
+    }
+    QVERIFY(!result);
+    QVERIFY(hadTemporaryFile);
+    QCOMPARE(found, QStringList(QStringLiteral("a.config.json configuration.manifest.json")));
+    QCOMPARE(manifest(), QByteArrayLiteral("previous"));
 }
 
 void tst_ConfigurationManifestCreator::incompleteFirstWriteLeavesNothing()

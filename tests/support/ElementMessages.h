@@ -28,6 +28,12 @@ inline Message folderDescriptionNotJson()
         "void ConfigurationStructureElement::readFolderDescription(const QString&, QJsonObject&)");
 }
 
+inline Message folderDescriptionForbidden(const QString& path)
+{
+    return warning(QStringLiteral("Can't open file  \"%1\"  IO Error:  \"Permission denied\"").arg(path),
+        "void ConfigurationStructureElement::readFolderDescription(const QString&, QJsonObject&)");
+}
+
 inline Message noFile()
 {
     return debug(QStringLiteral("No description file found!"),
@@ -37,5 +43,11 @@ inline Message noFile()
 inline Message fileNotJson()
 {
     return warning(QStringLiteral("Can't parse Json!\n"),
+        "void ConfigurationStructureElement::readFileRootNodeDescription(const QString&, QJsonObject&)");
+}
+
+inline Message fileForbidden(const QString& path)
+{
+    return warning(QStringLiteral("Can't open file  \"%1\"  IO Error:  \"Permission denied\"").arg(path),
         "void ConfigurationStructureElement::readFileRootNodeDescription(const QString&, QJsonObject&)");
 }
