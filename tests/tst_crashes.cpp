@@ -1,5 +1,6 @@
 #include "ConfigurationManifestCreator.h"
 #include "ManifestFixture.h"
+#include "Patience.h"
 #include "Process.h"
 #include "QuickFolder.h"
 #include "TestMain.h"
@@ -145,8 +146,8 @@ void tst_Crashes::readersSeeOnlyWholeManifests()
         const qint64 moment = killed % 4 == 1 ? 0 : microseconds(engine) * qint64(1000);
         QElapsedTimer timer;
         timer.start();
-        while (
-            timer.nsecsElapsed() < moment || (waitsForChange && changes == changesBefore && !timer.hasExpired(10000))) {
+        while (timer.nsecsElapsed() < moment
+            || (waitsForChange && changes == changesBefore && !timer.hasExpired(patience))) {
             QVERIFY2(isGood(), content.left(1000).constData());
         }
         QVERIFY(!waitsForChange || changes > changesBefore);

@@ -1,3 +1,4 @@
+#include "Patience.h"
 #include "TestMain.h"
 
 #include <QtCore/QFileInfo>
@@ -10,7 +11,7 @@ QStringList linesOf(const QString& tool, const QStringList& arguments)
 {
     QProcess process;
     process.start(tool, arguments);
-    if (!process.waitForFinished() || process.exitCode() != 0) {
+    if (!process.waitForFinished(patience) || process.exitCode() != 0) {
         qFatal("%s does not run", qPrintable(tool));
     }
     return QString::fromUtf8(process.readAllStandardOutput()).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
@@ -136,7 +137,7 @@ void tst_Library::isRefusedByAProcessThatProvidesNothing()
 {
     QProcess loader;
     loader.start(QStringLiteral(LOADER), QStringList(QStringLiteral(LIBRARY)));
-    QVERIFY(loader.waitForFinished());
+    QVERIFY(loader.waitForFinished(patience));
     QCOMPARE(loader.exitStatus(), QProcess::NormalExit);
     QCOMPARE(loader.exitCode(), 1);
     // The loader names the mangled symbol, and the class is a part of that.

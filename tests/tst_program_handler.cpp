@@ -1,3 +1,5 @@
+#include "Patience.h"
+#include "Process.h"
 #include "ProgramRun.h"
 #include "SystemInformationManagerRegistryDefinitions.h"
 #include "TestMain.h"
@@ -8,6 +10,9 @@
 #include <QtCore/QJsonDocument>
 #include <QtCore/QProcess>
 
+#include <algorithm>
+
+#include <sys/ioctl.h>
 #include <sys/stat.h>
 
 namespace {
@@ -45,6 +50,26 @@ QJsonObject stamped(const QJsonObject& element, const QString& module, const QSt
 {
     const QJsonObject halfway = module.isEmpty() ? element : with(element, Registry::getKeyModuleName(), module);
     return object.isEmpty() ? halfway : with(halfway, Registry::getKeyObjectName(), object);
+}
+
+// Comes back when the process has read all of it and has closed the pipe.
+void writeToOneReading(const QString& pipe, const QByteArray& content, qint64 process)
+{
+    QFile file(pipe);
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Unbuffered) || file.write(content) != content.size()) {
+        qFatal("cannot write to the pipe");
+    }
+    // Until it has been read, the reader may still be about to open the pipe.
+    for (int unread = content.size(); unread > 0;) {
+        ioctl(file.handle(), FIONREAD, &unread);
+    }
+    file.close();
+    const QString openFiles = u"/proc/%1/fd/"_qs.arg(process);
+    const auto isThePipe = [&](const QString& number) { return QFile::symLinkTarget(openFiles + number) == pipe; };
+    QStringList numbers;
+    do {
+        numbers = everythingIn(openFiles);
+    } while (std::any_of(numbers.begin(), numbers.end(), isThePipe));
 }
 
 // A value in which there is a value of every kind.
@@ -701,17 +726,20 @@ void tst_ProgramHandler::manifestThatComesBetweenTwoLooksIsNotTakenForEmpty()
 {
     // A pipe that gives something else each time it is read.
     const QTemporaryDir directory;
-    QProcess shell;
-    shell.setWorkingDirectory(directory.path());
-    shell.start(u"sh"_qs,
-        {u"-c"_qs,
-            u"mkfifo m; (printf x > m; sleep 0.2; printf '[{\"instanceName\":\"old\"}]' > m) & "
-            "\"$0\" add-node m new --dry-run"_qs,
-            QStringLiteral(PROGRAM)});
-    QVERIFY(shell.waitForFinished());
-    QCOMPARE(shell.exitCode(), 1);
-    QCOMPARE(shell.readAllStandardOutput(), QByteArray());
-    QVERIFY(shell.readAllStandardError().endsWith("configuration-manifest: m has changed while it was read\n"));
+    const QString pipe = directory.filePath(u"m"_qs);
+    QCOMPARE(mkfifo(QFile::encodeName(pipe).constData(), 0600), 0);
+    QProcess program;
+    program.setWorkingDirectory(directory.path());
+    program.start(QStringLiteral(PROGRAM), {u"add-node"_qs, u"m"_qs, u"new"_qs, u"--dry-run"_qs});
+    const Process writer([&] {
+        for (const QByteArray& content : {QByteArray("x"), QByteArray(R"([{"instanceName":"old"}])")}) {
+            writeToOneReading(pipe, content, program.processId());
+        }
+    });
+    QVERIFY(program.waitForFinished(patience));
+    QCOMPARE(program.exitCode(), 1);
+    QCOMPARE(program.readAllStandardOutput(), QByteArray());
+    QVERIFY(program.readAllStandardError().endsWith("configuration-manifest: m has changed while it was read\n"));
 }
 
 void tst_ProgramHandler::emptyManifestIsOne()

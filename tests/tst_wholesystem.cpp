@@ -2,6 +2,7 @@
 #include "ConfigurationManifestHandler.h"
 #include "Files.h"
 #include "MessageRecorder.h"
+#include "Patience.h"
 #include "TestMain.h"
 
 #include <QtCore/QDirIterator>
@@ -112,7 +113,7 @@ void tst_WholeSystem::smallestProgramCreatesListsAndEdits()
     writeFile(folder.filePath(QStringLiteral("b.config.json")), "{\"displayPosition\":1,\"hide\":false}");
     QProcess program;
     program.start(QStringLiteral(EMBEDDING), QStringList(folder.path()));
-    QVERIFY(program.waitForFinished());
+    QVERIFY(program.waitForFinished(patience));
     QCOMPARE(program.exitCode(), 0);
     QCOMPARE(program.readAllStandardError(), QByteArray());
     QCOMPARE(program.readAllStandardOutput(), QByteArrayLiteral("b\na\n"));

@@ -1,5 +1,7 @@
 #include "ProgramRun.h"
 
+#include "Patience.h"
+
 #include <QtCore/QDir>
 #include <QtCore/QDirIterator>
 #include <QtCore/QFile>
@@ -22,12 +24,6 @@
 #include <unistd.h>
 
 namespace {
-
-#ifdef MEMORY_CHECKED
-constexpr int timeout = 100000;
-#else
-constexpr int timeout = 10000;
-#endif
 
 class PreparedProcess : public QProcess {
 public:
@@ -98,7 +94,7 @@ private:
 ProgramRun finished(QProcess& process)
 {
     ProgramRun run;
-    if (!process.waitForFinished(timeout)) {
+    if (!process.waitForFinished(patience)) {
         process.kill();
         process.waitForFinished();
     } else if (process.exitStatus() == QProcess::NormalExit) {
