@@ -7,14 +7,17 @@
  *
  * The library calls these getters and defines none of them: the process that loads it does. What a provider must keep:
  *
- * - Every getter returns the same string, by reference, from the first call to the end of the run. The library keeps
- *   such references across calls. Getters may be called from any thread, so a string that is built on the first call
- *   needs a guarded initialisation, as a function-local static has.
+ * - Every getter returns the same string, by reference, from the first call to the end of the run, destructors of
+ *   static objects included. The library keeps such references across calls. A function-local static QString made from
+ *   QStringLiteral does both; one that is built at run time is gone once it is destroyed.
+ * - Getters may be called from any thread, so a string that is built on the first call needs a guarded initialisation,
+ *   as a function-local static has.
  * - No text is empty; no two keys share a text, those of ConfigurationAndProcessDataDefinitions included. Keys are
  *   compared case-sensitively.
- * - The texts marked "fixed" are part of the manifest's file format, and the library's own copies of three of them
- *   (ConfigurationManifestHandler, JsonDataIteratorConfigurationInstanceListUpdater) must find the same ones. All
- *   others are the provider's choice; the column says what the key or value is for.
+ * - The texts marked "fixed" are part of the manifest's file format. The library has its own copies of four of them,
+ *   which must be the same: "selectionType", "Selection" and "Node" in ConfigurationManifestHandler, "instanceName" in
+ *   JsonDataIteratorConfigurationInstanceListUpdater. All others are the provider's choice; the column says what the
+ *   key or value is for.
  *
  * | getter                | text                     | JSON type | meaning                                     |
  * |-----------------------|--------------------------|-----------|---------------------------------------------|

@@ -25,11 +25,13 @@ class ConfigurationStructureElementList;
  *      {"instanceName":"Net","selectionType":"Node","substructure":[
  *        {"instanceName":"Net/port","selectionType":"Selection"}]}]
  *
- * The file is compact UTF-8 JSON without a line end. It is replaced atomically; after any failure that is reported the
- * previous file is untouched and no temporary one stays behind.
+ * The file is compact UTF-8 JSON without a line end. It is synced and then replaces the previous one atomically; that
+ * is untouched after any failure that is reported. docs/limits.md says which failures go unnoticed, whose the new file
+ * is and when a temporary one is left (Saving, Owner and permissions), and SECURITY.md which folders to scan.
  *
  * A creator serves any number of scans, each from nothing. It reads the file system only within the two create
- * operations, on the caller's thread. Used by one thread at a time.
+ * operations, on the caller's thread. Used by one thread at a time. Whoever takes its messages may scan with it as well
+ * (docs/limits.md, Callbacks). When memory runs out, std::bad_alloc is thrown.
  */
 class CONFIGURATION_MANIFEST_EXPORT ConfigurationManifestCreator : public QObject {
     Q_OBJECT
@@ -55,8 +57,8 @@ public:
      * @return true when the manifest was written, and when there was nothing to do because the folder is missing,
      *         unreadable or has no visible entry: then nothing is written. False after a warning: "Unable to open the
      *         manifest file for writing:" with the file's name, or "Manifest file was not successful written:" with the
-     *         number of bytes written (-1 for none that is sure) and needed. A rename that fails at the very end goes
-     *         unnoticed: true, with the previous file in place.
+     *         number of bytes written and needed; -1 written means that it is not sure of any, as after a failed sync.
+     *         A rename that fails at the very end goes unnoticed: true, with the previous file in place.
      */
     bool create2(const QString& path, const QString& scheme);
 

@@ -12,8 +12,9 @@
  * becomes a selection.
  *
  * A value: copies share their data until one changes, moves are cheap and do not throw. Reads files only while it is
- * constructed from one, and in the operations that name one. Used by one thread at a time. Nothing here fails: what is
- * missing or malformed in a description is replaced by a default, with a message where the operation names one.
+ * constructed from one, and in the operations that name one. Used by one thread at a time. Nothing here reports a
+ * failure to its caller: what is missing or malformed in a description is replaced by a default, with a message where
+ * the operation names one. When memory runs out, std::bad_alloc is thrown (docs/limits.md, Memory).
  *
  * A node object is the folder description with some members forced and some taken out. K stands for a getter of
  * SystemInformationManagerRegistryDefinitions, P for one of ConfigurationAndProcessDataDefinitions:
@@ -82,9 +83,11 @@ public:
     ConfigurationStructureElement(const QFileInfo& entry, const QString& scanRoot, const QString& suffix);
 
     /**
-     * The element described by a JSON object instead of a file: a node as generateNodeData() makes it, or a selection
-     * as generateSelectionData() makes it. Such an element never reports itself valid: validity says whether an entry
-     * of a folder belongs in the manifest, and there is none.
+     * The element described by a JSON object instead of a file. Such an element never reports itself valid: validity
+     * says whether an entry of a folder belongs in the manifest, and there is none.
+     *
+     * @param isNode true for a node, as generateNodeData() makes it; false for a selection, as generateSelectionData()
+     *               makes it. `object` is not asked: what it holds as selection type is overwritten.
      */
     ConfigurationStructureElement(const QJsonObject& object, const QString& instanceName, bool isNode);
 
@@ -156,12 +159,14 @@ public:
     /// Makes the object the node of a folder, described by its folder description file.
     void generateNodeData(const QFileInfo& entry);
     /// Makes the object a node from a description. A display position that the description lacks keeps its old value.
+    /// Warns as extractDisplayPosition() does.
     void generateNodeData(const QJsonObject& description, const QString& instanceName);
 
     /// Inserts the members of a selection, described by a description file.
     void generateSelectionData(const QFileInfo& entry);
     /// Inserts the members of a selection, described by `description`; `instanceName` serves when that names none. Only
     /// inserts: what the object holds beside them stays, and so does a display position that the description lacks.
+    /// Warns as extractDisplayPosition() and the readers below do, so also about a missing getKeyHide().
     void generateSelectionData(const QJsonObject& description, const QString& instanceName);
 
     /// The string under `key`. Empty when the key is missing; empty with "Property" `key` "is not of type string!".

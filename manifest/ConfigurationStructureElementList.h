@@ -17,7 +17,7 @@
  * of at most 16 elements, those of one kind and position keep the order of the listing; in a longer one their order is
  * not defined.
  *
- * Owns its elements. Does not own the suffix, which must outlive it. Used by one thread at a time.
+ * Owns its elements. Refers to the suffix, which must outlive it. Used by one thread at a time.
  */
 class CONFIGURATION_MANIFEST_EXPORT ConfigurationStructureElementList : public QObject {
     Q_OBJECT
@@ -27,7 +27,9 @@ public:
      * Makes the elements of `fileInfoList`, reading the description of every valid one.
      *
      * @param path       folder of the whole scan, the same at every level below it.
-     * @param fileSuffix ending of the description files. Referred to, not copied.
+     * @param fileSuffix ending of the description files. Referred to, not copied, by the list and by getSuffix(): pass
+     *                   a string that lives longer than the list. A QStringLiteral, or a literal of C++ where it
+     *                   converts, makes a temporary string that is gone when the constructor returns.
      */
     ConfigurationStructureElementList(const QList<QFileInfo>& fileInfoList, const QString& path,
         const QString& fileSuffix, QObject* parent = nullptr);
@@ -44,7 +46,7 @@ public:
 
     int getCountElements() const;
 
-    /// The very string that was given to the constructor.
+    /// The very string that was given to the constructor, not a copy.
     const QString& getSuffix() const;
 
 private:

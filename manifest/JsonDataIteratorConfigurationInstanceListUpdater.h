@@ -29,7 +29,8 @@
  * gives `[{"hide":true,"instanceName":"Net/port","selectionType":"Selection"}]`.
  *
  * Owns copies of what init() received. Nothing is kept from one compute() to the next, so that a configured updater
- * serves any number of walks, also at the same time, as long as nobody reconfigures it meanwhile.
+ * serves any number of walks, also at the same time, as long as nobody reconfigures it meanwhile. Whoever takes its
+ * messages may use it as well (docs/limits.md, Callbacks).
  */
 class CONFIGURATION_MANIFEST_EXPORT JsonDataIteratorConfigurationInstanceListUpdater
     : public JsonDataIteratorObjectBase {
@@ -56,24 +57,28 @@ public:
     void init(const QString& instanceName, const QString& key, const QVariant& value);
 
     /// Switching adding on switches removing off, with the warning "Removing of keys is already enabled and will be
-    /// disabled!" when it was on.
+    /// disabled!" when it was on. While the warning is given both are on: a compute() then removes a key that is
+    /// present and adds one that is missing.
     void setAddKey(bool enable);
     /// Switching removing on switches adding off, with the warning "Adding of keys is already enabled and will be
-    /// disabled!" when it was on.
+    /// disabled!" when it was on. While the warning is given both are on, as in setAddKey().
     void setRemoveKey(bool enable);
 
     /**
-     * Edits `jsonObject` when it is an element of the instance name, and then appends a copy of it to `result`, in
-     * amortised constant time as long as nothing else refers to the array. An element is an object with a selection
-     * type, whatever that is. It is edited even when it already holds the value.
+     * Edits `jsonObject` when it is an element of the instance name, and then appends a copy of it to `result`. An
+     * element is an object with a selection type, whatever that is. It is edited even when it already holds the value.
+     * The other members keep their values, except that an integer beyond 2^53 becomes the nearest number of type
+     * double, as it does whenever it is written to a file.
      *
-     * The edit rebuilds the object from its members, which costs as much as the object with everything below it. The
-     * other members keep their values, except that an integer beyond 2^53 becomes the nearest number of type double,
-     * as it does whenever it is written to a file.
+     * Cost: an object that is skipped costs at most three lookups of a member. An edit converts the object with
+     * everything below it twice, and puts its own members back one by one in no order, so that its time grows with the
+     * square of their number: half a millisecond for 1,000 members, 30 ms for 10,000. The appending is amortised
+     * constant as long as nothing else refers to the array. A warning writes out the object with everything below it.
      *
      * A Null `result` becomes an empty array first, whatever the object is. A `result` of any other type, Undefined
      * included, is left as it is: the object is edited and not collected. Objects without a selection type, with
-     * another instance name or with one that is not a string are skipped silently.
+     * another instance name or with one that is not a string are skipped silently; when no element has the
+     * instance name, only the empty array says so.
      *
      * The object is neither changed nor collected after each of these warnings: "Unable to find key instanceName in
      * current json object:" with the object, "(", the key and ")!", for every element without an instance name;
