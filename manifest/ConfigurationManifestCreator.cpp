@@ -97,8 +97,8 @@ bool ConfigurationManifestCreator::writeManifestFile()
         return false;
     }
 
-    const qint64 written = writeCompletely(file, document);
-    file.commit();
+    const qint64 written = ManifestSaveFile::writeCompletely(file, document);
+    ManifestSaveFile::commit(file);
     if (written != document.size()) {
         qWarning() << "Manifest file was not successful written:" << written << "," << document.size() << "!";
         return false;

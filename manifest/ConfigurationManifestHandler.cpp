@@ -406,8 +406,8 @@ void ConfigurationManifestHandler::writeToManifestFile()
         return;
     }
     const QByteArray content = getManifestContent();
-    if (writeCompletely(file, content) == content.size()) {
-        file.commit();
+    if (ManifestSaveFile::writeCompletely(file, content) == content.size()) {
+        ManifestSaveFile::commit(file);
     } else {
         qWarning() << "Error on writing instance list to manifest file!";
     }

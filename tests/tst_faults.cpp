@@ -61,7 +61,7 @@ constexpr Trouble troublesOfTransfers[] = {
 };
 
 constexpr const char* calls[] = {"open", "make", "read", "write", "sync", "close", "link", "rename", "unlink",
-    "readlink", "stat", "fstat", "access", "chmod", "seek", "list", "next", "end"};
+    "readlink", "resolve", "stat", "fstat", "access", "chmod", "chown", "attribute", "seek", "list", "next", "end"};
 
 std::vector<Trouble> troublesOf(const QByteArray& call)
 {
@@ -259,9 +259,8 @@ enum class Consequence {
     NotWritten,
     /// The save is taken for a success. The file is what it was before.
     Unnoticed,
-    PermissionsLost,
-    OwnersPermissions,
-    PermissionsOfANewFile,
+    /// The group has the permissions that everybody has.
+    GroupsPermissionsLost,
     /// The new file takes the place of the link, and the one that the link points to is what it was before.
     LinkReplaced,
     ComplaintOfThePosition,
@@ -296,11 +295,11 @@ Consequence consequenceOfSaving(const Failure& failure)
         {"stat link 2", Consequence::LinkReplaced},
         // Without a name to rename to, Qt complains; a link just fails.
         {"readlink link 1", failure.isNamed ? Consequence::ComplaintOfTheName : Consequence::Unnoticed},
-        {"stat target 1", Consequence::PermissionsOfANewFile},
-        // Which permissions the new file is to have, and giving them to it.
-        {"stat manifest 3", Consequence::PermissionsLost},
-        {"stat target 2", Consequence::PermissionsLost},
-        {"chmod temporary 1", Consequence::OwnersPermissions},
+        // Whether the permissions of the group are those of a list, too.
+        {"attribute manifest 1", Consequence::GroupsPermissionsLost},
+        {"attribute link 1", Consequence::GroupsPermissionsLost},
+        {"attribute temporary 1", Consequence::GroupsPermissionsLost},
+        {"sync temporary 1", Consequence::NotWritten},
         {"seek temporary 1", Consequence::ComplaintOfThePosition},
         {"link manifest 1", Consequence::Unnoticed},
         {"link target 1", Consequence::Unnoticed},
@@ -336,14 +335,8 @@ Result withConsequence(Result result, Consequence consequence, const Result& bef
         result.content = before.content;
         result.mode = before.mode;
         break;
-    case Consequence::PermissionsLost:
-        result.mode = 0;
-        break;
-    case Consequence::OwnersPermissions:
+    case Consequence::GroupsPermissionsLost:
         result.mode = 0600;
-        break;
-    case Consequence::PermissionsOfANewFile:
-        result.mode = modeOfNewFile();
         break;
     case Consequence::LinkReplaced:
         result.isLink = false;
@@ -425,8 +418,6 @@ public:
         Result result {true, {}, content, content, previousMode, linked, linked ? content : QByteArray()};
         if (failure.call == "access " + named() + " 1") {
             result.messages = {warning(u"Cannot find configuration manifest file!"_qs, loading)};
-        } else if (failure.call == "stat " + named() + " 1") {
-            result.messages = {warning(u"Configuration manifest file does not exist!"_qs, loading)};
         } else if (failure.call == "open " + named() + " 1") {
             result.messages = {warning(
                 u"Cannot open configuration manifest file for reading: \"%1\" !"_qs.arg(place.manifest()), loading)};
@@ -681,11 +672,12 @@ private:
             return {
                 warning(u"Unable to open the manifest file for writing: \"%1\" !"_qs.arg(place.manifest()), function)};
         }
-        // A large document is written directly, and what has arrived of it is known. A small one is in a buffer.
+        // A large document is written directly, and what has arrived of it is known. A small one is in a buffer, and after a
+        // failed sync nothing is known.
         const auto half = std::find_if(made.begin(), made.end(),
             [](const FaultyCalls::Call& call) { return call.name == "write" && call.result > 0; });
         return {warning(u"Manifest file was not successful written: %1 , %2 !"_qs
-                            .arg(large && half != made.end() ? half->result : -1)
+                            .arg(large && half != made.end() && half->result < content.size() ? half->result : -1)
                             .arg(content.size()),
             function)};
     }
@@ -786,14 +778,23 @@ private Q_SLOTS:
     void everyFailingCallHasItsConsequence_data();
     void everyFailingCallHasItsConsequence();
     void manifestIsNeverWrittenDirectly();
-    void writeErrorsReportedLateGoUnnoticed_data();
-    void writeErrorsReportedLateGoUnnoticed();
+    void dataThatIsNotOnTheDiskKeepsThePreviousManifest_data();
+    void dataThatIsNotOnTheDiskKeepsThePreviousManifest();
+    void fileSystemThatCannotSyncIsNoFailure_data();
+    void fileSystemThatCannotSyncIsNoFailure();
+    void syncThatASignalInterruptsIsRepeated();
+    void savesSyncTheFileBeforeItTakesItsPlaceAndTheFolderAfterwards_data();
+    void savesSyncTheFileBeforeItTakesItsPlaceAndTheFolderAfterwards();
+    void folderThatIsSyncedIsThatOfTheFileBehindTheLink();
+    void errorAtTheCloseGoesUnnoticed();
     void failedLinkGoesUnnoticed();
     void temporaryFileThatCannotBeRemovedStays_data();
     void temporaryFileThatCannotBeRemovedStays();
     void failedSeekBringsAMessageOfQt();
-    void manifestThatIsReplacedWhileItIsLookedForIsMissing();
-    void permissionsThatCannotBeAskedForAreLost();
+    void manifestThatIsReplacedAtEveryLookIsLoaded();
+    void manifestThatIsReplacedAtEveryLookIsSavedWithItsPermissions();
+    void descriptionThatIsReplacedAtEveryLookIsNotSaidToBeMissing();
+    void permissionsThatNeverCanBeSetAreTheOwnersAlone();
     void linkThatCannotBeLookedAtIsReplaced();
     void linkThatCannotBeReadKeepsThePreviousManifest();
     void readErrorInAManifestIsReportedAsASyntaxError();
@@ -831,22 +832,25 @@ void tst_Faults::everyFailingCallHasItsConsequence_data()
     } operations[] = {
         {"load", make<Load>, true, false, "access stat open fstat read close"},
         {"load, linked", make<Load>, true, true, "access stat open fstat read close"},
-        {"save", make<EditAndSave>, true, false, "access stat make chmod fstat write seek sync link close rename"},
-        {"save", make<EditAndSave>, false, false, "access stat make chmod fstat write seek sync close rename"},
+        {"save", make<EditAndSave>, true, false,
+            "access stat make chmod fstat attribute write seek sync link close rename resolve open"},
+        {"save", make<EditAndSave>, false, false,
+            "access stat make chmod fstat attribute write seek sync close rename resolve open"},
         {"save, linked", make<EditAndSave>, true, true,
-            "access stat readlink make chmod fstat write seek sync link close rename"},
+            "access stat readlink make chmod fstat attribute write seek sync link close rename resolve open"},
         {"save, linked", make<EditAndSave>, false, true,
-            "access stat readlink make chmod fstat write seek sync close rename"},
+            "access stat readlink make chmod fstat attribute write seek sync close rename resolve open"},
         {"create", make<Create, true>, true, false,
-            "list next end open read access stat make chmod fstat write seek sync link close rename"},
+            "list next end open read access stat make chmod fstat attribute write seek sync link close rename resolve"},
         {"create", make<Create, true>, false, false,
-            "list next end open read access stat make chmod fstat write seek sync close rename"},
+            "list next end open read access stat make chmod fstat attribute write seek sync close rename resolve"},
         {"create, linked", make<Create, true>, true, true,
-            "list next end open read access stat readlink make chmod fstat write seek sync link close rename"},
+            "list next end open read access stat readlink make chmod fstat attribute write seek sync link close rename "
+            "resolve"},
         {"create the first", make<Create, false>, true, false,
-            "list next end open read access stat make fstat write seek sync link close"},
+            "list next end open read access stat make fstat write seek sync link close resolve"},
         {"create the first", make<Create, false>, false, false,
-            "list next end open read access stat make fstat write seek sync close rename"},
+            "list next end open read access stat make fstat write seek sync close rename resolve"},
     };
     for (const auto& operation : operations) {
         for (const bool large : {false, true}) {
@@ -927,19 +931,134 @@ void tst_Faults::manifestIsNeverWrittenDirectly()
     QCOMPARE(run.result.messages.size(), 1);
 }
 
-void tst_Faults::writeErrorsReportedLateGoUnnoticed_data()
+void tst_Faults::dataThatIsNotOnTheDiskKeepsThePreviousManifest_data()
 {
-    QTest::addColumn<QByteArray>("call");
-    QTest::newRow("at the sync") << QByteArray("sync");
-    QTest::newRow("at the close") << QByteArray("close");
+    QTest::addColumn<Operations>("operations");
+    QTest::addColumn<int>("error");
+    QTest::addColumn<Message>("message");
+
+    const Message notSaved = fileNotWrittenCompletely();
+    const Message notCreated = warning(u"Manifest file was not successful written: -1 , 80 !"_qs,
+        "bool ConfigurationManifestCreator::writeManifestFile()");
+    for (const int error : {EIO, ENOSPC, EDQUOT, EROFS, EBADF}) {
+        QTest::addRow("save, %s", strerrorname_np(error)) << Operations(make<EditAndSave>) << error << notSaved;
+        QTest::addRow("create, %s", strerrorname_np(error)) << Operations(make<Create, true>) << error << notCreated;
+    }
 }
 
-void tst_Faults::writeErrorsReportedLateGoUnnoticed()
+void tst_Faults::dataThatIsNotOnTheDiskKeepsThePreviousManifest()
 {
-    QFETCH(const QByteArray, call);
+    QFETCH(const Operations, operations);
+    QFETCH(const int, error);
+    QFETCH(Message, message);
+
+    const Run run = runOnce(*operations(), {{"sync", 1, 1, error}});
+    QCOMPARE(run.failure.call, QByteArray("sync temporary 1"));
+    QCOMPARE(run.result.content, previous);
+    QCOMPARE(run.result.mode, previousMode);
+    QCOMPARE(countOf(run.made, "rename"), 0);
+    QVERIFY(run.leftovers.isEmpty());
+    QCOMPARE(run.result.messages.size(), run.expected.messages.size());
+    Message last = run.result.messages.constLast();
+    if (message.text.contains(u"-1"_qs)) {
+        // Of a length that depends on the descriptions.
+        QVERIFY(last.text.startsWith(u"Manifest file was not successful written: -1 , "_qs));
+        last.text = message.text;
+    }
+    QCOMPARE(last, message);
+}
+
+void tst_Faults::fileSystemThatCannotSyncIsNoFailure_data()
+{
+    QTest::addColumn<int>("error");
+    QTest::newRow("EINVAL") << EINVAL;
+    QTest::newRow("ENOSYS") << ENOSYS;
+}
+
+void tst_Faults::fileSystemThatCannotSyncIsNoFailure()
+{
+    QFETCH(const int, error);
     EditAndSave edit;
-    const Run run = runOnce(edit, {{call.constData(), 1, INT_MAX, ENOSPC}});
-    QCOMPARE(run.failure.call, QByteArray(call + " temporary 1"));
+    const Run run = runOnce(edit, {{"sync", 1, INT_MAX, error}});
+    QCOMPARE(run.failure.call, QByteArray("sync temporary 1"));
+    QCOMPARE(run.result.messages, Messages());
+    QCOMPARE(run.result.content, run.result.memory);
+}
+
+void tst_Faults::syncThatASignalInterruptsIsRepeated()
+{
+    EditAndSave edit;
+    const Run run = runOnce(edit, {{"sync", 1, 3, EINTR}});
+    QCOMPARE(run.result.messages, Messages());
+    QCOMPARE(run.result.content, run.result.memory);
+    // Three times in vain, then by the save and by Qt; and the folder.
+    QCOMPARE(countOf(run.made, "sync"), 6);
+}
+
+void tst_Faults::savesSyncTheFileBeforeItTakesItsPlaceAndTheFolderAfterwards_data()
+{
+    QTest::addColumn<Operations>("operations");
+    QTest::addColumn<bool>("unnamed");
+    QTest::addColumn<bool>("linked");
+
+    for (const bool unnamed : {true, false}) {
+        for (const bool linked : {true, false}) {
+            const char* const file = unnamed ? "unnamed" : "named";
+            const char* const link = linked ? ", linked" : "";
+            QTest::addRow("save, %s%s", file, link) << Operations(make<EditAndSave>) << unnamed << linked;
+            QTest::addRow("create, %s%s", file, link) << Operations(make<Create, true>) << unnamed << linked;
+        }
+    }
+}
+
+void tst_Faults::savesSyncTheFileBeforeItTakesItsPlaceAndTheFolderAfterwards()
+{
+    QFETCH(const Operations, operations);
+    QFETCH(const bool, unnamed);
+    QFETCH(const bool, linked);
+
+    const QSharedPointer<Operation> operation = operations();
+    operation->linked = linked;
+    std::vector<Fault> faults = faultsOfTheFileSystem(unnamed);
+    faults.push_back(noFault);
+    const Run run = runOnce(*operation, faults);
+    QByteArrayList order;
+    for (const FaultyCalls::Call& call : run.made) {
+        const QString path = QString::fromStdString(call.path);
+        if (call.name == "write" || call.name == "rename") {
+            order.append(QByteArray::fromStdString(call.name));
+        } else if (call.name == "sync") {
+            const bool isFile = path.endsWith(u" (deleted)"_qs) || path.contains(u".json."_qs);
+            order.append(isFile ? "sync of the file" : "sync of the folder");
+        }
+    }
+    // The second sync of the file is Qt's own, with nothing left to do.
+    QCOMPARE(order, QByteArrayList({"write", "sync of the file", "sync of the file", "rename", "sync of the folder"}));
+}
+
+void tst_Faults::folderThatIsSyncedIsThatOfTheFileBehindTheLink()
+{
+    const Place place(false);
+    writeFile(place.path(u"target/real.json"_qs), previous);
+    writeFile(place.path(u"links/readme.txt"_qs), "");
+    const QString link = place.path(u"links/manifest.json"_qs);
+    QVERIFY(QFile::link(u"../target/real.json"_qs, link));
+    Handler handler(link, QString(), QString());
+    handler.parseManifestFile();
+
+    const FaultyCalls faulty(place.path().toStdString(), {});
+    handler.writeToManifestFile();
+    const FaultyCalls::Call& close = faulty.made().back();
+    const FaultyCalls::Call& sync = *(faulty.made().end() - 2);
+    QCOMPARE(QByteArray::fromStdString(close.name + ' ' + close.path), "close " + place.path(u"target"_qs).toUtf8());
+    QCOMPARE(QByteArray::fromStdString(sync.name + ' ' + sync.path), "sync " + place.path(u"target"_qs).toUtf8());
+}
+
+void tst_Faults::errorAtTheCloseGoesUnnoticed()
+{
+    EditAndSave edit;
+    const Run run = runOnce(edit, {{"close", 1, INT_MAX, ENOSPC}});
+    QCOMPARE(run.failure.call, QByteArray("close temporary 1"));
     QCOMPARE(run.result.messages, Messages());
     QCOMPARE(run.result.content, run.result.memory);
 }
@@ -1020,22 +1139,46 @@ void tst_Faults::failedSeekBringsAMessageOfQt()
     QCOMPARE(run.result.content, run.result.memory);
 }
 
-void tst_Faults::manifestThatIsReplacedWhileItIsLookedForIsMissing()
+void tst_Faults::manifestThatIsReplacedAtEveryLookIsLoaded()
 {
     Load load;
-    const Run run = runOnce(load, {{"stat", 1, 1, Fault::Replaced}});
-    QCOMPARE(run.result.messages,
-        Messages({warning(u"Configuration manifest file does not exist!"_qs,
-            "void ConfigurationManifestHandler::parseManifestFile()")}));
-    QCOMPARE(run.result.memory, QByteArray("[]"));
+    const Run run = runOnce(load, {{"stat", 1, INT_MAX, Fault::Replaced}, {"fstat", 1, INT_MAX, Fault::Replaced}});
+    QCOMPARE(run.result.messages, Messages());
+    QVERIFY(run.result.memory != "[]");
+    QCOMPARE(run.result.memory, run.result.content);
 }
 
-void tst_Faults::permissionsThatCannotBeAskedForAreLost()
+void tst_Faults::manifestThatIsReplacedAtEveryLookIsSavedWithItsPermissions()
 {
     EditAndSave edit;
-    const Run run = runOnce(edit, {{"stat", 3, 3, EIO}});
-    QCOMPARE(run.failure.call, QByteArray("stat manifest 3"));
-    QCOMPARE(run.result.mode, mode_t(0));
+    const Run run = runOnce(edit, {{"stat", 1, INT_MAX, Fault::Replaced}});
+    QCOMPARE(run.result.messages, Messages());
+    QCOMPARE(run.result.content, run.result.memory);
+    QCOMPARE(run.result.mode, previousMode);
+}
+
+void tst_Faults::descriptionThatIsReplacedAtEveryLookIsNotSaidToBeMissing()
+{
+    Create create(true);
+    const Run whole = runOnce(create, {noFault});
+    const int number = numberOfFirst(whole.made, "open", {u"a.config.json"_qs});
+    const Run run = runOnce(create, {{"stat", 1, INT_MAX, Fault::Replaced}, {"open", number, number, EACCES}});
+    QCOMPARE(run.failure.call, QByteArray("open a.config.json 1"));
+    const auto isOfTheFile = [](const Message& message) {
+        return message.function.contains(u"readFileRootNodeDescription"_qs);
+    };
+    const auto reported = std::find_if(run.result.messages.begin(), run.result.messages.end(), isOfTheFile);
+    QVERIFY(reported != run.result.messages.end());
+    QCOMPARE(reported->level, QtWarningMsg);
+    QVERIFY2(reported->text.contains(u"Permission denied"_qs), qPrintable(reported->text));
+}
+
+void tst_Faults::permissionsThatNeverCanBeSetAreTheOwnersAlone()
+{
+    EditAndSave edit;
+    const Run run = runOnce(edit, {{"chmod", 1, INT_MAX, EPERM}});
+    QCOMPARE(run.failure.call, QByteArray("chmod temporary 1"));
+    QCOMPARE(run.result.mode, mode_t(0600));
     QCOMPARE(run.result.content, run.result.memory);
     QCOMPARE(run.result.messages, Messages());
 }

@@ -14,6 +14,7 @@
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 #define EXPORTED __attribute__((visibility("default")))
@@ -350,6 +351,27 @@ EXPORTED int access(const char* path, int mode) noexcept
 EXPORTED int fchmod(int file, mode_t mode) noexcept
 {
     return attempt("chmod", file, NEXT(fchmod), file, mode);
+}
+
+EXPORTED int fchown(int file, uid_t owner, gid_t group) noexcept
+{
+    return attempt("chown", file, NEXT(fchown), file, owner, group);
+}
+
+EXPORTED ssize_t getxattr(const char* path, const char* name, void* value, size_t size) noexcept
+{
+    return attempt("attribute", path, NEXT(getxattr), path, name, value, size);
+}
+
+EXPORTED ssize_t fgetxattr(int file, const char* name, void* value, size_t size) noexcept
+{
+    return attempt("attribute", file, NEXT(fgetxattr), file, name, value, size);
+}
+
+EXPORTED char* realpath(const char* path, char* resolved) noexcept
+{
+    Attempt call("resolve", path);
+    return call.fails() ? call.failed<char*>(nullptr) : call.done(NEXT(realpath)(path, resolved));
 }
 
 EXPORTED off64_t lseek64(int file, off64_t offset, int whence) noexcept

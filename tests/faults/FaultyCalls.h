@@ -8,8 +8,9 @@
  * One kind of call that fails from its `first` to its `last` occurrence, counted from 1.
  *
  * Calls are named "open" (of an existing file), "make" (of a new one), "read", "write", "sync", "close", "link",
- * "rename", "unlink", "readlink", "stat" (of a path), "fstat" (of an open file), "access", "chmod", "seek", "list" (of a
- * folder), "next" (entry of it) and "end" (of the listing), whichever of its functions the C library is called by.
+ * "rename", "unlink", "readlink", "resolve" (of all links in a path), "stat" (of a path), "fstat" (of an open file),
+ * "access", "chmod", "chown", "attribute" (an extended one), "seek", "list" (of a folder), "next" (entry of it) and "end"
+ * (of the listing), whichever of its functions the C library is called by.
  */
 struct Fault {
     enum Special {
