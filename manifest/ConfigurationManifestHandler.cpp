@@ -1,6 +1,7 @@
 #include "ConfigurationManifestHandler.h"
 
 #include "ConfigurationStructureElement.h"
+#include "FileExistence.h"
 #include "JsonReaders.h"
 #include "ManifestSaveFile.h"
 #include "SystemInformationManagerRegistryDefinitions.h"
@@ -363,7 +364,7 @@ void ConfigurationManifestHandler::parseManifestFile()
     }
     QFile file(manifestFilePath);
     // Asked once more on purpose: the two messages tell a file that was never there from one that has just gone.
-    if (!file.exists()) {
+    if (!exists(file)) {
         qWarning() << "Configuration manifest file does not exist!";
         return;
     }
