@@ -1,6 +1,7 @@
 #include "ConfigurationStructureElement.h"
 
 #include "ConfigurationAndProcessDataDefinitions.h"
+#include "FileExistence.h"
 #include "SystemInformationManagerRegistryDefinitions.h"
 
 #include <QtCore/QDebug>
@@ -8,6 +9,7 @@
 #include <QtCore/QJsonDocument>
 #include <QtCore/QStringBuilder>
 
+#include <cmath>
 #include <cstddef>
 #include <cstring>
 #include <limits>
@@ -23,9 +25,11 @@ static_assert(std::is_nothrow_move_assignable_v<ConfigurationStructureElement>);
 
 namespace {
 
+// Never destroyed, for elements are made in the destructors of static objects as well, and on threads that still scan
+// when the process ends. What getters return survives that by itself: a string made of a literal frees nothing.
 const QJsonObject& selectionWithoutDescription()
 {
-    static const QJsonObject selection {{Registry::getKeyLabelTextId(), QString()},
+    static const QJsonObject& selection = *new QJsonObject {{Registry::getKeyLabelTextId(), QString()},
         {Registry::getKeyDataModel(), QString()}, {Registry::getKeyLastModified(), QString()},
         {Registry::getKeySelectionType(), Registry::SelectionTypeValues::getSelection()},
         {Registry::getKeyCloseMode(), Registry::CloseModeValues::getManual()},
@@ -36,7 +40,7 @@ const QJsonObject& selectionWithoutDescription()
 
 void insertAll(QJsonObject& object, const QJsonObject& members)
 {
-    // Into an empty object it is a copy, which takes a fraction of the time.
+    // An empty object becomes a copy, which takes a fraction of the time.
     if (object.isEmpty()) {
         object = members;
         return;
@@ -46,50 +50,60 @@ void insertAll(QJsonObject& object, const QJsonObject& members)
     }
 }
 
-// Outside the range of int the language leaves the conversion undefined; the instruction of the device saturates.
+// Outside the range of int, and of what is no number, the language leaves the conversion undefined; the instruction of the
+// device saturates, and makes 0 of what is no number.
 int toIntSaturated(double value)
 {
+    if (std::isnan(value)) {
+        return 0;
+    }
     return static_cast<int>(qBound<double>(std::numeric_limits<int>::min(), value, std::numeric_limits<int>::max()));
 }
 
-// To Qt's open, no name is a mistake to complain about, and a name ends at its first NUL. Here there just is no such
-// file. It is read in one piece, so a buffer would only be one more copy, and one more call of the system to fill it.
+// Whether Qt may look for a path in several folders or resources, and so for what lies in it elsewhere than for the path.
+bool isAmbiguous(const QString& path)
+{
+    const int colon = path.indexOf(QLatin1Char(':'));
+    return colon >= 0 && path.lastIndexOf(QLatin1Char('/'), colon) < 0;
+}
+
+// QFile::open() warns about an empty name and cuts names at NUL; here both mean "no such file". The file is read in one
+// piece, so a buffer would only be one more copy, and one more call of the system to fill it.
 bool openDescription(QFile& file)
 {
     const QString name = file.fileName();
-    return !name.isEmpty() && !name.contains(QChar::Null)
-        && file.open(QIODevice::ReadOnly | QIODevice::Text | QIODevice::Unbuffered);
+    return !name.isEmpty() && !name.contains(QChar::Null) && file.open(QIODevice::ReadOnly | QIODevice::Unbuffered);
 }
 
-// The two readers share what follows; each hands in a logger, so that messages name the reader as their function.
+// The two readers share what follows; each message names the reader as its function.
 
-void parseDescription(QFile& file, QJsonObject& description, const QMessageLogger& logger)
+void parseDescription(QFile& file, QJsonObject& description, const char* reader)
 {
-    // What reading as text does, which looks at every byte on its own, and in small files takes a tenth of a scan.
-    file.setTextModeEnabled(false);
-    // Reading all takes one more look at the size, and only then copes with none and with more than fits.
+    // readAll() takes one more look at the size, and alone copes with an unknown or large one.
     constexpr int usualSize = 64 * 1024;
     const qint64 size = file.size();
     QByteArray content = size > 0 && size <= usualSize ? file.read(size) : file.readAll();
+    // Text mode drops every carriage return, but looks at each byte on its own: a tenth of a scan of small files.
     if (std::memchr(content.constData(), '\r', static_cast<std::size_t>(content.size())) != nullptr) {
         content.replace("\r", "");
     }
     QJsonParseError parseError;
     const QJsonDocument document = QJsonDocument::fromJson(content, &parseError);
     if (parseError.error != QJsonParseError::NoError) {
-        logger.warning() << "Can't parse Json!\n";
+        QMessageLogger(QT_MESSAGELOG_FILE, QT_MESSAGELOG_LINE, reader).warning() << "Can't parse Json!\n";
         return;
     }
     description = document.object();
 }
 
-void reportUnopenedDescription(const QFile& file, const QMessageLogger& logger)
+void reportUnopenedDescription(const QFile& file, const char* reader)
 {
-    if (!file.exists()) {
-        logger.debug() << "No description file found!";
+    if (!exists(file)) {
+        QMessageLogger(QT_MESSAGELOG_FILE, QT_MESSAGELOG_LINE, reader).debug() << "No description file found!";
         return;
     }
-    logger.warning() << "Can't open file " << file.fileName() << " IO Error: " << file.errorString();
+    QMessageLogger(QT_MESSAGELOG_FILE, QT_MESSAGELOG_LINE, reader).warning()
+        << "Can't open file " << file.fileName() << " IO Error: " << file.errorString();
 }
 
 } // namespace
@@ -240,27 +254,25 @@ void ConfigurationStructureElement::extractInstanceNameFromPath(
 
 void ConfigurationStructureElement::readFolderDescription(const QString& path, QJsonObject& description)
 {
-    const QMessageLogger logger(QT_MESSAGELOG_FILE, QT_MESSAGELOG_LINE, QT_MESSAGELOG_FUNC);
     // No path is no folder; the name formed from it would lie in the root of the file system.
-    if (path.isEmpty()) {
+    if (path.isEmpty() || (isAmbiguous(path) && !QFileInfo(path).isDir())) {
         return;
     }
     QFile file(path % QLatin1Char('/') % getFolderDescriptionFilename());
     if (openDescription(file)) {
-        parseDescription(file, description, logger);
+        parseDescription(file, description, QT_MESSAGELOG_FUNC);
     } else if (QFileInfo(path).isDir()) {
-        reportUnopenedDescription(file, logger);
+        reportUnopenedDescription(file, QT_MESSAGELOG_FUNC);
     }
 }
 
 void ConfigurationStructureElement::readFileRootNodeDescription(const QString& path, QJsonObject& description)
 {
-    const QMessageLogger logger(QT_MESSAGELOG_FILE, QT_MESSAGELOG_LINE, QT_MESSAGELOG_FUNC);
     QFile file(path);
     if (openDescription(file)) {
-        parseDescription(file, description, logger);
+        parseDescription(file, description, QT_MESSAGELOG_FUNC);
     } else if (!QFileInfo(path).isDir()) {
-        reportUnopenedDescription(file, logger);
+        reportUnopenedDescription(file, QT_MESSAGELOG_FUNC);
     }
 }
 
@@ -296,7 +308,7 @@ void ConfigurationStructureElement::generateSelectionData(const QJsonObject& des
     extractDisplayPosition(description, displayPosition);
     insertAll(elementObject, selectionWithoutDescription());
 
-    // As it is in the description: a string that is taken out has to be made into JSON again.
+    // Insert the QJsonValue itself; going through QString converts twice.
     const auto insertString = [&](const QString& key) {
         const QJsonValue value = description.value(key);
         elementObject.insert(key, value.isString() ? value : extractSelectionString(description, key));

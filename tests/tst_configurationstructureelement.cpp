@@ -440,6 +440,8 @@ void tst_ConfigurationStructureElement::displayPositionIsANumberCutToInt_data()
     QTest::newRow("least") << QJsonValue(-2147483648.0) << intMinimum << silent;
     QTest::newRow("one below the least") << QJsonValue(-2147483649.0) << intMinimum << silent;
     QTest::newRow("far below") << QJsonValue(-1e308) << intMinimum << silent;
+    QTest::newRow("infinite") << QJsonValue(qInf()) << intMaximum << silent;
+    QTest::newRow("no number") << QJsonValue(qQNaN()) << 0 << silent;
     QTest::newRow("number as a string") << QJsonValue(QStringLiteral("2")) << unchanged << refused;
     QTest::newRow("bool") << QJsonValue(true) << unchanged << refused;
     QTest::newRow("null") << QJsonValue(QJsonValue::Null) << unchanged << refused;

@@ -117,6 +117,10 @@ private Q_SLOTS:
     void aPathWithATrailingSlashIsRead();
     void aPathOfTheWrongKindIsIgnored_data();
     void aPathOfTheWrongKindIsIgnored();
+    void searchPathOfAFileIsNotReadAsTheFolderOfAnotherSearchFolder();
+    void searchPathOfAFolderIsRead();
+    void messagesTellTheLineTheyAreWrittenIn_data();
+    void messagesTellTheLineTheyAreWrittenIn();
     void anEmptyPathNamesNothing();
     void anEmptyPathIsNotTheRootFolder();
     void aPathWithANulCharacterNamesNothing();
@@ -438,6 +442,71 @@ void tst_DescriptionFiles::aPathOfTheWrongKindIsIgnored()
     MessageRecorder log;
     QCOMPARE(readBy(reader, folder.filePath(name)), former);
     QCOMPARE(log.take(), Messages());
+}
+
+void tst_DescriptionFiles::searchPathOfAFileIsNotReadAsTheFolderOfAnotherSearchFolder()
+{
+    const QTemporaryDir folder;
+    writeFile(folder.filePath(QStringLiteral("first/sub")), "a file");
+    writeFile(folder.filePath(QStringLiteral("second/sub/Folder.menu.json")), R"({"from":"second"})");
+    QDir::setSearchPaths(
+        QStringLiteral("pre"), {folder.filePath(QStringLiteral("first")), folder.filePath(QStringLiteral("second"))});
+
+    MessageRecorder log;
+    QJsonObject description = former;
+    Element().readFolderDescription(QStringLiteral("pre:sub"), description);
+    QDir::setSearchPaths(QStringLiteral("pre"), {});
+    QCOMPARE(description, former);
+    QCOMPARE(log.take(), Messages());
+}
+
+void tst_DescriptionFiles::searchPathOfAFolderIsRead()
+{
+    const QTemporaryDir folder;
+    writeFile(folder.filePath(QStringLiteral("second/sub/Folder.menu.json")), R"({"from":"second"})");
+    QDir::setSearchPaths(
+        QStringLiteral("pre"), {folder.filePath(QStringLiteral("first")), folder.filePath(QStringLiteral("second"))});
+
+    QJsonObject description = former;
+    Element().readFolderDescription(QStringLiteral("pre:sub"), description);
+    QDir::setSearchPaths(QStringLiteral("pre"), {});
+    QCOMPARE(description, (QJsonObject {{QStringLiteral("from"), QStringLiteral("second")}}));
+}
+
+void tst_DescriptionFiles::messagesTellTheLineTheyAreWrittenIn_data()
+{
+    addRowForEachReader();
+}
+
+void tst_DescriptionFiles::messagesTellTheLineTheyAreWrittenIn()
+{
+    QFETCH(const Reader, reader);
+    const QTemporaryDir folder;
+    const QString path = reader.pathFor(folder.path());
+    const QString file = folder.filePath(QStringLiteral("Folder.menu.json"));
+    const QStringList source = QString::fromUtf8(readFile(QStringLiteral(ELEMENT_SOURCE))).split(QLatin1Char('\n'));
+
+    static int line = 0;
+    const auto lineOfMessage = [&](auto prepare) {
+        prepare();
+        line = 0;
+        const QtMessageHandler previous = qInstallMessageHandler(
+            [](QtMsgType, const QMessageLogContext& context, const QString&) { line = context.line; });
+        QJsonObject description;
+        (Element().*reader.read)(path, description);
+        qInstallMessageHandler(previous);
+        // The statement, which may go on in the next line.
+        return line < 1 ? QString() : QString(source.at(line - 1) + source.at(line));
+    };
+    const QString missing = lineOfMessage([] {});
+    const QString notParsed = lineOfMessage([&] { writeFile(file, "{"); });
+    letEverybodyEnter(folder.path());
+    forbidEverything(file);
+    const AsOrdinaryUser ordinary;
+    const QString unreadable = lineOfMessage([] {});
+    QVERIFY2(missing.contains(QLatin1String("\"No description file found!\"")), qPrintable(missing));
+    QVERIFY2(notParsed.contains(QLatin1String("\"Can't parse Json!\\n\"")), qPrintable(notParsed));
+    QVERIFY2(unreadable.contains(QLatin1String("\"Can't open file \"")), qPrintable(unreadable));
 }
 
 void tst_DescriptionFiles::anEmptyPathNamesNothing()
