@@ -65,13 +65,15 @@ void JsonDataIteratorConfigurationInstanceListUpdater::compute(QJsonObject& json
     if (!instanceName.isString() || instanceName.toString() != targetInstanceName) {
         return;
     }
-    if (!addKeyEnabled && !jsonObject.contains(keyName)) {
+    const bool hasKey = jsonObject.contains(keyName);
+    if (!hasKey && !addKeyEnabled) {
         qWarning() << "Unable to find key" << keyName << "in jsonObject:" << jsonObject << "!";
         return;
     }
 
     QVariantHash members = jsonObject.toVariantHash();
-    if (removeKeyEnabled) {
+    // While a setter says that it switches one mode off, both are on.
+    if (hasKey && removeKeyEnabled) {
         members.remove(keyName);
     } else {
         members.insert(keyName, QJsonValue::fromVariant(keyValue));

@@ -71,6 +71,8 @@ private Q_SLOTS:
     void lastModeSetWins_data();
     void lastModeSetWins();
     void initLeavesTheModes();
+    void objectsPresentedWhileTheModesChangeAreEditedByTheirKey_data();
+    void objectsPresentedWhileTheModesChangeAreEditedByTheirKey();
     void modesDecideWhatHappensToTheKey_data();
     void modesDecideWhatHappensToTheKey();
     void otherObjectsAreSkippedSilently_data();
@@ -190,6 +192,44 @@ void tst_JsonDataIteratorConfigurationInstanceListUpdater::initLeavesTheModes()
     removing.init(QStringLiteral("main"), QStringLiteral("key"), 1);
     QVERIFY(removing.removeKey());
     QVERIFY(!removing.addKey());
+}
+
+void tst_JsonDataIteratorConfigurationInstanceListUpdater::objectsPresentedWhileTheModesChangeAreEditedByTheirKey_data()
+{
+    QTest::addColumn<bool>("addingWins");
+    QTest::addColumn<QByteArray>("object");
+    QTest::addColumn<QByteArray>("after");
+
+    const QByteArray with = R"({"instanceName":"a","key":1,"selectionType":"Node"})";
+    const QByteArray without = R"({"instanceName":"a","selectionType":"Node"})";
+    const QByteArray written = R"({"instanceName":"a","key":2,"selectionType":"Node"})";
+    for (const bool addingWins : {true, false}) {
+        const char* const name = addingWins ? "removing is switched off" : "adding is switched off";
+        QTest::addRow("%s, key present", name) << addingWins << with << without;
+        QTest::addRow("%s, key missing", name) << addingWins << without << written;
+    }
+}
+
+// Whoever takes the warning of a setter finds both modes on: a key that is there is removed, one that is not is added.
+void tst_JsonDataIteratorConfigurationInstanceListUpdater::objectsPresentedWhileTheModesChangeAreEditedByTheirKey()
+{
+    QFETCH(const bool, addingWins);
+    QFETCH(const QByteArray, object);
+    QFETCH(const QByteArray, after);
+
+    static Updater* current = nullptr;
+    static QJsonObject edited;
+    static QJsonValue collected;
+    Updater updater = configured(addingWins ? Removing : Adding, "a", "key", 2);
+    current = &updater;
+    edited = objectFrom(object.constData());
+    collected = QJsonValue();
+    const QtMessageHandler previous = qInstallMessageHandler(
+        [](QtMsgType, const QMessageLogContext&, const QString&) { current->compute(edited, collected); });
+    addingWins ? updater.setAddKey(true) : updater.setRemoveKey(true);
+    qInstallMessageHandler(previous);
+    QCOMPARE(textOf(edited), '[' + after + ']');
+    QCOMPARE(textOf(collected), "[[" + after + "]]");
 }
 
 void tst_JsonDataIteratorConfigurationInstanceListUpdater::modesDecideWhatHappensToTheKey_data()
