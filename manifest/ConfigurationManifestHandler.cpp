@@ -1,77 +1,27 @@
 #include "ConfigurationManifestHandler.h"
 
 #include "ConfigurationStructureElement.h"
+#include "EditPlace.h"
 #include "FileExistence.h"
+#include "InstanceNames.h"
 #include "JsonReaders.h"
+#include "JsonStorage.h"
 #include "ManifestSaveFile.h"
+#include "Stamp.h"
 #include "SystemInformationManagerRegistryDefinitions.h"
 
-#include <QtCore/QCborMap>
 #include <QtCore/QDebug>
 #include <QtCore/QFile>
-#include <QtCore/QHash>
 #include <QtCore/QJsonDocument>
-#include <QtCore/QVarLengthArray>
-#include <QtCore/QVector>
 
-#include <algorithm>
-#include <utility>
+#include <functional>
 
 using Registry = SystemInformationManagerRegistryDefinitions;
+using InstanceNames::lastSegment;
+using InstanceNames::splitPath;
+using InstanceNames::splitSelectionPath;
 
 namespace {
-
-bool isContainer(const QJsonValue& value)
-{
-    return value.isObject() || value.isArray();
-}
-
-// Leaves a null, so that the container no longer refers to what it held.
-void release(QJsonValueRef place)
-{
-    place = QJsonValue();
-}
-
-// Most elements hold none, and taking their members out one by one to see it takes a tenth of a load. Where JSON is CBOR
-// inside, the map is the object itself and knows.
-bool holdsContainers(const QJsonObject& object)
-{
-#if QT_VERSION >= QT_VERSION_CHECK(5, 15, 0)
-    const QCborMap members = QCborMap::fromJsonObject(object);
-    return std::any_of(
-        members.constBegin(), members.constEnd(), [](const auto& member) { return member.second.isContainer(); });
-#else
-    return !object.isEmpty();
-#endif
-}
-
-bool isSelection(const QJsonObject& element)
-{
-    return element.value(Registry::getKeySelectionType()).toString() == Registry::SelectionTypeValues::getSelection();
-}
-
-QStringRef lastSegment(const QString& text)
-{
-    return text.midRef(text.lastIndexOf(QLatin1Char('/')) + 1);
-}
-
-// What "/" separates; a name without one is a segment, and so is an empty name.
-int segmentCount(const QString& name)
-{
-    return name.count(QLatin1Char('/')) + 1;
-}
-
-// The name by which an element is found among its siblings. Only a selection's can carry the folders above it.
-QStringRef addressedName(const QJsonObject& element, const QString& instanceName)
-{
-    const QStringRef last = lastSegment(instanceName);
-    return last.size() == instanceName.size() || !isSelection(element) ? instanceName.midRef(0) : last;
-}
-
-QJsonArray childrenOf(const QJsonObject& element)
-{
-    return element.value(Registry::getKeySubstructure()).toArray();
-}
 
 void appendInstanceNames(const QJsonArray& array, QStringList& instances)
 {
@@ -83,211 +33,32 @@ void appendInstanceNames(const QJsonArray& array, QStringList& instances)
     }
 }
 
-// Qt never frees a string that is replaced inside a JSON container, so an element that is edited for the lifetime of a
-// process has to be made anew from its members.
-QJsonObject rebuilt(const QJsonObject& object)
-{
-    QJsonObject result;
-    for (auto member = object.constBegin(); member != object.constEnd(); ++member) {
-        result.insert(member.key(), member.value());
-    }
-    return result;
-}
-
-// The module and object name, each as JSON too: it takes part in every selection, and is made once.
-class Stamp {
-public:
-    Stamp(const QString& moduleName, const QString& objectName)
-        : module {moduleName, moduleName}
-        , object {objectName, objectName}
-    {
-    }
-
-    void putOn(QJsonObject& element) const
-    {
-        if (element.value(ConfigurationManifestHandler::getKeySelectionType()).toString()
-            == ConfigurationManifestHandler::SelectionTypeValues::getSelection()) {
-            insertIfDifferent(element, Registry::getKeyModuleName(), module);
-            insertIfDifferent(element, Registry::getKeyObjectName(), object);
-        }
-    }
-
-    void putOnAll(QJsonValue& value) const
-    {
-        if (value.isObject()) {
-            QJsonObject element = value.toObject();
-            value = QJsonValue();
-            putOn(element);
-            if (holdsContainers(element)) {
-                putOnItems(element);
-            }
-            value = element;
-        } else if (value.isArray()) {
-            QJsonArray array = value.toArray();
-            value = QJsonValue();
-            putOnItems(array);
-            value = array;
-        }
-    }
-
-    // Like the edits, this takes each container out before it changes it, so that there is never a second copy.
-    template <typename Container>
-    void putOnItems(Container& container) const
-    {
-        const auto end = container.end();
-        for (auto item = container.begin(); item != end; ++item) {
-            QJsonValue value = *item;
-            if (isContainer(value)) {
-                release(*item);
-                putOnAll(value);
-                *item = value;
-            }
-        }
-    }
-
-private:
-    struct Name {
-        QString text;
-        QJsonValue value;
-    };
-
-    static void insertIfDifferent(QJsonObject& element, const QString& key, const Name& name)
-    {
-        if (!name.text.isEmpty() && element.value(key).toString() != name.text) {
-            element.insert(key, name.value);
-        }
-    }
-
-    const Name module;
-    const Name object;
-};
-
 void setMember(QJsonObject& object, const QString& key, const QJsonValue& current, const QVariant& value, bool& changed)
 {
     const QJsonValue wanted = QJsonValue::fromVariant(value);
     if (current == wanted) {
         return;
     }
-    object.insert(key, wanted);
-    // A text, or the key of what an undefined value removes, is left behind.
+    // A text, or the key of what an undefined value removes, would stay in the storage.
     if (current.isString() || wanted.isUndefined()) {
-        object = rebuilt(object);
+        object = JsonStorage::rebuiltWithout(object, key);
     }
+    object.insert(key, wanted);
     changed = true;
 }
 
-// An edit of which only its author knows what it replaces.
+// We cannot see what a caller's edit replaces, so always rebuild.
 template <typename Edit>
 auto rebuilding(const Edit& edit)
 {
     return [&edit](QJsonObject& element, bool& changed) {
         const bool applied = edit(element, changed);
         if (changed) {
-            element = rebuilt(element);
+            element = JsonStorage::rebuilt(element);
         }
         return applied;
     };
 }
-
-// Whoever was called since the position was found may have shortened the array.
-void replaceIfPresent(QJsonArray& array, int position, const QJsonValue& value)
-{
-    if (position < array.size()) {
-        array.replace(position, value);
-    }
-}
-
-QStringList splitPath(const QString& instancePath)
-{
-    return instancePath.split(QLatin1Char('/'), Qt::KeepEmptyParts, Qt::CaseSensitive);
-}
-
-// A selection stores its whole path as its name, so its path ends in the whole path.
-QStringList splitSelectionPath(const QString& instancePath)
-{
-    QStringList names = splitPath(instancePath);
-    names.last() = instancePath;
-    return names;
-}
-
-// The way from an array down through the substructures of the elements that the first names of a path lead to.
-class Descent {
-public:
-    Descent(const ConfigurationManifestHandler& handler, const QJsonArray& array, const QStringList& names, int levels)
-        : end(array)
-    {
-        for (int level = 0; level < levels; ++level) {
-            int position = -1;
-            const QJsonObject ancestor = handler.getElementFromInstance(end, names.at(level), position);
-            if (position < 0) {
-                complete = false;
-                return;
-            }
-            if (level == 0) {
-                top = ancestor;
-            }
-            positions.append(position);
-            end = childrenOf(ancestor);
-        }
-    }
-
-    // Whether every name was found.
-    bool isComplete() const
-    {
-        return complete;
-    }
-
-    // Whether the way ends in the array in which it began.
-    bool isTop() const
-    {
-        return positions.isEmpty();
-    }
-
-    // The array at the end of the way, as it was found.
-    const QJsonArray& siblings() const
-    {
-        return end;
-    }
-
-    // Changes the array at the end of the way, and with it every ancestor up to `array`, in which the way began.
-    template <typename Change>
-    void apply(QJsonArray& array, const Change& change)
-    {
-        end = QJsonArray();
-        if (isTop()) {
-            change(array);
-            return;
-        }
-        replaceIfPresent(array, positions.at(0), QJsonValue());
-        changeChildren(top, 1, change);
-        replaceIfPresent(array, positions.at(0), top);
-    }
-
-private:
-    // A container that is still referred to from elsewhere is copied when it changes. So each one is taken out, leaving
-    // a null in its place, changed as its only owner and put back.
-    template <typename Change>
-    void changeChildren(QJsonObject& ancestor, int level, const Change& change) const
-    {
-        QJsonArray children = childrenOf(ancestor);
-        ancestor.insert(Registry::getKeySubstructure(), QJsonValue());
-        if (level == positions.size()) {
-            change(children);
-        } else {
-            const int position = positions.at(level);
-            QJsonObject child = children.at(position).toObject();
-            children.replace(position, QJsonValue());
-            changeChildren(child, level + 1, change);
-            children.replace(position, child);
-        }
-        ancestor.insert(Registry::getKeySubstructure(), children);
-    }
-
-    QVarLengthArray<int, 16> positions;
-    QJsonObject top;
-    QJsonArray end;
-    bool complete = true;
-};
 
 } // namespace
 
@@ -386,7 +157,7 @@ void ConfigurationManifestHandler::parseManifestFile(const QByteArray& content)
         qWarning() << "Configuration manifest json document is empty!";
     } else if (document.isArray()) {
         QJsonArray manifest = document.array();
-        // The document lets go of the array, or stamping would have to copy it.
+        // Release the document's reference first; otherwise stamping detaches the array.
         document = QJsonDocument();
         addModuleAndObjectNameToManifest(manifest);
         manifestJsonArray = manifest;
@@ -438,17 +209,17 @@ QJsonObject ConfigurationManifestHandler::getElementFromInstance(
     for (int i = 0; i < size; ++i) {
         QJsonObject element = array.at(i).toObject();
         const QString storedName = element.value(key).toString();
-        // Whatever the rule for the element, its name ends with the one looked for. To Qt, a null name ends with nothing
-        // that is merely empty.
+        // Whatever the rule for the element, its name ends with the one looked for. To Qt, a null string does not end with
+        // an empty one.
         if (!instanceName.isEmpty() && !storedName.endsWith(instanceName)) {
             continue;
         }
-        // Every name has a segment, so this never happens; kept on purpose, should names be split in another way.
-        if (segmentCount(storedName) == 0) {
+        // A name without "/" is one segment, and so is an empty name: this message cannot come while names are split so.
+        if (storedName.count(QLatin1Char('/')) + 1 == 0) {
             qWarning() << "Found an empty instance name:" << instanceName << "!";
             continue;
         }
-        if (addressedName(element, storedName) == instanceName) {
+        if (InstanceNames::addressedName(element, storedName) == instanceName) {
             index = i;
             return element;
         }
@@ -463,14 +234,14 @@ bool ConfigurationManifestHandler::getNodeElement(
         qWarning() << "Received an empty instance path!";
         return false;
     }
-    const Descent descent(*this, array, instancePath, instancePath.size() - 1);
-    if (!descent.isComplete()) {
+    const EditPlace place(*this, array, instancePath, instancePath.size() - 1);
+    if (!place.exists()) {
         return false;
     }
     int index = -1;
-    const QJsonObject found = getElementFromInstance(descent.siblings(), instancePath.constLast(), index);
-    // A path of one name hands out what the lookup gave, found or not.
-    if (index >= 0 || descent.isTop()) {
+    const QJsonObject found = getElementFromInstance(place.siblings(), instancePath.constLast(), index);
+    // A path of one name hands out what the look-up gave, found or not.
+    if (index >= 0 || place.isTop()) {
         element = found;
     }
     if (index < 0) {
@@ -531,7 +302,7 @@ bool ConfigurationManifestHandler::update(
         setMember(element, key, current, value, changed);
         return true;
     };
-    return edit(instancePath, replace, writeToFile);
+    return editAndSave(instancePath, std::cref(replace), writeToFile);
 }
 
 bool ConfigurationManifestHandler::setProperty(
@@ -541,26 +312,25 @@ bool ConfigurationManifestHandler::setProperty(
         setMember(element, key, element.value(key), value, changed);
         return true;
     };
-    return edit(instancePath, set, writeToFile);
+    return editAndSave(instancePath, std::cref(set), writeToFile);
 }
 
 bool ConfigurationManifestHandler::removeProperty(const QString& instancePath, const QString& key, bool writeToFile)
 {
     const auto remove = [&](QJsonObject& element, bool& changed) {
         if (element.contains(key)) {
-            element.remove(key);
-            element = rebuilt(element);
+            element = JsonStorage::rebuiltWithout(element, key);
             changed = true;
         }
         return true;
     };
-    return edit(instancePath, remove, writeToFile);
+    return editAndSave(instancePath, std::cref(remove), writeToFile);
 }
 
 bool ConfigurationManifestHandler::modifyPropertyFirst(
     const QString& instancePath, const std::function<bool(QJsonObject&, bool&)>& edit, bool writeToFile)
 {
-    return this->edit(instancePath, rebuilding(edit), writeToFile);
+    return editAndSave(instancePath, rebuilding(edit), writeToFile);
 }
 
 bool ConfigurationManifestHandler::modifyProperty(QJsonArray& array, const QStringList& instancePath,
@@ -570,41 +340,42 @@ bool ConfigurationManifestHandler::modifyProperty(QJsonArray& array, const QStri
         qWarning() << "ConfigurationManifestHandler::modifyProperty : Size of instancePath is NULL !";
         return false;
     }
-    return this->edit(array, instancePath, fullPath, changed, rebuilding(edit));
+    return editElement(array, instancePath, fullPath, changed, rebuilding(edit));
 }
 
-bool ConfigurationManifestHandler::edit(const QString& instancePath, const Edit& edit, bool writeToFile)
+bool ConfigurationManifestHandler::editAndSave(const QString& instancePath, const ElementEdit& edit, bool writeToFile)
 {
     bool changed = false;
-    const bool applied = this->edit(manifestJsonArray, splitPath(instancePath), instancePath, changed, edit);
+    const bool applied = editElement(manifestJsonArray, splitPath(instancePath), instancePath, changed, edit);
     if (applied && writeToFile && modified) {
         writeToManifestFile();
     }
     return applied;
 }
 
-bool ConfigurationManifestHandler::edit(
-    QJsonArray& array, const QStringList& instancePath, const QString& fullPath, bool& changed, const Edit& edit)
+bool ConfigurationManifestHandler::editElement(
+    QJsonArray& array, const QStringList& instancePath, const QString& fullPath, bool& changed, const ElementEdit& edit)
 {
-    Descent descent(*this, array, instancePath, instancePath.size() - 1);
-    if (!descent.isComplete()) {
+    EditPlace place(*this, array, instancePath, instancePath.size() - 1);
+    if (!place.exists()) {
         return false;
     }
     int index = -1;
-    QJsonObject element = getElementFromInstance(descent.siblings(), instancePath.constLast(), index);
-    if (index < 0 && !fullPath.isEmpty()) {
-        element = getElementFromInstance(descent.siblings(), fullPath, index);
-    }
+    QJsonObject element = place.find(instancePath.constLast(), fullPath, index);
     if (index < 0) {
         return false;
     }
-    // Until the edit has returned nothing is changed: it may throw, and it may use this handler itself.
     const bool applied = edit(element, changed);
     if (changed) {
-        modified = true;
-        if (applied || descent.isTop()) {
-            descent.apply(array, [&](QJsonArray& siblings) { replaceIfPresent(siblings, index, element); });
+        if (applied || place.isTop()) {
+            place.change(array, [&](QJsonArray& siblings) {
+                // A callback may have shortened the array since.
+                if (index < siblings.size()) {
+                    siblings.replace(index, element);
+                }
+            });
         }
+        modified = true;
     }
     return applied;
 }
@@ -675,8 +446,7 @@ bool ConfigurationManifestHandler::saveInAnyCase(bool result, bool writeToFile)
 }
 
 // The five edits below differ in the name by which they look the target up, in what they do without one, and in the
-// change. A change marks the handler and is written back through every ancestor; a success without one leaves all
-// arrays as they are.
+// change. Whatever can fail comes before the change; a change marks the handler.
 
 bool ConfigurationManifestHandler::addElement(
     QJsonArray& array, const QStringList& instancePath, const QJsonObject& jsonObject, int index, bool isNode)
@@ -685,24 +455,24 @@ bool ConfigurationManifestHandler::addElement(
         qWarning() << "ConfigurationManifestHandler::addElement: invalid size of instancePath" << instancePath.size();
         return false;
     }
-    Descent descent(*this, array, instancePath, instancePath.size() - 1);
-    if (!descent.isComplete()) {
+    EditPlace place(*this, array, instancePath, instancePath.size() - 1);
+    if (!place.exists()) {
         return false;
     }
     const QString& name = instancePath.constLast();
     int present = -1;
-    getElementFromInstance(descent.siblings(), name, present);
+    getElementFromInstance(place.siblings(), name, present);
     if (present >= 0) {
         return true;
     }
     const QJsonObject element = ConfigurationStructureElement(jsonObject, name, isNode).getElementAsJsonObject();
-    const int size = descent.siblings().size();
+    const int size = place.siblings().size();
     if (index > size) {
         qWarning() << "The index for addElements is out of bounds, append the element";
     }
     const int position = index < 0 || index > size ? size : index;
-    // Whoever took the messages may have shortened the array.
-    descent.apply(array, [&](QJsonArray& siblings) { siblings.insert(qMin(position, siblings.size()), element); });
+    // A callback may have shortened the array since.
+    place.change(array, [&](QJsonArray& siblings) { siblings.insert(qMin(position, siblings.size()), element); });
     modified = true;
     return true;
 }
@@ -714,19 +484,16 @@ bool ConfigurationManifestHandler::deleteElement(
         qWarning() << "ConfigurationManifestHandler::deleteElement : Size of instancePath is NULL !";
         return false;
     }
-    Descent descent(*this, array, instancePath, instancePath.size() - 1);
-    if (!descent.isComplete()) {
+    EditPlace place(*this, array, instancePath, instancePath.size() - 1);
+    if (!place.exists()) {
         return false;
     }
     int index = -1;
-    getElementFromInstance(descent.siblings(), instancePath.constLast(), index);
-    if (index < 0 && !fullPath.isEmpty()) {
-        getElementFromInstance(descent.siblings(), fullPath, index);
-    }
+    place.find(instancePath.constLast(), fullPath, index);
     if (index < 0) {
         return false;
     }
-    descent.apply(array, [&](QJsonArray& siblings) { siblings.removeAt(index); });
+    place.change(array, [&](QJsonArray& siblings) { siblings.removeAt(index); });
     modified = true;
     return true;
 }
@@ -739,23 +506,25 @@ bool ConfigurationManifestHandler::replaceElement(
                    << instancePath.size();
         return false;
     }
-    Descent descent(*this, array, instancePath, instancePath.size() - 1);
-    if (!descent.isComplete()) {
+    EditPlace place(*this, array, instancePath, instancePath.size() - 1);
+    if (!place.exists()) {
         return false;
     }
     int index = -1;
     const QJsonObject old =
-        getElementFromInstance(descent.siblings(), lastSegment(instancePath.constLast()).toString(), index);
+        getElementFromInstance(place.siblings(), lastSegment(instancePath.constLast()).toString(), index);
     if (index < 0) {
         qWarning() << "InstancePath is wrong, replace failed";
         return false;
     }
-    QJsonObject element = jsonObject;
+    const QString& childrenKey = Registry::getKeySubstructure();
+    QJsonObject element =
+        replaceSubstructure ? JsonStorage::rebuilt(jsonObject) : JsonStorage::rebuiltWithout(jsonObject, childrenKey);
     if (!replaceSubstructure) {
-        // Without children of the old element this inserts an undefined value, which removes the key.
-        element.insert(Registry::getKeySubstructure(), old.value(Registry::getKeySubstructure()));
+        // Without children of the old element the value is undefined and inserts nothing.
+        element.insert(childrenKey, old.value(childrenKey));
     }
-    descent.apply(array, [&](QJsonArray& siblings) { siblings.replace(index, rebuilt(element)); });
+    place.change(array, [&](QJsonArray& siblings) { siblings.replace(index, element); });
     modified = true;
     return true;
 }
@@ -766,20 +535,31 @@ bool ConfigurationManifestHandler::moveElement(QJsonArray& array, const QStringL
         qWarning() << "ConfigurationManifestHandler::moveElement: invalid size of instancePath" << instancePath.size();
         return false;
     }
-    Descent descent(*this, array, instancePath, instancePath.size() - 1);
-    if (!descent.isComplete()) {
+    EditPlace place(*this, array, instancePath, instancePath.size() - 1);
+    if (!place.exists()) {
         return false;
     }
     int index = -1;
-    getElementFromInstance(descent.siblings(), lastSegment(instancePath.constLast()).toString(), index);
+    getElementFromInstance(place.siblings(), lastSegment(instancePath.constLast()).toString(), index);
     if (index < 0) {
         return false;
     }
-    if (newIndex < 0 || newIndex >= descent.siblings().size()) {
+    if (newIndex < 0 || newIndex >= place.siblings().size()) {
         qWarning() << "Index out of bounds, move failed";
         return false;
     }
-    descent.apply(array, [&](QJsonArray& siblings) { siblings.insert(newIndex, siblings.takeAt(index)); });
+    const auto move = [&](QJsonArray& siblings) { siblings.insert(newIndex, siblings.takeAt(index)); };
+    // Objects change places. A text is copied, which can fail half-way, and so it is moved in a copy of the array.
+    const bool isText = place.siblings().at(index).isString();
+    place.change(array, [&](QJsonArray& siblings) {
+        if (!isText) {
+            move(siblings);
+            return;
+        }
+        QJsonArray moved = siblings;
+        move(moved);
+        siblings = moved;
+    });
     modified = true;
     return true;
 }
@@ -787,22 +567,15 @@ bool ConfigurationManifestHandler::moveElement(QJsonArray& array, const QStringL
 bool ConfigurationManifestHandler::sortElements(
     QJsonArray& array, const QStringList& instancePath, const QStringList& instanceNames)
 {
-    Descent descent(*this, array, instancePath, instancePath.size());
-    if (!descent.isComplete()) {
+    EditPlace place(*this, array, instancePath, instancePath.size());
+    if (!place.exists()) {
         return false;
     }
-    const QJsonArray children = descent.siblings();
-    QVector<QString> names(children.size());
-    QHash<QStringRef, int> firstPositions;
-    firstPositions.reserve(children.size());
-    for (int i = children.size() - 1; i >= 0; --i) {
-        const QJsonObject child = children.at(i).toObject();
-        names[i] = child.value(Registry::getKeyInstanceName()).toString();
-        firstPositions.insert(addressedName(child, names.at(i)), i);
-    }
+    const QJsonArray& children = place.siblings();
+    const InstanceNames::Positions positions(children);
     QJsonArray sorted;
     for (const QString& name : instanceNames) {
-        const int position = firstPositions.value(name.midRef(0), -1);
+        const int position = positions.of(name);
         if (position >= 0) {
             sorted.append(children.at(position).toObject());
         }
@@ -810,7 +583,7 @@ bool ConfigurationManifestHandler::sortElements(
     if (sorted.size() != children.size()) {
         return false;
     }
-    descent.apply(array, [&](QJsonArray& siblings) { siblings = sorted; });
+    place.change(array, [&](QJsonArray& siblings) { siblings = sorted; });
     modified = true;
     return true;
 }

@@ -263,11 +263,11 @@ public:
     bool sortElements(QJsonArray& array, const QStringList& instancePath, const QStringList& instanceNames);
 
 private:
-    using Edit = std::function<bool(QJsonObject&, bool&)>;
+    using ElementEdit = std::function<bool(QJsonObject&, bool&)>;
 
-    Q_DECL_HIDDEN bool edit(const QString& instancePath, const Edit& edit, bool writeToFile);
-    Q_DECL_HIDDEN bool edit(
-        QJsonArray& array, const QStringList& instancePath, const QString& fullPath, bool& changed, const Edit& edit);
+    Q_DECL_HIDDEN bool editAndSave(const QString& instancePath, const ElementEdit& edit, bool writeToFile);
+    Q_DECL_HIDDEN bool editElement(QJsonArray& array, const QStringList& instancePath, const QString& fullPath,
+        bool& changed, const ElementEdit& edit);
     Q_DECL_HIDDEN bool saveIfDone(bool result, bool writeToFile);
     Q_DECL_HIDDEN bool saveInAnyCase(bool result, bool writeToFile);
 

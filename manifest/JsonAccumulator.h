@@ -1,9 +1,11 @@
 #pragma once
 
-#include <QtCore/QJsonArray>
-#include <QtCore/QJsonValue>
+#include "JsonStorage.h"
 
 // Internal; not installed.
+//
+// Both iterators gather in a value of the caller's that they turn into an array; anything but Null and an array is left
+// alone.
 
 /// Makes a Null accumulator an empty array and leaves every other one as it is.
 inline void startAccumulator(QJsonValue& result)
@@ -13,17 +15,10 @@ inline void startAccumulator(QJsonValue& result)
     }
 }
 
-/**
- * Appends to an accumulator that is an array; drops `item` when it is anything else. Amortised constant time: the
- * accumulator lets go of its array while that grows, since an array with a second reference is copied by every change.
- */
+/// Appends to an accumulator that is an array, in amortised constant time; drops `item` when it is anything else.
 inline void appendToAccumulator(QJsonValue& result, const QJsonValue& item)
 {
-    if (!result.isArray()) {
-        return;
+    if (result.isArray()) {
+        JsonStorage::changeInPlace(result, result.toArray(), [&item](QJsonArray& gathered) { gathered.append(item); });
     }
-    QJsonArray gathered = result.toArray();
-    result = QJsonValue();
-    gathered.append(item);
-    result = gathered;
 }
