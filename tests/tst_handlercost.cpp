@@ -191,6 +191,8 @@ private Q_SLOTS:
     void editsTakeNoMoreOfLongArrays_data();
     void editsTakeNoMoreOfLongArrays();
     void sortingIsLinear();
+    void sortingNamesThatCollideTakesNotMuchLonger_data();
+    void sortingNamesThatCollideTakesNotMuchLonger();
     void loadingHoldsOneTree_data();
     void loadingHoldsOneTree();
 };
@@ -374,6 +376,71 @@ void tst_HandlerCost::sortingIsLinear()
             qPrintable(QStringLiteral("%1 to %2 bytes").arg(few.taken).arg(many.taken)));
     }
     QVERIFY2(longTime < 30 * shortTime, qPrintable(QStringLiteral("%1 to %2 ticks").arg(shortTime).arg(longTime)));
+}
+
+// Two texts of one length that Qt's hash does not tell apart, behind any beginning. Without a seed it is another one than
+// with any.
+QPair<QString, QString> collision(uint seed)
+{
+    constexpr quint64 texts = Q_UINT64_C(36) * 36 * 36 * 36 * 36 * 36 * 36;
+    QHash<uint, QString> seen;
+    for (quint64 i = 1;; ++i) {
+        const QString text =
+            QString::number(i * Q_UINT64_C(2654435761) % texts, 36).rightJustified(7, QLatin1Char('0'));
+        const uint hash = qHash(text, seed);
+        if (seen.contains(hash)) {
+            return {seen.value(hash), text};
+        }
+        seen.insert(hash, text);
+    }
+}
+
+void tst_HandlerCost::sortingNamesThatCollideTakesNotMuchLonger_data()
+{
+    QTest::addColumn<uint>("seed");
+    QTest::newRow("without a seed") << 0U;
+    QTest::newRow("with a seed") << 1U;
+}
+
+void tst_HandlerCost::sortingNamesThatCollideTakesNotMuchLonger()
+{
+    constexpr int bits = 14;
+    constexpr int count = 1 << bits;
+    QFETCH(const uint, seed);
+    const auto blocks = collision(seed);
+    const auto names = [&](const QString& zero, const QString& one) {
+        QStringList all;
+        for (int i = 0; i < count; ++i) {
+            QString name;
+            for (int bit = 0; bit < bits; ++bit) {
+                name += (i >> bit) % 2 == 0 ? zero : one;
+            }
+            all.append(name);
+        }
+        return all;
+    };
+    const auto ticks = [](const QStringList& order) {
+        QJsonArray siblings;
+        for (const QString& name : order) {
+            siblings.prepend(element(name, false));
+        }
+        std::clock_t best = std::numeric_limits<std::clock_t>::max();
+        for (int i = 0; i < 3; ++i) {
+            Fixture fixture(siblings);
+            const std::clock_t start = std::clock();
+            const bool done = fixture.handler.sortElements(QString(), order, false);
+            best = std::min(best, std::clock() - start);
+            if (!done || fixture.handler.getManifestJsonArray().first().toObject() != element(order.first(), false)) {
+                qFatal("not sorted");
+            }
+        }
+        return best;
+    };
+    const QStringList colliding = names(blocks.first, blocks.second);
+    QCOMPARE(qHash(colliding.first(), 2 * seed), qHash(colliding.last(), 2 * seed));
+    const std::clock_t ordinary = ticks(names(QStringLiteral("0000000"), QStringLiteral("0000001")));
+    const std::clock_t collided = ticks(colliding);
+    QVERIFY2(collided < 8 * ordinary, qPrintable(QStringLiteral("%1 to %2 ticks").arg(ordinary).arg(collided)));
 }
 
 void tst_HandlerCost::loadingHoldsOneTree_data()

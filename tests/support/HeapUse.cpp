@@ -12,6 +12,13 @@ std::atomic<qint64> peak {0};
 std::atomic<qint64> taken {0};
 std::atomic<qint64> calls {0};
 
+std::atomic<qint64> callsUntilFailure {-1};
+
+bool fails() noexcept
+{
+    return callsUntilFailure >= 0 && callsUntilFailure-- == 0;
+}
+
 void* counted(void* block) noexcept
 {
     const auto size = static_cast<qint64>(malloc_usable_size(block));
@@ -42,6 +49,16 @@ void forgetPeak()
     peak = live.load();
 }
 
+void failAllocation(qint64 number)
+{
+    callsUntilFailure = number - 1;
+}
+
+bool allocationHasFailed()
+{
+    return callsUntilFailure == -1;
+}
+
 // In place of the C library's functions, for this program and the libraries in it.
 extern "C" {
 void* __libc_malloc(size_t size);
@@ -52,22 +69,22 @@ void __libc_free(void* block);
 
 Q_DECL_EXPORT void* malloc(size_t size) noexcept
 {
-    return counted(__libc_malloc(size));
+    return fails() ? nullptr : counted(__libc_malloc(size));
 }
 
 Q_DECL_EXPORT void* calloc(size_t count, size_t size) noexcept
 {
-    return counted(__libc_calloc(count, size));
+    return fails() ? nullptr : counted(__libc_calloc(count, size));
 }
 
 Q_DECL_EXPORT void* realloc(void* block, size_t size) noexcept
 {
-    return counted(__libc_realloc(uncounted(block), size));
+    return fails() ? nullptr : counted(__libc_realloc(uncounted(block), size));
 }
 
 Q_DECL_EXPORT void* aligned_alloc(size_t alignment, size_t size) noexcept
 {
-    return counted(__libc_memalign(alignment, size));
+    return fails() ? nullptr : counted(__libc_memalign(alignment, size));
 }
 
 Q_DECL_EXPORT void free(void* block) noexcept

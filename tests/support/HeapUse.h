@@ -16,6 +16,11 @@ struct HeapUse {
 HeapUse heapUse();
 void forgetPeak();
 
+/// Lets the allocation of this number fail, counted from 1, and all others succeed again.
+void failAllocation(qint64 number);
+/// Whether that allocation has been asked for since.
+bool allocationHasFailed();
+
 template <typename Action>
 HeapUse heapUseOf(Action action)
 {

@@ -1,0 +1,89 @@
+// Uses the library while the process ends: endofprocess MOMENT FOLDER. Prints what each use came to.
+
+#include "Using.h"
+
+#include <atomic>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <thread>
+
+namespace {
+
+QString folder;
+const char* moment = "";
+
+void use()
+{
+    std::printf("%d elements\n", useLibraryIn(folder));
+    std::fflush(stdout);
+}
+
+/// Uses the library when it is destroyed.
+struct LateUser {
+    explicit LateUser(const char* ownMoment)
+        : when(ownMoment)
+    {
+    }
+    ~LateUser()
+    {
+        if (std::strcmp(when, moment) == 0) {
+            use();
+        }
+    }
+    const char* when;
+};
+
+/// A scan that goes on while static objects are destroyed, and ends before those of Qt are, which do not bear that.
+struct Scanner {
+    ~Scanner()
+    {
+        if (thread.joinable()) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(100));
+            ends = true;
+            thread.join();
+            std::printf("%s elements\n", allRight ? "4" : "other");
+        }
+    }
+    void start()
+    {
+        thread = std::thread([this] {
+            while (!ends) {
+                allRight = useLibraryIn(folder) == 4 && allRight;
+                started = true;
+            }
+        });
+        while (!started) {
+            std::this_thread::yield();
+        }
+    }
+    std::atomic<bool> started {false};
+    std::atomic<bool> ends {false};
+    bool allRight = true;
+    std::thread thread;
+};
+
+// Made before anything of the library, and so destroyed after it.
+Scanner scanner;
+const LateUser madeBefore("before");
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    if (argc != 3) {
+        return EXIT_FAILURE;
+    }
+    moment = argv[1];
+    folder = QString::fromLocal8Bit(argv[2]);
+    if (std::strcmp(moment, "atexit") == 0) {
+        std::atexit(use);
+    } else if (std::strcmp(moment, "thread") == 0) {
+        scanner.start();
+    }
+    use();
+    static const LateUser madeAfter("after");
+    return EXIT_SUCCESS;
+}

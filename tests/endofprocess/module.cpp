@@ -1,0 +1,8 @@
+// What reopening.cpp opens.
+
+#include "Using.h"
+
+extern "C" Q_DECL_EXPORT int use(const char* folder)
+{
+    return useLibraryIn(QString::fromLocal8Bit(folder));
+}
