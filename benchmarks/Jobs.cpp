@@ -1,6 +1,7 @@
 #include "Jobs.h"
 
 #include "Operations.h"
+#include "QuickFolder.h"
 #include "Trees.h"
 
 #include <memory>
@@ -83,9 +84,11 @@ void addSide(Job& job, const Tree& tree, const Operation& operation, Step<Own> S
 Job jobOf(const Operation& operation, const Tree& tree)
 {
     const int units = operation.times > 1 ? operation.times : tree.size();
-    Job job {operation.times, tree.size(), tree.shape.files, units, {}};
+    Job job {operation.times, tree.size(), tree.shape.files, units, operation.isWaiting, {}};
     addSide(job, tree, operation, &Steps::library);
     addSide(job, tree, operation, &Steps::qt);
+    addSide(job, tree, operation, &Steps::parsing);
+    addSide(job, tree, operation, &Steps::unsynced);
     addSide(job, tree, operation, &Steps::system);
     addSide(job, tree, operation, &Steps::nlohmann);
     if (PythonPeer::isAvailable()) {
@@ -94,15 +97,31 @@ Job jobOf(const Operation& operation, const Tree& tree)
     return job;
 }
 
+// Where there are such file systems.
+std::vector<const char*> treesForSyncing()
+{
+    std::vector<const char*> trees;
+    if (isInMemory(quickFolder())) {
+        trees.push_back("tmpfs");
+    }
+    if (!isInMemory(lastingFolder())) {
+        trees.push_back("disk");
+    }
+    return trees;
+}
+
 std::vector<const char*> treesFor(const std::string& operation)
 {
-    std::vector<const char*> trees {"wide200", "wide1000", "wide5000"};
-    if (operation != "sort") {
-        trees.insert(trees.begin(), {"100", "2000", "20000", "deep"});
+    if (operation == "sync") {
+        return treesForSyncing();
+    }
+    if (operation == "sort") {
+        return {"wide200", "wide1000", "wide5000", "wide20000", "colliding"};
     }
     if (operation == "move-node") {
         return {"100", "2000", "20000", "deep"};
     }
+    std::vector<const char*> trees {"100", "2000", "20000", "deep", "wide200", "wide1000", "wide5000"};
     if (operation == "create") {
         trees.push_back("big");
     }

@@ -8,7 +8,7 @@
 
 /// One way of doing a job, by the library or by something that it is compared with.
 struct Side {
-    /// "library", "qt", "system", "nlohmann" or "python".
+    /// "library", "qt", "parsing", "unsynced", "system", "nlohmann" or "python".
     std::string name;
     /// Everything that is not measured; before each run. With the same seed every side gets the same choices.
     std::function<void(unsigned seed)> prepare;
@@ -28,6 +28,9 @@ struct Job {
     int siblings;
     /// What the instructions of a run are counted for: its operations, or the elements of a tree that it goes through.
     int units;
+    /// Counted is the time that passes, with the waiting for a disk, instead of the processor's.
+    bool isWaiting;
+    /// The library first, then plain Qt.
     std::vector<Side> sides;
 };
 

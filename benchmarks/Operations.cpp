@@ -1,7 +1,6 @@
 #include "Operations.h"
 
 #include "ConfigurationManifestCreator.h"
-#include "ConfigurationStructureElement.h"
 #include "JsonDataIteratorConfigurationInstanceCollector.h"
 #include "JsonDataIteratorConfigurationInstanceListUpdater.h"
 #include "QtFloor.h"
@@ -65,10 +64,7 @@ Choice newSelection(const Tree& tree, Random& random)
 {
     const QString& node = oneOf(tree.nodes, random);
     const int index = below(random, tree.shape.files);
-    const QString path = node % QLatin1String("/new") % QString::number(random());
-    Choice choice {path, index};
-    choice.element = ConfigurationStructureElement(newDescription, path, false).getElementAsJsonObject();
-    return choice;
+    return {node % QLatin1String("/new") % QString::number(random()), index};
 }
 
 /// Of what is in the only folder.
@@ -90,11 +86,12 @@ Choice newOrder(const Tree& tree, Random& random)
     return choice;
 }
 
-/// Whoever creates a manifest has to make it anew. Plain Qt makes none.
+/// Whoever creates a manifest has to make it anew.
 Steps removing()
 {
     Steps steps;
     steps.library = [](Library& own, const Choice&) { QFile::remove(own.created); };
+    steps.qt = [](PlainQt& own, const Choice&) { QFile::remove(own.created); };
     steps.system = [](System& own, const Choice&) { QFile::remove(own.created); };
     steps.nlohmann = [](Nlohmann& own, const Choice&) { QFile::remove(own.created); };
     steps.python = [](Python& own, const Choice&) { QFile::remove(own.created); };
@@ -107,10 +104,8 @@ Steps creating()
     steps.library = [](Library& own, const Choice&) {
         ConfigurationManifestCreator().create2(own.folder, QStringLiteral("configuration"));
     };
-    steps.qt = [](PlainQt& own, const Choice&) {
-        own.isComparable = false;
-        QtFloor::create(own.folder);
-    };
+    steps.qt = [](PlainQt& own, const Choice&) { QtFloor::create(own.folder); };
+    steps.parsing = [](Parsing& own, const Choice&) { QtFloor::parseAll(own.folder); };
     steps.system = [](System& own, const Choice&) {
         SystemFloor::scan(own.folder.toStdString());
         SystemFloor::save(own.content, own.created.toStdString());
@@ -125,10 +120,8 @@ Steps unloading()
 {
     Steps steps;
     steps.library = [](Library& own, const Choice&) { own.handler.emplace(own.path, moduleName, objectName); };
-    steps.qt = [](PlainQt& own, const Choice&) {
-        own.isComparable = false;
-        own.manifest = QJsonArray();
-    };
+    steps.qt = [](PlainQt& own, const Choice&) { own.manifest = QJsonArray(); };
+    steps.parsing = [](Parsing& own, const Choice&) { own.manifest = QJsonArray(); };
     steps.nlohmann = [](Nlohmann& own, const Choice&) { own.manifest = nullptr; };
     steps.python = [](Python& own, const Choice&) { own.run({QStringLiteral("unload")}); };
     return steps;
@@ -138,7 +131,8 @@ Steps loading()
 {
     Steps steps;
     steps.library = [](Library& own, const Choice&) { own.handler->parseManifestFile(); };
-    steps.qt = [](PlainQt& own, const Choice&) { own.manifest = QtFloor::load(own.path); };
+    steps.qt = [](PlainQt& own, const Choice&) { own.manifest = QtFloor::load(own.path, moduleName, objectName); };
+    steps.parsing = [](Parsing& own, const Choice&) { own.manifest = QtFloor::parse(own.path); };
     steps.system = [](System& own, const Choice&) { SystemFloor::load(own.path.toStdString()); };
     steps.nlohmann = [](Nlohmann& own, const Choice&) {
         own.manifest = NlohmannPeer::load(own.path.toStdString(), moduleName.toStdString(), objectName.toStdString());
@@ -157,6 +151,16 @@ Steps saving()
     steps.system = [](System& own, const Choice&) { SystemFloor::save(own.content, own.path.toStdString()); };
     steps.nlohmann = [](Nlohmann& own, const Choice&) { NlohmannPeer::save(own.manifest, own.path.toStdString()); };
     steps.python = [](Python& own, const Choice&) { own.run({QStringLiteral("save"), own.path}); };
+    return steps;
+}
+
+/// What waiting for the disk adds. The others would only repeat what they take to save.
+Steps syncing()
+{
+    Steps steps;
+    steps.library = saving().library;
+    steps.qt = saving().qt;
+    steps.unsynced = [](Unsynced& own, const Choice&) { QtFloor::saveUnsynced(own.manifest, own.path); };
     return steps;
 }
 
@@ -242,7 +246,7 @@ Steps adding()
         own.handler->addSelection(choice.path, newDescription, choice.index, false);
     };
     steps.qt = [](PlainQt& own, const Choice& choice) {
-        QtFloor::add(own.manifest, choice.path, choice.element, choice.index);
+        QtFloor::add(own.manifest, choice.path, newDescription, choice.index);
     };
     steps.nlohmann = [](Nlohmann& own, const Choice& choice) {
         NlohmannPeer::add(own.manifest, choice.path.toStdString(), newJsonDescription(), choice.index);
@@ -303,14 +307,6 @@ Steps sorting()
     return steps;
 }
 
-/// Looks at no object of a walk and changes none.
-class BareIterator : public JsonDataIteratorObjectBase {
-public:
-    void compute(QJsonObject&, QJsonValue&) override
-    {
-    }
-};
-
 /// Copying the manifest and freeing what the previous walk has gathered belongs to no walk.
 Steps startingWalk()
 {
@@ -320,8 +316,8 @@ Steps startingWalk()
         own.result = QJsonValue();
     };
     steps.qt = [](PlainQt& own, const Choice&) {
-        own.isComparable = false;
         own.walked = own.manifest;
+        own.result = QJsonValue();
     };
     steps.nlohmann = [](Nlohmann& own, const Choice&) { own.result = nullptr; };
     return steps;
@@ -334,10 +330,7 @@ Steps collecting()
         JsonDataIteratorConfigurationInstanceCollector collector;
         walkJson(own.walked, collector, own.result);
     };
-    steps.qt = [](PlainQt& own, const Choice&) {
-        BareIterator iterator;
-        walkJson(own.walked, iterator, own.result);
-    };
+    steps.qt = [](PlainQt& own, const Choice&) { own.result = QtFloor::collect(own.walked); };
     steps.nlohmann = [](Nlohmann& own, const Choice&) { own.result = NlohmannPeer::collect(own.manifest); };
     steps.python = [](Python& own, const Choice&) { own.run({QStringLiteral("collect")}); };
     return steps;
@@ -351,7 +344,9 @@ Steps updating()
         updater.init(choice.path, label, choice.text);
         walkJson(own.walked, updater, own.result);
     };
-    steps.qt = collecting().qt;
+    steps.qt = [](PlainQt& own, const Choice& choice) {
+        own.result = QtFloor::update(own.walked, choice.path, label, choice.text);
+    };
     steps.nlohmann = [](Nlohmann& own, const Choice& choice) {
         own.result = NlohmannPeer::update(
             own.manifest, choice.path.toStdString(), label.toStdString(), choice.text.toStdString());
@@ -373,6 +368,7 @@ const std::vector<Operation>& operations()
         {"load", 1, nothing, loading(), unloading()},
         {"save", 1, anySelection, saving(), setting<false>()},
         {"set-and-save", 1, anySelection, settingAndSaving()},
+        {"sync", 1, nothing, syncing(), {}, {}, true},
         {"get", batch, anySelection, getting()},
         {"list", batch, anyNode, listing()},
         {"set", batch, anySelection, setting<true>()},

@@ -13,7 +13,6 @@ struct Choice {
     QString text = {};
     QStringList names = {};
     std::vector<std::string> standardNames = {};
-    QJsonObject element = {};
 };
 
 template <typename Own>
@@ -23,6 +22,8 @@ using Step = void (*)(Own& own, const Choice& choice);
 struct Steps {
     Step<Library> library = nullptr;
     Step<PlainQt> qt = nullptr;
+    Step<Parsing> parsing = nullptr;
+    Step<Unsynced> unsynced = nullptr;
     Step<System> system = nullptr;
     Step<Nlohmann> nlohmann = nullptr;
     Step<Python> python = nullptr;
@@ -37,6 +38,8 @@ struct Operation {
     // What leads there and back, and is not measured.
     Steps before = {};
     Steps after = {};
+    /// Counted is the time that passes, with the waiting for a disk, instead of the processor's.
+    bool isWaiting = false;
 };
 
 const std::vector<Operation>& operations();

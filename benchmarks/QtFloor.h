@@ -2,24 +2,26 @@
 
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonObject>
+#include <QtCore/QJsonValue>
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 
 /**
- * The least that Qt takes for the library's jobs. Written as one writes for speed: no container is copied because it is
- * referred to twice, and a name is looked up once. But there are no messages, no checks of what is given or read, no
- * errors, and only what occurs in the trees that are measured: every path leads somewhere, selections are addressed by
- * the names that they are stored under, and nothing has to be freed that a long-lived process would gather.
+ * The library's jobs, whole and with the same results, as plain Qt does them at its fastest: no container is copied
+ * because it is referred to twice, a name is looked up once, and no object grows with every text that is replaced in it.
  *
- * Creation is what lies below it: every folder listed and every description read and parsed. No element is made of a
- * description, nothing is sorted but the listings, and no manifest is written.
- * Loading is the manifest read and parsed, without the stamping.
- * Queries and edits are the walk down by names and, for edits, the way back. What is added is given as it will be.
+ * What is missing is what makes a library of it. Nothing is checked, whether given, read or returned by a call; there
+ * are no messages; and it copes only with what occurs in the trees that are measured: every path leads somewhere,
+ * selections are addressed by the names that they are stored under and lie only where the format has them, members of
+ * descriptions have the types that they should have.
  */
 namespace QtFloor {
 
+/// Reads every description below a folder, makes an element of each, sorts them and writes the manifest.
 void create(const QString& folder);
-QJsonArray load(const QString& path);
+/// Reads a manifest and gives every selection the names of module and object.
+QJsonArray load(const QString& path, const QString& moduleName, const QString& objectName);
+/// Replaces a file, keeping whose it is. All of it is on the disk before it takes the place, and the place after that.
 void save(const QJsonArray& manifest, const QString& path);
 
 // Paths of nodes.
@@ -32,8 +34,24 @@ void moveNode(QJsonArray& manifest, const QString& path, int index);
 
 QJsonObject element(const QJsonArray& manifest, const QString& path);
 void set(QJsonArray& manifest, const QString& path, const QString& key, const QJsonValue& value);
-void add(QJsonArray& manifest, const QString& path, const QJsonObject& element, int index);
+void add(QJsonArray& manifest, const QString& path, const QJsonObject& description, int index);
 void remove(QJsonArray& manifest, const QString& path);
 void move(QJsonArray& manifest, const QString& path, int index);
+
+// By the substitute's walk.
+
+/// The instance names of all selections.
+QJsonArray collect(QJsonValue& document);
+/// Sets a value in the elements of an instance name; what they become.
+QJsonArray update(QJsonValue& document, const QString& name, const QString& key, const QJsonValue& value);
+
+// Parts of the jobs.
+
+/// Of a creation: lists every folder, reads and parses every description.
+void parseAll(const QString& folder);
+/// Of a load.
+QJsonArray parse(const QString& path);
+/// Of a save: what does not wait for a disk.
+void saveUnsynced(const QJsonArray& manifest, const QString& path);
 
 } // namespace QtFloor

@@ -51,15 +51,30 @@ QJsonValue Library::outcome() const
     return WithQt::outcome(handler->getManifestJsonArray());
 }
 
-PlainQt::PlainQt(const Tree& tree)
-    : WithQt(tree, name)
+PlainQt::PlainQt(const Tree& tree, const char* sideName)
+    : WithQt(tree, sideName)
     , manifest(parsed(tree.manifest()))
 {
 }
 
 QJsonValue PlainQt::outcome() const
 {
-    return isComparable ? WithQt::outcome(manifest) : QJsonValue(QJsonValue::Undefined);
+    return WithQt::outcome(manifest);
+}
+
+Parsing::Parsing(const Tree& tree)
+    : Files(tree, name)
+{
+}
+
+QJsonValue Parsing::outcome() const
+{
+    return QJsonValue::Undefined;
+}
+
+Unsynced::Unsynced(const Tree& tree)
+    : PlainQt(tree, name)
+{
 }
 
 System::System(const Tree& tree)

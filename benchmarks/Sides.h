@@ -52,12 +52,27 @@ struct Library : WithQt {
 struct PlainQt : WithQt {
     static constexpr auto name = "qt";
 
-    explicit PlainQt(const Tree& tree);
+    explicit PlainQt(const Tree& tree, const char* sideName = name);
     QJsonValue outcome() const;
 
     QJsonArray manifest;
-    /// Whether it does the whole of what is measured.
-    bool isComparable = true;
+};
+
+/// Plain Qt that only lists and parses, which leaves no results.
+struct Parsing : Files {
+    static constexpr auto name = "parsing";
+
+    explicit Parsing(const Tree& tree);
+    QJsonValue outcome() const;
+
+    QJsonArray manifest;
+};
+
+/// Plain Qt that waits for no disk.
+struct Unsynced : PlainQt {
+    static constexpr auto name = "unsynced";
+
+    explicit Unsynced(const Tree& tree);
 };
 
 struct System : Files {

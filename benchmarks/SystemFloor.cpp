@@ -80,7 +80,14 @@ void SystemFloor::save(const std::string& content, const std::string& path)
     if (write(file, content.data(), content.size()) != static_cast<ssize_t>(content.size())) {
         std::perror(temporary.c_str());
     }
+    struct stat replaced = {};
+    if (stat(path.c_str(), &replaced) == 0 && fchown(file, replaced.st_uid, replaced.st_gid) == 0) {
+        fchmod(file, replaced.st_mode & ALLPERMS);
+    }
     fsync(file);
     close(file);
     renameat(AT_FDCWD, temporary.c_str(), AT_FDCWD, path.c_str());
+    const int folder = open(path.substr(0, path.rfind('/')).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    fsync(folder);
+    close(folder);
 }

@@ -1,10 +1,12 @@
 #include "Trees.h"
 
+#include "CollidingNames.h"
 #include "ConfigurationManifestCreator.h"
 #include "QuickFolder.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QFile>
+#include <QtCore/QStorageInfo>
 #include <QtCore/QStringBuilder>
 
 #include <map>
@@ -64,6 +66,15 @@ QByteArray description(int position, int bytes, Random& random)
     return text.leftJustified(bytes);
 }
 
+QStringList plainNames(int number)
+{
+    QStringList names;
+    for (int i = 0; i < number; ++i) {
+        names << QLatin1String(numbered("selection", i));
+    }
+    return names;
+}
+
 Shape shapeOf(const QString& name)
 {
     if (name == QLatin1String("deep")) {
@@ -71,6 +82,12 @@ Shape shapeOf(const QString& name)
     }
     if (name == QLatin1String("big")) {
         return {20, 4, 19, 20000};
+    }
+    if (name == QLatin1String("colliding")) {
+        return {1, 1, 20000, 0, true};
+    }
+    if (name == QLatin1String("tmpfs") || name == QLatin1String("disk")) {
+        return {5, 4, 19, 0, false, name == QLatin1String("disk")};
     }
     if (name.startsWith(QLatin1String("wide"))) {
         return {1, 1, name.midRef(4).toInt()};
@@ -85,11 +102,24 @@ int below(Random& random, int bound)
     return static_cast<int>(random() % static_cast<unsigned>(bound));
 }
 
+QString lastingFolder()
+{
+    return QStringLiteral("/var/tmp/manifest-XXXXXX");
+}
+
+bool isInMemory(const QString& folderTemplate)
+{
+    const QByteArray type =
+        QStorageInfo(folderTemplate.left(folderTemplate.lastIndexOf(QLatin1Char('/')))).fileSystemType();
+    return type == "tmpfs" || type == "ramfs";
+}
+
 Tree::Tree(const Shape& wanted)
     : shape(wanted)
-    , directory(quickFolder())
+    , directory(shape.isOnDisk ? lastingFolder() : quickFolder())
 {
     Random random(1);
+    const QStringList fileNames = shape.hasCollidingNames ? collidingNames(shape.files) : plainNames(shape.files);
     const auto someBytes = [&] { return 300 + below(random, 501); };
     for (int i = 0; i < shape.folders; ++i) {
         const QString parent = i < shape.branches ? QString() : nodes.at(i / shape.branches - 1) % QLatin1Char('/');
@@ -98,7 +128,7 @@ Tree::Tree(const Shape& wanted)
         QDir().mkpath(path);
         write(path % QLatin1String("/Folder.menu.json"), description(shape.folders - i, someBytes(), random));
         for (int j = 0; j < shape.files; ++j) {
-            selections << nodes.constLast() % QLatin1Char('/') % QLatin1String(numbered("selection", j));
+            selections << nodes.constLast() % QLatin1Char('/') % fileNames.at(j);
             // Every position once, so that there is one order.
             write(folder() % QLatin1Char('/') % selections.constLast() % QLatin1String(".config.json"),
                 description(j * 7919 % shape.files, shape.bytes > 0 ? shape.bytes : someBytes(), random));

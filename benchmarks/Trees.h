@@ -21,7 +21,14 @@ struct Shape {
     int files;
     /// Of each selection's description; 0 for any number from 300 to 800.
     int bytes = 0;
+    bool hasCollidingNames = false;
+    bool isOnDisk = false;
 };
+
+/// Template of a folder in the file system that keeps what is not yet needed after a restart.
+QString lastingFolder();
+/// Whether that is a file system without a disk.
+bool isInMemory(const QString& folderTemplate);
 
 /// A configuration folder, the same for every run, with its manifest. Gone with its last copy.
 class Tree {
@@ -44,5 +51,5 @@ private:
 };
 
 /// Makes a tree when it is asked for first. Names: the number of descriptions, by tens; "deep"; "wide" and the number of
-/// siblings; "big".
+/// siblings; "big"; "colliding"; "tmpfs" and "disk" for 100 descriptions there.
 const Tree& treeOf(const QString& name);

@@ -27,7 +27,7 @@ QJsonObject peaksOf(const std::string& workload)
     QJsonObject peaks;
     const Job job = workloadOf(workload).make();
     for (const Side& side : job.sides) {
-        if (side.name == "library" || side.name == "qt") {
+        if (side.name == "library" || side.name == "parsing") {
             side.prepare(0);
             peaks.insert(QString::fromStdString(side.name), heapUseOf([&] { side.run(); }).peak);
         }

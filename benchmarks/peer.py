@@ -98,8 +98,15 @@ def save(path):
     with open(path + ".new", "wb") as file:
         file.write(text.encode())
         file.flush()
+        if os.path.exists(path):
+            replaced = os.stat(path)
+            os.chown(file.fileno(), replaced.st_uid, replaced.st_gid)
+            os.chmod(file.fileno(), replaced.st_mode & 0o7777)
         os.fsync(file.fileno())
     os.replace(path + ".new", path)
+    folder = os.open(os.path.dirname(path), os.O_RDONLY | os.O_DIRECTORY)
+    os.fsync(folder)
+    os.close(folder)
 
 
 def addressed_name(element):
