@@ -7,10 +7,13 @@
 #include <cstdint>
 #include <vector>
 
-// A name is a row of pairs, each "Aa" or "BB". To the hash that multiplies by 31 the two are the same: 31 * 'A' + 'a' is
-// 31 * 'B' + 'B'. The other hash is a checksum, CRC-32 with one of two polynomials. It is linear: to put "BB" for "Aa"
-// somewhere flips bits of it that depend on the place alone, so choices of places flip none when their bits cancel out.
-// Both have 64 bits together, so each place beyond 64 doubles the number of such choices.
+// Qt hashes strings in one of two ways, depending on the processor: by multiplying with 31, or as a CRC-32 checksum, with
+// Castagnoli's polynomial on x86 and Ethernet's on ARM. The names here collide in all of them, whatever the seed.
+//
+// A name is a row of pairs, each "Aa" or "BB". Multiplying makes them equal: 31 * 'A' + 'a' is 31 * 'B' + 'B'. A checksum
+// is linear: "BB" instead of "Aa" flips bits of it that depend on nothing but the place in the name. So "BB" can stand at
+// every set of places whose flips cancel each other out. The two checksums have 64 bits together; each pair beyond 64
+// doubles the number of such sets.
 
 namespace {
 
@@ -19,7 +22,7 @@ constexpr std::size_t bitsOfSums = 64;
 constexpr std::uint32_t castagnoli = 0x82f63b78;
 constexpr std::uint32_t ethernet = 0xedb88320;
 
-// Of some UTF-16, from nothing.
+// Of UTF-16 as it lies in memory, with the seed 0.
 std::uint32_t checksum(const QString& text, std::uint32_t polynomial)
 {
     std::uint32_t sum = 0;
@@ -56,15 +59,15 @@ void flip(Places& places, const Places& others)
     }
 }
 
-/// Choices of places, none a combination of others, that leave both checksums as they are.
-std::vector<Places> choices(std::size_t pairs)
+/// Sets of places, none a combination of others, at which "BB" leaves both checksums as they are.
+std::vector<Places> neutralSets(std::size_t pairs)
 {
     struct Row {
         std::uint64_t flipped;
         Places places;
     };
     const std::uint64_t unflipped = checksums(nameOf(Places(pairs)));
-    // Elimination, each row under the highest bit that it flips.
+    // Gaussian elimination; each row is kept under the highest bit that it flips.
     std::array<Row, bitsOfSums> rows {};
     std::vector<Places> found;
     for (std::size_t i = 0; i < pairs; ++i) {
@@ -97,13 +100,13 @@ QStringList collidingNames(int number)
     while (number > 1 << (pairs - bitsOfSums)) {
         ++pairs;
     }
-    const std::vector<Places> all = choices(pairs);
+    const std::vector<Places> sets = neutralSets(pairs);
     QStringList names;
     for (int i = 0; i < number; ++i) {
         Places places(pairs);
-        for (std::size_t choice = 0; choice < all.size(); ++choice) {
-            if ((i >> choice & 1) != 0) {
-                flip(places, all[choice]);
+        for (std::size_t set = 0; set < sets.size(); ++set) {
+            if ((i >> set & 1) != 0) {
+                flip(places, sets[set]);
             }
         }
         names << nameOf(places);

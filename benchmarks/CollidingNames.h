@@ -2,6 +2,5 @@
 
 #include <QtCore/QStringList>
 
-/// Names, in any order but all different, for which qHash() gives the same number, whatever its seed: on processors that
-/// compute checksums and on those that do not.
+/// Different names of equal length that have the same qHash(), whatever its seed and whatever the processor.
 QStringList collidingNames(int number);

@@ -28,7 +28,7 @@ struct Job {
     int siblings;
     /// What the instructions of a run are counted for: its operations, or the elements of a tree that it goes through.
     int units;
-    /// Counted is the time that passes, with the waiting for a disk, instead of the processor's.
+    /// Whether the time that passes is measured, with the wait for a disk, instead of the processor's.
     bool isWaiting;
     /// The library first, then plain Qt.
     std::vector<Side> sides;

@@ -38,7 +38,7 @@ struct Operation {
     // What leads there and back, and is not measured.
     Steps before = {};
     Steps after = {};
-    /// Counted is the time that passes, with the waiting for a disk, instead of the processor's.
+    /// Whether the time that passes is measured, with the wait for a disk, instead of the processor's.
     bool isWaiting = false;
 };
 

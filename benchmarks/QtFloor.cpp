@@ -15,6 +15,7 @@
 #include <cstddef>
 #include <cstdio>
 #include <cstring>
+#include <vector>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -199,7 +200,7 @@ void setMember(QJsonObject& object, const QString& key, const QJsonValue& value)
     }
 }
 
-// Takes every container on the way out while it changes, as above.
+// Takes every container on the way out while it changes, for one that is referred to twice is copied.
 template <typename Change>
 void changeArray(QJsonArray& array, const QStringList& names, int levels, const Change& change, int level = 0)
 {
@@ -224,19 +225,25 @@ void changeSiblings(QJsonArray& manifest, const QString& path, const Change& cha
     changeArray(manifest, names, names.size() - 1, [&](QJsonArray& siblings) { change(siblings, names.constLast()); });
 }
 
+// A name to be looked up among its siblings. Any order will do, so the last four characters come first: they differ most,
+// and comparing them takes no look at the text.
 struct Place {
+    Place(QStringView wholeName, int at)
+        : name(wholeName)
+        , position(at)
+    {
+        const QStringView last = name.right(qMin<qsizetype>(name.size(), 4));
+        std::memcpy(&end, last.data(), static_cast<std::size_t>(last.size()) * sizeof(QChar));
+    }
+
+    quint64 end = 0;
     QStringView name;
     int position;
 };
 
-// Any order will do to look a name up, and this is the quickest.
 bool operator<(const Place& left, const Place& right)
 {
-    if (left.name.size() != right.name.size()) {
-        return left.name.size() < right.name.size();
-    }
-    return std::memcmp(left.name.data(), right.name.data(), static_cast<std::size_t>(left.name.size()) * sizeof(QChar))
-        < 0;
+    return left.end == right.end ? left.name < right.name : left.end < right.end;
 }
 
 // Walks
@@ -324,20 +331,20 @@ void QtFloor::sort(QJsonArray& manifest, const QString& path, const QStringList&
 {
     const QStringList names = path.split(QLatin1Char('/'));
     changeArray(manifest, names, names.size(), [&](QJsonArray& children) {
-        // Looked up by halves and not by hash: names may collide in that.
+        // Names may collide in a hash, so they are sorted and looked up by halves.
         QStringList stored;
-        QVector<Place> places;
+        std::vector<Place> places;
         stored.reserve(children.size());
-        places.reserve(children.size());
+        places.reserve(static_cast<std::size_t>(children.size()));
         for (int i = 0; i < children.size(); ++i) {
             const QString name = nameAt(children, i);
             stored << name;
-            places.append({QStringView(name).mid(name.lastIndexOf(QLatin1Char('/')) + 1), i});
+            places.emplace_back(QStringView(name).mid(name.lastIndexOf(QLatin1Char('/')) + 1), i);
         }
         std::sort(places.begin(), places.end());
         QJsonArray sorted;
         for (const QString& name : order) {
-            sorted.append(children.at(std::lower_bound(places.cbegin(), places.cend(), Place {name, 0})->position));
+            sorted.append(children.at(std::lower_bound(places.cbegin(), places.cend(), Place(name, 0))->position));
         }
         children = sorted;
     });

@@ -21,7 +21,8 @@ namespace QtFloor {
 void create(const QString& folder);
 /// Reads a manifest and gives every selection the names of module and object.
 QJsonArray load(const QString& path, const QString& moduleName, const QString& objectName);
-/// Replaces a file, keeping whose it is. All of it is on the disk before it takes the place, and the place after that.
+/// Replaces a file and keeps its owner, group and permissions. Syncs the new file before it takes the old one's place, and
+/// the folder afterwards.
 void save(const QJsonArray& manifest, const QString& path);
 
 // Paths of nodes.
@@ -51,7 +52,7 @@ QJsonArray update(QJsonValue& document, const QString& name, const QString& key,
 void parseAll(const QString& folder);
 /// Of a load.
 QJsonArray parse(const QString& path);
-/// Of a save: what does not wait for a disk.
+/// A save without the syncs.
 void saveUnsynced(const QJsonArray& manifest, const QString& path);
 
 } // namespace QtFloor

@@ -25,9 +25,9 @@ struct Shape {
     bool isOnDisk = false;
 };
 
-/// Template of a folder in the file system that keeps what is not yet needed after a restart.
+/// Template of a QTemporaryDir where temporary files survive a restart, which usually is on a disk.
 QString lastingFolder();
-/// Whether that is a file system without a disk.
+/// Whether the file system of such a folder is in memory.
 bool isInMemory(const QString& folderTemplate);
 
 /// A configuration folder, the same for every run, with its manifest. Gone with its last copy.

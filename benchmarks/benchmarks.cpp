@@ -1,6 +1,6 @@
 // Times the library and what it is compared with, one right after the other, so that whatever else the machine does
-// meets all of them alike. Counted is the time of the processor: what others do meanwhile is no part of it, nor, where
-// that is not what is measured, is waiting for a disk. --quick leaves out what takes long.
+// meets all of them alike. Counted is the time of the processor, without what others do meanwhile and without waiting for
+// a disk; only what a sync costs is counted as the time that passes. --quick leaves out what takes long.
 
 #include "Jobs.h"
 
