@@ -13,7 +13,7 @@ WIDTHS = ("wide200", "wide1000", "wide5000")
 LIMITS = {
     "create": {"calls": 5.8},
     "load": {"peak": 1.2},
-    "sort": {"growth": 1.2},
+    "sort": {"growth": 1.4},
     "collect": {"growth": 1.35},
     "overwrites": {"memory": 2.0},
 }
