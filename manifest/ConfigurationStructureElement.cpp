@@ -244,7 +244,8 @@ void ConfigurationStructureElement::extractInstanceNameFromPath(
     QString folder = entry.path();
     folder.remove(scanRoot, Qt::CaseSensitive);
     if (folder.startsWith(QLatin1Char('/'))) {
-        instanceName = folder.midRef(1) % QLatin1Char('/') % entry.baseName();
+        folder.remove(0, 1);
+        instanceName = folder % QLatin1Char('/') % entry.baseName();
     } else {
         instanceName = entry.baseName();
     }

@@ -7,6 +7,7 @@
 #include <QtCore/QString>
 
 #include <algorithm>
+#include <type_traits>
 
 // Internal; not installed.
 //
