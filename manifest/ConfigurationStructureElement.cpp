@@ -83,7 +83,7 @@ void parseDescription(QFile& file, QJsonObject& description, const char* reader)
     constexpr int usualSize = 64 * 1024;
     const qint64 size = file.size();
     QByteArray content = size > 0 && size <= usualSize ? file.read(size) : file.readAll();
-    // Text mode drops every carriage return, but looks at each byte on its own: a tenth of a scan of small files.
+    // Text mode drops every carriage return too, but looks at each byte on its own.
     if (std::memchr(content.constData(), '\r', static_cast<std::size_t>(content.size())) != nullptr) {
         content.replace("\r", "");
     }
