@@ -92,7 +92,7 @@ bool ConfigurationManifestCreator::writeManifestFile()
 {
     const QByteArray document = QJsonDocument(manifestJsonArray).toJson(QJsonDocument::Compact);
     QSaveFile file(configurationFolderPath % QLatin1Char('/') % selectorUrlScheme % QLatin1String(".manifest.json"));
-    if (!file.open(QIODevice::WriteOnly)) {
+    if (!ManifestSaveFile::open(file)) {
         qWarning() << "Unable to open the manifest file for writing:" << file.fileName() << "!";
         return false;
     }

@@ -173,7 +173,7 @@ void ConfigurationManifestHandler::writeToManifestFile()
         return;
     }
     QSaveFile file(manifestFilePath);
-    if (!file.open(QIODevice::WriteOnly)) {
+    if (!ManifestSaveFile::open(file)) {
         qWarning() << "Cannot open configuration manifest file for writing:" << manifestFilePath << "!";
         return;
     }

@@ -11,5 +11,6 @@
  */
 inline bool exists(const QFile& file)
 {
-    return file.exists() || QFile::exists(file.fileName());
+    // Of a name with a NUL, which names nothing, Qt complains at every look.
+    return file.exists() || (!file.fileName().contains(QChar::Null) && QFile::exists(file.fileName()));
 }

@@ -3,9 +3,11 @@
 #include <QtCore/QByteArray>
 #include <QtCore/QFile>
 #include <QtCore/QSaveFile>
+#include <QtCore/QtEndian>
 
 #include <array>
 #include <cerrno>
+#include <climits>
 #include <cstddef>
 #include <cstdlib>
 #include <cstring>
@@ -25,67 +27,130 @@
 
 namespace ManifestSaveFile {
 
-/// The access control list of a file, in the form of the kernel.
-struct AccessControlList {
-    std::array<char, 1024> data {};
-    /// Negative when there may be one that is not known.
-    ssize_t size = -1;
-
-    void read(ssize_t result)
+/// The access control list of a file, in the form of the kernel: four bytes, then eight for each entry.
+class AccessControlList {
+public:
+    explicit AccessControlList(const QByteArray& path)
+        : size(sizeOf(getxattr(path.constData(), attribute, data.data(), data.size())))
     {
-        size = result < 0 && (errno == ENODATA || errno == EOPNOTSUPP) ? 0 : result;
+    }
+    explicit AccessControlList(int descriptor)
+        : size(sizeOf(fgetxattr(descriptor, attribute, data.data(), data.size())))
+    {
     }
 
+    /// Lists that are not known are never equal.
     bool operator==(const AccessControlList& other) const
     {
         return size >= 0 && size == other.size
             && std::memcmp(data.data(), other.data.data(), static_cast<std::size_t>(size)) == 0;
     }
+
+    /// The permission bits that the list leaves to the group of the file, whose own bits are a mask where there is a list.
+    mode_t groupBits() const
+    {
+        constexpr quint16 groupOfTheFile = 0x04;
+        mode_t bits = size == 0 ? S_IRWXG : 0;
+        for (ssize_t entry = 4; entry + 8 <= size; entry += 8) {
+            const char* const place = data.data() + entry;
+            if (qFromLittleEndian<quint16>(place) == groupOfTheFile) {
+                bits = (qFromLittleEndian<quint16>(place + 2) & S_IRWXO) << 3;
+            }
+        }
+        return bits;
+    }
+
+private:
+    // Negative when there may be a list that is not known.
+    static ssize_t sizeOf(ssize_t result)
+    {
+        return result < 0 && (errno == ENODATA || errno == EOPNOTSUPP) ? 0 : result;
+    }
+
+    static constexpr auto attribute = "system.posix_acl_access";
+    std::array<char, 1024> data {};
+    ssize_t size;
 };
 
-/// Whether nobody beside owner, group and others is given rights by one of the two files and not by the other.
-inline bool haveSameAccessControlList(const QByteArray& path, int descriptor)
+/// The file that a path leads to, without links; null when there is none.
+inline QByteArray resolved(const QByteArray& path)
 {
-    constexpr auto attribute = "system.posix_acl_access";
-    AccessControlList ofPath;
-    AccessControlList ofDescriptor;
-    ofPath.read(getxattr(path.constData(), attribute, ofPath.data.data(), ofPath.data.size()));
-    ofDescriptor.read(fgetxattr(descriptor, attribute, ofDescriptor.data.data(), ofDescriptor.data.size()));
-    return ofPath == ofDescriptor;
+    const std::unique_ptr<char, decltype(&std::free)> real(realpath(path.constData(), nullptr), &std::free);
+    return real.get();
+}
+
+/// The folder in an absolute path.
+inline QByteArray folderOf(const QByteArray& path)
+{
+    return path.left(qMax(1, path.lastIndexOf('/')));
+}
+
+/// Whether an open file lies in a folder, or would if it had a name.
+inline bool isIn(const QByteArray& folder, int descriptor)
+{
+    std::array<char, PATH_MAX> path {};
+    const QByteArray link = "/proc/self/fd/" + QByteArray::number(descriptor);
+    const ssize_t size = readlink(link.constData(), path.data(), path.size());
+    return size > 0 && folderOf(QByteArray::fromRawData(path.data(), static_cast<int>(size))) == folder;
+}
+
+/// Whether the names in a folder belong to whom the files do, and not to whoever may write to it.
+inline bool isSticky(const QByteArray& folder)
+{
+    struct stat64 status = {};
+    return stat64(folder.constData(), &status) != 0 || (status.st_mode & S_ISVTX) != 0;
 }
 
 /**
- * Gives `file`, which is open and still empty, the group, permission bits and owner of the file that it is to replace,
- * as far as the process may. Nobody gets more than before: where the group cannot be kept, or an access control list
- * makes its bits a mask for others, the group gets what everybody has.
+ * Gives an open file the group, permission bits and owner of the file `path` that it is to replace, as far as the process
+ * may. Where the group cannot be kept, or somebody in an access control list would get more than before, the group's bits
+ * are reduced to those that others have.
  */
-inline void keepOwnerAndPermissions(QSaveFile& file)
+inline void keepOwnerAndPermissions(int descriptor, const QByteArray& path, const struct stat64& old)
 {
-    const QByteArray path = QFile::encodeName(file.fileName());
-    const int descriptor = file.handle();
-    // With 64-bit inode numbers also where a plain stat() fails for them. Not a QFileInfo, to which a file that is being
-    // replaced meanwhile does not exist.
-    struct stat64 old = {};
+    // Whoever may exchange names on the way to the manifest could have led Qt to another file than the one that was looked
+    // at. In one folder that is no matter, unless it is sticky: there he could not have replaced the other one himself.
+    const QByteArray folder = folderOf(path);
     struct stat64 now = {};
-    if (stat64(path.constData(), &old) != 0 || !S_ISREG(old.st_mode) || fstat64(descriptor, &now) != 0) {
+    if (!isIn(folder, descriptor) || fstat64(descriptor, &now) != 0) {
         return;
     }
-    const auto setOwner = [&](uid_t owner, gid_t group) { return fchown(descriptor, owner, group) == 0; };
-    const auto setMode = [&](mode_t mode) { return (now.st_mode & ALLPERMS) == mode || fchmod(descriptor, mode) == 0; };
     constexpr auto sameOwner = static_cast<uid_t>(-1);
     constexpr auto sameGroup = static_cast<gid_t>(-1);
+    const auto setOwner = [&](uid_t owner, gid_t group) { return fchown(descriptor, owner, group) == 0; };
+    const auto setMode = [&](mode_t mode) { return fchmod(descriptor, mode) == 0; };
 
-    const mode_t mode = old.st_mode & ACCESSPERMS;
-    const mode_t modeWithoutGroup = mode & ~(S_IRWXG & ~((mode & S_IRWXO) << 3));
-    bool isKept = old.st_gid == now.st_gid || setOwner(sameOwner, old.st_gid);
-    isKept = isKept && setMode(mode) && (mode == modeWithoutGroup || haveSameAccessControlList(path, descriptor));
+    mode_t mode = old.st_mode & (S_IRWXU | S_IRWXG | S_IRWXO);
+    const AccessControlList list(path);
+    // Qt has set the bits already, unless it took the old file for missing.
+    const bool isKept = (old.st_gid == now.st_gid || setOwner(sameOwner, old.st_gid))
+        && ((now.st_mode & 07777) == mode || setMode(mode)) && list == AccessControlList(descriptor);
     if (!isKept) {
-        fchmod(descriptor, modeWithoutGroup);
+        constexpr mode_t group = S_IRWXG;
+        mode &= ~group | (list.groupBits() & (mode & S_IRWXO) << 3);
+        setMode(mode);
     }
-    // Last, for then the file may no longer be this process's to change.
-    if (old.st_uid != now.st_uid) {
-        setOwner(old.st_uid, sameGroup);
+    // A process that may give the file away, but not change it then, may not be able to put it in its place either.
+    if (old.st_uid != now.st_uid && !isSticky(folder) && setOwner(old.st_uid, sameGroup) && !setMode(mode)) {
+        setOwner(now.st_uid, sameGroup);
     }
+}
+
+/// Opens `file` for writing. What it is to replace is looked at before, for somebody may remove it meanwhile; not by a
+/// QFileInfo, to which a file that is being replaced does not exist.
+inline bool open(QSaveFile& file)
+{
+    const QByteArray path = resolved(QFile::encodeName(file.fileName()));
+    // With 64-bit inode numbers also where a plain stat() fails for them.
+    struct stat64 old = {};
+    const bool replaces = !path.isNull() && lstat64(path.constData(), &old) == 0 && S_ISREG(old.st_mode);
+    if (!file.open(QIODevice::WriteOnly)) {
+        return false;
+    }
+    if (replaces) {
+        keepOwnerAndPermissions(file.handle(), path, old);
+    }
+    return true;
 }
 
 /// Whether all data of a file is on the disk, as far as its file system knows of disks.
@@ -107,7 +172,6 @@ inline bool sync(int descriptor)
  */
 inline qint64 writeCompletely(QSaveFile& file, const QByteArray& content)
 {
-    keepOwnerAndPermissions(file);
     qint64 written = file.write(content.constData(), content.size());
     if (written == content.size() && !(file.flush() && sync(file.handle()))) {
         written = -1;
@@ -127,13 +191,11 @@ inline void commit(QSaveFile& file)
         return;
     }
     // Behind a symbolic link the folder is another one.
-    const std::unique_ptr<char, decltype(&std::free)> target(realpath(path.constData(), nullptr), &std::free);
-    if (!target) {
+    const QByteArray target = resolved(path);
+    if (target.isNull()) {
         return;
     }
-    char* const separator = std::strrchr(target.get(), '/');
-    separator[separator == target.get() ? 1 : 0] = '\0';
-    const int folder = open64(target.get(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    const int folder = open64(folderOf(target).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (folder >= 0) {
         sync(folder);
         close(folder);

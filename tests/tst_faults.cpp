@@ -297,7 +297,7 @@ Consequence consequenceOfSaving(const Failure& failure)
         {"readlink link 1", failure.isNamed ? Consequence::ComplaintOfTheName : Consequence::Unnoticed},
         // Whether the permissions of the group are those of a list, too.
         {"attribute manifest 1", Consequence::GroupsPermissionsLost},
-        {"attribute link 1", Consequence::GroupsPermissionsLost},
+        {"attribute target 1", Consequence::GroupsPermissionsLost},
         {"attribute temporary 1", Consequence::GroupsPermissionsLost},
         {"sync temporary 1", Consequence::NotWritten},
         {"seek temporary 1", Consequence::ComplaintOfThePosition},
@@ -794,6 +794,8 @@ private Q_SLOTS:
     void manifestThatIsReplacedAtEveryLookIsLoaded();
     void manifestThatIsReplacedAtEveryLookIsSavedWithItsPermissions();
     void descriptionThatIsReplacedAtEveryLookIsNotSaidToBeMissing();
+    void groupKeepsItsPermissionsWhereThereAreNoLists();
+    void groupLosesItsPermissionsWhereListsCannotBeRead();
     void permissionsThatNeverCanBeSetAreTheOwnersAlone();
     void linkThatCannotBeLookedAtIsReplaced();
     void linkThatCannotBeReadKeepsThePreviousManifest();
@@ -1173,6 +1175,22 @@ void tst_Faults::descriptionThatIsReplacedAtEveryLookIsNotSaidToBeMissing()
     QVERIFY2(reported->text.contains(u"Permission denied"_qs), qPrintable(reported->text));
 }
 
+void tst_Faults::groupKeepsItsPermissionsWhereThereAreNoLists()
+{
+    EditAndSave edit;
+    const Run run = runOnce(edit, {{"attribute", 1, INT_MAX, EOPNOTSUPP}});
+    QCOMPARE(run.failure.call, QByteArray("attribute manifest 1"));
+    QCOMPARE(run.result.mode, previousMode);
+}
+
+void tst_Faults::groupLosesItsPermissionsWhereListsCannotBeRead()
+{
+    EditAndSave edit;
+    const Run run = runOnce(edit, {{"attribute", 1, INT_MAX, EIO}});
+    QCOMPARE(run.failure.call, QByteArray("attribute manifest 1"));
+    QCOMPARE(run.result.mode, mode_t(0600));
+}
+
 void tst_Faults::permissionsThatNeverCanBeSetAreTheOwnersAlone()
 {
     EditAndSave edit;
@@ -1187,7 +1205,7 @@ void tst_Faults::linkThatCannotBeLookedAtIsReplaced()
 {
     EditAndSave edit;
     edit.linked = true;
-    const Run run = runOnce(edit, {{"stat", 2, 2, EIO}});
+    const Run run = runOnce(edit, {{"stat", 3, 3, EIO}});
     QCOMPARE(run.failure.call, QByteArray("stat link 2"));
     QVERIFY(!run.result.isLink);
     QCOMPARE(run.result.content, run.result.memory);

@@ -190,6 +190,7 @@ private Q_SLOTS:
     void lookupReadsEachNameOnce();
     void editsTakeNoMoreOfLongArrays_data();
     void editsTakeNoMoreOfLongArrays();
+    void replacementLeavesBehindWhatWasReplacedInIt();
     void sortingIsLinear();
     void sortingNamesThatCollideTakesNotMuchLonger_data();
     void sortingNamesThatCollideTakesNotMuchLonger();
@@ -343,6 +344,23 @@ void tst_HandlerCost::editsTakeNoMoreOfLongArrays()
     int number = 0;
     QVERIFY(fixture.handler.getNumberOfInstances(parent, number));
     QCOMPARE(number, siblings);
+}
+
+// The object of the caller holds every text that was ever replaced in it; the handler keeps those that count.
+void tst_HandlerCost::replacementLeavesBehindWhatWasReplacedInIt()
+{
+    Fixture fixture(elements(10, false));
+    const QString name = numbered(3);
+    const HeapUse use = heapUseOf([&] {
+        for (const bool replacesChildren : {false, true}) {
+            QJsonObject replacement = element(name, false);
+            for (int i = 0; i < 100; ++i) {
+                replacement.insert(QStringLiteral("labelTextId"), QString(10000, QLatin1Char('a')));
+            }
+            fixture.handler.updateNode(name, replacement, replacesChildren, false);
+        }
+    });
+    QVERIFY2(use.peak > 1000000 && use.kept < 100000, QByteArray::number(use.kept).constData());
 }
 
 void tst_HandlerCost::sortingIsLinear()

@@ -1,7 +1,9 @@
 #include "ConfigurationManifestCreator.h"
 #include "ManifestFixture.h"
+#include "Process.h"
 #include "QuickFolder.h"
 #include "TestMain.h"
+#include "faults/FaultyCalls.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QFileInfo>
@@ -10,7 +12,10 @@
 
 #include <cerrno>
 
+#include <linux/capability.h>
+#include <sys/prctl.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/xattr.h>
 #include <unistd.h>
 
@@ -73,7 +78,19 @@ void saveByCreator(const QString& folder)
 }
 
 /// Another process than root's, when root runs the test. With no other group than the one of the test.
-enum class By { TheTest, AnOrdinaryUser };
+enum class By { TheTest, AnOrdinaryUser, AUserWhoMayGiveFilesAway };
+
+/// Lets the process be one of an ordinary user that has a single right of root's, for good.
+void becomeUserWhoMayGiveFilesAway()
+{
+    __user_cap_header_struct header {_LINUX_CAPABILITY_VERSION_3, 0};
+    __user_cap_data_struct rights[2] {};
+    rights[0].effective = rights[0].permitted = 1U << CAP_CHOWN;
+    if (prctl(PR_SET_KEEPCAPS, 1) != 0 || setresuid(nobody, nobody, nobody) != 0
+        || syscall(SYS_capset, &header, rights) != 0) {
+        qFatal("cannot give up the rights of root");
+    }
+}
 
 /// A folder that everybody may write to, with a manifest and something to scan.
 class Place {
@@ -96,7 +113,13 @@ public:
     void saveBy(Save save, By whom) const
     {
         MessageRecorder log;
-        if (whom == By::AnOrdinaryUser) {
+        if (whom == By::AUserWhoMayGiveFilesAway) {
+            Process process([&] {
+                becomeUserWhoMayGiveFilesAway();
+                save(folder());
+            });
+            QVERIFY(process.wait());
+        } else if (whom == By::AnOrdinaryUser) {
             const AsOrdinaryUser ordinary;
             save(folder());
         } else {
@@ -193,8 +216,11 @@ private Q_SLOTS:
     void keepsOwnerGroupAndPermissions();
     void firstManifestIsTheCreatorsOwn();
     void linkedManifestKeepsTheOwnershipOfItsTarget();
-    void listOfTheOldFileGivesTheGroupNothing_data();
-    void listOfTheOldFileGivesTheGroupNothing();
+    void manifestThatIsRemovedMeanwhileGivesTheGroupNothing();
+    void linkThatComesMeanwhileGivesNoOtherFileAway();
+    void foreignManifestInAStickyFolderIsNotGivenBack();
+    void groupGetsNoMoreThanTheListOfTheOldFileGaveIt_data();
+    void groupGetsNoMoreThanTheListOfTheOldFileGaveIt();
     void inheritedListGivesNobodyMore_data();
     void inheritedListGivesNobodyMore();
     void sameListIsNoReasonToTakeAnythingAway_data();
@@ -234,6 +260,10 @@ void tst_SavedFile::keepsOwnerGroupAndPermissions_data()
     add("foreign group", By::AnOrdinaryUser, {nobody, someGroup, 0660}, {nobody, ownGroup, 0600});
     add("foreign group, read by all", By::AnOrdinaryUser, {nobody, someGroup, 0664}, {nobody, ownGroup, 0644});
     add("foreign group with fewer rights", By::AnOrdinaryUser, {nobody, someGroup, 0606}, {nobody, ownGroup, 0606});
+    // What one cannot change any more cannot take the old one's place either, so it is not given away.
+    add("foreign user, given back", By::AUserWhoMayGiveFilesAway, {someUser, someGroup, 0662},
+        {nobody, someGroup, 0662});
+    add("own, foreign group", By::AUserWhoMayGiveFilesAway, {nobody, someGroup, 0640}, {nobody, someGroup, 0640});
     add("foreign user and group", By::AnOrdinaryUser, {someUser, someGroup, 0676}, {nobody, ownGroup, 0666});
 }
 
@@ -275,25 +305,78 @@ void tst_SavedFile::linkedManifestKeepsTheOwnershipOfItsTarget()
     QCOMPARE(ownershipOf(target), ownership);
 }
 
-void tst_SavedFile::listOfTheOldFileGivesTheGroupNothing_data()
+// Qt would copy the bits of the old file to one that has the group of the process.
+void tst_SavedFile::manifestThatIsRemovedMeanwhileGivesTheGroupNothing()
 {
-    QTest::addColumn<Save>("save");
-    QTest::addColumn<int>("othersRights");
-    QTest::addColumn<int>("modeAfter");
-    addSaves("for nobody else", [](QTestData& row) -> QTestData& { return row << 0 << 0600; });
-    addSaves("read by all", [](QTestData& row) -> QTestData& { return row << 4 << 0644; });
+    const Place place;
+    const bool isRoot = geteuid() == 0;
+    give(place.manifest(), {isRoot ? nobody : geteuid(), isRoot ? someGroup : getegid(), 0660});
+    {
+        const AsOrdinaryUser ordinary;
+        const FaultyCalls faulty(place.folder().toStdString(), {{"access", 5, 5, Fault::Vanished}});
+        saveByHandler(place.folder());
+    }
+    QCOMPARE(readFile(place.manifest()), QByteArray(R"(["saved"])"));
+    QCOMPARE(ownershipOf(place.manifest()).mode & S_IRWXG, mode_t(isRoot ? 0 : S_IRWXG & 0060));
 }
 
-// The bits of the group are the mask of the list: here they allow what one user may do, and not the group.
-void tst_SavedFile::listOfTheOldFileGivesTheGroupNothing()
+// Whoever owns the manifest may exchange it for a link while it is saved, so that another file is replaced. That must not
+// become his as well.
+void tst_SavedFile::linkThatComesMeanwhileGivesNoOtherFileAway()
+{
+    const Place place;
+    const bool isRoot = geteuid() == 0;
+    const QString other = place.folder() + u"/secret/important.json"_qs;
+    writeFile(other, previous);
+    const Ownership ownership {geteuid(), getegid(), 0600};
+    give(other, ownership);
+    give(place.manifest(), {isRoot ? someUser : geteuid(), isRoot ? someGroup : getegid(), 0666});
+    QVERIFY(QFile::link(u"secret/important.json"_qs, place.manifest() + u".exchange"_qs));
+    {
+        const FaultyCalls faulty(place.folder().toStdString(), {{"access", 2, 2, Fault::Exchanged}});
+        saveByHandler(place.folder());
+    }
+    QCOMPARE(readFile(other), QByteArray(R"(["saved"])"));
+    QCOMPARE(ownershipOf(other), ownership);
+}
+
+void tst_SavedFile::foreignManifestInAStickyFolderIsNotGivenBack()
+{
+    const Place place;
+    const bool isRoot = geteuid() == 0;
+    QCOMPARE(chmod(qPrintable(place.folder()), 01777), 0);
+    give(place.manifest(), {isRoot ? someUser : geteuid(), isRoot ? someGroup : getegid(), 0644});
+    saveByHandler(place.folder());
+    QCOMPARE(ownershipOf(place.manifest()), (Ownership {geteuid(), isRoot ? someGroup : getegid(), 0644}));
+}
+
+void tst_SavedFile::groupGetsNoMoreThanTheListOfTheOldFileGaveIt_data()
+{
+    QTest::addColumn<Save>("save");
+    QTest::addColumn<int>("groupsRights");
+    QTest::addColumn<int>("othersRights");
+    QTest::addColumn<int>("modeAfter");
+    const auto add = [](const char* name, int groupsRights, int othersRights, int modeAfter) {
+        addSaves(name, [&](QTestData& row) -> QTestData& { return row << groupsRights << othersRights << modeAfter; });
+    };
+    add("nothing, like others", 0, 0, 0600);
+    add("nothing, unlike others", 0, 4, 0604);
+    add("reading, like others", 4, 4, 0644);
+    add("reading, unlike others", 4, 0, 0600);
+    add("everything, others read", 6, 4, 0644);
+}
+
+// The bits of the group are the mask of the list: here they allow what one user may do.
+void tst_SavedFile::groupGetsNoMoreThanTheListOfTheOldFileGaveIt()
 {
     QFETCH(const Save, save);
+    QFETCH(const int, groupsRights);
     QFETCH(const int, othersRights);
     QFETCH(const int, modeAfter);
 
     const Place place;
-    const QVector<Entry> list {
-        owner(6), user(someUser, 6), group(0), mask(6), others(static_cast<quint16>(othersRights))};
+    const QVector<Entry> list {owner(6), user(someUser, 6), group(static_cast<quint16>(groupsRights)), mask(6),
+        others(static_cast<quint16>(othersRights))};
     setList(place.manifest(), accessList, listOf(list));
     QCOMPARE(ownershipOf(place.manifest()).mode, mode_t(0660 | othersRights));
     place.saveBy(save, By::TheTest);

@@ -114,6 +114,8 @@ public:
             kill(getpid(), SIGKILL);
         } else if (error == Fault::Vanished) {
             unlinkat(AT_FDCWD, path.c_str(), 0);
+        } else if (error == Fault::Exchanged) {
+            renameat(AT_FDCWD, (path + ".exchange").c_str(), AT_FDCWD, path.c_str());
         }
     }
 

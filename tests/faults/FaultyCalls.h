@@ -22,6 +22,8 @@ struct Fault {
         Vanished = -3,
         /// A look at a file finds the one that somebody else has just replaced: no folder holds it any more.
         Replaced = -4,
+        /// Before the call, what lies beside the file with ".exchange" behind its name takes its place.
+        Exchanged = -5,
     };
 
     const char* call;
