@@ -162,9 +162,9 @@ ProgramRun failed(const QString& complaint, const QByteArray& messages)
     return {1, QByteArray(), messages + line(u"configuration-manifest: "_qs + complaint)};
 }
 
-ProgramRun misused(const QString& complaint)
+ProgramRun misused(const QString& complaint, const QByteArray& messages)
 {
-    return {2, QByteArray(), line(u"configuration-manifest: "_qs + complaint)};
+    return {2, QByteArray(), messages + line(u"configuration-manifest: "_qs + complaint)};
 }
 
 void asOrdinaryUser()
@@ -349,7 +349,7 @@ void checkEditIsNotSavedUnasked()
     QVERIFY(file.isAlone());
 }
 
-void checkDryRunPrintsWhatWouldBeSaved()
+void checkPrintShowsWhatWouldBeSaved()
 {
     QFETCH(QString, commandLine);
     QFETCH(QByteArray, input);
@@ -358,7 +358,7 @@ void checkDryRunPrintsWhatWouldBeSaved()
 
     const ManifestFile file(compact(saveRuleManifest()));
     const FileState before = stateOf(file.path());
-    QCOMPARE(Program().in(file.folder()).reading(input).run(wordsWith(commandLine, u"--dry-run"_qs)),
+    QCOMPARE(Program().in(file.folder()).reading(input).run(wordsWith(commandLine, u"--print"_qs)),
         done(QString::fromUtf8(after), messages));
     QCOMPARE(stateOf(file.path()), before);
     QVERIFY(file.isAlone());
@@ -381,7 +381,8 @@ void checkEditIsSaved()
     QVERIFY(file.isAlone());
 }
 
-void checkSaveFails(Program program, const QByteArray& messagesOfTheSave, mode_t permissionsOfTheFolder)
+void checkSaveFails(
+    Program program, const QString& cause, const QByteArray& messagesOfTheSave, mode_t permissionsOfTheFolder)
 {
     QFETCH(QString, commandLine);
     QFETCH(QByteArray, input);
@@ -392,7 +393,7 @@ void checkSaveFails(Program program, const QByteArray& messagesOfTheSave, mode_t
     chmod(qPrintable(file.folder()), permissionsOfTheFolder);
     const ProgramRun run = program.in(file.folder()).reading(input).run(wordsWith(commandLine, u"--save"_qs));
     chmod(qPrintable(file.folder()), 0700);
-    QCOMPARE(run, failed(u"could not save manifest.json"_qs, messages + messagesOfTheSave));
+    QCOMPARE(run, failed(u"could not save manifest.json: "_qs + cause, messages + messagesOfTheSave));
     QCOMPARE(stateOf(file.path()), before);
     QVERIFY(file.isAlone());
 }
@@ -434,6 +435,7 @@ void checkEditFailure()
     QCOMPARE(program.run(commandLine), run);
     QCOMPARE(program.run(wordsWith(commandLine, u"--save"_qs)), run);
     QCOMPARE(program.run(wordsWith(commandLine, u"--dry-run"_qs)), run);
+    QCOMPARE(program.run(wordsWith(commandLine, u"--print"_qs)), run);
     QCOMPARE(stateOf(file.path()), before);
     QVERIFY(file.isAlone());
 }

@@ -27,7 +27,8 @@ char* toString(const ProgramRun& run);
 
 ProgramRun done(const QString& output, const QByteArray& messages = {});
 ProgramRun failed(const QString& complaint, const QByteArray& messages = {});
-ProgramRun misused(const QString& complaint);
+/// Wrong usage, or trouble with something that the command line names.
+ProgramRun misused(const QString& complaint, const QByteArray& messages = {});
 
 /// What a process does to itself before it becomes the program.
 using Preparation = void (*)();
@@ -94,10 +95,11 @@ void addProgramEditColumns();
 void addProgramEdit(const char* name, const QString& commandLine, const QJsonArray& after, const QString& what,
     const QByteArray& messages = {}, const QByteArray& input = {});
 void checkEditIsNotSavedUnasked();
-void checkDryRunPrintsWhatWouldBeSaved();
+void checkPrintShowsWhatWouldBeSaved();
 void checkEditIsSaved();
 /// Checks that a save that fails is a failure, and that it leaves the previous manifest alone.
-void checkSaveFails(Program program, const QByteArray& messagesOfTheSave = {}, mode_t permissionsOfTheFolder = 0700);
+void checkSaveFails(Program program, const QString& cause, const QByteArray& messagesOfTheSave = {},
+    mode_t permissionsOfTheFolder = 0700);
 
 // A table of runs that fail on the same manifest.
 

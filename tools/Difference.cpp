@@ -1,0 +1,239 @@
+#include "Difference.h"
+
+#include "SystemInformationManagerRegistryDefinitions.h"
+
+#include <QtCore/QJsonArray>
+#include <QtCore/QJsonDocument>
+#include <QtCore/QJsonObject>
+
+#include <algorithm>
+#include <map>
+#include <set>
+#include <utility>
+
+using Registry = SystemInformationManagerRegistryDefinitions;
+
+namespace {
+
+// An element among its siblings: its name, and how many of that name come before it.
+using Identity = std::pair<QString, int>;
+
+using Indices = std::vector<TreeElements::size_type>;
+
+std::map<Identity, TreeElements::size_type> byIdentity(const TreeElements& siblings)
+{
+    std::map<QString, int> numbers;
+    std::map<Identity, TreeElements::size_type> result;
+    for (TreeElements::size_type index = 0; index < siblings.size(); ++index) {
+        const QString& name = siblings.at(index).name;
+        result.emplace(Identity(name, numbers[name]++), index);
+    }
+    return result;
+}
+
+int countBelow(const TreeElement& element)
+{
+    int count = 0;
+    for (const TreeElement& child : element.children) {
+        count += 1 + countBelow(child);
+    }
+    return count;
+}
+
+ElementChange wholeElement(ElementChange::Kind kind, const TreeElement& element)
+{
+    return {kind, element.kind, element.place, countBelow(element), {}, element.position(), element.position()};
+}
+
+// Which of the numbers are not part of their longest rising sequence.
+std::set<TreeElements::size_type> outOfOrder(const Indices& numbers)
+{
+    // The end of the best sequence of every length, and what comes before each number in the best one that it ends.
+    Indices ends;
+    Indices previous(numbers.size());
+    for (Indices::size_type i = 0; i < numbers.size(); ++i) {
+        const auto place = std::lower_bound(ends.begin(), ends.end(), numbers.at(i),
+            [&](Indices::size_type end, Indices::value_type number) { return numbers.at(end) < number; });
+        previous[i] = place == ends.begin() ? numbers.size() : *(place - 1);
+        if (place == ends.end()) {
+            ends.push_back(i);
+        } else {
+            *place = i;
+        }
+    }
+    std::set<TreeElements::size_type> result(numbers.begin(), numbers.end());
+    for (Indices::size_type i = ends.empty() ? numbers.size() : ends.back(); i < numbers.size(); i = previous.at(i)) {
+        result.erase(numbers.at(i));
+    }
+    return result;
+}
+
+/// Compares two trees level by level.
+class Comparison {
+public:
+    explicit Comparison(Stamps stamps)
+        : withStamps(stamps == Stamps::Count)
+    {
+    }
+
+    void compare(const TreeElements& before, const TreeElements& after)
+    {
+        const auto earlier = byIdentity(before);
+        const auto later = byIdentity(after);
+        for (const auto& [identity, index] : earlier) {
+            if (later.count(identity) == 0) {
+                changes.append(wholeElement(ElementChange::Removed, before.at(index)));
+            }
+        }
+        std::map<TreeElements::size_type, TreeElements::size_type> matches;
+        for (const auto& [identity, index] : later) {
+            const auto match = earlier.find(identity);
+            if (match != earlier.end()) {
+                matches.emplace(index, match->second);
+            }
+        }
+        Indices order;
+        for (const auto& match : matches) {
+            order.push_back(match.second);
+        }
+        const std::set<TreeElements::size_type> moved = outOfOrder(order);
+        for (TreeElements::size_type index = 0; index < after.size(); ++index) {
+            const auto match = matches.find(index);
+            if (match == matches.end()) {
+                changes.append(wholeElement(ElementChange::Added, after.at(index)));
+            } else {
+                compareElements(before.at(match->second), after.at(index), moved.count(match->second) != 0);
+            }
+        }
+    }
+
+    QVector<ElementChange> takeChanges()
+    {
+        return std::move(changes);
+    }
+
+private:
+    void compareElements(const TreeElement& before, const TreeElement& after, bool isMoved)
+    {
+        const QVector<KeyChange> keys = keyChanges(before, after);
+        if (!keys.isEmpty() || before.kind != after.kind) {
+            changes.append(
+                {ElementChange::Changed, after.kind, after.place, 0, keys, before.position(), after.position()});
+        }
+        if (isMoved) {
+            changes.append({ElementChange::Moved, after.kind, after.place, 0, {}, before.position(), after.position()});
+        }
+        compare(before.children, after.children);
+    }
+
+    QVector<KeyChange> keyChanges(const TreeElement& before, const TreeElement& after) const
+    {
+        if (!before.value.isObject() || !after.value.isObject()) {
+            return before.value == after.value ? QVector<KeyChange>()
+                                               : QVector<KeyChange> {{QString(), before.value, after.value}};
+        }
+        const QJsonObject earlier = before.object();
+        const QJsonObject later = after.object();
+        std::set<QString> keys;
+        for (const QJsonObject& object : {earlier, later}) {
+            for (auto member = object.constBegin(); member != object.constEnd(); ++member) {
+                keys.insert(member.key());
+            }
+        }
+        QVector<KeyChange> result;
+        for (const QString& key : keys) {
+            const QJsonValue valueBefore = earlier.value(key);
+            const QJsonValue valueAfter = later.value(key);
+            if (valueBefore != valueAfter && !isElsewhere(key, valueBefore, valueAfter)) {
+                result.append({key, valueBefore, valueAfter});
+            }
+        }
+        return result;
+    }
+
+    // Whether a change is none of the element itself: that of its children, or of its stamps when they do not count.
+    bool isElsewhere(const QString& key, const QJsonValue& before, const QJsonValue& after) const
+    {
+        if (key == Registry::getKeySubstructure()) {
+            const auto isNone = [](const QJsonValue& value) { return value.isUndefined(); };
+            return (before.isArray() && after.isArray()) || (isNone(before) && !after.toArray().isEmpty())
+                || (isNone(after) && !before.toArray().isEmpty());
+        }
+        return !withStamps && (key == Registry::getKeyModuleName() || key == Registry::getKeyObjectName());
+    }
+
+    const bool withStamps;
+    QVector<ElementChange> changes;
+};
+
+QString shown(const QJsonValue& value)
+{
+    if (value.isUndefined()) {
+        return QStringLiteral("nothing");
+    }
+    constexpr int longest = 60;
+    const QString text =
+        QString::fromUtf8(QJsonDocument(QJsonArray {value}).toJson(QJsonDocument::Compact).chopped(1).mid(1));
+    return text.size() > longest ? QString(text.left(longest) % QLatin1String("...")) : text;
+}
+
+QString withBelow(const ElementChange& change)
+{
+    return change.below == 0 ? QString() : QStringLiteral(", with %1 below").arg(change.below);
+}
+
+QString toLine(const ElementChange& change)
+{
+    const QString element = toText(change.elementKind) % QLatin1Char(' ') % change.place;
+    switch (change.kind) {
+    case ElementChange::Added:
+        return QLatin1String("added: ") % element % QStringLiteral(", as position %1").arg(change.positionAfter)
+            % withBelow(change);
+    case ElementChange::Removed:
+        return QLatin1String("removed: ") % element % withBelow(change);
+    case ElementChange::Moved:
+        return QLatin1String("moved: ") % element
+            % QStringLiteral(", from position %1 to %2").arg(change.positionBefore).arg(change.positionAfter);
+    case ElementChange::Changed:
+        break;
+    }
+    QStringList keys;
+    for (const KeyChange& key : change.keys) {
+        const QString name = key.key.isEmpty() ? QString() : QString(key.key % QLatin1String(" from "));
+        keys.append(name % shown(key.before) % QLatin1String(" to ") % shown(key.after));
+    }
+    return QLatin1String("changed: ") % element % QLatin1String(", ") % keys.join(QLatin1String(", "));
+}
+
+} // namespace
+
+QVector<ElementChange> differencesOf(const TreeElements& before, const TreeElements& after, Stamps stamps)
+{
+    Comparison comparison(stamps);
+    comparison.compare(before, after);
+    return comparison.takeChanges();
+}
+
+QString summaryOf(const QVector<ElementChange>& changes)
+{
+    int counts[4] = {};
+    for (const ElementChange& change : changes) {
+        counts[change.kind] += 1 + change.below;
+    }
+    const QString summary = QStringLiteral("%1 added, %2 removed, %3 changed")
+                                .arg(counts[ElementChange::Added])
+                                .arg(counts[ElementChange::Removed])
+                                .arg(counts[ElementChange::Changed]);
+    return counts[ElementChange::Moved] == 0
+        ? summary
+        : QString(summary % QStringLiteral(", %1 moved").arg(counts[ElementChange::Moved]));
+}
+
+QStringList toLines(const QVector<ElementChange>& changes)
+{
+    QStringList lines;
+    for (const ElementChange& change : changes) {
+        lines.append(toLine(change));
+    }
+    return lines;
+}

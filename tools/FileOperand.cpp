@@ -1,0 +1,124 @@
+#include "FileOperand.h"
+
+#include "Output.h"
+
+#include <QtCore/QFile>
+
+#include <cerrno>
+#include <cstring>
+
+#include <fcntl.h>
+
+namespace {
+
+// Qt's byte arrays end at 2 GB, and a manifest takes several times its size while it is loaded.
+constexpr int mostBytes = 1 << 30;
+
+QString cannotRead(const QString& path, const QString& reason)
+{
+    return QLatin1String("cannot read ") % printable(path) % QLatin1String(": ") % reason;
+}
+
+bool isStream(mode_t mode)
+{
+    return S_ISFIFO(mode) || S_ISSOCK(mode);
+}
+
+} // namespace
+
+QString textOf(int error)
+{
+    return QString::fromLocal8Bit(std::strerror(error));
+}
+
+QString whatItIs(mode_t mode)
+{
+    return S_ISREG(mode) ? QString()
+        : S_ISDIR(mode)  ? QStringLiteral("it is a folder")
+        : S_ISFIFO(mode) ? QStringLiteral("it is a pipe")
+        : S_ISSOCK(mode) ? QStringLiteral("it is a socket")
+                         : QStringLiteral("it is a device");
+}
+
+int openRegularFile(const QString& path, Descriptor& file, struct stat& status, QString& kind)
+{
+    const QByteArray encoded = QFile::encodeName(path);
+    // A look first: opening a device can do something to it.
+    if (stat(encoded.constData(), &status) != 0) {
+        return errno;
+    }
+    kind = whatItIs(status.st_mode);
+    if (!kind.isNull()) {
+        return 0;
+    }
+    file = Descriptor(open(encoded.constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY));
+    if (!file.isOpen() || fstat(file.get(), &status) != 0) {
+        return errno;
+    }
+    kind = whatItIs(status.st_mode);
+    if (!kind.isNull()) {
+        file = Descriptor();
+    }
+    return 0;
+}
+
+int readToTheEnd(int file, QByteArray& content)
+{
+    content.clear();
+    struct stat status = {};
+    if (fstat(file, &status) == 0 && S_ISREG(status.st_mode)) {
+        if (status.st_size > mostBytes) {
+            return EFBIG;
+        }
+        content.reserve(static_cast<int>(status.st_size) + 1);
+    }
+    constexpr int step = 1 << 16;
+    for (;;) {
+        const int size = content.size();
+        if (size > mostBytes) {
+            return EFBIG;
+        }
+        content.resize(qMax(size + step, content.capacity()));
+        const ssize_t got = read(file, content.data() + size, static_cast<size_t>(content.size() - size));
+        content.resize(size + static_cast<int>(qMax<ssize_t>(got, 0)));
+        if (got == 0) {
+            return 0;
+        }
+        if (got < 0 && errno != EINTR) {
+            return errno;
+        }
+    }
+}
+
+bool readFileOperand(const QString& path, Accept accept, QByteArray& content, QString& problem)
+{
+    Descriptor file;
+    struct stat status = {};
+    QString kind;
+    int error = 0;
+    if (accept == Accept::Streams && path == QLatin1String("-")) {
+        error = fstat(STDIN_FILENO, &status) == 0 ? 0 : errno;
+        kind = whatItIs(status.st_mode);
+        file = Descriptor(error == 0 ? fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 0) : -1);
+    } else {
+        error = openRegularFile(path, file, status, kind);
+        if (error == 0 && accept == Accept::Streams && S_ISFIFO(status.st_mode)) {
+            file = Descriptor(open(QFile::encodeName(path).constData(), O_RDONLY | O_CLOEXEC | O_NOCTTY));
+            error = file.isOpen() ? 0 : errno;
+        }
+    }
+    if (error == 0 && !kind.isNull() && !(accept == Accept::Streams && isStream(status.st_mode))) {
+        problem = accept == Accept::Streams || !isStream(status.st_mode)
+            ? cannotRead(path, kind)
+            : QString(QLatin1String("cannot edit ") % printable(path) % QLatin1String(": ") % kind);
+        return false;
+    }
+    if (error == 0) {
+        error = readToTheEnd(file.get(), content);
+    }
+    if (error != 0) {
+        problem = cannotRead(path, textOf(error));
+        return false;
+    }
+    return true;
+}

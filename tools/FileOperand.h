@@ -1,0 +1,32 @@
+#pragma once
+
+#include "Descriptor.h"
+
+#include <QtCore/QByteArray>
+#include <QtCore/QString>
+
+#include <sys/stat.h>
+
+/// What a command takes for a file that it reads.
+enum class Accept {
+    /// For edits: nothing else can be replaced.
+    RegularFiles,
+    /// For queries: pipes as well, and "-" is standard input. Never devices, which may have no end.
+    Streams,
+};
+
+/// The words of the system for an error number.
+QString textOf(int error);
+
+/// What a file is that is none to read or to replace: "it is a folder". Null when it is a regular file.
+QString whatItIs(mode_t mode);
+
+/// Opens a file to be read without waiting for anybody and without following up what is no regular file. The error
+/// number is 0 when `file` is open.
+int openRegularFile(const QString& path, Descriptor& file, struct stat& status, QString& kind);
+
+/// Reads an open file to its end. Returns the error number.
+int readToTheEnd(int file, QByteArray& content);
+
+/// Reads a file that the command line names. When that is not possible, `problem` is one line that says why.
+bool readFileOperand(const QString& path, Accept accept, QByteArray& content, QString& problem);

@@ -1,0 +1,160 @@
+#include "Turn.h"
+
+#include "FileOperand.h"
+
+#include <QtCore/QElapsedTimer>
+#include <QtCore/QFile>
+#include <QtCore/QFileInfo>
+#include <QtCore/QStringList>
+
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <sys/sysmacros.h>
+#include <sys/time.h>
+
+namespace {
+
+QString resolved(const QString& path)
+{
+    char* const real = realpath(QFile::encodeName(path).constData(), nullptr);
+    const QString result = real == nullptr ? QString() : QFile::decodeName(real);
+    std::free(real);
+    return result;
+}
+
+// The folder in which a save replaces the manifest; where there is no such folder, what the path says.
+QString folderOf(const QString& manifestPath)
+{
+    const QString manifest = resolved(manifestPath);
+    const QString folder = manifest.isEmpty() ? resolved(QFileInfo(manifestPath).path()) : QFileInfo(manifest).path();
+    return folder.isEmpty() ? QFileInfo(manifestPath).path() : folder;
+}
+
+bool isStillThere(int file, const QString& folder)
+{
+    struct stat open = {};
+    struct stat now = {};
+    return fstat(file, &open) == 0 && stat(QFile::encodeName(folder).constData(), &now) == 0
+        && open.st_dev == now.st_dev && open.st_ino == now.st_ino;
+}
+
+void interrupt(int)
+{
+}
+
+/// Interrupts what the process waits for, some time from now and then again and again.
+class Alarm {
+public:
+    explicit Alarm(int milliseconds)
+    {
+        struct sigaction action = {};
+        action.sa_handler = interrupt;
+        sigaction(SIGALRM, &action, &previous);
+        // Again, because the first one may come before the wait has begun.
+        const itimerval times {{0, 20000}, {milliseconds / 1000, milliseconds % 1000 * 1000}};
+        setitimer(ITIMER_REAL, &times, nullptr);
+    }
+    ~Alarm()
+    {
+        const itimerval never {};
+        setitimer(ITIMER_REAL, &never, nullptr);
+        sigaction(SIGALRM, &previous, nullptr);
+    }
+    Q_DISABLE_COPY(Alarm)
+
+private:
+    struct sigaction previous = {};
+};
+
+} // namespace
+
+Turn::Result Turn::take(const QString& manifestPath, int seconds)
+{
+    QElapsedTimer timer;
+    timer.start();
+    for (;;) {
+        lockedFolder = folderOf(manifestPath);
+        file = Descriptor(open(QFile::encodeName(lockedFolder).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+        if (!file.isOpen()) {
+            error = errno;
+            return Result::Impossible;
+        }
+        const int left = qMax(0, seconds - static_cast<int>(timer.elapsed() / 1000));
+        const Result result = lock(left);
+        // While this waited, the folder may have been replaced or the manifest become a link to another one.
+        if (result != Result::Taken
+            || (folderOf(manifestPath) == lockedFolder && isStillThere(file.get(), lockedFolder))) {
+            return result;
+        }
+        if (left == 0) {
+            return Result::Busy;
+        }
+    }
+}
+
+Turn::Result Turn::lock(int seconds)
+{
+    if (flock(file.get(), LOCK_EX | LOCK_NB) == 0) {
+        return Result::Taken;
+    }
+    if (errno != EWOULDBLOCK) {
+        error = errno;
+        return Result::Impossible;
+    }
+    QElapsedTimer timer;
+    timer.start();
+    // Waiting in the kernel's queue instead of asking again and again: whoever came first is served first.
+    const Alarm alarm(qMax(1, seconds * 1000));
+    while (timer.elapsed() < seconds * 1000) {
+        if (flock(file.get(), LOCK_EX) == 0) {
+            return Result::Taken;
+        }
+        if (errno != EINTR) {
+            error = errno;
+            return Result::Impossible;
+        }
+    }
+    return Result::Busy;
+}
+
+QString Turn::folder() const
+{
+    return lockedFolder;
+}
+
+QString Turn::reason() const
+{
+    return textOf(error);
+}
+
+QString Turn::holder() const
+{
+    struct stat status = {};
+    QFile locks(QStringLiteral("/proc/locks"));
+    if (!file.isOpen() || fstat(file.get(), &status) != 0 || !locks.open(QIODevice::ReadOnly)) {
+        return {};
+    }
+    // "1: FLOCK  ADVISORY  WRITE 1234 08:01:5678 0 EOF"; who only waits has an arrow behind the number.
+    const QByteArray place = QByteArray::number(major(status.st_dev), 16).rightJustified(2, '0') + ':'
+        + QByteArray::number(minor(status.st_dev), 16).rightJustified(2, '0') + ':'
+        + QByteArray::number(static_cast<qulonglong>(status.st_ino));
+    const QList<QByteArray> lines = locks.readAll().split('\n');
+    for (const QByteArray& line : lines) {
+        const QList<QByteArray> words = line.simplified().split(' ');
+        if (words.size() < 6 || words.at(1) != "FLOCK" || words.at(5) != place) {
+            continue;
+        }
+        const QString process = QString::fromLatin1(words.at(4));
+        QFile command(QLatin1String("/proc/") + process + QLatin1String("/comm"));
+        const QString name =
+            command.open(QIODevice::ReadOnly) ? QString::fromUtf8(command.readAll().trimmed()) : QString();
+        return QLatin1String("process ") + process
+            + (name.isEmpty() ? QString() : QString(QLatin1String(" (") + name + QLatin1Char(')')));
+    }
+    return {};
+}
