@@ -118,6 +118,9 @@ QString writeBeside(const QString& path, const QByteArray& content, mode_t permi
     if (lstat(encoded.constData(), &status) == 0 && !S_ISREG(status.st_mode)) {
         return S_ISLNK(status.st_mode) ? QStringLiteral("it is a link") : whatItIs(status.st_mode);
     }
+    if (access(encoded.constData(), F_OK) == 0 && access(encoded.constData(), W_OK) != 0) {
+        return textOf(errno);
+    }
     QSaveFile file(path);
     if (!file.open(QIODevice::WriteOnly)) {
         return file.errorString();
@@ -186,10 +189,13 @@ SaveReport StoredManifest::save(
     if (after.isThere() && after.content == wanted && !isTheSame) {
         return {SaveReport::Saved, {}};
     }
+    // The library makes no new file, and nothing else is wrong with it.
+    const bool isGone = known.isThere() && !before.isThere() && !after.isThere();
     const bool isAsBefore = isTheSame || (!before.isThere() && !after.isThere());
     if (isAsBefore || !reportsSuccess) {
         return {SaveReport::NotSaved,
-            QLatin1String("could not save ") % printable(path) % QLatin1String(": ") % causeAsText(path, wanted)};
+            QLatin1String("could not save ") % printable(path) % QLatin1String(": ")
+                % (isGone ? textOf(ENOENT) : causeAsText(path, wanted))};
     }
     return {SaveReport::Overtaken,
         QLatin1String("another process has replaced ") % printable(path)

@@ -9,7 +9,7 @@
  *
  * Calls are named "open" (of an existing file), "make" (of a new one), "read", "write", "sync", "close", "link",
  * "rename", "unlink", "readlink", "stat" (of a path), "fstat" (of an open file), "access", "chmod", "seek", "list" (of a
- * folder), "next" (entry of it) and "end" (of the listing), whichever of its functions the C library is called by.
+ * folder), "next" (entry of it), "end" (of the listing) and "lock", whichever of its functions the C library is called by.
  */
 struct Fault {
     enum Special {
@@ -21,6 +21,8 @@ struct Fault {
         Vanished = -3,
         /// A look at a file finds the one that somebody else has just replaced: no folder holds it any more.
         Replaced = -4,
+        /// The process stops itself before the call, and makes it when somebody lets it go on.
+        Stopped = -5,
     };
 
     const char* call;
@@ -41,7 +43,8 @@ inline std::vector<Fault> faultsOfTheFileSystem(bool hasUnnamedFiles)
  * most one at a time, and only one thread.
  *
  * It takes effect in programs that are linked to it, and in those that it is preloaded into with the variable
- * FAULTY_CALLS: "rename 5" lets every rename fail with error number 5.
+ * FAULTY_CALLS: "rename 5" lets every rename fail with error number 5, "rename 5 2 3 /folder" the second and the third one
+ * in that folder.
  */
 class __attribute__((visibility("default"))) FaultyCalls {
 public:

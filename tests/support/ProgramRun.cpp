@@ -1,5 +1,7 @@
 #include "ProgramRun.h"
 
+#include "faults/FaultyCalls.h"
+
 #include <QtCore/QDir>
 #include <QtCore/QDirIterator>
 #include <QtCore/QFile>
@@ -14,6 +16,7 @@
 #include <cstdlib>
 #include <iterator>
 #include <optional>
+#include <utility>
 
 #include <fcntl.h>
 #include <linux/securebits.h>
@@ -245,6 +248,16 @@ Program& Program::prepared(Preparation function)
 
 Program& Program::unableToRename()
 {
+    return withFaultyCalls(u"rename %1"_qs.arg(EIO));
+}
+
+Program& Program::stoppingAt(const QString& call, int number, const QString& path)
+{
+    return withFaultyCalls(u"%1 %2 %3 %3 %4"_qs.arg(call).arg(Fault::Stopped).arg(number).arg(path));
+}
+
+Program& Program::withFaultyCalls(const QString& faults)
+{
     // A program that checks its memory refuses to run behind anything preloaded, unless it is told not to look.
     const QString options = environment.value(u"ASAN_OPTIONS"_qs) + u":verify_asan_link_order=0"_qs;
 #ifdef CROSS_COMPILED
@@ -253,7 +266,7 @@ Program& Program::unableToRename()
 #else
     with(u"LD_PRELOAD"_qs, QStringLiteral(FAULTY_CALLS));
 #endif
-    return with(u"FAULTY_CALLS"_qs, u"rename %1"_qs.arg(EIO)).with(u"ASAN_OPTIONS"_qs, options);
+    return with(u"FAULTY_CALLS"_qs, faults).with(u"ASAN_OPTIONS"_qs, options);
 }
 
 Program& Program::onTerminal()
@@ -284,6 +297,57 @@ ProgramRun Program::run(const QStringList& arguments) const
         run.output = screen->takeEverything();
     }
     return run;
+}
+
+std::unique_ptr<RunningProgram> Program::start(const QString& commandLine) const
+{
+    auto process = std::make_unique<PreparedProcess>(preparation, -1);
+    process->setWorkingDirectory(folder);
+    process->setProcessEnvironment(environment);
+    process->start(executable, words(commandLine));
+    process->write(input);
+    process->closeWriteChannel();
+    process->waitForStarted(timeout);
+    return std::make_unique<RunningProgram>(std::move(process));
+}
+
+RunningProgram::RunningProgram(std::unique_ptr<QProcess> startedProcess)
+    : process(std::move(startedProcess))
+{
+}
+
+RunningProgram::~RunningProgram()
+{
+    process->kill();
+    process->waitForFinished(timeout);
+}
+
+qint64 RunningProgram::id() const
+{
+    return process->processId();
+}
+
+bool RunningProgram::isStopped() const
+{
+    const QString path = u"/proc/%1/stat"_qs.arg(id());
+    // The state stands behind the name, which is in brackets.
+    const auto state = [&] { return readFile(path).split(')').constLast().trimmed().left(1); };
+    return QTest::qWaitFor([&] { return state() == "T" || state().isEmpty(); }, timeout) && state() == "T";
+}
+
+bool RunningProgram::isAlive() const
+{
+    return process->state() == QProcess::Running && !process->waitForFinished(0);
+}
+
+void RunningProgram::send(int signal) const
+{
+    kill(static_cast<pid_t>(id()), signal);
+}
+
+ProgramRun RunningProgram::finish()
+{
+    return finished(*process);
 }
 
 bool operator==(const FileState& a, const FileState& b)
