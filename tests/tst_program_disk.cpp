@@ -124,6 +124,7 @@ private Q_SLOTS:
     void turnIsTakenWhereALinkLeads();
     void turnIsTakenByWhoSavesOnly_data();
     void turnIsTakenByWhoSavesOnly();
+    void turnOfTheCallerIsSharedByWhatItStarts();
     void withoutLocksItWarnsAndGoesOn();
     void folderThatCannotBeListedIsSavedInWithAWarning();
     void wrongWaitIsWrongUsage_data();
@@ -306,6 +307,22 @@ void tst_ProgramDisk::turnIsTakenByWhoSavesOnly()
     QCOMPARE(run.status, status);
     QCOMPARE(run.errors.contains("somebody else is saving in "), status == 1);
     QVERIFY(file.isAlone());
+}
+
+void tst_ProgramDisk::turnOfTheCallerIsSharedByWhatItStarts()
+{
+    const ManifestFile file(before());
+    const QString edit = u"'%1' set '%2' top key value --save --wait 0"_qs.arg(QStringLiteral(PROGRAM), file.path());
+    const Program flock = Program(u"flock"_qs);
+    QCOMPARE(flock.run({file.folder(), u"sh"_qs, u"-c"_qs, edit}), (ProgramRun {0, saved, QByteArray()}));
+    // Only who gives its lock away shares it.
+    const ProgramRun run = flock.run({u"--close"_qs, file.folder(), u"sh"_qs, u"-c"_qs, edit});
+    QCOMPARE(run.status, 1);
+    QVERIFY2(run.errors.contains(" (flock) holds the lock; "), run.errors.constData());
+    // It is the caller's afterwards, and not the program's.
+    QCOMPARE(flock.run({file.folder(), u"sh"_qs, u"-c"_qs,
+                 edit + u"; flock --nonblock '%1' true || echo still held"_qs.arg(file.folder())}),
+        done(u"unchanged; saved\nstill held"_qs));
 }
 
 void tst_ProgramDisk::withoutLocksItWarnsAndGoesOn()

@@ -42,7 +42,7 @@ int countBelow(const TreeElement& element)
 
 ElementChange wholeElement(ElementChange::Kind kind, const TreeElement& element)
 {
-    return {kind, element.kind, element.place, countBelow(element), {}, element.position(), element.position()};
+    return {kind, describe(element), countBelow(element), {}, element.position(), element.position()};
 }
 
 // Which of the numbers are not part of their longest rising sequence.
@@ -117,11 +117,10 @@ private:
     {
         const QVector<KeyChange> keys = keyChanges(before, after);
         if (!keys.isEmpty() || before.kind != after.kind) {
-            changes.append(
-                {ElementChange::Changed, after.kind, after.place, 0, keys, before.position(), after.position()});
+            changes.append({ElementChange::Changed, describe(after), 0, keys, before.position(), after.position()});
         }
         if (isMoved) {
-            changes.append({ElementChange::Moved, after.kind, after.place, 0, {}, before.position(), after.position()});
+            changes.append({ElementChange::Moved, describe(after), 0, {}, before.position(), after.position()});
         }
         compare(before.children, after.children);
     }
@@ -184,7 +183,7 @@ QString withBelow(const ElementChange& change)
 
 QString toLine(const ElementChange& change)
 {
-    const QString element = toText(change.elementKind) % QLatin1Char(' ') % change.place;
+    const QString& element = change.element;
     switch (change.kind) {
     case ElementChange::Added:
         return QLatin1String("added: ") % element % QStringLiteral(", as position %1").arg(change.positionAfter)
@@ -206,6 +205,11 @@ QString toLine(const ElementChange& change)
 }
 
 } // namespace
+
+QString describe(const TreeElement& element)
+{
+    return toText(element.kind) % (element.isReachable() ? QLatin1String(" ") : QLatin1String(" at ")) % element.place;
+}
 
 QVector<ElementChange> differencesOf(const TreeElements& before, const TreeElements& after, Stamps stamps)
 {

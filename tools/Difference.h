@@ -7,6 +7,9 @@
 #include <QtCore/QStringList>
 #include <QtCore/QVector>
 
+/// Kind and place of an element: "node 'network/ethernet'".
+QString describe(const TreeElement& element);
+
 /// What became of one key of an element. A value that is not there is undefined.
 struct KeyChange {
     QString key;
@@ -19,9 +22,8 @@ struct ElementChange {
     enum Kind { Added, Removed, Changed, Moved };
 
     Kind kind;
-    TreeElement::Kind elementKind;
-    /// Where the element is, in words; of a removed one, where it was.
-    QString place;
+    /// What describe() says of it; of a removed one, of where it was.
+    QString element;
     /// Elements below one that was added or removed, at every level.
     int below = 0;
     /// What has changed; of an element that has only been moved, nothing.

@@ -286,7 +286,7 @@ bool OpenManifest::doesDamage(Loss loss) const
     if (loss != Loss::IsIntended) {
         const TreeElements lost = lostElements(originalManifest, now, editedPositions);
         for (const TreeElement& element : lost) {
-            damages.append(toText(element.kind) % QLatin1Char(' ') % element.place % QLatin1String(" would be lost"));
+            damages.append(describe(element) % QLatin1String(" would be lost"));
         }
     }
     if (loss == Loss::IsDamageAndSoIsGain && damages.isEmpty() && !isPermutation(originalManifest, now)) {

@@ -2,11 +2,13 @@
 
 #include "FileOperand.h"
 
+#include <QtCore/QDir>
 #include <QtCore/QElapsedTimer>
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
 #include <QtCore/QStringList>
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
@@ -41,6 +43,22 @@ bool isStillThere(int file, const QString& folder)
     struct stat now = {};
     return fstat(file, &open) == 0 && stat(QFile::encodeName(folder).constData(), &now) == 0
         && open.st_dev == now.st_dev && open.st_ino == now.st_ino;
+}
+
+// Whether this process was started by one that has the turn and gave it its open folder, as flock(1) does. Of the same
+// open folder the kernel gives the lock again.
+bool isInherited(int own)
+{
+    struct stat folder = {};
+    fstat(own, &folder);
+    const QStringList files =
+        QDir(QStringLiteral("/proc/self/fd")).entryList(QDir::NoDotAndDotDot | QDir::AllEntries | QDir::System);
+    return std::any_of(files.begin(), files.end(), [&](const QString& name) {
+        const int file = name.toInt();
+        struct stat status = {};
+        return file > STDERR_FILENO && file != own && fstat(file, &status) == 0 && status.st_dev == folder.st_dev
+            && status.st_ino == folder.st_ino && flock(file, LOCK_EX | LOCK_NB) == 0;
+    });
 }
 
 void interrupt(int)
@@ -105,6 +123,9 @@ Turn::Result Turn::lock(int seconds)
     if (errno != EWOULDBLOCK) {
         error = errno;
         return Result::Impossible;
+    }
+    if (isInherited(file.get())) {
+        return Result::Taken;
     }
     QElapsedTimer timer;
     timer.start();
