@@ -228,9 +228,9 @@ void tst_ProgramFindings::findingsOfAManifest_data()
             u"instead"_qs});
     row("same name elsewhere", {node(u"a"_qs, {selection(u"a/a"_qs)}), node(u"b"_qs, {selection(u"b/a"_qs)})}, {});
     row("children that are an object", {with(node(u"a"_qs), u"substructure"_qs, node(u"b"_qs))},
-        {u"children-no-array: 'a' has children that are an object, not an array"_qs});
+        {u"children-no-array: 'a' has a 'substructure' that is an object, not an array"_qs});
     row("children of a selection that are null", {with(selection(u"a"_qs), u"substructure"_qs, QJsonValue())},
-        {u"children-no-array: 'a' has children that are null, not an array"_qs});
+        {u"children-no-array: 'a' has a 'substructure' that is null, not an array"_qs});
     row("child of a selection", {with(selection(u"a"_qs), u"substructure"_qs, QJsonArray {selection(u"s"_qs)})},
         {u"children-of-selection: 'a' is a selection with a child"_qs});
     row("children of a selection",
@@ -410,6 +410,8 @@ void tst_ProgramFindings::addedDamage_data()
     row("renamed what is unknown", {unknown}, {with(unknown, u"instanceName"_qs, u"v"_qs)}, {});
     row("changed below what is unknown", {unknown},
         {with(unknown, u"substructure"_qs, QJsonArray {with(other, u"hide"_qs, true)})}, {});
+    row("changed one of two that are unknown and equal", {unknown, unknown}, {with(unknown, u"hide"_qs, true), unknown},
+        {});
     row("unknown in another way", {unknown}, {with(unknown, u"selectionType"_qs, u"x"_qs)}, {u"unknown-kind"_qs});
     row("unknown no more", {unknown}, {with(unknown, u"selectionType"_qs, u"Node"_qs)}, {});
     row("empty name, changed", {selection(u""_qs)}, {with(selection(u""_qs), u"hide"_qs, true)}, {});
@@ -463,7 +465,7 @@ void tst_ProgramFindings::editAddsDamage_data()
         {u"name-missing: position 2 of the top level has no 'instanceName'"_qs});
     row("children",
         [](Handler& handler) { return handler.setProperty(u"network"_qs, u"substructure"_qs, u"x"_qs, false); },
-        {u"children-no-array: 'network' has children that are a string, not an array"_qs});
+        {u"children-no-array: 'network' has a 'substructure' that is a string, not an array"_qs});
     row("child below a selection", [](Handler& handler) { return handler.addNode(u"main/x"_qs, {}, -1, false); },
         {u"children-of-selection: 'main' is a selection with a child"_qs});
     row("new node", [](Handler& handler) { return handler.addNode(u"network/x"_qs, {}, 0, false); }, {});
