@@ -400,6 +400,8 @@ void tst_ProgramFindings::addedDamage_data()
     row("moved to another level", {node(u"n"_qs, {other, 1})}, {other, 1}, {});
     row("the other of two is taken", {first, second}, {second, first}, {u"name-taken"_qs});
     row("the other one is taken, elsewhere", {first, other, second}, {other, second, first}, {u"name-taken"_qs});
+    row("the other of two is taken, and changed", {first, second}, {second, with(first, u"hide"_qs, true)},
+        {u"name-taken"_qs});
     row("taken as before, changed", {first, second}, {with(first, u"hide"_qs, true), with(second, u"hide"_qs, true)},
         {});
     row("taken as before, stamped", {selection(u"a"_qs), with(selection(u"x/a"_qs), u"hide"_qs, true)},
@@ -414,6 +416,11 @@ void tst_ProgramFindings::addedDamage_data()
         {});
     row("unknown in another way", {unknown}, {with(unknown, u"selectionType"_qs, u"x"_qs)}, {u"unknown-kind"_qs});
     row("unknown no more", {unknown}, {with(unknown, u"selectionType"_qs, u"Node"_qs)}, {});
+    row("unknown no more, but without a name", {unknown},
+        {without(with(unknown, u"selectionType"_qs, u"Node"_qs), u"instanceName"_qs)}, {u"name-missing"_qs});
+    row("another name with a slash", {node(u"a/b"_qs)}, {node(u"c/d"_qs)}, {u"name-with-slash"_qs});
+    row("another name that is no text", {with(node(u"a"_qs), u"instanceName"_qs, 1)},
+        {with(node(u"a"_qs), u"instanceName"_qs, 2)}, {u"name-no-text"_qs});
     row("empty name, changed", {selection(u""_qs)}, {with(selection(u""_qs), u"hide"_qs, true)}, {});
     row("empty name gone for another one", {selection(u""_qs)}, {node(u"a/b"_qs)}, {u"name-with-slash"_qs});
     row("child more below a selection", {parent({other})}, {parent({other, selection(u"c"_qs)})},
