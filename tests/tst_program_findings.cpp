@@ -402,6 +402,8 @@ void tst_ProgramFindings::addedDamage_data()
     row("the other one is taken, elsewhere", {first, other, second}, {other, second, first}, {u"name-taken"_qs});
     row("the other of two is taken, and changed", {first, second}, {second, with(first, u"hide"_qs, true)},
         {u"name-taken"_qs});
+    row("the other of two is taken, and the found one changed", {first, second},
+        {with(second, u"hide"_qs, true), first}, {u"name-taken"_qs});
     row("taken as before, changed", {first, second}, {with(first, u"hide"_qs, true), with(second, u"hide"_qs, true)},
         {});
     row("taken as before, stamped", {selection(u"a"_qs), with(selection(u"x/a"_qs), u"hide"_qs, true)},
