@@ -228,9 +228,9 @@ void tst_ProgramFindings::findingsOfAManifest_data()
             u"instead"_qs});
     row("same name elsewhere", {node(u"a"_qs, {selection(u"a/a"_qs)}), node(u"b"_qs, {selection(u"b/a"_qs)})}, {});
     row("children that are an object", {with(node(u"a"_qs), u"substructure"_qs, node(u"b"_qs))},
-        {u"children-no-array: 'a' has children that are an object, not an array"_qs});
+        {u"children-no-array: 'a' has a 'substructure' that is an object, not an array"_qs});
     row("children of a selection that are null", {with(selection(u"a"_qs), u"substructure"_qs, QJsonValue())},
-        {u"children-no-array: 'a' has children that are null, not an array"_qs});
+        {u"children-no-array: 'a' has a 'substructure' that is null, not an array"_qs});
     row("child of a selection", {with(selection(u"a"_qs), u"substructure"_qs, QJsonArray {selection(u"s"_qs)})},
         {u"children-of-selection: 'a' is a selection with a child"_qs});
     row("children of a selection",
@@ -400,6 +400,10 @@ void tst_ProgramFindings::addedDamage_data()
     row("moved to another level", {node(u"n"_qs, {other, 1})}, {other, 1}, {});
     row("the other of two is taken", {first, second}, {second, first}, {u"name-taken"_qs});
     row("the other one is taken, elsewhere", {first, other, second}, {other, second, first}, {u"name-taken"_qs});
+    row("the other of two is taken, and changed", {first, second}, {second, with(first, u"hide"_qs, true)},
+        {u"name-taken"_qs});
+    row("the other of two is taken, and the found one changed", {first, second},
+        {with(second, u"hide"_qs, true), first}, {u"name-taken"_qs});
     row("taken as before, changed", {first, second}, {with(first, u"hide"_qs, true), with(second, u"hide"_qs, true)},
         {});
     row("taken as before, stamped", {selection(u"a"_qs), with(selection(u"x/a"_qs), u"hide"_qs, true)},
@@ -410,8 +414,15 @@ void tst_ProgramFindings::addedDamage_data()
     row("renamed what is unknown", {unknown}, {with(unknown, u"instanceName"_qs, u"v"_qs)}, {});
     row("changed below what is unknown", {unknown},
         {with(unknown, u"substructure"_qs, QJsonArray {with(other, u"hide"_qs, true)})}, {});
+    row("changed one of two that are unknown and equal", {unknown, unknown}, {with(unknown, u"hide"_qs, true), unknown},
+        {});
     row("unknown in another way", {unknown}, {with(unknown, u"selectionType"_qs, u"x"_qs)}, {u"unknown-kind"_qs});
     row("unknown no more", {unknown}, {with(unknown, u"selectionType"_qs, u"Node"_qs)}, {});
+    row("unknown no more, but without a name", {unknown},
+        {without(with(unknown, u"selectionType"_qs, u"Node"_qs), u"instanceName"_qs)}, {u"name-missing"_qs});
+    row("another name with a slash", {node(u"a/b"_qs)}, {node(u"c/d"_qs)}, {u"name-with-slash"_qs});
+    row("another name that is no text", {with(node(u"a"_qs), u"instanceName"_qs, 1)},
+        {with(node(u"a"_qs), u"instanceName"_qs, 2)}, {u"name-no-text"_qs});
     row("empty name, changed", {selection(u""_qs)}, {with(selection(u""_qs), u"hide"_qs, true)}, {});
     row("empty name gone for another one", {selection(u""_qs)}, {node(u"a/b"_qs)}, {u"name-with-slash"_qs});
     row("child more below a selection", {parent({other})}, {parent({other, selection(u"c"_qs)})},
@@ -463,7 +474,7 @@ void tst_ProgramFindings::editAddsDamage_data()
         {u"name-missing: position 2 of the top level has no 'instanceName'"_qs});
     row("children",
         [](Handler& handler) { return handler.setProperty(u"network"_qs, u"substructure"_qs, u"x"_qs, false); },
-        {u"children-no-array: 'network' has children that are a string, not an array"_qs});
+        {u"children-no-array: 'network' has a 'substructure' that is a string, not an array"_qs});
     row("child below a selection", [](Handler& handler) { return handler.addNode(u"main/x"_qs, {}, -1, false); },
         {u"children-of-selection: 'main' is a selection with a child"_qs});
     row("new node", [](Handler& handler) { return handler.addNode(u"network/x"_qs, {}, 0, false); }, {});

@@ -87,14 +87,9 @@ public:
                 examineName(element);
                 examineChildren(element);
             }
-            const bool isTooDeep = !isBelowTooDeep && levelOf(element) > loadableLevels;
-            if (isTooDeep) {
-                add(element, FindingKind::TooDeep,
-                    QStringLiteral("reaches deeper than the %1 levels that can be loaded").arg(loadableLevels),
-                    QStringLiteral("Move it up, or delete what is below it"));
-            }
+            const bool isTooDeep = isBelowTooDeep || examineDepth(element);
             examineEmptiness(element);
-            examine(element.children, isBelowTooDeep || isTooDeep);
+            examine(element.children, isTooDeep);
         }
     }
 
@@ -156,7 +151,8 @@ private:
         const QJsonValue children = element.object().value(key);
         if (!children.isUndefined() && !children.isArray()) {
             add(element, FindingKind::ChildrenNoArray,
-                QLatin1String("has children that are ") % typeWords(children.type()) % QLatin1String(", not an array"),
+                QLatin1String("has a ") % quoted(key) % QLatin1String(" that is ") % typeWords(children.type())
+                    % QLatin1String(", not an array"),
                 QLatin1String("Unset ") % quoted(key) % QLatin1String(", or set it to an array with --json"));
         } else if (element.kind == TreeElement::Kind::Selection && !element.children.empty()) {
             add(element, FindingKind::ChildrenOfSelection,
@@ -165,6 +161,17 @@ private:
                     : QStringLiteral("is a selection with %1 children").arg(element.children.size()),
                 QStringLiteral("Make it a node, or delete what is below it"));
         }
+    }
+
+    bool examineDepth(const TreeElement& element)
+    {
+        if (levelOf(element) <= loadableLevels) {
+            return false;
+        }
+        add(element, FindingKind::TooDeep,
+            QStringLiteral("reaches deeper than the %1 levels that can be loaded").arg(loadableLevels),
+            QStringLiteral("Move it up, or delete what is below it"));
+        return true;
     }
 
     void examineEmptiness(const TreeElement& element)
@@ -254,13 +261,15 @@ void forEach(const TreeElements& elements, const Function& function)
     }
 }
 
-using Contents = std::set<QByteArray>;
+// By content, how many more elements hold it after an edit than before.
+using Balance = std::map<QByteArray, int>;
 
-Contents contentsOf(const TreeElements& elements)
+Balance balanceOf(const TreeElements& before, const TreeElements& after)
 {
-    Contents contents;
-    forEach(elements, [&](const TreeElement& element) { contents.insert(contentOf(element.value)); });
-    return contents;
+    Balance balance;
+    forEach(before, [&](const TreeElement& element) { --balance[contentOf(element.value)]; });
+    forEach(after, [&](const TreeElement& element) { ++balance[contentOf(element.value)]; });
+    return balance;
 }
 
 struct FoundContent {
@@ -463,15 +472,14 @@ QVector<Finding> added(const QJsonArray& before, const QJsonArray& after)
     }
 
     // What both manifests hold was not changed, so its finding is a new one, or has gone.
-    const Contents contentsBefore = contentsOf(treeBefore);
-    const Contents contentsAfter = contentsOf(treeAfter);
+    const Balance balance = balanceOf(treeBefore, treeAfter);
     QVector<Finding> result;
     for (const FoundContent& found : damage) {
-        const bool wasThereBefore = contentsBefore.count(found.content) > 0;
-        const auto isOfChanged = [&](const FoundContent& candidate) {
-            return contentsAfter.count(candidate.content) == 0 && isNoWorse(candidate.finding, found.finding);
+        const bool isChanged = balance.at(found.content) > 0;
+        const auto wasOfChanged = [&](const FoundContent& candidate) {
+            return balance.at(candidate.content) < 0 && isNoWorse(candidate.finding, found.finding);
         };
-        if (wasThereBefore || !takeOne(known, isOfChanged)) {
+        if (!isChanged || !takeOne(known, wasOfChanged)) {
             result.append(found.finding);
         }
     }
