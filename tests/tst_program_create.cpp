@@ -6,6 +6,8 @@
 #include <QtCore/QJsonDocument>
 #include <QtCore/QRegularExpression>
 
+#include <csignal>
+
 #include <sys/stat.h>
 
 namespace {
@@ -32,8 +34,8 @@ QVector<CommandHelp> commands()
         {"list", "FILE [PATH]", stamping + printing},
         {"count", "FILE [PATH]", stamping},
         {"get", "FILE PATH [KEY]", stamping + QStringList {u"json"_qs}},
-        {"exists", "FILE PATH", {}},
         {"instances", "FILE", stamping + printing},
+        {"exists", "FILE PATH", {}},
         {"set", "FILE PATH KEY VALUE", values},
         {"update", "FILE PATH KEY VALUE", values},
         {"unset", "FILE PATH KEY", saving},
@@ -130,6 +132,13 @@ private Q_SLOTS:
     void countsAgreeWithTheirNouns();
     void schemeNamesTheFileAndChoosesWhatIsCollected_data();
     void schemeNamesTheFileAndChoosesWhatIsCollected();
+    void schemeOfOnesOwnHasToBeMeant_data();
+    void schemeOfOnesOwnHasToBeMeant();
+    void creationTellsWhatItReplaces();
+    void stampsAreNoChangeUnlessAskedFor();
+    void dryCreationWritesNothing();
+    void folderThatChangesMeanwhileIsCreatedAsItIsThen();
+    void damageIsToldFromOrdinaryRemarks();
     void wayOfWritingAFolderMakesNoDifference_data();
     void wayOfWritingAFolderMakesNoDifference();
     void wayOfWritingABaseMakesNoDifference_data();
@@ -278,6 +287,142 @@ void tst_ProgramCreate::schemeNamesTheFileAndChoosesWhatIsCollected()
     QCOMPARE(Program().in(directory.path()).run(commandLine), done(path + u"\n1 selection, 0 nodes"_qs));
     QCOMPARE(Program().in(directory.path()).run(u"show "_qs + path), done(tree));
     QCOMPARE(everythingIn(directory.filePath(u"folder"_qs)).size(), 3);
+}
+
+void tst_ProgramCreate::schemeOfOnesOwnHasToBeMeant_data()
+{
+    QTest::addColumn<QString>("options");
+    QTest::addColumn<QString>("complaint");
+
+    const QString empty = u"a scheme is not empty and has no '/'"_qs;
+    const QString neither = u"'%1' is neither 'configuration' nor 'process'; --any-scheme takes it all the same"_qs;
+    QTest::newRow("typing error") << u"--scheme proces"_qs << neither.arg(u"proces"_qs);
+    QTest::newRow("in capitals") << u"--scheme Configuration"_qs << neither.arg(u"Configuration"_qs);
+    QTest::newRow("empty") << u"--scheme ''"_qs << empty;
+    QTest::newRow("empty, meant") << u"--scheme '' --any-scheme"_qs << empty;
+    QTest::newRow("another folder") << u"--scheme ../process --any-scheme"_qs << empty;
+}
+
+void tst_ProgramCreate::schemeOfOnesOwnHasToBeMeant()
+{
+    QFETCH(QString, options);
+    QFETCH(QString, complaint);
+
+    const QTemporaryDir directory;
+    describe(directory.filePath(u"folder/page.config.json"_qs));
+    QCOMPARE(Program().in(directory.path()).run(u"create-folder folder "_qs + options), misused(complaint));
+    QCOMPARE(everythingIn(directory.path()), QStringList(u"folder"_qs));
+    QCOMPARE(everythingIn(directory.filePath(u"folder"_qs)), QStringList(u"page.config.json"_qs));
+}
+
+void tst_ProgramCreate::creationTellsWhatItReplaces()
+{
+    const QTemporaryDir directory;
+    const QString path = directory.filePath(u"configuration.manifest.json"_qs);
+    for (const char* const name : {"a.config.json", "b.config.json", "n/Folder.menu.json", "n/c.config.json"}) {
+        describe(directory.filePath(QString::fromUtf8(name)));
+    }
+    const Program program = Program().in(directory.path());
+    const QString counts = u"configuration.manifest.json\n3 selections, 1 node"_qs;
+    QCOMPARE(program.run(u"create-folder ."_qs), done(counts));
+    QCOMPARE(program.run(u"create-folder ."_qs), done(counts + u"\nthe same as before"_qs));
+
+    QCOMPARE(program.run(u"set configuration.manifest.json a labelTextId TXT --save"_qs).status, 0);
+    QCOMPARE(program.run(u"delete configuration.manifest.json n --save"_qs).status, 0);
+    QCOMPARE(program.run(u"add-node configuration.manifest.json mine --save"_qs).status, 0);
+    QCOMPARE(
+        program.run(u"create-folder ."_qs), done(counts + u"\ncompared with before: 2 added, 1 removed, 1 changed"_qs));
+    QCOMPARE(program.run(u"create-folder ."_qs), done(counts + u"\nthe same as before"_qs));
+
+    QCOMPARE(program.run(u"move-selection configuration.manifest.json a 1 --save"_qs).status, 0);
+    QCOMPARE(program.run(u"create-folder ."_qs),
+        done(counts + u"\ncompared with before: 0 added, 0 removed, 0 changed, 1 moved"_qs));
+
+    writeFile(path, "no manifest");
+    QCOMPARE(program.run(u"create-folder ."_qs), done(counts + u"\nwhat was there before was no manifest"_qs));
+    QVERIFY(QFile::remove(path));
+    QVERIFY(QDir().mkdir(path));
+    QCOMPARE(
+        program.run(u"create-folder ."_qs), misused(u"cannot replace configuration.manifest.json: it is a folder"_qs));
+}
+
+void tst_ProgramCreate::stampsAreNoChangeUnlessAskedFor()
+{
+    const QTemporaryDir directory;
+    describe(directory.filePath(u"a.config.json"_qs));
+    const Program program = Program().in(directory.path());
+    const QString counts = u"configuration.manifest.json\n1 selection, 0 nodes\n"_qs;
+    QCOMPARE(program.run(u"create-folder ."_qs).status, 0);
+    QCOMPARE(program.run(u"stamp configuration.manifest.json --module M --object O --save"_qs).status, 0);
+    QCOMPARE(program.run(u"create-folder . --stamps --dry-run"_qs),
+        done(counts
+            + u"compared with before: 0 added, 0 removed, 1 changed\n"
+              "changed: selection 'a', moduleName from \"M\" to nothing, objectName from \"O\" to nothing\n"
+              "not saved"_qs));
+    QCOMPARE(program.run(u"create-folder ."_qs), done(counts + u"the same as before, but for the stamps"_qs));
+    QCOMPARE(program.run(u"create-folder . --stamps"_qs), done(counts + u"the same as before"_qs));
+}
+
+void tst_ProgramCreate::dryCreationWritesNothing()
+{
+    const QTemporaryDir directory;
+    const QString path = directory.filePath(u"configuration.manifest.json"_qs);
+    describe(directory.filePath(u"a.config.json"_qs));
+    const Program program = Program().in(directory.path());
+    const QString dry = u"create-folder . --dry-run --backup --keep-base"_qs;
+    const QString counts = u"configuration.manifest.json\n1 selection, 0 nodes\n"_qs;
+    QCOMPARE(program.run(dry), done(counts + u"not saved"_qs));
+    const ProgramRun printed = program.run(u"create-folder . --print --backup --keep-base"_qs);
+    QCOMPARE(everythingIn(directory.path()), QStringList(u"a.config.json"_qs));
+
+    QCOMPARE(program.run(u"create-folder ."_qs).status, 0);
+    QCOMPARE(printed, done(QString::fromUtf8(readFile(path))));
+    QCOMPARE(program.run(u"delete configuration.manifest.json a --save"_qs).status, 0);
+    const FileState state = stateOf(path);
+    QCOMPARE(program.run(dry),
+        done(counts
+            + u"compared with before: 1 added, 0 removed, 0 changed\nadded: selection 'a', as position 0\nnot saved"_qs));
+    QCOMPARE(program.run(u"create-folder . --print"_qs), printed);
+    QCOMPARE(stateOf(path), state);
+    QCOMPARE(everythingIn(directory.path()).size(), 2);
+}
+
+void tst_ProgramCreate::folderThatChangesMeanwhileIsCreatedAsItIsThen()
+{
+    const QTemporaryDir directory;
+    describe(directory.filePath(u"a.config.json"_qs));
+    const QString path = directory.filePath(u"configuration.manifest.json"_qs);
+    // The look before the library begins.
+    const auto program = Program().stoppingAt(u"stat"_qs, 3, path).start(u"create-folder "_qs + directory.path());
+    QVERIFY(program->isStopped());
+    describe(directory.filePath(u"b.config.json"_qs));
+    program->send(SIGCONT);
+    QCOMPARE(program->finish(), done(path + u"\n2 selections, 0 nodes"_qs));
+    QVERIFY(readFile(path).contains("\"b\""));
+}
+
+void tst_ProgramCreate::damageIsToldFromOrdinaryRemarks()
+{
+    const QTemporaryDir directory;
+    copyFolder(QStringLiteral(EXAMPLES "/device"), directory.path());
+    const ProgramRun run = Program().in(directory.path()).run(u"create ."_qs);
+    QCOMPARE(run.status, 0);
+    const QStringList lines = linesOf(run.errors);
+    static const QRegularExpression named(u"^(warning|remark): ([^:]+): ."_qs);
+    QStringList damaged;
+    for (const QString& line : lines) {
+        const QRegularExpressionMatch match = named.match(line);
+        QVERIFY2(match.hasMatch(), qPrintable(line));
+        QVERIFY2(QFileInfo::exists(directory.filePath(u"configuration/"_qs + match.captured(2))), qPrintable(line));
+        if (match.captured(1) == u"warning"_qs) {
+            damaged.append(match.captured(2));
+        }
+    }
+    QVERIFY(lines.contains(u"warning: imported/cut-short.config.json: Can't parse Json!"_qs));
+    QVERIFY(lines.contains(u"remark: time: No description file found!"_qs));
+    damaged.removeDuplicates();
+    QCOMPARE(damaged.filter(QRegularExpression(u"^(?!imported/)"_qs)), QStringList());
+    QVERIFY(damaged.size() > 5);
 }
 
 void tst_ProgramCreate::wayOfWritingAFolderMakesNoDifference_data()

@@ -69,6 +69,7 @@ struct CommandGroup {
 QVector<Command> createCommands();
 QVector<Command> showCommands();
 QVector<Command> queryCommands();
+QVector<Command> existsCommands();
 QVector<Command> editCommands();
 QVector<Command> instancesCommands();
 QVector<Command> rewriteCommands();

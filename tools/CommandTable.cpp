@@ -6,7 +6,8 @@ const QVector<CommandGroup>& commandGroups()
 {
     static const QVector<CommandGroup> groups {
         {QStringLiteral("Create a manifest"), createCommands()},
-        {QStringLiteral("Look at a manifest"), showCommands() + queryCommands() + instancesCommands()},
+        {QStringLiteral("Look at a manifest"),
+            showCommands() + queryCommands() + instancesCommands() + existsCommands()},
         {QStringLiteral("Edit a manifest"), editCommands() + rewriteCommands()},
         {QStringLiteral("Help"), helpCommands()},
     };

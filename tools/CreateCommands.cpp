@@ -134,7 +134,8 @@ public:
         }
         if (!isToBeSaved) {
             tell();
-            for (const QString& line : toLines(differences())) {
+            const QStringList lines = wasManifest ? toLines(differences()) : QStringList();
+            for (const QString& line : lines) {
                 print(printable(line));
             }
             print(QStringLiteral("not saved"));
@@ -344,7 +345,7 @@ QVector<Command> createCommands()
             QStringLiteral("Take a scheme that is neither 'configuration' nor 'process'."), {}},
     };
     const ExitMeanings exits {QStringLiteral("the manifest is written, or with --dry-run or --print only told of"),
-        QStringLiteral("the manifest or, with --keep-base, its base could not be written"),
+        QStringLiteral("the manifest could not be written, or with --keep-base its base"),
         QStringLiteral("wrong usage, or there is nothing to write in the folder or something that cannot be read"),
         QStringLiteral("the manifest is written, but the output could not be printed")};
     return {

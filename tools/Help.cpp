@@ -105,12 +105,13 @@ const QStringList& generalMeanings()
     return meanings;
 }
 
-QString statusLines(const QStringList& meanings)
+QString statusLines(const QStringList& meanings, int indent = 2)
 {
     QString text;
     for (int status = 0; status < meanings.size(); ++status) {
         if (!meanings.at(status).isEmpty()) {
-            text += QStringLiteral("\n  %1  %2").arg(status).arg(wrapped(meanings.at(status), 5).trimmed());
+            text += QLatin1Char('\n') + QString(indent, QLatin1Char(' '))
+                + QStringLiteral("%1  %2").arg(status).arg(wrapped(meanings.at(status), indent + 3).trimmed());
         }
     }
     return text;
@@ -268,7 +269,13 @@ QString overview()
     text += QLatin1String("\nOptions:\n  -h, --help     Show this help.\n  -v, --version  Show the version.\n");
     text += QLatin1String("\n'COMMAND --help' shows the options of a command and what its exit status means.\n"
                           "Arguments that begin with '-' stand behind '--'.\n\nExit status:");
-    return text + statusLines(generalMeanings());
+    text += statusLines(generalMeanings());
+    const QVector<SharedExits> exits = sharedExits();
+    for (const SharedExits& shared : exits) {
+        text += QLatin1Char('\n') + wrapped(shared.commands.join(QLatin1String(", ")) + QLatin1Char(':'), 2)
+            + statusLines(shared.meanings, 4);
+    }
+    return text;
 }
 
 QString shortOverview()

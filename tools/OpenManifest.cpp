@@ -90,7 +90,7 @@ ExitMeanings queryExits()
 ExitMeanings editExits()
 {
     return {QStringLiteral("the edit applies; it is saved if --save asks for it"),
-        QStringLiteral("the edit does not apply, is refused or could not be saved; the manifest is not edited"),
+        QStringLiteral("the edit does not apply, is refused, could not be saved or was overtaken by another process"),
         QStringLiteral("wrong usage, or trouble with FILE, a value or a description"),
         QStringLiteral("the edit is saved, but the output could not be printed")};
 }

@@ -148,6 +148,12 @@ QVector<Command> queryCommands()
         {QStringLiteral("get"), QStringLiteral("FILE PATH [KEY]"),
             QStringLiteral("Print an element, or the value of one of its keys."),
             stampOptions() + Options {valueAsJson}, queryExits(), get},
+    };
+}
+
+QVector<Command> existsCommands()
+{
+    return {
         {QStringLiteral("exists"), QStringLiteral("FILE PATH"),
             QStringLiteral("Tell by the exit status whether there is an element. Prints nothing."), {},
             {QStringLiteral("there is such an element"), QStringLiteral("there is none"),
