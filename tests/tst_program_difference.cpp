@@ -80,6 +80,9 @@ void tst_ProgramDifference::differencesAreTold_data()
                                               u"moved: selection 'a', from position 0 to 2"_qs};
     QTest::newRow("one of two of a name")
         << QJsonArray {a, a} << QJsonArray {a} << QStringList(u"removed: selection at position 1 of the top level"_qs);
+    QTest::newRow("first of two of a name")
+        << QJsonArray {with(a, key, 1), b, with(a, key, 2)} << QJsonArray {b, with(a, key, 2)}
+        << QStringList(u"removed: selection 'a'"_qs);
     QTest::newRow("no objects") << QJsonArray {1, 2} << QJsonArray {1, 3}
                                 << QStringList(u"changed: no object at position 1 of the top level, 2 to 3"_qs);
 }

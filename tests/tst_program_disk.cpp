@@ -121,6 +121,7 @@ private Q_SLOTS:
     void turnIsNotWaitedForLongerThanAsked_data();
     void turnIsNotWaitedForLongerThanAsked();
     void holderOfTheTurnIsNamed();
+    void heirOfTheTurnIsNamed();
     void turnIsTakenWhereALinkLeads();
     void turnIsTakenByWhoSavesOnly_data();
     void turnIsTakenByWhoSavesOnly();
@@ -264,6 +265,22 @@ void tst_ProgramDisk::holderOfTheTurnIsNamed()
     holder->send(SIGCONT);
     QCOMPARE(holder->finish(), (ProgramRun {0, saved, QByteArray()}));
     QCOMPARE(file.content(), afterSettingKey());
+}
+
+void tst_ProgramDisk::heirOfTheTurnIsNamed()
+{
+    const ManifestFile file(before());
+    // flock(1) locks what the shell has open, and is gone.
+    QProcess shell;
+    shell.start(u"/bin/sh"_qs, {u"-c"_qs, u"exec 9<'%1'; flock 9; echo locked; read line"_qs.arg(file.folder())});
+    QVERIFY(shell.waitForReadyRead());
+    const ProgramRun run = Program().run(editOf(file.path()) + u" --wait 0"_qs);
+    QCOMPARE(run.status, 1);
+    QVERIFY2(run.errors.contains("process " + QByteArray::number(shell.processId()) + " (sh) holds the lock"),
+        run.errors.constData());
+    shell.closeWriteChannel();
+    QVERIFY(shell.waitForFinished());
+    QCOMPARE(Program().run(editOf(file.path()) + u" --wait 0"_qs), (ProgramRun {0, saved, QByteArray()}));
 }
 
 void tst_ProgramDisk::turnIsTakenWhereALinkLeads()
@@ -759,7 +776,7 @@ void tst_ProgramDisk::signalBeforeTheSaveLeavesNothing()
 
     const ManifestFile file(before());
     const FileState state = stateOf(file.path());
-    const auto program = Program().stoppingAt(u"read"_qs, 3, file.path()).start(editOf(file.path()));
+    const auto program = Program().stoppingAt(u"read"_qs, 1, file.path()).start(editOf(file.path()));
     QVERIFY(program->isStopped());
     program->send(signal);
     program->send(SIGCONT);

@@ -142,6 +142,10 @@ void tst_ProgramIterators::instancesPrintsWholeNamesInTheOrderOfTheManifest()
     const FileState before = stateOf(file.path());
     QCOMPARE(Program().in(file.folder()).run(u"instances manifest.json --object O"_qs),
         done(u"b/x\nn/y\nb/x\na\nparent\nchild\n\nlast"_qs));
+    const ProgramRun paths = Program().in(file.folder()).run(u"instances manifest.json --paths"_qs);
+    QCOMPARE(paths.output.count('\n'), 8);
+    QVERIFY2(
+        paths.output.endsWith("\nlast\tlast\nchild\tunreachable\toutside of the tree\n"), paths.output.constData());
     QCOMPARE(stateOf(file.path()), before);
     QVERIFY(file.isAlone());
 }

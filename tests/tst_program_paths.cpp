@@ -103,6 +103,7 @@ void tst_ProgramPaths::linesArePrintedAsAskedFor_data()
 {
     QTest::addColumn<QString>("commandLine");
     QTest::addColumn<QString>("lines");
+    QTest::addColumn<QByteArray>("messages");
 
     QTest::newRow("whole tree") << u"show manifest.json"_qs
                                 << u"selection main  HIDDEN\n"
@@ -114,7 +115,8 @@ void tst_ProgramPaths::linesArePrintedAsAskedFor_data()
                                    "node      a/b  [TXT_AB]\n"
                                    "  selection below\n"
                                    "selection \n"
-                                   "unknown   "_qs;
+                                   "unknown   "_qs
+                                << QByteArray();
     QTest::newRow("paths and positions")
         << u"show --paths manifest.json"_qs
         << u"selection main  HIDDEN\t0\tmain\n"
@@ -126,49 +128,59 @@ void tst_ProgramPaths::linesArePrintedAsAskedFor_data()
            "node      a/b  [TXT_AB]\t3\tunreachable\tposition 3 of the top level\n"
            "  selection below\t0\tunreachable\tposition 0 below position 3 of the top level\n"
            "selection \t4\tunreachable\tposition 4 of the top level\n"
-           "unknown   \t5\tunreachable\tposition 5 of the top level"_qs;
+           "unknown   \t5\tunreachable\tposition 5 of the top level"_qs
+        << QByteArray();
     QTest::newRow("sub-tree") << u"show manifest.json net"_qs
-                              << u"node      net\n  selection net/port\n  selection port  [TXT]"_qs;
+                              << u"node      net\n  selection net/port\n  selection port  [TXT]"_qs << QByteArray();
     QTest::newRow("sub-tree, paths") << u"show manifest.json /net/ --paths"_qs
                                      << u"node      net\t1\tnet\n"
                                         "  selection net/port\t0\tnet/port\n"
-                                        "  selection port  [TXT]\t1\tunreachable\tposition 1 below 'net'"_qs;
-    QTest::newRow("one element") << u"show manifest.json net/port --paths"_qs << u"selection net/port\t0\tnet/port"_qs;
+                                        "  selection port  [TXT]\t1\tunreachable\tposition 1 below 'net'"_qs
+                                     << QByteArray();
+    QTest::newRow("one element") << u"show manifest.json net/port --paths"_qs << u"selection net/port\t0\tnet/port"_qs
+                                 << QByteArray();
     QTest::newRow("empty path") << u"show manifest.json '' --depth 1"_qs
                                 << u"selection main  HIDDEN\n"
                                    "node      net  (2 below)\n"
                                    "node      net  (1 below)\n"
                                    "node      a/b  [TXT_AB]  (1 below)\n"
                                    "selection \n"
-                                   "unknown   "_qs;
-    QTest::newRow("sub-tree, one level") << u"show manifest.json net --depth=1"_qs << u"node      net  (2 below)"_qs;
+                                   "unknown   "_qs
+                                << QByteArray();
+    QTest::newRow("sub-tree, one level") << u"show manifest.json net --depth=1"_qs << u"node      net  (2 below)"_qs
+                                         << QByteArray();
     QTest::newRow("sub-tree, all levels")
-        << u"show manifest.json net --depth 2"_qs << u"node      net\n  selection net/port\n  selection port  [TXT]"_qs;
+        << u"show manifest.json net --depth 2"_qs << u"node      net\n  selection net/port\n  selection port  [TXT]"_qs
+        << QByteArray();
     QTest::newRow("list") << u"list manifest.json --paths"_qs
                           << u"main\tmain\n"
                              "net\tnet\n"
                              "net\tunreachable\tposition 2 of the top level\n"
                              "a/b\tunreachable\tposition 3 of the top level\n"
                              "\tunreachable\tposition 4 of the top level\n"
-                             "\tunreachable\tposition 5 of the top level"_qs;
+                             "\tunreachable\tposition 5 of the top level"_qs
+                          << QByteArray();
     QTest::newRow("list, node") << u"list manifest.json net --paths"_qs
-                                << u"net/port\tnet/port\nport\tunreachable\tposition 1 below 'net'"_qs;
+                                << u"net/port\tnet/port\nport\tunreachable\tposition 1 below 'net'"_qs << QByteArray();
     QTest::newRow("instances") << u"instances manifest.json --paths"_qs
                                << u"main\tmain\n"
                                   "net/port\tnet/port\n"
                                   "port\tunreachable\tposition 1 below 'net'\n"
                                   "lost\tunreachable\tposition 0 below position 2 of the top level\n"
                                   "below\tunreachable\tposition 0 below position 3 of the top level\n"
-                                  "\tunreachable\tposition 4 of the top level"_qs;
+                                  "\tunreachable\tposition 4 of the top level"_qs
+                               << QByteArray("warning: Selection does not contain an instanceName: "
+                                             "QJsonObject({\"selectionType\":\"Selection\"}) !\n");
 }
 
 void tst_ProgramPaths::linesArePrintedAsAskedFor()
 {
     QFETCH(QString, commandLine);
     QFETCH(QString, lines);
+    QFETCH(QByteArray, messages);
 
     const ManifestFile file(oddManifest());
-    QCOMPARE(Program().in(file.folder()).run(commandLine), done(lines));
+    QCOMPARE(Program().in(file.folder()).run(commandLine), done(lines, messages));
 }
 
 void tst_ProgramPaths::jsonHoldsWhatIsKnown_data()

@@ -43,6 +43,7 @@ private Q_SLOTS:
     void damageThatIsThereBlamesNobody();
     void deletionOfOneOfSeveralIsSaid();
     void sortOfTheExamplesByTheirPrintedNamesIsRefused();
+    void treeThatIsTooDeepToBeLoadedIsRefused();
     void dryRunSaysWhatWouldChange_data();
     void dryRunSaysWhatWouldChange();
 };
@@ -206,6 +207,21 @@ void tst_ProgramRefusals::sortOfTheExamplesByTheirPrintedNamesIsRefused()
     QVERIFY2(run.errors.contains(" would be lost\n"), run.errors.constData());
     QVERIFY2(run.errors.endsWith(refused), run.errors.constData());
     QCOMPARE(readFile(path), created);
+}
+
+void tst_ProgramRefusals::treeThatIsTooDeepToBeLoadedIsRefused()
+{
+    constexpr int deepest = 512;
+    QJsonArray nodes {node(u"n"_qs)};
+    for (int level = 1; level < deepest; ++level) {
+        nodes = {node(u"n"_qs, nodes)};
+    }
+    const ManifestFile file(compact(nodes));
+    const QString path = u"n/"_qs.repeated(deepest) + u"n"_qs;
+    const ProgramRun run = Program().run({u"add-node"_qs, file.path(), path, u"--save"_qs});
+    QCOMPARE(run.status, 1);
+    QVERIFY2(run.errors.contains("reaches deeper than the 1024 levels that can be loaded\n"), run.errors.constData());
+    QCOMPARE(file.content(), compact(nodes));
 }
 
 void tst_ProgramRefusals::dryRunSaysWhatWouldChange_data()

@@ -15,21 +15,45 @@ using Registry = SystemInformationManagerRegistryDefinitions;
 
 namespace {
 
-// An element among its siblings: its name, and how many of that name come before it.
-using Identity = std::pair<QString, int>;
-
 using Indices = std::vector<TreeElements::size_type>;
 
-std::map<Identity, TreeElements::size_type> byIdentity(const TreeElements& siblings)
-{
-    std::map<QString, int> numbers;
-    std::map<Identity, TreeElements::size_type> result;
-    for (TreeElements::size_type index = 0; index < siblings.size(); ++index) {
-        const QString& name = siblings.at(index).name;
-        result.emplace(Identity(name, numbers[name]++), index);
+// Which elements of two lists of siblings are the same one: later positions, with the earlier ones. Of several with one
+// name those that are equal are, and then the first ones.
+class Matching {
+public:
+    Matching(const TreeElements& before, const TreeElements& after)
+    {
+        std::map<QString, Indices> unmatched;
+        for (TreeElements::size_type index = 0; index < before.size(); ++index) {
+            unmatched[before.at(index).name].push_back(index);
+        }
+        const auto match = [&](TreeElements::size_type index, bool hasToBeEqual) {
+            Indices& candidates = unmatched[after.at(index).name];
+            const auto found =
+                std::find_if(candidates.begin(), candidates.end(), [&](TreeElements::size_type candidate) {
+                    return !hasToBeEqual || before.at(candidate).value == after.at(index).value;
+                });
+            if (found != candidates.end() && earlier.count(index) == 0) {
+                earlier.emplace(index, *found);
+                candidates.erase(found);
+            }
+        };
+        for (const bool hasToBeEqual : {true, false}) {
+            for (TreeElements::size_type index = 0; index < after.size(); ++index) {
+                match(index, hasToBeEqual);
+            }
+        }
     }
-    return result;
-}
+
+    /// In the order of the later positions.
+    const std::map<TreeElements::size_type, TreeElements::size_type>& pairs() const
+    {
+        return earlier;
+    }
+
+private:
+    std::map<TreeElements::size_type, TreeElements::size_type> earlier;
+};
 
 int countBelow(const TreeElement& element)
 {
@@ -78,23 +102,17 @@ public:
 
     void compare(const TreeElements& before, const TreeElements& after)
     {
-        const auto earlier = byIdentity(before);
-        const auto later = byIdentity(after);
-        for (const auto& [identity, index] : earlier) {
-            if (later.count(identity) == 0) {
-                changes.append(wholeElement(ElementChange::Removed, before.at(index)));
-            }
-        }
-        std::map<TreeElements::size_type, TreeElements::size_type> matches;
-        for (const auto& [identity, index] : later) {
-            const auto match = earlier.find(identity);
-            if (match != earlier.end()) {
-                matches.emplace(index, match->second);
-            }
-        }
+        const Matching matching(before, after);
+        const auto& matches = matching.pairs();
         Indices order;
         for (const auto& match : matches) {
             order.push_back(match.second);
+        }
+        const std::set<TreeElements::size_type> kept(order.begin(), order.end());
+        for (TreeElements::size_type index = 0; index < before.size(); ++index) {
+            if (kept.count(index) == 0) {
+                changes.append(wholeElement(ElementChange::Removed, before.at(index)));
+            }
         }
         const std::set<TreeElements::size_type> moved = outOfOrder(order);
         for (TreeElements::size_type index = 0; index < after.size(); ++index) {

@@ -96,6 +96,9 @@ Outcome addTo(const QCommandLineParser& arguments)
     if (arguments.isSet(QStringLiteral("index")) && !readNumber(arguments.value(QStringLiteral("index")), index)) {
         return Trouble;
     }
+    if (const ExitStatus status = manifest.checkThatItCanBeEdited()) {
+        return status;
+    }
     if (!readDescription(arguments, description)) {
         return Trouble;
     }
@@ -158,6 +161,9 @@ Outcome replaceBy(const QCommandLineParser& arguments, Loss loss, const Replace&
     if (!arguments.isSet(descriptionOption().name)) {
         complain(QStringLiteral("--description is missing"));
         return Trouble;
+    }
+    if (const ExitStatus status = manifest.checkThatItCanBeEdited()) {
+        return status;
     }
     if (!readDescription(arguments, description)) {
         return Trouble;

@@ -90,27 +90,41 @@ int readToTheEnd(int file, QByteArray& content)
     }
 }
 
-bool readFileOperand(const QString& path, Accept accept, QByteArray& content, QString& problem)
+bool isRegularFile(const QString& path, QString& problem)
+{
+    Descriptor file;
+    struct stat status = {};
+    QString kind;
+    const int error = openRegularFile(path, file, status, kind);
+    if (error != 0) {
+        problem = cannotRead(path, textOf(error));
+    } else if (isStream(status.st_mode)) {
+        problem = QLatin1String("cannot edit ") % printable(path) % QLatin1String(": ") % kind;
+    } else if (!kind.isNull()) {
+        problem = cannotRead(path, kind);
+    }
+    return problem.isNull();
+}
+
+bool readFileOperand(const QString& path, QByteArray& content, QString& problem)
 {
     Descriptor file;
     struct stat status = {};
     QString kind;
     int error = 0;
-    if (accept == Accept::Streams && path == QLatin1String("-")) {
+    if (path == QLatin1String("-")) {
         error = fstat(STDIN_FILENO, &status) == 0 ? 0 : errno;
         kind = whatItIs(status.st_mode);
         file = Descriptor(error == 0 ? fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 0) : -1);
     } else {
         error = openRegularFile(path, file, status, kind);
-        if (error == 0 && accept == Accept::Streams && S_ISFIFO(status.st_mode)) {
+        if (error == 0 && S_ISFIFO(status.st_mode)) {
             file = Descriptor(open(QFile::encodeName(path).constData(), O_RDONLY | O_CLOEXEC | O_NOCTTY));
             error = file.isOpen() ? 0 : errno;
         }
     }
-    if (error == 0 && !kind.isNull() && !(accept == Accept::Streams && isStream(status.st_mode))) {
-        problem = accept == Accept::Streams || !isStream(status.st_mode)
-            ? cannotRead(path, kind)
-            : QString(QLatin1String("cannot edit ") % printable(path) % QLatin1String(": ") % kind);
+    if (error == 0 && !kind.isNull() && !isStream(status.st_mode)) {
+        problem = cannotRead(path, kind);
         return false;
     }
     if (error == 0) {

@@ -7,14 +7,6 @@
 
 #include <sys/stat.h>
 
-/// What a command takes for a file that it reads.
-enum class Accept {
-    /// For edits: nothing else can be replaced.
-    RegularFiles,
-    /// For queries: pipes as well, and "-" is standard input. Never devices, which may have no end.
-    Streams,
-};
-
 /// The words of the system for an error number.
 QString textOf(int error);
 
@@ -28,5 +20,9 @@ int openRegularFile(const QString& path, Descriptor& file, struct stat& status, 
 /// Reads an open file to its end. Returns the error number.
 int readToTheEnd(int file, QByteArray& content);
 
-/// Reads a file that the command line names. When that is not possible, `problem` is one line that says why.
-bool readFileOperand(const QString& path, Accept accept, QByteArray& content, QString& problem);
+/// Whether a file is one that an edit can replace. When it is not, `problem` is one line that says why.
+bool isRegularFile(const QString& path, QString& problem);
+
+/// Reads a file that the command line names, a pipe or, as "-", standard input; never a device, which may have no end.
+/// When that is not possible, `problem` is one line that says why.
+bool readFileOperand(const QString& path, QByteArray& content, QString& problem);

@@ -76,10 +76,10 @@ Outcome instances(const QCommandLineParser& arguments)
     if (const ExitStatus status = manifest.loadToRead()) {
         return status;
     }
+    JsonDataIteratorConfigurationInstanceCollector collector;
+    const QJsonArray names = walk(manifest.handler(), collector);
     const bool asJson = arguments.isSet(elementsAsJsonOption().name);
     if (!asJson && !arguments.isSet(pathsOption().name)) {
-        JsonDataIteratorConfigurationInstanceCollector collector;
-        const QJsonArray names = walk(manifest.handler(), collector);
         for (const QJsonValue& name : names) {
             print(printable(name.toString()));
         }
@@ -89,15 +89,24 @@ Outcome instances(const QCommandLineParser& arguments)
     QVector<const TreeElement*> selections;
     appendSelections(tree, selections);
     QJsonArray results;
+    QStringList elsewhere = QVariant(names.toVariantList()).toStringList();
     for (const TreeElement* selection : qAsConst(selections)) {
-        if (asJson) {
-            results.append(toJson(*selection));
-        } else {
-            print(printable(selection->name) % QLatin1Char('\t') % pathColumn(*selection));
-        }
+        elsewhere.removeOne(selection->name);
+        results.append(toJson(*selection));
+    }
+    // In members that are none of the structure there can be selections as well.
+    for (const QString& name : qAsConst(elsewhere)) {
+        results.append(QJsonObject {{QStringLiteral("name"), name}, {QStringLiteral("path"), QJsonValue()}});
     }
     if (asJson) {
         printResult(results);
+        return Done;
+    }
+    for (const TreeElement* selection : qAsConst(selections)) {
+        print(printable(selection->name) % QLatin1Char('\t') % pathColumn(*selection));
+    }
+    for (const QString& name : qAsConst(elsewhere)) {
+        print(printable(name) % QLatin1String("\tunreachable\toutside of the tree"));
     }
     return Done;
 }

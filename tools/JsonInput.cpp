@@ -44,7 +44,7 @@ bool readDescription(const QCommandLineParser& arguments, QJsonObject& descripti
     const QString path = arguments.value(option);
     QByteArray content;
     QString problem;
-    if (!readFileOperand(path, Accept::Streams, content, problem)) {
+    if (!readFileOperand(path, content, problem)) {
         complain(problem);
         return false;
     }

@@ -152,11 +152,21 @@ ExitStatus OpenManifest::loadToRead()
 {
     QByteArray content;
     QString problem;
-    if (!readFileOperand(path, Accept::Streams, content, problem)) {
+    if (!readFileOperand(path, content, problem)) {
         complain(problem);
         return Trouble;
     }
     return take(content) ? Done : Trouble;
+}
+
+ExitStatus OpenManifest::checkThatItCanBeEdited() const
+{
+    QString problem;
+    if (isRegularFile(path, problem)) {
+        return Done;
+    }
+    complain(problem);
+    return Trouble;
 }
 
 ExitStatus OpenManifest::loadToEdit()
@@ -166,16 +176,10 @@ ExitStatus OpenManifest::loadToEdit()
         return Trouble;
     }
     // What cannot be edited is not waited for.
-    QByteArray content;
-    QString problem;
-    if (!readFileOperand(path, Accept::RegularFiles, content, problem)) {
-        complain(problem);
-        return Trouble;
+    if (const ExitStatus status = checkThatItCanBeEdited()) {
+        return status;
     }
-    if (!isToBeSaved()) {
-        return take(content) ? Done : Trouble;
-    }
-    if (!takeTurn(turn, path, secondsToWait)) {
+    if (isToBeSaved() && !takeTurn(turn, path, secondsToWait)) {
         return NotDone;
     }
     const Look& look = stored.read();

@@ -42,6 +42,8 @@ public:
 
     /// Loads the manifest for a query. Complains when that is not possible.
     ExitStatus loadToRead();
+    /// Looks whether there is a file that can be edited, before anything else is read. Complains when there is none.
+    ExitStatus checkThatItCanBeEdited() const;
     /// Loads the manifest for an edit, with the turn at it when the edit is to be saved.
     ExitStatus loadToEdit();
 

@@ -61,6 +61,60 @@ bool isInherited(int own)
     });
 }
 
+QByteArray readSystemFile(const QString& path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+// A file as the system's lists of locks have it: "08:01:5678".
+QByteArray placeInLists(const struct stat& status)
+{
+    return QByteArray::number(major(status.st_dev), 16).rightJustified(2, '0') + ':'
+        + QByteArray::number(minor(status.st_dev), 16).rightJustified(2, '0') + ':'
+        + QByteArray::number(static_cast<qulonglong>(status.st_ino));
+}
+
+// The process that a list of locks names for a file. "1: FLOCK  ADVISORY  WRITE 1234 08:01:5678 0 EOF"; who only waits
+// has an arrow behind the number.
+QString lockerIn(const QByteArray& list, const QByteArray& place)
+{
+    const QList<QByteArray> lines = list.split('\n');
+    for (const QByteArray& line : lines) {
+        QList<QByteArray> words = line.simplified().split(' ');
+        if (words.constFirst() == "lock:") {
+            words.removeFirst();
+        }
+        if (words.size() > 5 && words.at(1) == "FLOCK" && words.at(5) == place) {
+            return QString::fromLatin1(words.at(4));
+        }
+    }
+    return {};
+}
+
+// A process that has the file open by which somebody locked it.
+QString heirOf(const QByteArray& place)
+{
+    const QStringList processes = QDir(QStringLiteral("/proc")).entryList({QStringLiteral("[0-9]*")}, QDir::Dirs);
+    for (const QString& process : processes) {
+        const QString folder = QLatin1String("/proc/") + process + QLatin1String("/fdinfo");
+        const QStringList files = QDir(folder).entryList(QDir::Files);
+        const bool isHeir = std::any_of(files.begin(), files.end(), [&](const QString& file) {
+            return !lockerIn(readSystemFile(folder + QLatin1Char('/') + file), place).isNull();
+        });
+        if (isHeir) {
+            return process;
+        }
+    }
+    return {};
+}
+
+QString commandOf(const QString& process)
+{
+    const QByteArray name = readSystemFile(QLatin1String("/proc/") + process + QLatin1String("/comm")).trimmed();
+    return name.isEmpty() ? QString() : QString::fromUtf8(name);
+}
+
 void interrupt(int)
 {
 }
@@ -156,26 +210,16 @@ QString Turn::reason() const
 QString Turn::holder() const
 {
     struct stat status = {};
-    QFile locks(QStringLiteral("/proc/locks"));
-    if (!file.isOpen() || fstat(file.get(), &status) != 0 || !locks.open(QIODevice::ReadOnly)) {
+    if (!file.isOpen() || fstat(file.get(), &status) != 0) {
         return {};
     }
-    // "1: FLOCK  ADVISORY  WRITE 1234 08:01:5678 0 EOF"; who only waits has an arrow behind the number.
-    const QByteArray place = QByteArray::number(major(status.st_dev), 16).rightJustified(2, '0') + ':'
-        + QByteArray::number(minor(status.st_dev), 16).rightJustified(2, '0') + ':'
-        + QByteArray::number(static_cast<qulonglong>(status.st_ino));
-    const QList<QByteArray> lines = locks.readAll().split('\n');
-    for (const QByteArray& line : lines) {
-        const QList<QByteArray> words = line.simplified().split(' ');
-        if (words.size() < 6 || words.at(1) != "FLOCK" || words.at(5) != place) {
-            continue;
-        }
-        const QString process = QString::fromLatin1(words.at(4));
-        QFile command(QLatin1String("/proc/") + process + QLatin1String("/comm"));
-        const QString name =
-            command.open(QIODevice::ReadOnly) ? QString::fromUtf8(command.readAll().trimmed()) : QString();
-        return QLatin1String("process ") + process
-            + (name.isEmpty() ? QString() : QString(QLatin1String(" (") + name + QLatin1Char(')')));
+    const QByteArray place = placeInLists(status);
+    QString process = lockerIn(readSystemFile(QStringLiteral("/proc/locks")), place);
+    // Who locked the folder may be gone, and have left it, open and locked, to others.
+    if (!process.isNull() && commandOf(process).isNull()) {
+        process = heirOf(place);
     }
-    return {};
+    return process.isNull()
+        ? QString()
+        : QString(QLatin1String("process ") + process + QLatin1String(" (") + commandOf(process) + QLatin1Char(')'));
 }
