@@ -12,21 +12,8 @@ enum ExitStatus {
     NotDone = 1,
     /// Wrong usage, or trouble with something that the command line names.
     Trouble = 2,
+    /// Something on the disk is new, and nobody could be told.
     SavedButNotPrinted = 3,
-};
-
-/// How a command ended.
-struct Outcome {
-    // NOLINTNEXTLINE(google-explicit-constructor,hicpp-explicit-conversions): most commands save nothing
-    Outcome(ExitStatus exitStatus, bool hasSaved = false)
-        : status(exitStatus)
-        , saved(hasSaved)
-    {
-    }
-
-    ExitStatus status;
-    /// Whether something on the disk is new, which is to be told even when the results cannot be printed.
-    bool saved;
 };
 
 struct Option {
@@ -57,7 +44,7 @@ struct Command {
     Options options;
     ExitMeanings exits;
     /// Gets as many positional arguments as `syntax` asks for; the first, if it has to be there, is not empty.
-    Outcome (*run)(const QCommandLineParser& arguments);
+    ExitStatus (*run)(const QCommandLineParser& arguments);
 };
 
 /// Commands that belong together.

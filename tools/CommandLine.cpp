@@ -41,7 +41,7 @@ QStringList namesOf(const Options& options)
     return names;
 }
 
-Outcome complainAboutUsage(const QString& problem, const QString& helpWords)
+ExitStatus complainAboutUsage(const QString& problem, const QString& helpWords)
 {
     complain(printable(problem) % QLatin1String("; see '") % QCoreApplication::applicationName() % helpWords
         % QLatin1String(" --help'"));
@@ -52,7 +52,7 @@ Outcome complainAboutUsage(const QString& problem, const QString& helpWords)
 QString problemOf(const QCommandLineParser& parser, const QStringList& knownOptions)
 {
     const QString text = parser.errorText();
-    const QString problem = text.endsWith(QLatin1Char('.')) ? text.chopped(1) : text;
+    QString problem = text.endsWith(QLatin1Char('.')) ? text.chopped(1) : text;
     const QStringList unknown = parser.unknownOptionNames();
     if (unknown.isEmpty()) {
         return problem;
@@ -95,7 +95,7 @@ bool isRightNumber(int given, const QString& syntax)
     return given >= asked.size() - optional && (given <= asked.size() || syntax.endsWith(QLatin1String("...")));
 }
 
-Outcome runCommand(const Command& command, const QStringList& words)
+ExitStatus runCommand(const Command& command, const QStringList& words)
 {
     const QString helpWords = QLatin1Char(' ') % command.name;
     QStringList arguments = withUsualValues(command, words);
@@ -121,7 +121,7 @@ Outcome runCommand(const Command& command, const QStringList& words)
     return command.run(parser);
 }
 
-Outcome runWithoutCommand(const QStringList& arguments)
+ExitStatus runWithoutCommand(const QStringList& arguments)
 {
     QCommandLineParser parser;
     parser.addOption(helpOption());
@@ -148,7 +148,7 @@ Outcome runWithoutCommand(const QStringList& arguments)
 
 } // namespace
 
-Outcome complainAboutCommand(const QString& word)
+ExitStatus complainAboutCommand(const QString& word)
 {
     const QString nearest = nearestWord(word, namesOf(allCommands()));
     return complainAboutUsage(QLatin1String("unknown command '") % word % QLatin1Char('\'')
@@ -157,7 +157,7 @@ Outcome complainAboutCommand(const QString& word)
         QString());
 }
 
-Outcome runCommandLine(const QStringList& arguments)
+ExitStatus runCommandLine(const QStringList& arguments)
 {
     const Command* const command = arguments.size() > 1 ? findCommand(arguments.at(1)) : nullptr;
     return command == nullptr ? runWithoutCommand(arguments) : runCommand(*command, arguments);

@@ -5,7 +5,7 @@
 #include <QtCore/QStringList>
 
 /// Carries out what the arguments, the program's name before them, ask for.
-Outcome runCommandLine(const QStringList& arguments);
+ExitStatus runCommandLine(const QStringList& arguments);
 
 /// Complains about a word that should have been a command.
-Outcome complainAboutCommand(const QString& word);
+ExitStatus complainAboutCommand(const QString& word);

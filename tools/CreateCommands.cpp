@@ -104,7 +104,7 @@ public:
     {
     }
 
-    Outcome run(const Create& create)
+    ExitStatus run(const Create& create)
     {
         SaveWishes wishes;
         int secondsToWait = 0;
@@ -182,7 +182,7 @@ private:
         return true;
     }
 
-    Outcome save(const SaveWishes& wishes, const Create& create)
+    ExitStatus save(const SaveWishes& wishes, const Create& create)
     {
         // Until it has been told what became of the save, nothing ends the program.
         const HeldSignals held;
@@ -196,8 +196,7 @@ private:
         }
         const bool isKept = !isSet("keep-base") || keepBase();
         tell();
-        flushOutput();
-        return {isKept ? Done : NotDone, true};
+        return !flushOutput() ? SavedButNotPrinted : isKept ? Done : NotDone;
     }
 
     // Prints what the library reports beside what the scan has printed already.
@@ -276,7 +275,7 @@ private:
     QStringList reportedTexts;
 };
 
-Outcome create(const QCommandLineParser& arguments)
+ExitStatus create(const QCommandLineParser& arguments)
 {
     const QString base = arguments.positionalArguments().constFirst();
     Creation creation(arguments, base % QLatin1Char('/') % PropertyManagerConst::getConfigurationFolderName(),
@@ -304,7 +303,7 @@ bool readScheme(const QCommandLineParser& arguments, QString& scheme)
     return true;
 }
 
-Outcome createFolder(const QCommandLineParser& arguments)
+ExitStatus createFolder(const QCommandLineParser& arguments)
 {
     const QString folder = arguments.positionalArguments().constFirst();
     QString scheme;

@@ -55,15 +55,6 @@ private:
     std::map<TreeElements::size_type, TreeElements::size_type> earlier;
 };
 
-int countBelow(const TreeElement& element)
-{
-    int count = 0;
-    for (const TreeElement& child : element.children) {
-        count += 1 + countBelow(child);
-    }
-    return count;
-}
-
 ElementChange wholeElement(ElementChange::Kind kind, const TreeElement& element)
 {
     return {kind, describe(element), countBelow(element), {}, element.position(), element.position()};
@@ -104,10 +95,8 @@ public:
     {
         const Matching matching(before, after);
         const auto& matches = matching.pairs();
-        Indices order;
-        for (const auto& match : matches) {
-            order.push_back(match.second);
-        }
+        Indices order(matches.size());
+        std::transform(matches.begin(), matches.end(), order.begin(), [](const auto& match) { return match.second; });
         const std::set<TreeElements::size_type> kept(order.begin(), order.end());
         for (TreeElements::size_type index = 0; index < before.size(); ++index) {
             if (kept.count(index) == 0) {
@@ -238,7 +227,7 @@ QVector<ElementChange> differencesOf(const TreeElements& before, const TreeEleme
 
 QString summaryOf(const QVector<ElementChange>& changes)
 {
-    int counts[4] = {};
+    std::map<ElementChange::Kind, int> counts;
     for (const ElementChange& change : changes) {
         counts[change.kind] += 1 + change.below;
     }

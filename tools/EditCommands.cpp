@@ -17,7 +17,7 @@ QString quoted(const QString& text)
 // The element that an edit of this path would change.
 bool findToEdit(OpenManifest& manifest, const QString& path, QJsonObject& found)
 {
-    const auto look = [&found](QJsonObject& element, bool&) {
+    const auto look = [&found](const QJsonObject& element, bool&) {
         found = element;
         return true;
     };
@@ -25,7 +25,7 @@ bool findToEdit(OpenManifest& manifest, const QString& path, QJsonObject& found)
 }
 
 // The end of an edit. One that did not apply failed because `path` leads nowhere, or else for the reason given.
-Outcome finish(OpenManifest& manifest, bool applied, const QString& path,
+ExitStatus finish(OpenManifest& manifest, bool applied, const QString& path,
     const QString& otherReason = QStringLiteral("the edit does not apply"), Loss loss = Loss::IsDamage)
 {
     if (applied) {
@@ -40,7 +40,7 @@ Outcome finish(OpenManifest& manifest, bool applied, const QString& path,
 using ValueOperation = bool (Handler::*)(const QString&, const QString&, const QVariant&, bool);
 
 template <ValueOperation setValue>
-Outcome setValueOf(const QCommandLineParser& arguments)
+ExitStatus setValueOf(const QCommandLineParser& arguments)
 {
     const QStringList given = arguments.positionalArguments();
     const QString& path = given.at(1);
@@ -67,7 +67,7 @@ Outcome setValueOf(const QCommandLineParser& arguments)
     return finish(manifest, applied, path);
 }
 
-Outcome unset(const QCommandLineParser& arguments)
+ExitStatus unset(const QCommandLineParser& arguments)
 {
     const QString path = arguments.positionalArguments().at(1);
     const QString key = arguments.positionalArguments().at(2);
@@ -87,7 +87,7 @@ Outcome unset(const QCommandLineParser& arguments)
 using AddOperation = bool (Handler::*)(const QString&, const QJsonObject&, int, bool);
 
 template <AddOperation add>
-Outcome addTo(const QCommandLineParser& arguments)
+ExitStatus addTo(const QCommandLineParser& arguments)
 {
     const QString path = arguments.positionalArguments().at(1);
     OpenManifest manifest(arguments);
@@ -116,7 +116,7 @@ Outcome addTo(const QCommandLineParser& arguments)
     return finish(manifest, added, path.left(path.lastIndexOf(QLatin1Char('/'))));
 }
 
-Outcome remove(const QCommandLineParser& arguments)
+ExitStatus remove(const QCommandLineParser& arguments)
 {
     const QString path = arguments.positionalArguments().at(1);
     OpenManifest manifest(arguments);
@@ -135,7 +135,7 @@ Outcome remove(const QCommandLineParser& arguments)
 using MoveOperation = bool (Handler::*)(const QString&, int, bool);
 
 template <MoveOperation move>
-Outcome moveTo(const QCommandLineParser& arguments)
+ExitStatus moveTo(const QCommandLineParser& arguments)
 {
     const QStringList given = arguments.positionalArguments();
     const QString& path = given.at(1);
@@ -153,7 +153,7 @@ Outcome moveTo(const QCommandLineParser& arguments)
 }
 
 template <typename Replace>
-Outcome replaceBy(const QCommandLineParser& arguments, Loss loss, const Replace& replace)
+ExitStatus replaceBy(const QCommandLineParser& arguments, Loss loss, const Replace& replace)
 {
     const QString path = arguments.positionalArguments().at(1);
     OpenManifest manifest(arguments);
@@ -179,7 +179,7 @@ Outcome replaceBy(const QCommandLineParser& arguments, Loss loss, const Replace&
     return finish(manifest, replace(manifest.handler(), path, description), path, QString(), loss);
 }
 
-Outcome updateNode(const QCommandLineParser& arguments)
+ExitStatus updateNode(const QCommandLineParser& arguments)
 {
     const bool replaceSubstructure = arguments.isSet(QStringLiteral("replace-substructure"));
     return replaceBy(arguments, replaceSubstructure ? Loss::IsIntended : Loss::IsDamage,
@@ -188,7 +188,7 @@ Outcome updateNode(const QCommandLineParser& arguments)
         });
 }
 
-Outcome updateSelection(const QCommandLineParser& arguments)
+ExitStatus updateSelection(const QCommandLineParser& arguments)
 {
     return replaceBy(
         arguments, Loss::IsDamage, [](Handler& handler, const QString& path, const QJsonObject& selection) {
@@ -196,7 +196,7 @@ Outcome updateSelection(const QCommandLineParser& arguments)
         });
 }
 
-Outcome sort(const QCommandLineParser& arguments)
+ExitStatus sort(const QCommandLineParser& arguments)
 {
     const QStringList given = arguments.positionalArguments();
     const QString& path = given.at(1);
@@ -213,7 +213,7 @@ Outcome sort(const QCommandLineParser& arguments)
     return finish(manifest, sorted, path, otherReason % quoted(path), Loss::IsDamageAndSoIsGain);
 }
 
-Outcome stamp(const QCommandLineParser& arguments)
+ExitStatus stamp(const QCommandLineParser& arguments)
 {
     if (arguments.value(QStringLiteral("module")).isEmpty() && arguments.value(QStringLiteral("object")).isEmpty()) {
         complain(QStringLiteral("there is nothing to stamp: --module or --object gives a name"));
@@ -221,7 +221,7 @@ Outcome stamp(const QCommandLineParser& arguments)
     }
     OpenManifest manifest(arguments);
     const ExitStatus status = manifest.loadToEdit();
-    return status == Done ? manifest.finish(QStringLiteral("stamped")) : Outcome(status);
+    return status == Done ? manifest.finish(QStringLiteral("stamped")) : status;
 }
 
 } // namespace

@@ -4,6 +4,7 @@
 #include <QtCore/QMap>
 #include <QtCore/QStringList>
 
+#include <array>
 #include <cstddef>
 
 namespace {
@@ -17,15 +18,15 @@ struct Subject {
 
 constexpr int statusCount = 4;
 
-const Subject environment[] = {
+constexpr std::array<Subject, 4> environment {{
     {QLatin1String("NO_COLOR"),
         QLatin1String("When set and not empty, show prints without colours on a terminal too.")},
     {QLatin1String("TERM"), QLatin1String("When it is dumb, show prints without colours.")},
     {QLatin1String("QT_LOGGING_RULES"), QLatin1String("Switches messages of the library on or off by their level.")},
     {QLatin1String("QT_MESSAGE_PATTERN"), QLatin1String("What a message of the library looks like.")},
-};
+}};
 
-const Subject files[] = {
+constexpr std::array<Subject, 6> files {{
     {QLatin1String("FOLDER/configuration.manifest.json"), QLatin1String("The manifest of the pages of a folder.")},
     {QLatin1String("FOLDER/process.manifest.json"), QLatin1String("The manifest of its pages of live values.")},
     {QLatin1String("*.config.json, *.process.json, Folder.menu.json"),
@@ -34,9 +35,9 @@ const Subject files[] = {
     {QLatin1String("MANIFEST.base"), QLatin1String("What --keep-base kept.")},
     {QLatin1String("MANIFEST.XXXXXX"),
         QLatin1String("What a process that was killed while it saved may have left: six letters. It can be removed.")},
-};
+}};
 
-const char* const examples[] = {
+constexpr std::array<const char*, 3> examples {
     "create-folder configuration",
     "show configuration/configuration.manifest.json --paths",
     "set configuration/configuration.manifest.json network/port hide true --json --save",
@@ -76,7 +77,7 @@ QString programName()
 // "--backup[=SUFFIX]", "--depth N"
 QString writtenOut(const Option& option)
 {
-    const QString name = QLatin1String("--") + option.name;
+    QString name = QLatin1String("--") + option.name;
     if (option.value.isEmpty()) {
         return name;
     }
@@ -244,7 +245,7 @@ QString manualOfExits()
 }
 
 template <std::size_t size>
-QString manualOf(const char* title, const Subject (&subjects)[size])
+QString manualOf(const char* title, const std::array<Subject, size>& subjects)
 {
     QString text = QLatin1String(".SH ") + QLatin1String(title) + QLatin1Char('\n');
     for (const Subject& subject : subjects) {

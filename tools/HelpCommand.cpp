@@ -7,7 +7,7 @@
 
 namespace {
 
-Outcome help(const QCommandLineParser& arguments)
+ExitStatus help(const QCommandLineParser& arguments)
 {
     if (arguments.isSet(QStringLiteral("man"))) {
         print(QString::fromUtf8(manualPage()).chopped(1));

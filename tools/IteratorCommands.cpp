@@ -70,7 +70,7 @@ void appendSelections(const TreeElements& elements, QVector<const TreeElement*>&
     }
 }
 
-Outcome instances(const QCommandLineParser& arguments)
+ExitStatus instances(const QCommandLineParser& arguments)
 {
     OpenManifest manifest(arguments);
     if (const ExitStatus status = manifest.loadToRead()) {
@@ -119,7 +119,7 @@ bool isAccepted(OpenManifest& manifest, const QString& instance, const QString& 
         [&](const QJsonObject& element) { return manifest.accepts(key, element.value(key), value); });
 }
 
-Outcome rewrite(const QCommandLineParser& arguments)
+ExitStatus rewrite(const QCommandLineParser& arguments)
 {
     const QStringList given = arguments.positionalArguments();
     const QString& instance = given.at(1);

@@ -140,10 +140,10 @@ bool takeTurn(Turn& turn, const QString& manifestPath, int secondsToWait)
     return false;
 }
 
-OpenManifest::OpenManifest(const QCommandLineParser& given)
-    : arguments(given)
-    , path(given.positionalArguments().constFirst())
-    , openHandler(path, valueOf(given, QStringLiteral("module")), valueOf(given, QStringLiteral("object")))
+OpenManifest::OpenManifest(const QCommandLineParser& commandLine)
+    : arguments(commandLine)
+    , path(commandLine.positionalArguments().constFirst())
+    , openHandler(path, valueOf(commandLine, QStringLiteral("module")), valueOf(commandLine, QStringLiteral("object")))
     , stored(path)
 {
 }
@@ -305,7 +305,7 @@ bool OpenManifest::doesDamage(Loss loss) const
     return !damages.isEmpty();
 }
 
-Outcome OpenManifest::finish(const QString& whatHappened, Loss loss)
+ExitStatus OpenManifest::finish(const QString& whatHappened, Loss loss)
 {
     if (!isForced() && doesDamage(loss)) {
         return NotDone;
@@ -329,7 +329,7 @@ Outcome OpenManifest::finish(const QString& whatHappened, Loss loss)
     return Done;
 }
 
-Outcome OpenManifest::save(const QString& whatHappened)
+ExitStatus OpenManifest::save(const QString& whatHappened)
 {
     // Until it has been told what became of the save, nothing ends the program.
     const HeldSignals held;
@@ -349,6 +349,5 @@ Outcome OpenManifest::save(const QString& whatHappened)
         return NotDone;
     }
     print(whatHappened % QLatin1String("; saved"));
-    flushOutput();
-    return {Done, true};
+    return flushOutput() ? Done : SavedButNotPrinted;
 }

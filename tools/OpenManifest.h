@@ -38,7 +38,7 @@ enum class Loss {
 /// The handler of the manifest that a command names as its first argument.
 class OpenManifest {
 public:
-    explicit OpenManifest(const QCommandLineParser& arguments);
+    explicit OpenManifest(const QCommandLineParser& commandLine);
 
     /// Loads the manifest for a query. Complains when that is not possible.
     ExitStatus loadToRead();
@@ -66,14 +66,14 @@ public:
 
     /// Ends an edit that succeeded: refuses it when it does damage, and else does as the saveOptions() ask.
     /// `whatHappened` is told unless nothing has changed.
-    Outcome finish(const QString& whatHappened, Loss loss = Loss::IsDamage);
+    ExitStatus finish(const QString& whatHappened, Loss loss = Loss::IsDamage);
 
 private:
     bool isForced() const;
     bool isToBeSaved() const;
     bool take(const QByteArray& content);
     bool doesDamage(Loss loss) const;
-    Outcome save(const QString& whatHappened);
+    ExitStatus save(const QString& whatHappened);
 
     const QCommandLineParser& arguments;
     const QString path;

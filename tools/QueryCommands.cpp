@@ -40,7 +40,7 @@ const TreeElement* elementAt(const TreeElements& tree, const QString& path)
     return path.isEmpty() ? nullptr : findElement(tree, path, Qt::SkipEmptyParts);
 }
 
-Outcome list(const QCommandLineParser& arguments)
+ExitStatus list(const QCommandLineParser& arguments)
 {
     const QString path = arguments.positionalArguments().value(1);
     OpenManifest manifest(arguments);
@@ -72,7 +72,7 @@ Outcome list(const QCommandLineParser& arguments)
     return Done;
 }
 
-Outcome count(const QCommandLineParser& arguments)
+ExitStatus count(const QCommandLineParser& arguments)
 {
     OpenManifest manifest(arguments);
     QStringList instances;
@@ -83,7 +83,7 @@ Outcome count(const QCommandLineParser& arguments)
     return Done;
 }
 
-Outcome get(const QCommandLineParser& arguments)
+ExitStatus get(const QCommandLineParser& arguments)
 {
     const QStringList given = arguments.positionalArguments();
     const QString& path = given.at(1);
@@ -119,7 +119,7 @@ Outcome get(const QCommandLineParser& arguments)
     return Done;
 }
 
-Outcome exists(const QCommandLineParser& arguments)
+ExitStatus exists(const QCommandLineParser& arguments)
 {
     const QString path = arguments.positionalArguments().at(1);
     OpenManifest manifest(arguments);

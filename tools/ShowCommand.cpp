@@ -31,15 +31,6 @@ KindFace faceOf(TreeElement::Kind kind)
     return {QLatin1String("unknown  "), Style::Unknown};
 }
 
-int countBelow(const TreeElement& element)
-{
-    int count = 0;
-    for (const TreeElement& child : element.children) {
-        count += 1 + countBelow(child);
-    }
-    return count;
-}
-
 QString lineOf(const TreeElement& element, int level)
 {
     const KindFace face = faceOf(element.kind);
@@ -116,7 +107,7 @@ bool readDepth(const QCommandLineParser& arguments, int& depth)
     return true;
 }
 
-Outcome show(const QCommandLineParser& arguments)
+ExitStatus show(const QCommandLineParser& arguments)
 {
     int depth = 0;
     if (!readDepth(arguments, depth)) {

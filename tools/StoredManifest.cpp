@@ -128,7 +128,7 @@ QString writeBeside(const QString& path, const QByteArray& content, mode_t permi
     fchmod(file.handle(), permissions);
     // QSaveFile looks at no error of a flush, and would put an empty file in place.
     if (file.write(content) != content.size() || !file.flush() || fsync(file.handle()) != 0) {
-        const QString problem = file.error() == QFileDevice::NoError ? textOf(errno) : file.errorString();
+        QString problem = file.error() == QFileDevice::NoError ? textOf(errno) : file.errorString();
         file.cancelWriting();
         return problem;
     }

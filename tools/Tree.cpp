@@ -14,6 +14,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <map>
+#include <numeric>
 #include <utility>
 
 #include <fcntl.h>
@@ -331,7 +332,7 @@ private:
 
     static QString sourceOf(const QFileInfo& entry, const QString& relativePath)
     {
-        const QString relativeEntry = below(relativePath, entry.fileName());
+        QString relativeEntry = below(relativePath, entry.fileName());
         if (!entry.isDir()) {
             return relativeEntry;
         }
@@ -415,6 +416,12 @@ QString toText(TreeElement::Kind kind)
         break;
     }
     return QStringLiteral("no object");
+}
+
+int countBelow(const TreeElement& element)
+{
+    return std::accumulate(element.children.begin(), element.children.end(), 0,
+        [](int count, const TreeElement& child) { return count + 1 + countBelow(child); });
 }
 
 TreeElements treeOf(const QJsonArray& manifest)

@@ -67,6 +67,9 @@ using TreeElements = std::vector<TreeElement>;
 /// "node", "selection", "unknown" or "no object".
 QString toText(TreeElement::Kind kind);
 
+/// The number of elements below one, at every level.
+int countBelow(const TreeElement& element);
+
 /// The tree of a manifest. Cost: n log n in the number of siblings.
 TreeElements treeOf(const QJsonArray& manifest);
 

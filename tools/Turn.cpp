@@ -11,7 +11,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
-#include <cstdlib>
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -21,19 +20,12 @@
 
 namespace {
 
-QString resolved(const QString& path)
-{
-    char* const real = realpath(QFile::encodeName(path).constData(), nullptr);
-    const QString result = real == nullptr ? QString() : QFile::decodeName(real);
-    std::free(real);
-    return result;
-}
-
 // The folder in which a save replaces the manifest; where there is no such folder, what the path says.
 QString folderOf(const QString& manifestPath)
 {
-    const QString manifest = resolved(manifestPath);
-    const QString folder = manifest.isEmpty() ? resolved(QFileInfo(manifestPath).path()) : QFileInfo(manifest).path();
+    const QString manifest = QFileInfo(manifestPath).canonicalFilePath();
+    const QString folder =
+        manifest.isEmpty() ? QFileInfo(QFileInfo(manifestPath).path()).canonicalFilePath() : QFileInfo(manifest).path();
     return folder.isEmpty() ? QFileInfo(manifestPath).path() : folder;
 }
 
@@ -128,7 +120,7 @@ public:
         action.sa_handler = interrupt;
         sigaction(SIGALRM, &action, &previous);
         // Again, because the first one may come before the wait has begun.
-        const itimerval times {{0, 20000}, {milliseconds / 1000, milliseconds % 1000 * 1000}};
+        const itimerval times {{0, 20000}, {milliseconds / 1000, suseconds_t {1000} * (milliseconds % 1000)}};
         setitimer(ITIMER_REAL, &times, nullptr);
     }
     ~Alarm()
@@ -185,7 +177,7 @@ Turn::Result Turn::lock(int seconds)
     timer.start();
     // Waiting in the kernel's queue instead of asking again and again: whoever came first is served first.
     const Alarm alarm(qMax(1, seconds * 1000));
-    while (timer.elapsed() < seconds * 1000) {
+    while (timer.elapsed() < qint64 {1000} * seconds) {
         if (flock(file.get(), LOCK_EX) == 0) {
             return Result::Taken;
         }

@@ -18,14 +18,15 @@ int main(int argc, char* argv[])
     // A save that reaches the limit of file sizes is to fail, not to end the program.
     std::signal(SIGXFSZ, SIG_IGN);
 
-    const Outcome outcome = runCommandLine(QCoreApplication::arguments());
-    if (flushOutput()) {
-        return outcome.status;
-    }
-    if (outcome.saved) {
+    const ExitStatus status = runCommandLine(QCoreApplication::arguments());
+    const bool isPrinted = flushOutput();
+    if (status == SavedButNotPrinted) {
         complain(QStringLiteral("saved, but the results could not be printed"));
-        return SavedButNotPrinted;
+        return status;
+    }
+    if (isPrinted) {
+        return status;
     }
     complain(QStringLiteral("cannot write the results"));
-    return outcome.status == Done ? NotDone : outcome.status;
+    return status == Done ? NotDone : status;
 }
