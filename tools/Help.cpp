@@ -12,29 +12,27 @@ namespace {
 constexpr int width = 100;
 
 struct Subject {
-    QLatin1String name;
-    QLatin1String text;
+    const char* name;
+    const char* text;
 };
 
 constexpr int statusCount = 4;
 
 constexpr std::array<Subject, 4> environment {{
-    {QLatin1String("NO_COLOR"),
-        QLatin1String("When set and not empty, show prints without colours on a terminal too.")},
-    {QLatin1String("TERM"), QLatin1String("When it is dumb, show prints without colours.")},
-    {QLatin1String("QT_LOGGING_RULES"), QLatin1String("Switches messages of the library on or off by their level.")},
-    {QLatin1String("QT_MESSAGE_PATTERN"), QLatin1String("What a message of the library looks like.")},
+    {"NO_COLOR", "When set and not empty, show prints without colours on a terminal too."},
+    {"TERM", "When it is dumb, show prints without colours."},
+    {"QT_LOGGING_RULES", "Switches messages of the library on or off by their level."},
+    {"QT_MESSAGE_PATTERN", "What a message of the library looks like."},
 }};
 
 constexpr std::array<Subject, 6> files {{
-    {QLatin1String("FOLDER/configuration.manifest.json"), QLatin1String("The manifest of the pages of a folder.")},
-    {QLatin1String("FOLDER/process.manifest.json"), QLatin1String("The manifest of its pages of live values.")},
-    {QLatin1String("*.config.json, *.process.json, Folder.menu.json"),
-        QLatin1String("The descriptions of pages and of folders that a manifest is made from.")},
-    {QLatin1String("MANIFEST~"), QLatin1String("What --backup kept.")},
-    {QLatin1String("MANIFEST.base"), QLatin1String("What --keep-base kept.")},
-    {QLatin1String("MANIFEST.XXXXXX"),
-        QLatin1String("What a process that was killed while it saved may have left: six letters. It can be removed.")},
+    {"FOLDER/configuration.manifest.json", "The manifest of the pages of a folder."},
+    {"FOLDER/process.manifest.json", "The manifest of its pages of live values."},
+    {"*.config.json, *.process.json, Folder.menu.json",
+        "The descriptions of pages and of folders that a manifest is made from."},
+    {"MANIFEST~", "What --backup kept."},
+    {"MANIFEST.base", "What --keep-base kept."},
+    {"MANIFEST.XXXXXX", "What a process that was killed while it saved may have left: six letters. It can be removed."},
 }};
 
 constexpr std::array<const char*, 3> examples {
@@ -47,8 +45,7 @@ const QLatin1String purpose("create and maintain configuration manifests");
 
 const QLatin1String turns(
     "While it saves, from the load on, the program holds an exclusive lock (flock(2)) on the folder that the manifest "
-    "lies "
-    "in, behind links, and so does every other run of it: they take turns. Scripts take part with 'flock FOLDER "
+    "lies in, behind links, and so does every other run of it: they take turns. Scripts take part with 'flock FOLDER "
     "COMMAND'. Immediately before the save the manifest is read again, and one that has changed is not overwritten.");
 
 // `text` in lines of the width of the help, each behind `indent` blanks.
@@ -249,7 +246,7 @@ QString manualOf(const char* title, const std::array<Subject, size>& subjects)
 {
     QString text = QLatin1String(".SH ") + QLatin1String(title) + QLatin1Char('\n');
     for (const Subject& subject : subjects) {
-        text += tagged(bold(subject.name), subject.text);
+        text += tagged(bold(QString::fromLatin1(subject.name)), QString::fromLatin1(subject.text));
     }
     return text;
 }
