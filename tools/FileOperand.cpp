@@ -65,29 +65,25 @@ int openRegularFile(const QString& path, Descriptor& file, struct stat& status, 
 int readToTheEnd(int file, QByteArray& content)
 {
     content.clear();
-    struct stat status = {};
-    if (fstat(file, &status) == 0 && S_ISREG(status.st_mode)) {
-        if (status.st_size > mostBytes) {
-            return EFBIG;
-        }
-        content.reserve(static_cast<int>(status.st_size) + 1);
+    QFile reader;
+    if (!reader.open(file, QIODevice::ReadOnly | QIODevice::Unbuffered)) {
+        return EBADF;
     }
+    if (reader.size() > mostBytes) {
+        return EFBIG;
+    }
+    content.reserve(static_cast<int>(reader.size()));
     constexpr int step = 1 << 16;
-    for (;;) {
-        const int size = content.size();
-        if (size > mostBytes) {
-            return EFBIG;
+    while (content.size() <= mostBytes) {
+        // Qt keeps an error in words only.
+        errno = 0;
+        const QByteArray piece = reader.read(step);
+        if (piece.isEmpty()) {
+            return reader.error() == QFileDevice::NoError ? 0 : errno == 0 ? EIO : errno;
         }
-        content.resize(qMax(size + step, content.capacity()));
-        const ssize_t got = read(file, content.data() + size, static_cast<size_t>(content.size() - size));
-        content.resize(size + static_cast<int>(qMax<ssize_t>(got, 0)));
-        if (got == 0) {
-            return 0;
-        }
-        if (got < 0 && errno != EINTR) {
-            return errno;
-        }
+        content += piece;
     }
+    return EFBIG;
 }
 
 bool isRegularFile(const QString& path, QString& problem)
