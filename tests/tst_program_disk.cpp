@@ -169,6 +169,8 @@ private Q_SLOTS:
     void queriesTakeStandardInput();
     void queriesTakeNoDevices_data();
     void queriesTakeNoDevices();
+    void manifestThatCannotBeReadToItsEndIsNoManifest_data();
+    void manifestThatCannotBeReadToItsEndIsNoManifest();
     void descriptionBehindALinkToADeviceIsRefused();
 
     void outputThatDoesNotArriveAfterASaveIsToldApart_data();
@@ -983,6 +985,33 @@ void tst_ProgramDisk::queriesTakeNoDevices()
     }
     QCOMPARE(Program(u"/bin/sh"_qs).run({u"-c"_qs, u"exec '%1' show - </dev/zero"_qs.arg(QStringLiteral(PROGRAM))}),
         misused(u"cannot read -: it is a device"_qs));
+}
+
+void tst_ProgramDisk::manifestThatCannotBeReadToItsEndIsNoManifest_data()
+{
+    QTest::addColumn<QString>("commandLine");
+    QTest::addColumn<int>("number");
+
+    QTest::newRow("query, nothing") << u"count %1"_qs << 1;
+    QTest::newRow("query, only the beginning") << u"count %1"_qs << 2;
+    QTest::newRow("edit, nothing") << u"set %1 top key value --save"_qs << 1;
+    QTest::newRow("edit, only the beginning") << u"set %1 top key value --save"_qs << 2;
+}
+
+void tst_ProgramDisk::manifestThatCannotBeReadToItsEndIsNoManifest()
+{
+    QFETCH(QString, commandLine);
+    QFETCH(int, number);
+
+    // A whole manifest is in the first piece, and nobody can know.
+    const QByteArray manifest = before() + QByteArray(60000, ' ');
+    const ManifestFile file(manifest);
+    QCOMPARE(Program()
+                 .withFaultyCalls(u"read %1 %2 99 %3"_qs.arg(EIO).arg(number).arg(file.path()))
+                 .run(commandLine.arg(file.path())),
+        misused(u"cannot read %1: Input/output error"_qs.arg(file.path())));
+    QCOMPARE(file.content(), manifest);
+    QVERIFY(file.isAlone());
 }
 
 void tst_ProgramDisk::descriptionBehindALinkToADeviceIsRefused()
