@@ -15,6 +15,14 @@ install(TARGETS definitions manifest EXPORT ConfigurationManifest
 install(TARGETS substitute EXPORT ConfigurationManifest
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT Substitute NAMELINK_COMPONENT Development)
 install(TARGETS configuration-manifest DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT Tool)
+install(FILES tools/configuration-manifest.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT Tool)
+# The program finds the libraries beside it, wherever the installed tree is moved. Packages have no run path.
+if(IS_ABSOLUTE ${CMAKE_INSTALL_LIBDIR} OR IS_ABSOLUTE ${CMAKE_INSTALL_BINDIR})
+    set_target_properties(configuration-manifest PROPERTIES INSTALL_RPATH ${CMAKE_INSTALL_FULL_LIBDIR})
+else()
+    file(RELATIVE_PATH libraries /${CMAKE_INSTALL_BINDIR} /${CMAKE_INSTALL_LIBDIR})
+    set_target_properties(configuration-manifest PROPERTIES INSTALL_RPATH "\$ORIGIN/${libraries}")
+endif()
 
 install(FILES
     manifest/ConfigurationManifestCreator.h

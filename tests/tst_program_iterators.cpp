@@ -26,17 +26,17 @@ void addRewrites()
     addProgramEditColumns();
     const QString one = u"1 changed"_qs;
 
-    addProgramEdit("overwrite", u"rewrite manifest.json top selectionType Other"_qs,
+    addProgramEdit("overwrite", u"rewrite manifest.json top selectionType Other --force"_qs,
         {with(top, u"selectionType"_qs, u"Other"_qs), a({first, second}), spare}, one);
     addProgramEdit("overwrite, below a node", u"rewrite manifest.json a/first instanceName 'a/new name'"_qs,
         {top, a({selection(u"a/new name"_qs), second}), spare}, one);
     addProgramEdit("overwrite, node", u"rewrite manifest.json second instanceName third"_qs,
         {top, a({first, node(u"third"_qs)}), spare}, one);
-    addProgramEdit(
-        "overwrite, value is there", u"rewrite manifest.json spare instanceName spare"_qs, saveRuleManifest(), one);
-    addProgramEdit("overwrite, JSON", u"rewrite manifest.json a substructure '[null,{\"b\":1.5}]' --json"_qs,
+    addProgramEdit("overwrite, value is there", u"rewrite manifest.json spare instanceName spare"_qs,
+        saveRuleManifest(), u"unchanged"_qs);
+    addProgramEdit("overwrite, JSON", u"rewrite manifest.json a substructure '[null,{\"b\":1.5}]' --json --force"_qs,
         {top, a({QJsonValue::Null, QJsonObject {{u"b"_qs, 1.5}}}), spare}, one);
-    addProgramEdit("overwrite, JSON null", u"rewrite --json manifest.json top selectionType null"_qs,
+    addProgramEdit("overwrite, JSON null", u"rewrite --json --force manifest.json top selectionType null"_qs,
         {with(top, u"selectionType"_qs, QJsonValue::Null), a({first, second}), spare}, one);
     addProgramEdit("overwrite, with a name", u"rewrite manifest.json spare instanceName other --module M"_qs,
         {withModule(top), a({withModule(first), second}), node(u"other"_qs)}, one);
@@ -50,10 +50,11 @@ void addRewrites()
     addProgramEdit("add, value of other elements",
         u"rewrite manifest.json top key %1 --json --add"_qs.arg(QString::fromUtf8(compact(others))),
         {with(top, u"key"_qs, others), a({first, second}), spare}, one);
-    addProgramEdit("remove", u"rewrite manifest.json a substructure --remove"_qs, {top, node(u"a"_qs), spare}, one);
-    addProgramEdit("remove, values would be JSON texts", u"rewrite manifest.json a substructure --remove --json"_qs,
-        {top, node(u"a"_qs), spare}, one);
-    addProgramEdit("remove, below a node", u"rewrite --remove manifest.json a/first selectionType"_qs,
+    addProgramEdit(
+        "remove", u"rewrite manifest.json a substructure --remove --force"_qs, {top, node(u"a"_qs), spare}, one);
+    addProgramEdit("remove, values would be JSON texts",
+        u"rewrite manifest.json a substructure --remove --json --force"_qs, {top, node(u"a"_qs), spare}, one);
+    addProgramEdit("remove, below a node", u"rewrite --remove --force manifest.json a/first selectionType"_qs,
         {top, a({QJsonObject {{u"instanceName"_qs, u"a/first"_qs}}, second}), spare}, one);
 }
 
@@ -83,8 +84,8 @@ private Q_SLOTS:
 
     void rewritesAreNotSavedUnasked_data();
     void rewritesAreNotSavedUnasked();
-    void dryRunPrintsWhatWouldBeSaved_data();
-    void dryRunPrintsWhatWouldBeSaved();
+    void printShowsWhatWouldBeSaved_data();
+    void printShowsWhatWouldBeSaved();
     void rewritesAreSavedOnRequest_data();
     void rewritesAreSavedOnRequest();
     void saveOnAFullDiskFails_data();
@@ -141,6 +142,10 @@ void tst_ProgramIterators::instancesPrintsWholeNamesInTheOrderOfTheManifest()
     const FileState before = stateOf(file.path());
     QCOMPARE(Program().in(file.folder()).run(u"instances manifest.json --object O"_qs),
         done(u"b/x\nn/y\nb/x\na\nparent\nchild\n\nlast"_qs));
+    const ProgramRun paths = Program().in(file.folder()).run(u"instances manifest.json --paths"_qs);
+    QCOMPARE(paths.output.count('\n'), 8);
+    QVERIFY2(
+        paths.output.endsWith("\nlast\tlast\nchild\tunreachable\toutside of the tree\n"), paths.output.constData());
     QCOMPARE(stateOf(file.path()), before);
     QVERIFY(file.isAlone());
 }
@@ -169,14 +174,14 @@ void tst_ProgramIterators::rewritesAreNotSavedUnasked()
     checkEditIsNotSavedUnasked();
 }
 
-void tst_ProgramIterators::dryRunPrintsWhatWouldBeSaved_data()
+void tst_ProgramIterators::printShowsWhatWouldBeSaved_data()
 {
     addRewrites();
 }
 
-void tst_ProgramIterators::dryRunPrintsWhatWouldBeSaved()
+void tst_ProgramIterators::printShowsWhatWouldBeSaved()
 {
-    checkDryRunPrintsWhatWouldBeSaved();
+    checkPrintShowsWhatWouldBeSaved();
 }
 
 void tst_ProgramIterators::rewritesAreSavedOnRequest_data()
@@ -196,7 +201,8 @@ void tst_ProgramIterators::saveOnAFullDiskFails_data()
 
 void tst_ProgramIterators::saveOnAFullDiskFails()
 {
-    checkSaveFails(Program().prepared(onFullDisk), "warning: Error on writing instance list to manifest file!\n");
+    checkSaveFails(Program().prepared(onFullDisk), u"File too large"_qs,
+        "warning: Error on writing instance list to manifest file!\n");
 }
 
 void tst_ProgramIterators::saveIntoAnUnwritableFolderFails_data()
@@ -206,7 +212,7 @@ void tst_ProgramIterators::saveIntoAnUnwritableFolderFails_data()
 
 void tst_ProgramIterators::saveIntoAnUnwritableFolderFails()
 {
-    checkSaveFails(Program().prepared(asOrdinaryUser),
+    checkSaveFails(Program().prepared(asOrdinaryUser), u"Permission denied"_qs,
         "warning: Cannot open configuration manifest file for writing: \"manifest.json\" !\n", 0555);
 }
 
@@ -217,7 +223,7 @@ void tst_ProgramIterators::saveThatFailsAtItsLastStepFails_data()
 
 void tst_ProgramIterators::saveThatFailsAtItsLastStepFails()
 {
-    checkSaveFails(Program().unableToRename());
+    checkSaveFails(Program().unableToRename(), u"cause unknown"_qs);
 }
 
 void tst_ProgramIterators::rewriteChangesAndCountsEveryMatch_data()
@@ -233,10 +239,10 @@ void tst_ProgramIterators::rewriteChangesAndCountsEveryMatch_data()
         return compact({one, node(u"n"_qs, {selection(u"n/x"_qs), two, node(u"m"_qs, {three})})});
     };
     const QString key = u"key"_qs;
-    QTest::newRow("overwrite") << u"rewrite manifest.json x key new --save"_qs
+    QTest::newRow("overwrite") << u"rewrite manifest.json x key new --save --force"_qs
                                << manifest(with(x, key, u"new"_qs), x, with(x, key, u"new"_qs))
                                << done(u"2 changed; saved"_qs, keyIsMissing);
-    QTest::newRow("add") << u"rewrite manifest.json x key new --add --save"_qs
+    QTest::newRow("add") << u"rewrite manifest.json x key new --add --save --force"_qs
                          << manifest(with(x, key, u"new"_qs), with(x, key, u"new"_qs), with(x, key, u"new"_qs))
                          << done(u"3 changed; saved"_qs);
     QTest::newRow("remove") << u"rewrite manifest.json x key --remove --save"_qs << manifest(x, x, x)
@@ -273,7 +279,7 @@ void tst_ProgramIterators::rewriteWithinItsOwnValueFails_data()
     const QString element = u"{\"instanceName\":\"top\",\"selectionType\":null}"_qs;
     const auto add = [&](const char* name, const QString& arguments) {
         addProgramFailure(name, u"rewrite manifest.json --json "_qs + arguments.arg(element),
-            failed(u"VALUE holds an element 'top' itself"_qs));
+            misused(u"VALUE holds an element 'top' itself"_qs));
     };
     add("the value", u"top selectionType %1"_qs);
     add("added", u"top key %1 --add"_qs);

@@ -1,15 +1,27 @@
 #include "Command.h"
 #include "ConfigurationAndProcessDataDefinitions.h"
 #include "ConfigurationManifestCreator.h"
-#include "ManifestFile.h"
+#include "Difference.h"
+#include "HeldSignals.h"
+#include "LibraryMessages.h"
+#include "ManifestText.h"
+#include "OpenManifest.h"
 #include "Output.h"
 #include "PropertyManagerConst.h"
+#include "Tree.h"
 
 #include <QtCore/QCommandLineParser>
 #include <QtCore/QDir>
 #include <QtCore/QFileInfo>
+#include <QtCore/QJsonDocument>
+
+#include <functional>
+
+#include <sys/stat.h>
 
 namespace {
+
+using Definitions = ConfigurationAndProcessDataDefinitions;
 
 // Why there is nothing to write in a folder; null when there is something.
 QString reasonForNothing(const QString& folder)
@@ -38,63 +50,310 @@ QString wholePath(const QString& folder)
     return canonical.isEmpty() ? folder : canonical;
 }
 
-template <typename Create>
-ExitStatus createManifest(const QString& folder, const QString& scheme, Create create)
+QByteArray contentOf(const TreeElements& tree)
+{
+    return QJsonDocument(manifestOf(tree)).toJson(QJsonDocument::Compact);
+}
+
+// Behind a link ".." does not lead back; then the path stays as it is.
+QString manifestPath(const QString& folder, const QString& scheme)
 {
     const QString path = folder % QLatin1Char('/') % scheme % QLatin1String(".manifest.json");
-    // Behind a link ".." does not lead back; then the path is shown as it is.
     const bool isSimple = wholePath(QDir::cleanPath(folder)) == wholePath(folder);
-    const QString shownPath = isSimple ? QDir::cleanPath(path) : path;
-    const ReplacementCheck check(path);
-    const bool created = create();
-    if (!created || !check.wasReplaced()) {
-        const QString reason = created ? reasonForNothing(folder) : QString();
-        complain(reason.isNull()
-                ? QString(QLatin1String("could not write ") % printable(shownPath))
-                : QString(QLatin1String("nothing to write in ") % printable(folder) % QLatin1String(": ") % reason));
-        return Failed;
-    }
-    QJsonArray manifest;
-    QString problem;
-    if (!readManifest(path, manifest, problem)) {
-        complain(problem);
-        return Failed;
-    }
-    print(printable(shownPath));
-    print(toText(countElements(manifest)));
-    return Done;
+    return isSimple ? QDir::cleanPath(path) : path;
 }
+
+struct ElementCounts {
+    int selections = 0;
+    int nodes = 0;
+};
+
+// The elements at every level.
+ElementCounts countElements(const TreeElements& elements)
+{
+    ElementCounts counts;
+    for (const TreeElement& element : elements) {
+        const ElementCounts below = countElements(element.children);
+        counts.selections += below.selections + (element.kind == TreeElement::Kind::Selection ? 1 : 0);
+        counts.nodes += below.nodes + (element.kind == TreeElement::Kind::Node ? 1 : 0);
+    }
+    return counts;
+}
+
+// "3 selections, 1 node"
+QString toText(const ElementCounts& counts)
+{
+    return QStringLiteral("%1 %2, %3 %4")
+        .arg(counts.selections)
+        .arg(counts.selections == 1 ? QLatin1String("selection") : QLatin1String("selections"))
+        .arg(counts.nodes)
+        .arg(counts.nodes == 1 ? QLatin1String("node") : QLatin1String("nodes"));
+}
+
+/// One creation of a manifest, from what the command line says to what is told of it.
+class Creation {
+public:
+    using Create = std::function<bool()>;
+
+    Creation(const QCommandLineParser& given, const QString& folderOfTheManifest, const QString& schemeOfTheManifest)
+        : arguments(given)
+        , folder(folderOfTheManifest)
+        , scheme(schemeOfTheManifest)
+        , path(manifestPath(folder, scheme))
+        , stored(path)
+    {
+    }
+
+    ExitStatus run(const Create& create)
+    {
+        SaveWishes wishes;
+        int secondsToWait = 0;
+        if (!readSaveWishes(arguments, wishes, secondsToWait)) {
+            return Trouble;
+        }
+        const QString reason = reasonForNothing(folder);
+        if (!reason.isNull()) {
+            complain(QLatin1String("nothing to write in ") % printable(folder) % QLatin1String(": ") % reason);
+            return Trouble;
+        }
+        if (!readPrevious()) {
+            return Trouble;
+        }
+        const bool isToBeSaved = !isSet("dry-run") && !isSet("print");
+        Turn turn;
+        if (isToBeSaved && !takeTurn(turn, path, secondsToWait)) {
+            return NotDone;
+        }
+        // Once more, for who waited for the turn.
+        if (!readPrevious() || !scan()) {
+            return Trouble;
+        }
+        if (isSet("print")) {
+            printJson(contentOf(tree));
+            return Done;
+        }
+        if (!isToBeSaved) {
+            tell();
+            const QStringList lines = wasManifest ? toLines(differences()) : QStringList();
+            for (const QString& line : lines) {
+                print(printable(line));
+            }
+            print(QStringLiteral("not saved"));
+            return Done;
+        }
+        return save(wishes, create);
+    }
+
+private:
+    bool isSet(const char* option) const
+    {
+        return arguments.isSet(QString::fromLatin1(option));
+    }
+
+    bool readPrevious()
+    {
+        const Look& look = stored.read();
+        wasThere = look.isThere();
+        if (!wasThere && look.error != ENOENT) {
+            complain(QLatin1String("cannot replace ") % printable(path) % QLatin1String(": ") % look.problem());
+            return false;
+        }
+        QString problem;
+        QJsonArray manifest;
+        wasManifest = wasThere && parseManifest(path, look.content, manifest, problem);
+        previous = wasManifest ? treeOf(manifest) : TreeElements();
+        return true;
+    }
+
+    // Reads the folder, and prints what was reported while it was read. Complains when it cannot be read.
+    bool scan()
+    {
+        const FolderScan found = scanFolder(wholePath(folder), scheme);
+        for (const Remark& reported : found.remarks) {
+            remark((reported.isDamage ? QLatin1String("warning: ") : QLatin1String("remark: ")) % reported.source
+                % QLatin1String(": ") % reported.text);
+            reportedTexts.append(reported.text);
+        }
+        if (!found.refusal.isNull()) {
+            complain(QLatin1String("cannot read ") % printable(folder) % QLatin1Char('/') % printable(found.refusal));
+            return false;
+        }
+        tree = found.elements;
+        return true;
+    }
+
+    ExitStatus save(const SaveWishes& wishes, const Create& create)
+    {
+        // Until it has been told what became of the save, nothing ends the program.
+        const HeldSignals held;
+        SaveReport report = stored.save(contentOf(tree), wishes, [&] { return createReporting(create); });
+        if (report.result == SaveReport::Overtaken && hasFolderChanged()) {
+            report.result = SaveReport::Saved;
+        }
+        if (report.result != SaveReport::Saved) {
+            complain(report.problem);
+            return NotDone;
+        }
+        const bool isKept = !isSet("keep-base") || keepBase();
+        tell();
+        return !flushOutput() ? SavedButNotPrinted : isKept ? Done : NotDone;
+    }
+
+    // Prints what the library reports beside what the scan has printed already.
+    bool createReporting(const Create& create)
+    {
+        QVector<LibraryMessage> messages;
+        bool created = false;
+        {
+            const KeptMessages kept(messages);
+            created = create();
+        }
+        for (const LibraryMessage& message : qAsConst(messages)) {
+            if (!reportedTexts.removeOne(message.text)) {
+                remark(message.line);
+            }
+        }
+        return created;
+    }
+
+    // The folder is read twice, once to know what is to be written. It may have changed in between.
+    bool hasFolderChanged()
+    {
+        const FolderScan again = scanFolder(wholePath(folder), scheme);
+        if (!again.refusal.isNull() || lookAt(path).content != contentOf(again.elements)) {
+            return false;
+        }
+        tree = again.elements;
+        return true;
+    }
+
+    bool keepBase()
+    {
+        constexpr mode_t usualPermissions = 0644;
+        const QString base = path % QLatin1String(".base");
+        const QString problem = writeBeside(base, contentOf(tree), usualPermissions);
+        if (problem.isNull()) {
+            return true;
+        }
+        complain(QLatin1String("the manifest is saved, but not ") % printable(base) % QLatin1String(": ") % problem);
+        return false;
+    }
+
+    QVector<ElementChange> differences() const
+    {
+        return differencesOf(previous, tree, isSet("stamps") ? Stamps::Count : Stamps::DoNotCount);
+    }
+
+    // Tells what there is, and what was there before.
+    void tell() const
+    {
+        print(printable(path));
+        print(toText(countElements(tree)));
+        if (!wasThere) {
+            return;
+        }
+        if (!wasManifest) {
+            print(QStringLiteral("what was there before was no manifest"));
+            return;
+        }
+        const QVector<ElementChange> changes = differences();
+        const bool isEqual = manifestOf(previous) == manifestOf(tree);
+        print(!changes.isEmpty() ? QString(QLatin1String("compared with before: ") % summaryOf(changes))
+                : isEqual        ? QStringLiteral("the same as before")
+                                 : QStringLiteral("the same as before, but for the stamps"));
+    }
+
+    const QCommandLineParser& arguments;
+    const QString folder;
+    const QString scheme;
+    const QString path;
+    StoredManifest stored;
+    bool wasThere = false;
+    bool wasManifest = false;
+    TreeElements previous;
+    TreeElements tree;
+    QStringList reportedTexts;
+};
 
 ExitStatus create(const QCommandLineParser& arguments)
 {
     const QString base = arguments.positionalArguments().constFirst();
-    return createManifest(base % QLatin1Char('/') % PropertyManagerConst::getConfigurationFolderName(),
-        ConfigurationAndProcessDataDefinitions::getSelectorUrlSchemeConfiguration(),
-        [&] { return ConfigurationManifestCreator().create(wholePath(base)); });
+    Creation creation(arguments, base % QLatin1Char('/') % PropertyManagerConst::getConfigurationFolderName(),
+        Definitions::getSelectorUrlSchemeConfiguration());
+    return creation.run([&] { return ConfigurationManifestCreator().create(wholePath(base)); });
+}
+
+// Complains about a scheme that nobody else knows, unless it is meant.
+bool readScheme(const QCommandLineParser& arguments, QString& scheme)
+{
+    const QString option = QStringLiteral("scheme");
+    scheme = arguments.isSet(option) ? arguments.value(option) : Definitions::getSelectorUrlSchemeConfiguration();
+    if (scheme.isEmpty() || scheme.contains(QLatin1Char('/'))) {
+        complain(QStringLiteral("a scheme is not empty and has no '/'"));
+        return false;
+    }
+    const bool isKnown =
+        scheme == Definitions::getSelectorUrlSchemeConfiguration() || scheme == QLatin1String("process");
+    if (!isKnown && !arguments.isSet(QStringLiteral("any-scheme"))) {
+        complain(QLatin1Char('\'') % printable(scheme) % QLatin1String("' is neither '")
+            % Definitions::getSelectorUrlSchemeConfiguration()
+            % QLatin1String("' nor 'process'; --any-scheme takes it all the same"));
+        return false;
+    }
+    return true;
 }
 
 ExitStatus createFolder(const QCommandLineParser& arguments)
 {
     const QString folder = arguments.positionalArguments().constFirst();
-    const QString scheme = arguments.isSet(QStringLiteral("scheme"))
-        ? arguments.value(QStringLiteral("scheme"))
-        : ConfigurationAndProcessDataDefinitions::getSelectorUrlSchemeConfiguration();
-    return createManifest(
-        folder, scheme, [&] { return ConfigurationManifestCreator().create2(wholePath(folder), scheme); });
+    QString scheme;
+    if (!readScheme(arguments, scheme)) {
+        return Trouble;
+    }
+    return Creation(arguments, folder, scheme).run([&] {
+        return ConfigurationManifestCreator().create2(wholePath(folder), scheme);
+    });
 }
 
 } // namespace
 
-QList<Command> createCommands()
+QVector<Command> createCommands()
 {
-    const QCommandLineOption scheme(QStringLiteral("scheme"),
-        QStringLiteral("Write SCHEME.manifest.json. The configuration scheme, which is the default, collects "
-                       "configuration files, any other one process files."),
-        QStringLiteral("SCHEME"));
+    const Options options =
+        Options {
+            {QStringLiteral("dry-run"), {},
+                QStringLiteral(
+                    "Say what the manifest would be and how it differs from the one that is there; write nothing."),
+                {}},
+            {QStringLiteral("print"), {},
+                QStringLiteral("Print the manifest that would be written, and write nothing."), {}},
+            {QStringLiteral("stamps"), {}, QStringLiteral("Names of module and object that are gone count as changes."),
+                {}},
+            {QStringLiteral("keep-base"), {},
+                QStringLiteral(
+                    "Keep the manifest as it is created also as MANIFEST.base, to tell later edits from it."),
+                {}},
+        }
+        + replaceOptions();
+    const Options schemes {
+        {QStringLiteral("scheme"), QStringLiteral("SCHEME"),
+            QStringLiteral("Write SCHEME.manifest.json. The configuration scheme, which is the default, collects "
+                           "configuration files, any other one process files."),
+            {}},
+        {QStringLiteral("any-scheme"), {},
+            QStringLiteral("Take a scheme that is neither 'configuration' nor 'process'."), {}},
+    };
+    const ExitMeanings exits {QStringLiteral("the manifest is written, or with --dry-run or --print only told of"),
+        QStringLiteral("the manifest could not be written, or with --keep-base its base"),
+        QStringLiteral("wrong usage, or there is nothing to write in the folder or something that cannot be read"),
+        QStringLiteral("the manifest is written, but the output could not be printed")};
     return {
         {QStringLiteral("create"), QStringLiteral("BASE"),
-            QStringLiteral("Create the manifest of the configuration folder below BASE."), {}, create},
-        {QStringLiteral("create-folder"), QStringLiteral("FOLDER"), QStringLiteral("Create the manifest of FOLDER."),
-            {scheme}, createFolder},
+            QStringLiteral(
+                "Create the manifest of the configuration folder below BASE, in place of the one that is there."),
+            options, exits, create},
+        {QStringLiteral("create-folder"), QStringLiteral("FOLDER"),
+            QStringLiteral("Create the manifest of FOLDER, in place of the one that is there."), schemes + options,
+            exits, createFolder},
     };
 }

@@ -7,62 +7,84 @@
 
 namespace {
 
+using Handler = ConfigurationManifestHandler;
+
 QString quoted(const QString& text)
 {
     return QLatin1Char('\'') % printable(text) % QLatin1Char('\'');
 }
 
+// The element that an edit of this path would change.
+bool findToEdit(OpenManifest& manifest, const QString& path, QJsonObject& found)
+{
+    const auto look = [&found](const QJsonObject& element, bool&) {
+        found = element;
+        return true;
+    };
+    return manifest.handler().modifyPropertyFirst(path, look, false);
+}
+
 // The end of an edit. One that did not apply failed because `path` leads nowhere, or else for the reason given.
-ExitStatus finish(const QCommandLineParser& arguments, OpenManifest& manifest, bool applied, const QString& path,
-    const QString& otherReason = QStringLiteral("the edit does not apply"))
+ExitStatus finish(OpenManifest& manifest, bool applied, const QString& path,
+    const QString& otherReason = QStringLiteral("the edit does not apply"), Loss loss = Loss::IsDamage)
 {
     if (applied) {
-        const bool stamped = arguments.isSet(QStringLiteral("module")) || arguments.isSet(QStringLiteral("object"));
-        const bool changed = stamped || manifest.handler().getModified();
-        return manifest.finish(arguments, changed ? QStringLiteral("changed") : QStringLiteral("unchanged"));
+        return manifest.finish(QStringLiteral("changed"), loss);
     }
     if (manifest.leadsSomewhere(path, Qt::KeepEmptyParts)) {
         complain(otherReason);
     }
-    return Failed;
+    return NotDone;
 }
 
-using ValueOperation = bool (ConfigurationManifestHandler::*)(const QString&, const QString&, const QVariant&, bool);
+using ValueOperation = bool (Handler::*)(const QString&, const QString&, const QVariant&, bool);
 
 template <ValueOperation setValue>
 ExitStatus setValueOf(const QCommandLineParser& arguments)
 {
     const QStringList given = arguments.positionalArguments();
+    const QString& path = given.at(1);
+    const QString& key = given.at(2);
     OpenManifest manifest(arguments);
     QVariant value;
     if (!readValue(arguments, given.at(3), value)) {
-        return WrongUsage;
+        return Trouble;
     }
-    if (!manifest.load()) {
-        return Failed;
+    if (const ExitStatus status = manifest.loadToEdit()) {
+        return status;
     }
-    const bool applied = (manifest.handler().*setValue)(given.at(1), given.at(2), value, false);
-    // Found all the same, so what is missing is the key.
-    const auto leaveIt = [](QJsonObject&, bool&) { return true; };
-    if (!applied && manifest.handler().modifyPropertyFirst(given.at(1), leaveIt, false)) {
-        complain(quoted(given.at(1)) % QLatin1String(" has no key ") % quoted(given.at(2)));
-        return Failed;
+    QJsonObject element;
+    const bool isThere = findToEdit(manifest, path, element);
+    if (isThere && !manifest.accepts(key, element.value(key), QJsonValue::fromVariant(value))) {
+        return NotDone;
     }
-    return finish(arguments, manifest, applied, given.at(1));
+    manifest.expectChangeOf(path);
+    const bool applied = (manifest.handler().*setValue)(path, key, value, false);
+    if (!applied && isThere) {
+        complain(quoted(path) % QLatin1String(" has no key ") % quoted(key));
+        return NotDone;
+    }
+    return finish(manifest, applied, path);
 }
 
 ExitStatus unset(const QCommandLineParser& arguments)
 {
-    const QStringList given = arguments.positionalArguments();
+    const QString path = arguments.positionalArguments().at(1);
+    const QString key = arguments.positionalArguments().at(2);
     OpenManifest manifest(arguments);
-    if (!manifest.load()) {
-        return Failed;
+    if (const ExitStatus status = manifest.loadToEdit()) {
+        return status;
     }
-    const bool applied = manifest.handler().removeProperty(given.at(1), given.at(2), false);
-    return finish(arguments, manifest, applied, given.at(1));
+    QJsonObject element;
+    if (findToEdit(manifest, path, element) && !element.contains(key)) {
+        complain(quoted(path) % QLatin1String(" has no key ") % quoted(key) % QLatin1String(" to remove"));
+        return NotDone;
+    }
+    manifest.expectChangeOf(path);
+    return finish(manifest, manifest.handler().removeProperty(path, key, false), path);
 }
 
-using AddOperation = bool (ConfigurationManifestHandler::*)(const QString&, const QJsonObject&, int, bool);
+using AddOperation = bool (Handler::*)(const QString&, const QJsonObject&, int, bool);
 
 template <AddOperation add>
 ExitStatus addTo(const QCommandLineParser& arguments)
@@ -72,66 +94,96 @@ ExitStatus addTo(const QCommandLineParser& arguments)
     QJsonObject description;
     int index = -1;
     if (arguments.isSet(QStringLiteral("index")) && !readNumber(arguments.value(QStringLiteral("index")), index)) {
-        return WrongUsage;
+        return Trouble;
     }
-    if (!readDescription(arguments, description) || !manifest.load()) {
-        return Failed;
+    if (const ExitStatus status = manifest.checkThatItCanBeEdited()) {
+        return status;
+    }
+    if (!readDescription(arguments, description)) {
+        return Trouble;
+    }
+    if (const ExitStatus status = manifest.loadToEdit()) {
+        return status;
+    }
+    if (!manifest.acceptsAll({}, description)) {
+        return NotDone;
     }
     const bool added = (manifest.handler().*add)(path, description, index, false);
-    return finish(arguments, manifest, added, path.left(path.lastIndexOf(QLatin1Char('/'))));
+    if (added && !manifest.handler().getModified()) {
+        complain(QLatin1String("there already is an element ") % quoted(path));
+        return NotDone;
+    }
+    return finish(manifest, added, path.left(path.lastIndexOf(QLatin1Char('/'))));
 }
 
 ExitStatus remove(const QCommandLineParser& arguments)
 {
     const QString path = arguments.positionalArguments().at(1);
     OpenManifest manifest(arguments);
-    if (!manifest.load()) {
-        return Failed;
+    if (const ExitStatus status = manifest.loadToEdit()) {
+        return status;
     }
-    return finish(arguments, manifest, manifest.handler().deleteElement(path, false), path);
+    const bool removed = manifest.handler().deleteElement(path, false);
+    QJsonObject other;
+    if (removed && findToEdit(manifest, path, other)) {
+        complain(QLatin1String("only the first element that answers to ") % quoted(path)
+            % QLatin1String(" is deleted; there is another one"));
+    }
+    return finish(manifest, removed, path, QString(), Loss::IsIntended);
 }
 
-using MoveOperation = bool (ConfigurationManifestHandler::*)(const QString&, int, bool);
+using MoveOperation = bool (Handler::*)(const QString&, int, bool);
 
 template <MoveOperation move>
 ExitStatus moveTo(const QCommandLineParser& arguments)
 {
     const QStringList given = arguments.positionalArguments();
+    const QString& path = given.at(1);
     OpenManifest manifest(arguments);
     int index = -1;
     if (!readNumber(given.at(2), index)) {
-        return WrongUsage;
+        return Trouble;
     }
-    if (!manifest.load()) {
-        return Failed;
+    if (const ExitStatus status = manifest.loadToEdit()) {
+        return status;
     }
-    const bool moved = (manifest.handler().*move)(given.at(1), index, false);
-    return finish(arguments, manifest, moved, given.at(1),
-        QLatin1String("there is no position ") % QString::number(index) % QLatin1String(" beside ")
-            % quoted(given.at(1)));
+    const bool moved = (manifest.handler().*move)(path, index, false);
+    return finish(manifest, moved, path,
+        QLatin1String("there is no position ") % QString::number(index) % QLatin1String(" beside ") % quoted(path));
 }
 
 template <typename Replace>
-ExitStatus replaceBy(const QCommandLineParser& arguments, const Replace& replace)
+ExitStatus replaceBy(const QCommandLineParser& arguments, Loss loss, const Replace& replace)
 {
     const QString path = arguments.positionalArguments().at(1);
     OpenManifest manifest(arguments);
     QJsonObject description;
-    if (!arguments.isSet(descriptionOption().names().constFirst())) {
+    if (!arguments.isSet(descriptionOption().name)) {
         complain(QStringLiteral("--description is missing"));
-        return WrongUsage;
+        return Trouble;
     }
-    if (!readDescription(arguments, description) || !manifest.load()) {
-        return Failed;
+    if (const ExitStatus status = manifest.checkThatItCanBeEdited()) {
+        return status;
     }
-    return finish(arguments, manifest, replace(manifest.handler(), path, description), path);
+    if (!readDescription(arguments, description)) {
+        return Trouble;
+    }
+    if (const ExitStatus status = manifest.loadToEdit()) {
+        return status;
+    }
+    QJsonObject element;
+    if (findToEdit(manifest, path, element) && !manifest.acceptsAll(element, description)) {
+        return NotDone;
+    }
+    manifest.expectChangeOf(path);
+    return finish(manifest, replace(manifest.handler(), path, description), path, QString(), loss);
 }
 
 ExitStatus updateNode(const QCommandLineParser& arguments)
 {
     const bool replaceSubstructure = arguments.isSet(QStringLiteral("replace-substructure"));
-    return replaceBy(
-        arguments, [=](ConfigurationManifestHandler& handler, const QString& path, const QJsonObject& node) {
+    return replaceBy(arguments, replaceSubstructure ? Loss::IsIntended : Loss::IsDamage,
+        [=](Handler& handler, const QString& path, const QJsonObject& node) {
             return handler.updateNode(path, node, replaceSubstructure, false);
         });
 }
@@ -139,7 +191,7 @@ ExitStatus updateNode(const QCommandLineParser& arguments)
 ExitStatus updateSelection(const QCommandLineParser& arguments)
 {
     return replaceBy(
-        arguments, [](ConfigurationManifestHandler& handler, const QString& path, const QJsonObject& selection) {
+        arguments, Loss::IsDamage, [](Handler& handler, const QString& path, const QJsonObject& selection) {
             return handler.updateSelection(path, selection, false);
         });
 }
@@ -149,67 +201,74 @@ ExitStatus sort(const QCommandLineParser& arguments)
     const QStringList given = arguments.positionalArguments();
     const QString& path = given.at(1);
     OpenManifest manifest(arguments);
-    if (!manifest.load()) {
-        return Failed;
+    if (const ExitStatus status = manifest.loadToEdit()) {
+        return status;
     }
     const bool sorted = manifest.handler().sortElements(path, given.mid(2), false);
     const QLatin1String otherReason("the names are not those of all children of ");
     if (!sorted && path.isEmpty()) {
         complain(otherReason % QLatin1String("the top level"));
-        return Failed;
+        return NotDone;
     }
-    return finish(arguments, manifest, sorted, path, otherReason % quoted(path));
+    return finish(manifest, sorted, path, otherReason % quoted(path), Loss::IsDamageAndSoIsGain);
 }
 
 ExitStatus stamp(const QCommandLineParser& arguments)
 {
+    if (arguments.value(QStringLiteral("module")).isEmpty() && arguments.value(QStringLiteral("object")).isEmpty()) {
+        complain(QStringLiteral("there is nothing to stamp: --module or --object gives a name"));
+        return Trouble;
+    }
     OpenManifest manifest(arguments);
-    return manifest.load() ? manifest.finish(arguments, QStringLiteral("stamped")) : Failed;
+    const ExitStatus status = manifest.loadToEdit();
+    return status == Done ? manifest.finish(QStringLiteral("stamped")) : status;
 }
 
 } // namespace
 
-QList<Command> editCommands()
+QVector<Command> editCommands()
 {
-    const QCommandLineOption index(QStringLiteral("index"),
-        QStringLiteral("Position among its siblings; at the end without it."), QStringLiteral("N"));
-    const QCommandLineOption replaceSubstructure(
-        QStringLiteral("replace-substructure"), QStringLiteral("Take the children from the description as well."));
-    const QList<QCommandLineOption> valueOptions = saveOptions() << jsonOption();
-    const QList<QCommandLineOption> addOptions = saveOptions() << descriptionOption() << index;
-    const QList<QCommandLineOption> replaceOptions = saveOptions() << descriptionOption();
+    const Option index {QStringLiteral("index"), QStringLiteral("N"),
+        QStringLiteral("Position among its siblings, the first is 0; at the end without it."), {}};
+    const Option replaceSubstructure {QStringLiteral("replace-substructure"), {},
+        QStringLiteral("Take the children from the description as well."), {}};
+    const Options edit = saveOptions();
+    const Options value = edit + Options {jsonOption()};
+    const Options add = edit + Options {descriptionOption(), index};
+    const Options replace = edit + Options {descriptionOption()};
+    const ExitMeanings exits = editExits();
     return {
         {QStringLiteral("set"), QStringLiteral("FILE PATH KEY VALUE"),
-            QStringLiteral("Set the value of a key of an element, adding the key when missing."), valueOptions,
-            setValueOf<&ConfigurationManifestHandler::setProperty>},
+            QStringLiteral("Set the value of a key of an element, adding the key when missing."), value, exits,
+            setValueOf<&Handler::setProperty>},
         {QStringLiteral("update"), QStringLiteral("FILE PATH KEY VALUE"),
-            QStringLiteral("Change the value of a key that an element has."), valueOptions,
-            setValueOf<&ConfigurationManifestHandler::update>},
-        {QStringLiteral("unset"), QStringLiteral("FILE PATH KEY"), QStringLiteral("Remove a key of an element."),
-            saveOptions(), unset},
+            QStringLiteral("Change the value of a key that an element has."), value, exits,
+            setValueOf<&Handler::update>},
+        {QStringLiteral("unset"), QStringLiteral("FILE PATH KEY"), QStringLiteral("Remove a key of an element."), edit,
+            exits, unset},
         {QStringLiteral("add-node"), QStringLiteral("FILE PATH"),
-            QStringLiteral("Add a node, unless there is an element of its name."), addOptions,
-            addTo<&ConfigurationManifestHandler::addNode>},
+            QStringLiteral("Add a node, unless there is an element of its name."), add, exits,
+            addTo<&Handler::addNode>},
         {QStringLiteral("add-selection"), QStringLiteral("FILE PATH"),
-            QStringLiteral("Add a selection; below the top level it is never found to be there already."), addOptions,
-            addTo<&ConfigurationManifestHandler::addSelection>},
+            QStringLiteral("Add a selection, unless there is an element of its name."), add, exits,
+            addTo<&Handler::addSelection>},
         {QStringLiteral("delete"), QStringLiteral("FILE PATH"),
-            QStringLiteral("Delete an element with everything below it."), saveOptions(), remove},
+            QStringLiteral("Delete an element with everything below it."), edit, exits, remove},
         {QStringLiteral("move-node"), QStringLiteral("FILE PATH INDEX"),
-            QStringLiteral("Move a node to a position among its siblings."), saveOptions(),
-            moveTo<&ConfigurationManifestHandler::moveNode>},
+            QStringLiteral("Move a node to a position among its siblings, the first is 0."), edit, exits,
+            moveTo<&Handler::moveNode>},
         {QStringLiteral("move-selection"), QStringLiteral("FILE PATH INDEX"),
-            QStringLiteral("Move a selection to a position among its siblings."), saveOptions(),
-            moveTo<&ConfigurationManifestHandler::moveSelection>},
+            QStringLiteral("Move a selection to a position among its siblings, the first is 0."), edit, exits,
+            moveTo<&Handler::moveSelection>},
         {QStringLiteral("update-node"), QStringLiteral("FILE PATH"),
             QStringLiteral("Store the description in place of a node, which keeps its children."),
-            replaceOptions + QList<QCommandLineOption> {replaceSubstructure}, updateNode},
+            replace + Options {replaceSubstructure}, exits, updateNode},
         {QStringLiteral("update-selection"), QStringLiteral("FILE PATH"),
-            QStringLiteral("Store the description in place of a selection."), replaceOptions, updateSelection},
+            QStringLiteral("Store the description in place of a selection."), replace, exits, updateSelection},
         {QStringLiteral("sort"), QStringLiteral("FILE PATH NAME..."),
             QStringLiteral("Bring the children of an element, or of the top level for an empty path, into this order."),
-            saveOptions(), sort},
+            edit, exits, sort},
         {QStringLiteral("stamp"), QStringLiteral("FILE"), QStringLiteral("Stamp every selection with the names given."),
-            saveOptions(), stamp},
+            edit, exits, stamp},
     };
 }

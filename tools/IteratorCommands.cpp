@@ -1,13 +1,17 @@
+#include "ElementOutput.h"
 #include "JsonDataIteratorConfigurationInstanceCollector.h"
 #include "JsonDataIteratorConfigurationInstanceListUpdater.h"
 #include "JsonInput.h"
 #include "OpenManifest.h"
 #include "Output.h"
 #include "SystemInformationManagerRegistryDefinitions.h"
+#include "Tree.h"
 #include "substitute/JsonWalk.h"
 
 #include <QtCore/QCommandLineParser>
 #include <QtCore/QJsonArray>
+
+#include <algorithm>
 
 namespace {
 
@@ -23,7 +27,7 @@ QJsonArray walk(ConfigurationManifestHandler& handler, JsonDataIteratorObjectBas
     return result.toArray();
 }
 
-// Tells whether a walk meets an element of one instance name.
+// The elements of one instance name that a walk meets.
 class InstanceSearch : public JsonDataIteratorObjectBase {
 public:
     explicit InstanceSearch(const QString& instanceName)
@@ -31,92 +35,153 @@ public:
     {
     }
 
-    void compute(QJsonObject& object, QJsonValue& result) override
+    void compute(QJsonObject& object, QJsonValue&) override
     {
         if (object.contains(Registry::getKeySelectionType()) && object.value(Registry::getKeyInstanceName()) == name) {
-            result = true;
+            found.append(object);
         }
+    }
+
+    const QVector<QJsonObject>& elements() const
+    {
+        return found;
     }
 
 private:
     const QString name;
+    QVector<QJsonObject> found;
 };
 
-bool holdsInstance(QJsonValue value, const QString& instanceName)
+QVector<QJsonObject> elementsNamed(const QString& instanceName, QJsonValue value)
 {
     InstanceSearch search(instanceName);
-    QJsonValue found;
-    walkJson(value, search, found);
-    return found.toBool();
+    QJsonValue nothing;
+    walkJson(value, search, nothing);
+    return search.elements();
+}
+
+void appendSelections(const TreeElements& elements, QVector<const TreeElement*>& selections)
+{
+    for (const TreeElement& element : elements) {
+        if (element.kind == TreeElement::Kind::Selection) {
+            selections.append(&element);
+        }
+        appendSelections(element.children, selections);
+    }
 }
 
 ExitStatus instances(const QCommandLineParser& arguments)
 {
     OpenManifest manifest(arguments);
-    if (!manifest.load()) {
-        return Failed;
+    if (const ExitStatus status = manifest.loadToRead()) {
+        return status;
     }
     JsonDataIteratorConfigurationInstanceCollector collector;
     const QJsonArray names = walk(manifest.handler(), collector);
-    for (const QJsonValue& name : names) {
-        print(printable(name.toString()));
+    const bool asJson = arguments.isSet(elementsAsJsonOption().name);
+    if (!asJson && !arguments.isSet(pathsOption().name)) {
+        for (const QJsonValue& name : names) {
+            print(printable(name.toString()));
+        }
+        return Done;
+    }
+    const TreeElements tree = treeOf(manifest.handler().getManifestJsonArray());
+    QVector<const TreeElement*> selections;
+    appendSelections(tree, selections);
+    QJsonArray results;
+    QStringList elsewhere = QVariant(names.toVariantList()).toStringList();
+    for (const TreeElement* selection : qAsConst(selections)) {
+        elsewhere.removeOne(selection->name);
+        results.append(toJson(*selection));
+    }
+    // In members that are none of the structure there can be selections as well.
+    for (const QString& name : qAsConst(elsewhere)) {
+        results.append(QJsonObject {{QStringLiteral("name"), name}, {QStringLiteral("path"), QJsonValue()}});
+    }
+    if (asJson) {
+        printResult(results);
+        return Done;
+    }
+    for (const TreeElement* selection : qAsConst(selections)) {
+        print(printable(selection->name) % QLatin1Char('\t') % pathColumn(*selection));
+    }
+    for (const QString& name : qAsConst(elsewhere)) {
+        print(printable(name) % QLatin1String("\tunreachable\toutside of the tree"));
     }
     return Done;
+}
+
+// Whether a value may be stored in all elements that a rewrite reaches. Complains when it may not.
+bool isAccepted(OpenManifest& manifest, const QString& instance, const QString& key, const QJsonValue& value)
+{
+    const QVector<QJsonObject> elements = elementsNamed(instance, manifest.handler().getManifestJsonArray());
+    return std::all_of(elements.begin(), elements.end(),
+        [&](const QJsonObject& element) { return manifest.accepts(key, element.value(key), value); });
 }
 
 ExitStatus rewrite(const QCommandLineParser& arguments)
 {
     const QStringList given = arguments.positionalArguments();
+    const QString& instance = given.at(1);
     const bool toAdd = arguments.isSet(QStringLiteral("add"));
     const bool toRemove = arguments.isSet(QStringLiteral("remove"));
     if (toAdd && toRemove) {
         complain(QStringLiteral("--add and --remove exclude each other"));
-        return WrongUsage;
+        return Trouble;
     }
     if (toRemove != (given.size() == 3)) {
         complain(toRemove ? QStringLiteral("--remove takes no VALUE") : QStringLiteral("VALUE is missing"));
-        return WrongUsage;
+        return Trouble;
     }
 
     OpenManifest manifest(arguments);
     QVariant value;
     if (!toRemove && !readValue(arguments, given.at(3), value)) {
-        return WrongUsage;
-    }
-    if (!manifest.load()) {
-        return Failed;
+        return Trouble;
     }
     // The walk goes on into what was written, and could write it there again, for ever.
-    if (holdsInstance(QJsonValue::fromVariant(value), given.at(1))) {
-        complain(QLatin1String("VALUE holds an element '") % printable(given.at(1)) % QLatin1String("' itself"));
-        return Failed;
+    if (!elementsNamed(instance, QJsonValue::fromVariant(value)).isEmpty()) {
+        complain(QLatin1String("VALUE holds an element '") % printable(instance) % QLatin1String("' itself"));
+        return Trouble;
     }
+    if (const ExitStatus status = manifest.loadToEdit()) {
+        return status;
+    }
+    if (!toRemove && !isAccepted(manifest, instance, given.at(2), QJsonValue::fromVariant(value))) {
+        return NotDone;
+    }
+    manifest.expectChangeOfInstances(instance);
     JsonDataIteratorConfigurationInstanceListUpdater updater;
-    updater.init(given.at(1), given.at(2), value);
+    updater.init(instance, given.at(2), value);
     updater.setAddKey(toAdd);
     updater.setRemoveKey(toRemove);
     const int changed = walk(manifest.handler(), updater).size();
     if (changed == 0) {
-        complain(QLatin1String("no element has the instance name '") % printable(given.at(1))
+        complain(QLatin1String("no element has the instance name '") % printable(instance)
             % (toAdd ? QString() : QLatin1String("' and the key '") % printable(given.at(2))) % QLatin1Char('\''));
-        return Failed;
+        return NotDone;
     }
-    return manifest.finish(arguments, QStringLiteral("%1 changed").arg(changed));
+    return manifest.finish(QStringLiteral("%1 changed").arg(changed));
 }
 
 } // namespace
 
-QList<Command> iteratorCommands()
+QVector<Command> instancesCommands()
 {
     return {
         {QStringLiteral("instances"), QStringLiteral("FILE"),
-            QStringLiteral("Print the instance names of all selections, at every level."), stampOptions(), instances},
+            QStringLiteral("Print the instance names of all selections, at every level."),
+            stampOptions() + Options {pathsOption(), elementsAsJsonOption()}, queryExits(), instances},
+    };
+}
+
+QVector<Command> rewriteCommands()
+{
+    const Option add {QStringLiteral("add"), {}, QStringLiteral("Add the key where it is missing."), {}};
+    const Option remove {QStringLiteral("remove"), {}, QStringLiteral("Remove the key."), {}};
+    return {
         {QStringLiteral("rewrite"), QStringLiteral("FILE INSTANCE KEY [VALUE]"),
             QStringLiteral("Change one key in every element whose whole instance name is INSTANCE."),
-            saveOptions() << jsonOption()
-                          << QCommandLineOption(
-                                 QStringLiteral("add"), QStringLiteral("Add the key where it is missing."))
-                          << QCommandLineOption(QStringLiteral("remove"), QStringLiteral("Remove the key.")),
-            rewrite},
+            saveOptions() + Options {jsonOption(), add, remove}, editExits(), rewrite},
     };
 }

@@ -1,28 +1,26 @@
 #include "JsonInput.h"
 
+#include "FileOperand.h"
 #include "Output.h"
 
 #include <QtCore/QCommandLineParser>
-#include <QtCore/QFile>
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonDocument>
 
-#include <cstdio>
-
-QCommandLineOption jsonOption()
+Option jsonOption()
 {
-    return {QStringLiteral("json"), QStringLiteral("Values are JSON texts, not strings.")};
+    return {QStringLiteral("json"), {}, QStringLiteral("The value is a JSON text, not a string."), {}};
 }
 
-QCommandLineOption descriptionOption()
+Option descriptionOption()
 {
-    return {QStringLiteral("description"),
-        QStringLiteral("JSON file that describes the element; - for standard input."), QStringLiteral("FILE")};
+    return {QStringLiteral("description"), QStringLiteral("FILE"),
+        QStringLiteral("JSON file that describes the element; - for standard input."), {}};
 }
 
 bool readValue(const QCommandLineParser& arguments, const QString& text, QVariant& value)
 {
-    if (!arguments.isSet(jsonOption().names().constFirst())) {
+    if (!arguments.isSet(jsonOption().name)) {
         value = text;
         return true;
     }
@@ -38,20 +36,19 @@ bool readValue(const QCommandLineParser& arguments, const QString& text, QVarian
 
 bool readDescription(const QCommandLineParser& arguments, QJsonObject& description)
 {
-    const QString option = descriptionOption().names().constFirst();
+    const QString option = descriptionOption().name;
     if (!arguments.isSet(option)) {
         description = QJsonObject();
         return true;
     }
     const QString path = arguments.value(option);
-    QFile file(path);
-    const bool open =
-        path == QLatin1String("-") ? file.open(stdin, QIODevice::ReadOnly) : file.open(QIODevice::ReadOnly);
-    if (!open) {
-        complain(QLatin1String("cannot read ") % printable(path) % QLatin1String(": ") % file.errorString());
+    QByteArray content;
+    QString problem;
+    if (!readFileOperand(path, content, problem)) {
+        complain(problem);
         return false;
     }
-    const QJsonDocument document = QJsonDocument::fromJson(file.readAll());
+    const QJsonDocument document = QJsonDocument::fromJson(content);
     if (!document.isObject()) {
         complain(printable(path) % QLatin1String(" does not hold a JSON object"));
         return false;

@@ -1,14 +1,15 @@
 #pragma once
 
-#include <QtCore/QCommandLineOption>
+#include "Command.h"
+
 #include <QtCore/QJsonObject>
 #include <QtCore/QVariant>
 
 class QCommandLineParser;
 
 /// Makes a value on the command line a JSON text instead of a string.
-QCommandLineOption jsonOption();
-QCommandLineOption descriptionOption();
+Option jsonOption();
+Option descriptionOption();
 
 /// Reads a value as the options say. Complains when it is not one.
 bool readValue(const QCommandLineParser& arguments, const QString& text, QVariant& value);

@@ -1,53 +1,207 @@
 #include "OpenManifest.h"
 
-#include "ManifestFile.h"
+#include "Difference.h"
+#include "FileOperand.h"
+#include "Findings.h"
+#include "HeldSignals.h"
+#include "JsonInput.h"
+#include "LibraryMessages.h"
+#include "ManifestText.h"
 #include "Output.h"
 #include "SystemInformationManagerRegistryDefinitions.h"
 
 #include <QtCore/QCommandLineParser>
 #include <QtCore/QJsonObject>
 
-QList<QCommandLineOption> stampOptions()
+namespace {
+
+constexpr int usualWait = 10;
+
+// The value of an option that not every command has.
+QString valueOf(const QCommandLineParser& arguments, const QString& option)
+{
+    return arguments.optionNames().contains(option) ? arguments.value(option) : QString();
+}
+
+void appendPositions(const TreeElements& elements, const QString& name, QVector<QVector<int>>& positions)
+{
+    for (const TreeElement& element : elements) {
+        if (element.name == name) {
+            positions.append(element.positions);
+        }
+        appendPositions(element.children, name, positions);
+    }
+}
+
+void complainAboutDamage()
+{
+    complain(QStringLiteral("the edit is refused; --force carries it out all the same"));
+}
+
+} // namespace
+
+Options stampOptions()
 {
     return {
-        {QStringLiteral("module"), QStringLiteral("Stamp every selection with this module name."),
-            QStringLiteral("NAME")},
-        {QStringLiteral("object"), QStringLiteral("Stamp every selection with this object name."),
-            QStringLiteral("NAME")},
+        {QStringLiteral("module"), QStringLiteral("NAME"),
+            QStringLiteral("Stamp every selection with this module name."), {}},
+        {QStringLiteral("object"), QStringLiteral("NAME"),
+            QStringLiteral("Stamp every selection with this object name."), {}},
     };
 }
 
-QList<QCommandLineOption> saveOptions()
+Options replaceOptions()
+{
+    return {
+        {QStringLiteral("backup"), QStringLiteral("SUFFIX"),
+            QStringLiteral("Keep a copy of the manifest that is replaced, under its name with SUFFIX behind it, by "
+                           "default '~'. An older copy is replaced."),
+            QStringLiteral("~")},
+        {QStringLiteral("overwrite"), {},
+            QStringLiteral("Replace the manifest also when it has changed since it was read."), {}},
+        {QStringLiteral("wait"), QStringLiteral("SECONDS"),
+            QStringLiteral("How long to wait for others that are saving in the folder, by default 10 seconds."), {}},
+    };
+}
+
+Options saveOptions()
 {
     return stampOptions()
-        + QList<QCommandLineOption> {
-            {QStringLiteral("save"), QStringLiteral("Save the result. Without it the file stays as it is.")},
-            {QStringLiteral("dry-run"), QStringLiteral("Print the manifest that would be saved, and save nothing.")},
-        };
+        + Options {
+            {QStringLiteral("save"), {}, QStringLiteral("Save the result. Without it the file stays as it is."), {}},
+            {QStringLiteral("dry-run"), {}, QStringLiteral("Say what would change, and save nothing."), {}},
+            {QStringLiteral("print"), {}, QStringLiteral("Print the manifest that would be saved, and save nothing."),
+                {}},
+            {QStringLiteral("force"), {},
+                QStringLiteral("Carry the edit out also when it damages the structure of the manifest, loses elements or "
+                               "gives a key a value of another type."),
+                {}},
+        }
+        + replaceOptions();
 }
 
-OpenManifest::OpenManifest(const QCommandLineParser& arguments)
-    : openHandler(arguments.positionalArguments().constFirst(), arguments.value(QStringLiteral("module")),
-        arguments.value(QStringLiteral("object")))
+ExitMeanings queryExits()
 {
+    return {QStringLiteral("the answer is printed"),
+        QStringLiteral("there is no such element or key, or the output could not be printed"),
+        QStringLiteral("wrong usage, or FILE cannot be read or is no manifest"), {}};
 }
 
-bool OpenManifest::load()
+ExitMeanings editExits()
 {
-    openHandler.parseManifestFile();
-    if (!openHandler.getManifestJsonArray().isEmpty()) {
-        return true;
+    return {QStringLiteral("the edit applies; it is saved if --save asks for it"),
+        QStringLiteral("the edit does not apply, is refused, could not be saved or was overtaken by another process"),
+        QStringLiteral("wrong usage, or trouble with FILE, a value or a description"),
+        QStringLiteral("the edit is saved, but the output could not be printed")};
+}
+
+bool readSaveWishes(const QCommandLineParser& arguments, SaveWishes& wishes, int& secondsToWait)
+{
+    secondsToWait = usualWait;
+    const QString wait = QStringLiteral("wait");
+    if (arguments.isSet(wait)) {
+        if (!readNumber(arguments.value(wait), secondsToWait)) {
+            return false;
+        }
+        constexpr int mostSeconds = 1000000;
+        if (secondsToWait < 0 || secondsToWait > mostSeconds) {
+            complain(QStringLiteral("--wait takes from 0 to %1 seconds").arg(mostSeconds));
+            return false;
+        }
     }
-    // Either it is empty, or it could not be loaded, which the handler only logs.
-    QJsonArray manifest;
+    wishes.overwrite = arguments.isSet(QStringLiteral("overwrite"));
+    const QString backup = QStringLiteral("backup");
+    if (arguments.isSet(backup)) {
+        wishes.backupSuffix = arguments.value(backup);
+        if (wishes.backupSuffix.isEmpty() || wishes.backupSuffix.contains(QLatin1Char('/'))) {
+            complain(QStringLiteral("the suffix of a backup is not empty and has no '/'"));
+            return false;
+        }
+    }
+    return true;
+}
+
+bool takeTurn(Turn& turn, const QString& manifestPath, int secondsToWait)
+{
+    switch (turn.take(manifestPath, secondsToWait)) {
+    case Turn::Result::Taken:
+        return true;
+    case Turn::Result::Impossible:
+        complain(QLatin1String("cannot lock the folder ") % printable(turn.folder()) % QLatin1String(": ")
+            % turn.reason() % QLatin1String("; others may save at the same time"));
+        return true;
+    case Turn::Result::Busy:
+        break;
+    }
+    const QString holder = turn.holder();
+    complain(QLatin1String("somebody else is saving in ") % printable(turn.folder()) % QLatin1String(": ")
+        % (holder.isNull() ? QStringLiteral("the folder") : printable(holder) % QLatin1String(" holds the lock;"))
+        % QStringLiteral(" gave up after %1 s").arg(secondsToWait));
+    return false;
+}
+
+OpenManifest::OpenManifest(const QCommandLineParser& commandLine)
+    : arguments(commandLine)
+    , path(commandLine.positionalArguments().constFirst())
+    , openHandler(path, valueOf(commandLine, QStringLiteral("module")), valueOf(commandLine, QStringLiteral("object")))
+    , stored(path)
+{
+}
+
+ExitStatus OpenManifest::loadToRead()
+{
+    QByteArray content;
     QString problem;
-    if (!readManifest(openHandler.getManifestFilePath(), manifest, problem)) {
+    if (!readFileOperand(path, content, problem)) {
+        complain(problem);
+        return Trouble;
+    }
+    return take(content) ? Done : Trouble;
+}
+
+ExitStatus OpenManifest::checkThatItCanBeEdited() const
+{
+    QString problem;
+    if (isRegularFile(path, problem)) {
+        return Done;
+    }
+    complain(problem);
+    return Trouble;
+}
+
+ExitStatus OpenManifest::loadToEdit()
+{
+    int secondsToWait = 0;
+    if (!readSaveWishes(arguments, wishes, secondsToWait)) {
+        return Trouble;
+    }
+    // What cannot be edited is not waited for.
+    if (const ExitStatus status = checkThatItCanBeEdited()) {
+        return status;
+    }
+    if (isToBeSaved() && !takeTurn(turn, path, secondsToWait)) {
+        return NotDone;
+    }
+    const Look& look = stored.read();
+    if (!look.isThere()) {
+        complain(QLatin1String("cannot read ") % printable(path) % QLatin1String(": ") % look.problem());
+        return Trouble;
+    }
+    return take(look.content) ? Done : Trouble;
+}
+
+bool OpenManifest::take(const QByteArray& content)
+{
+    QString problem;
+    if (!parseManifest(path, content, originalManifest, problem)) {
         complain(problem);
         return false;
     }
-    if (!manifest.isEmpty()) {
-        complain(printable(openHandler.getManifestFilePath()) % QLatin1String(" has changed while it was read"));
-        return false;
+    openHandler.setManifestJsonArray(originalManifest);
+    if (!openHandler.getModuleName().isEmpty() || !openHandler.getObjectName().isEmpty()) {
+        QJsonArray stamped = originalManifest;
+        openHandler.addModuleAndObjectNameToManifest(stamped);
+        openHandler.setManifestJsonArray(stamped);
     }
     return true;
 }
@@ -57,13 +211,14 @@ ConfigurationManifestHandler& OpenManifest::handler()
     return openHandler;
 }
 
-bool OpenManifest::leadsSomewhere(const QString& path, Qt::SplitBehavior emptyNames) const
+const QJsonArray& OpenManifest::original() const
 {
-    const QStringList names = path.split(QLatin1Char('/'), emptyNames);
-    if (names.isEmpty()) {
-        complain(QStringLiteral("PATH is empty"));
-        return false;
-    }
+    return originalManifest;
+}
+
+bool OpenManifest::leadsSomewhere(const QString& elementPath, Qt::SplitBehavior emptyNames) const
+{
+    const QStringList names = elementPath.split(QLatin1Char('/'), emptyNames);
     QJsonArray siblings = openHandler.getManifestJsonArray();
     for (int level = 0; level < names.size(); ++level) {
         int index = -1;
@@ -78,27 +233,121 @@ bool OpenManifest::leadsSomewhere(const QString& path, Qt::SplitBehavior emptyNa
     return true;
 }
 
-ExitStatus OpenManifest::finish(const QCommandLineParser& arguments, const QString& whatHappened)
+bool OpenManifest::isForced() const
 {
-    if (arguments.isSet(QStringLiteral("dry-run"))) {
+    return arguments.isSet(QStringLiteral("force"));
+}
+
+bool OpenManifest::isToBeSaved() const
+{
+    return arguments.isSet(QStringLiteral("save")) && !arguments.isSet(QStringLiteral("dry-run"))
+        && !arguments.isSet(QStringLiteral("print"));
+}
+
+void OpenManifest::expectChangeOf(const QString& elementPath)
+{
+    const TreeElements tree = treeOf(originalManifest);
+    const TreeElement* const element = findElement(tree, elementPath, Qt::KeepEmptyParts);
+    if (element != nullptr) {
+        editedPositions.append(element->positions);
+    }
+}
+
+void OpenManifest::expectChangeOfInstances(const QString& instanceName)
+{
+    appendPositions(treeOf(originalManifest), instanceName, editedPositions);
+}
+
+bool OpenManifest::accepts(const QString& key, const QJsonValue& present, const QJsonValue& value) const
+{
+    const QString problem = isForced() ? QString() : typeProblem(key, present, value);
+    if (problem.isNull()) {
+        return true;
+    }
+    complain(printable(problem));
+    complainAboutDamage();
+    return false;
+}
+
+bool OpenManifest::acceptsAll(const QJsonObject& element, const QJsonObject& description) const
+{
+    for (auto member = description.constBegin(); member != description.constEnd(); ++member) {
+        if (!accepts(member.key(), element.value(member.key()), member.value())) {
+            return false;
+        }
+    }
+    return true;
+}
+
+bool OpenManifest::doesDamage(Loss loss) const
+{
+    const QJsonArray now = openHandler.getManifestJsonArray();
+    QStringList damages;
+    const QVector<Finding> findings = added(originalManifest, now);
+    for (const Finding& finding : findings) {
+        damages.append(finding.place % QLatin1Char(' ') % finding.what);
+    }
+    if (loss != Loss::IsIntended) {
+        const TreeElements lost = lostElements(originalManifest, now, editedPositions);
+        for (const TreeElement& element : lost) {
+            damages.append(describe(element) % QLatin1String(" would be lost"));
+        }
+    }
+    if (loss == Loss::IsDamageAndSoIsGain && damages.isEmpty() && !isPermutation(originalManifest, now)) {
+        damages.append(QStringLiteral("the elements would not be the same ones in another order"));
+    }
+    for (const QString& damage : qAsConst(damages)) {
+        complain(printable(damage));
+    }
+    if (!damages.isEmpty()) {
+        complainAboutDamage();
+    }
+    return !damages.isEmpty();
+}
+
+ExitStatus OpenManifest::finish(const QString& whatHappened, Loss loss)
+{
+    if (!isForced() && doesDamage(loss)) {
+        return NotDone;
+    }
+    const QJsonArray now = openHandler.getManifestJsonArray();
+    const QString shown = now != originalManifest ? whatHappened : QStringLiteral("unchanged");
+    if (isToBeSaved()) {
+        return save(shown);
+    }
+    if (arguments.isSet(QStringLiteral("print"))) {
         printJson(openHandler.getManifestContent());
         return Done;
     }
-    if (!arguments.isSet(QStringLiteral("save"))) {
-        print(whatHappened % QLatin1String("; not saved"));
-        return Done;
+    if (arguments.isSet(QStringLiteral("dry-run"))) {
+        const QStringList lines = toLines(differencesOf(treeOf(originalManifest), treeOf(now), Stamps::Count));
+        for (const QString& line : lines) {
+            print(printable(line));
+        }
     }
-    if (!save()) {
-        complain(QLatin1String("could not save ") % printable(openHandler.getManifestFilePath()));
-        return Failed;
-    }
-    print(whatHappened % QLatin1String("; saved"));
+    print(shown % QLatin1String("; not saved"));
     return Done;
 }
 
-bool OpenManifest::save()
+ExitStatus OpenManifest::save(const QString& whatHappened)
 {
-    const ReplacementCheck check(openHandler.getManifestFilePath());
-    openHandler.writeToManifestFile();
-    return check.wasReplaced();
+    // Until it has been told what became of the save, nothing ends the program.
+    const HeldSignals held;
+    const SaveReport report = stored.save(openHandler.getManifestContent(), wishes, [this] {
+        QVector<LibraryMessage> messages;
+        {
+            const KeptMessages kept(messages);
+            openHandler.writeToManifestFile();
+        }
+        for (const LibraryMessage& message : qAsConst(messages)) {
+            remark(message.line);
+        }
+        return messages.isEmpty();
+    });
+    if (report.result != SaveReport::Saved) {
+        complain(report.problem);
+        return NotDone;
+    }
+    print(whatHappened % QLatin1String("; saved"));
+    return flushOutput() ? Done : SavedButNotPrinted;
 }

@@ -2,37 +2,85 @@
 
 #include "Command.h"
 #include "ConfigurationManifestHandler.h"
+#include "StoredManifest.h"
+#include "Tree.h"
+#include "Turn.h"
 
-#include <QtCore/QCommandLineOption>
-#include <QtCore/QList>
+#include <QtCore/QJsonArray>
 
 class QCommandLineParser;
 
 /// The names that are stamped into every selection of a manifest that is loaded.
-QList<QCommandLineOption> stampOptions();
+Options stampOptions();
 /// What becomes of an edited manifest. Nothing is saved without being asked for.
-QList<QCommandLineOption> saveOptions();
+Options saveOptions();
+/// How a file is replaced that others may save as well.
+Options replaceOptions();
+
+/// What becomes of a manifest that is only looked at.
+ExitMeanings queryExits();
+ExitMeanings editExits();
+
+/// What the replaceOptions() ask for. Complains when that is wrong usage.
+bool readSaveWishes(const QCommandLineParser& arguments, SaveWishes& wishes, int& secondsToWait);
+
+/// Waits for the turn at a manifest, and warns when there is none to wait for. Complains when somebody else has it.
+bool takeTurn(Turn& turn, const QString& manifestPath, int secondsToWait);
+
+/// What it means when elements of a manifest are gone after an edit.
+enum class Loss {
+    IsDamage,
+    IsIntended,
+    /// The edit brings elements into another order, and does nothing else.
+    IsDamageAndSoIsGain,
+};
 
 /// The handler of the manifest that a command names as its first argument.
 class OpenManifest {
 public:
-    explicit OpenManifest(const QCommandLineParser& arguments);
+    explicit OpenManifest(const QCommandLineParser& commandLine);
 
-    /// Loads the manifest. Complains when that is not possible.
-    bool load();
+    /// Loads the manifest for a query. Complains when that is not possible.
+    ExitStatus loadToRead();
+    /// Looks whether there is a file that can be edited, before anything else is read. Complains when there is none.
+    ExitStatus checkThatItCanBeEdited() const;
+    /// Loads the manifest for an edit, with the turn at it when the edit is to be saved.
+    ExitStatus loadToEdit();
 
     ConfigurationManifestHandler& handler();
+    /// The manifest as it was read, before anything was stamped.
+    const QJsonArray& original() const;
 
     /// Whether a path leads to an element. Queries skip its empty names, edits keep them. Complains about the part of
     /// it that leads nowhere.
     bool leadsSomewhere(const QString& path, Qt::SplitBehavior emptyNames) const;
 
-    /// Ends an edit that succeeded as the saveOptions() ask: prints what would be saved, or saves it, or says that
-    /// neither has happened.
-    ExitStatus finish(const QCommandLineParser& arguments, const QString& whatHappened);
+    /// Says that an edit changes the element at a path, which is thereby not lost.
+    void expectChangeOf(const QString& elementPath);
+    void expectChangeOfInstances(const QString& instanceName);
+
+    /// Whether a key may get a value in place of the present one. Complains when their JSON types do not fit.
+    bool accepts(const QString& key, const QJsonValue& present, const QJsonValue& value) const;
+    /// Whether an element may get the members of a description. Complains as well.
+    bool acceptsAll(const QJsonObject& element, const QJsonObject& description) const;
+
+    /// Ends an edit that succeeded: refuses it when it does damage, and else does as the saveOptions() ask.
+    /// `whatHappened` is told unless nothing has changed.
+    ExitStatus finish(const QString& whatHappened, Loss loss = Loss::IsDamage);
 
 private:
-    bool save();
+    bool isForced() const;
+    bool isToBeSaved() const;
+    bool take(const QByteArray& content);
+    bool doesDamage(Loss loss) const;
+    ExitStatus save(const QString& whatHappened);
 
+    const QCommandLineParser& arguments;
+    const QString path;
     ConfigurationManifestHandler openHandler;
+    StoredManifest stored;
+    Turn turn;
+    SaveWishes wishes;
+    QJsonArray originalManifest;
+    QVector<QVector<int>> editedPositions;
 };

@@ -78,11 +78,6 @@ QString escapedInJson(uint codePoint)
     return result;
 }
 
-void printMessage(QtMsgType type, const QMessageLogContext& context, const QString& text)
-{
-    writeLine(stderr, printable(qFormatLogMessage(type, context, text).trimmed()).toUtf8());
-}
-
 } // namespace
 
 QString printable(const QString& text)
@@ -128,11 +123,18 @@ void complain(const QString& line)
     writeLine(stderr, QCoreApplication::applicationName().toUtf8() + ": " + line.toUtf8());
 }
 
-void printMessagesOfTheLibrary()
+void remark(const QString& line)
 {
-    qSetMessagePattern(QStringLiteral("%{if-debug}debug%{endif}%{if-info}info%{endif}%{if-warning}warning%{endif}"
-                                      "%{if-critical}critical%{endif}%{if-fatal}fatal%{endif}: %{message}"));
-    qInstallMessageHandler(printMessage);
+    std::fflush(stdout);
+    writeLine(stderr, printable(line).toUtf8());
+}
+
+void explain(const QString& text)
+{
+    const QStringList lines = text.split(QLatin1Char('\n'));
+    for (const QString& line : lines) {
+        remark(line);
+    }
 }
 
 bool flushOutput()

@@ -23,8 +23,11 @@ void printJson(const QByteArray& json);
 /// Prints one line that says what went wrong, on standard error.
 void complain(const QString& line);
 
-/// Sends every message of the library to standard error, one line each.
-void printMessagesOfTheLibrary();
+/// Prints one line on standard error that is no complaint, as printable() makes it.
+void remark(const QString& line);
+
+/// Prints a text of several lines on standard error.
+void explain(const QString& text);
 
 /// Whether everything printed so far has arrived.
 bool flushOutput();

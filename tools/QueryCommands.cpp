@@ -1,6 +1,8 @@
+#include "ElementOutput.h"
 #include "JsonInput.h"
 #include "OpenManifest.h"
 #include "Output.h"
+#include "Tree.h"
 
 #include <QtCore/QCommandLineParser>
 #include <QtCore/QJsonArray>
@@ -8,40 +10,74 @@
 
 namespace {
 
-// The names of the children of the element that the second argument addresses, of the top level without one.
-bool readInstances(const QCommandLineParser& arguments, QStringList& instances)
+bool isEmptyPath(const QString& path)
 {
-    OpenManifest manifest(arguments);
-    if (!manifest.load()) {
-        return false;
+    return path.split(QLatin1Char('/'), Qt::SkipEmptyParts).isEmpty();
+}
+
+// The names of the children of the element that the second argument addresses, of the top level without one.
+ExitStatus readInstances(OpenManifest& manifest, const QString& path, QStringList& instances)
+{
+    if (!path.isEmpty() && isEmptyPath(path)) {
+        complain(QStringLiteral("PATH is empty"));
+        return Trouble;
     }
-    const QString path = arguments.positionalArguments().value(1);
+    if (const ExitStatus status = manifest.loadToRead()) {
+        return status;
+    }
     if (manifest.handler().getListOfInstances(path, instances)) {
-        return true;
+        return Done;
     }
     if (manifest.leadsSomewhere(path, Qt::SkipEmptyParts)) {
         complain(QLatin1String("the children of '") % printable(path) % QLatin1String("' are not an array"));
     }
-    return false;
+    return NotDone;
+}
+
+// The element that a path leads to; null for the top level.
+const TreeElement* elementAt(const TreeElements& tree, const QString& path)
+{
+    return path.isEmpty() ? nullptr : findElement(tree, path, Qt::SkipEmptyParts);
 }
 
 ExitStatus list(const QCommandLineParser& arguments)
 {
+    const QString path = arguments.positionalArguments().value(1);
+    OpenManifest manifest(arguments);
     QStringList instances;
-    if (!readInstances(arguments, instances)) {
-        return Failed;
+    if (const ExitStatus status = readInstances(manifest, path, instances)) {
+        return status;
     }
-    for (const QString& instance : qAsConst(instances)) {
-        print(printable(instance));
+    const TreeElements tree = treeOf(manifest.handler().getManifestJsonArray());
+    const TreeElement* const parent = elementAt(tree, path);
+    if (parent != nullptr && parent->kind == TreeElement::Kind::Selection && parent->children.empty()) {
+        complain(QLatin1Char('\'') % printable(path) % QLatin1String("' is a selection, it has no children"));
+    }
+    const TreeElements& children = parent == nullptr ? tree : parent->children;
+    if (arguments.isSet(elementsAsJsonOption().name)) {
+        QJsonArray results;
+        for (const TreeElement& child : children) {
+            results.append(toJson(child));
+        }
+        printResult(results);
+    } else if (arguments.isSet(pathsOption().name)) {
+        for (const TreeElement& child : children) {
+            print(printable(child.name) % QLatin1Char('\t') % pathColumn(child));
+        }
+    } else {
+        for (const QString& instance : qAsConst(instances)) {
+            print(printable(instance));
+        }
     }
     return Done;
 }
 
 ExitStatus count(const QCommandLineParser& arguments)
 {
+    OpenManifest manifest(arguments);
     QStringList instances;
-    if (!readInstances(arguments, instances)) {
-        return Failed;
+    if (const ExitStatus status = readInstances(manifest, arguments.positionalArguments().value(1), instances)) {
+        return status;
     }
     print(QString::number(instances.size()));
     return Done;
@@ -49,16 +85,20 @@ ExitStatus count(const QCommandLineParser& arguments)
 
 ExitStatus get(const QCommandLineParser& arguments)
 {
-    OpenManifest manifest(arguments);
-    if (!manifest.load()) {
-        return Failed;
-    }
     const QStringList given = arguments.positionalArguments();
     const QString& path = given.at(1);
+    OpenManifest manifest(arguments);
+    if (isEmptyPath(path)) {
+        complain(QStringLiteral("PATH is empty"));
+        return Trouble;
+    }
+    if (const ExitStatus status = manifest.loadToRead()) {
+        return status;
+    }
     QJsonObject element;
     if (!manifest.handler().getNodeElement(path, element)) {
         manifest.leadsSomewhere(path, Qt::SkipEmptyParts);
-        return Failed;
+        return NotDone;
     }
     if (given.size() < 3) {
         printJson(QJsonDocument(element).toJson(QJsonDocument::Indented).trimmed());
@@ -68,9 +108,9 @@ ExitStatus get(const QCommandLineParser& arguments)
     if (value.isUndefined()) {
         complain(QLatin1Char('\'') % printable(path) % QLatin1String("' has no key '") % printable(given.at(2))
             % QLatin1Char('\''));
-        return Failed;
+        return NotDone;
     }
-    if (value.isString() && !arguments.isSet(jsonOption().names().constFirst())) {
+    if (value.isString() && !arguments.isSet(jsonOption().name)) {
         print(printable(value.toString()));
     } else {
         // Only arrays and objects make a document.
@@ -79,17 +119,45 @@ ExitStatus get(const QCommandLineParser& arguments)
     return Done;
 }
 
+ExitStatus exists(const QCommandLineParser& arguments)
+{
+    const QString path = arguments.positionalArguments().at(1);
+    OpenManifest manifest(arguments);
+    if (isEmptyPath(path)) {
+        complain(QStringLiteral("PATH is empty"));
+        return Trouble;
+    }
+    if (const ExitStatus status = manifest.loadToRead()) {
+        return status;
+    }
+    const TreeElements tree = treeOf(manifest.handler().getManifestJsonArray());
+    return elementAt(tree, path) == nullptr ? NotDone : Done;
+}
+
 } // namespace
 
-QList<Command> queryCommands()
+QVector<Command> queryCommands()
 {
+    const Option valueAsJson {QStringLiteral("json"), {}, QStringLiteral("Print a text as JSON, too."), {}};
     return {
         {QStringLiteral("list"), QStringLiteral("FILE [PATH]"),
             QStringLiteral("Print the instance names of the children of an element, or of the top level."),
-            stampOptions(), list},
+            stampOptions() + Options {pathsOption(), elementsAsJsonOption()}, queryExits(), list},
         {QStringLiteral("count"), QStringLiteral("FILE [PATH]"), QStringLiteral("Print how many list would print."),
-            stampOptions(), count},
+            stampOptions(), queryExits(), count},
         {QStringLiteral("get"), QStringLiteral("FILE PATH [KEY]"),
-            QStringLiteral("Print an element, or the value of one of its keys."), stampOptions() << jsonOption(), get},
+            QStringLiteral("Print an element, or the value of one of its keys."),
+            stampOptions() + Options {valueAsJson}, queryExits(), get},
+    };
+}
+
+QVector<Command> existsCommands()
+{
+    return {
+        {QStringLiteral("exists"), QStringLiteral("FILE PATH"),
+            QStringLiteral("Tell by the exit status whether there is an element. Prints nothing."), {},
+            {QStringLiteral("there is such an element"), QStringLiteral("there is none"),
+                QStringLiteral("wrong usage, or FILE cannot be read or is no manifest"), {}},
+            exists},
     };
 }

@@ -13,6 +13,7 @@
 #include <dirent.h>
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/xattr.h>
 #include <unistd.h>
@@ -36,8 +37,16 @@ Plan* planOfTheEnvironment()
     }
     static std::string call;
     int error = 0;
-    std::istringstream(text) >> call >> error;
-    static Plan plan {std::string(), {{call.c_str(), 1, INT32_MAX, error}}, {}, {}};
+    int first = 1;
+    int last = INT32_MAX;
+    std::string folder;
+    std::istringstream words(text);
+    words >> call >> error;
+    if (words >> first >> last) {
+        words >> std::ws;
+        std::getline(words, folder);
+    }
+    static Plan plan {folder, {{call.c_str(), first, last, error}}, {}, {}};
     return &plan;
 }
 
@@ -112,6 +121,8 @@ public:
         }
         if (error == Fault::Killed) {
             kill(getpid(), SIGKILL);
+        } else if (error == Fault::Stopped) {
+            kill(getpid(), SIGSTOP);
         } else if (error == Fault::Vanished) {
             unlinkat(AT_FDCWD, path.c_str(), 0);
         } else if (error == Fault::Exchanged) {
@@ -282,6 +293,11 @@ EXPORTED int close(int file)
     // The system closes the file also when it reports an error.
     const int result = NEXT(close)(file);
     return call.fails() ? call.failed(-1) : call.done(result);
+}
+
+EXPORTED int flock(int file, int operation) noexcept
+{
+    return attempt("lock", file, NEXT(flock), file, operation);
 }
 
 EXPORTED int link(const char* from, const char* to) noexcept

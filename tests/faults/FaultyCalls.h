@@ -9,8 +9,8 @@
  *
  * Calls are named "open" (of an existing file), "make" (of a new one), "read", "write", "sync", "close", "link",
  * "rename", "unlink", "readlink", "resolve" (of all links in a path), "stat" (of a path), "fstat" (of an open file),
- * "access", "chmod", "chown", "attribute" (an extended one), "seek", "list" (of a folder), "next" (entry of it) and "end"
- * (of the listing), whichever of its functions the C library is called by.
+ * "access", "chmod", "chown", "attribute" (an extended one), "seek", "list" (of a folder), "next" (entry of it), "end"
+ * (of the listing) and "lock", whichever of its functions the C library is called by.
  */
 struct Fault {
     enum Special {
@@ -24,6 +24,8 @@ struct Fault {
         Replaced = -4,
         /// Before the call, what lies beside the file with ".exchange" behind its name takes its place.
         Exchanged = -5,
+        /// The process stops itself before the call, and makes it when somebody lets it go on.
+        Stopped = -6,
     };
 
     const char* call;
@@ -44,7 +46,8 @@ inline std::vector<Fault> faultsOfTheFileSystem(bool hasUnnamedFiles)
  * most one at a time, and only one thread.
  *
  * It takes effect in programs that are linked to it, and in those that it is preloaded into with the variable
- * FAULTY_CALLS: "rename 5" lets every rename fail with error number 5.
+ * FAULTY_CALLS: "rename 5" lets every rename fail with error number 5, "rename 5 2 3 /folder" the second and the third one
+ * in that folder.
  */
 class __attribute__((visibility("default"))) FaultyCalls {
 public:

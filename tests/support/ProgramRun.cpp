@@ -1,6 +1,7 @@
 #include "ProgramRun.h"
 
 #include "Patience.h"
+#include "faults/FaultyCalls.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QDirIterator>
@@ -16,6 +17,7 @@
 #include <cstdlib>
 #include <iterator>
 #include <optional>
+#include <utility>
 
 #include <fcntl.h>
 #include <linux/securebits.h>
@@ -158,9 +160,9 @@ ProgramRun failed(const QString& complaint, const QByteArray& messages)
     return {1, QByteArray(), messages + line(u"configuration-manifest: "_qs + complaint)};
 }
 
-ProgramRun misused(const QString& complaint)
+ProgramRun misused(const QString& complaint, const QByteArray& messages)
 {
-    return {2, QByteArray(), line(u"configuration-manifest: "_qs + complaint)};
+    return {2, QByteArray(), messages + line(u"configuration-manifest: "_qs + complaint)};
 }
 
 void asOrdinaryUser()
@@ -241,6 +243,16 @@ Program& Program::prepared(Preparation function)
 
 Program& Program::unableToRename()
 {
+    return withFaultyCalls(u"rename %1"_qs.arg(EIO));
+}
+
+Program& Program::stoppingAt(const QString& call, int number, const QString& path)
+{
+    return withFaultyCalls(u"%1 %2 %3 %3 %4"_qs.arg(call).arg(Fault::Stopped).arg(number).arg(path));
+}
+
+Program& Program::withFaultyCalls(const QString& faults)
+{
     // A program that checks its memory refuses to run behind anything preloaded, unless it is told not to look.
     const QString options = environment.value(u"ASAN_OPTIONS"_qs) + u":verify_asan_link_order=0"_qs;
 #ifdef CROSS_COMPILED
@@ -249,7 +261,7 @@ Program& Program::unableToRename()
 #else
     with(u"LD_PRELOAD"_qs, QStringLiteral(FAULTY_CALLS));
 #endif
-    return with(u"FAULTY_CALLS"_qs, u"rename %1"_qs.arg(EIO)).with(u"ASAN_OPTIONS"_qs, options);
+    return with(u"FAULTY_CALLS"_qs, faults).with(u"ASAN_OPTIONS"_qs, options);
 }
 
 Program& Program::onTerminal()
@@ -280,6 +292,57 @@ ProgramRun Program::run(const QStringList& arguments) const
         run.output = screen->takeEverything();
     }
     return run;
+}
+
+std::unique_ptr<RunningProgram> Program::start(const QString& commandLine) const
+{
+    auto process = std::make_unique<PreparedProcess>(preparation, -1);
+    process->setWorkingDirectory(folder);
+    process->setProcessEnvironment(environment);
+    process->start(executable, words(commandLine));
+    process->write(input);
+    process->closeWriteChannel();
+    process->waitForStarted(patience);
+    return std::make_unique<RunningProgram>(std::move(process));
+}
+
+RunningProgram::RunningProgram(std::unique_ptr<QProcess> startedProcess)
+    : process(std::move(startedProcess))
+{
+}
+
+RunningProgram::~RunningProgram()
+{
+    process->kill();
+    process->waitForFinished(patience);
+}
+
+qint64 RunningProgram::id() const
+{
+    return process->processId();
+}
+
+bool RunningProgram::isStopped() const
+{
+    const QString path = u"/proc/%1/stat"_qs.arg(id());
+    // The state stands behind the name, which is in brackets.
+    const auto state = [&] { return readFile(path).split(')').constLast().trimmed().left(1); };
+    return QTest::qWaitFor([&] { return state() == "T" || state().isEmpty(); }, patience) && state() == "T";
+}
+
+bool RunningProgram::isAlive() const
+{
+    return process->state() == QProcess::Running && !process->waitForFinished(0);
+}
+
+void RunningProgram::send(int signal) const
+{
+    kill(static_cast<pid_t>(id()), signal);
+}
+
+ProgramRun RunningProgram::finish()
+{
+    return finished(*process);
 }
 
 bool operator==(const FileState& a, const FileState& b)
@@ -345,7 +408,7 @@ void checkEditIsNotSavedUnasked()
     QVERIFY(file.isAlone());
 }
 
-void checkDryRunPrintsWhatWouldBeSaved()
+void checkPrintShowsWhatWouldBeSaved()
 {
     QFETCH(QString, commandLine);
     QFETCH(QByteArray, input);
@@ -354,7 +417,7 @@ void checkDryRunPrintsWhatWouldBeSaved()
 
     const ManifestFile file(compact(saveRuleManifest()));
     const FileState before = stateOf(file.path());
-    QCOMPARE(Program().in(file.folder()).reading(input).run(wordsWith(commandLine, u"--dry-run"_qs)),
+    QCOMPARE(Program().in(file.folder()).reading(input).run(wordsWith(commandLine, u"--print"_qs)),
         done(QString::fromUtf8(after), messages));
     QCOMPARE(stateOf(file.path()), before);
     QVERIFY(file.isAlone());
@@ -377,7 +440,8 @@ void checkEditIsSaved()
     QVERIFY(file.isAlone());
 }
 
-void checkSaveFails(Program program, const QByteArray& messagesOfTheSave, mode_t permissionsOfTheFolder)
+void checkSaveFails(
+    Program program, const QString& cause, const QByteArray& messagesOfTheSave, mode_t permissionsOfTheFolder)
 {
     QFETCH(QString, commandLine);
     QFETCH(QByteArray, input);
@@ -388,7 +452,7 @@ void checkSaveFails(Program program, const QByteArray& messagesOfTheSave, mode_t
     chmod(qPrintable(file.folder()), permissionsOfTheFolder);
     const ProgramRun run = program.in(file.folder()).reading(input).run(wordsWith(commandLine, u"--save"_qs));
     chmod(qPrintable(file.folder()), 0700);
-    QCOMPARE(run, failed(u"could not save manifest.json"_qs, messages + messagesOfTheSave));
+    QCOMPARE(run, failed(u"could not save manifest.json: "_qs + cause, messages + messagesOfTheSave));
     QCOMPARE(stateOf(file.path()), before);
     QVERIFY(file.isAlone());
 }
@@ -430,6 +494,7 @@ void checkEditFailure()
     QCOMPARE(program.run(commandLine), run);
     QCOMPARE(program.run(wordsWith(commandLine, u"--save"_qs)), run);
     QCOMPARE(program.run(wordsWith(commandLine, u"--dry-run"_qs)), run);
+    QCOMPARE(program.run(wordsWith(commandLine, u"--print"_qs)), run);
     QCOMPARE(stateOf(file.path()), before);
     QVERIFY(file.isAlone());
 }

@@ -5,9 +5,12 @@
 #include <QtCore/QByteArray>
 #include <QtCore/QJsonArray>
 #include <QtCore/QMetaType>
+#include <QtCore/QProcess>
 #include <QtCore/QProcessEnvironment>
 #include <QtCore/QString>
 #include <QtCore/QStringList>
+
+#include <memory>
 
 #include <sys/types.h>
 
@@ -27,7 +30,8 @@ char* toString(const ProgramRun& run);
 
 ProgramRun done(const QString& output, const QByteArray& messages = {});
 ProgramRun failed(const QString& complaint, const QByteArray& messages = {});
-ProgramRun misused(const QString& complaint);
+/// Wrong usage, or trouble with something that the command line names.
+ProgramRun misused(const QString& complaint, const QByteArray& messages = {});
 
 /// What a process does to itself before it becomes the program.
 using Preparation = void (*)();
@@ -42,6 +46,26 @@ void withFullOutput();
 /// The words of a command line, separated by blanks. What stands between single quotes is one word.
 QStringList words(const QString& commandLine);
 
+/// A program that has been started. What is left of it is killed in the end.
+class RunningProgram {
+public:
+    explicit RunningProgram(std::unique_ptr<QProcess> startedProcess);
+    ~RunningProgram();
+    Q_DISABLE_COPY(RunningProgram)
+
+    qint64 id() const;
+    /// Waits until it has been stopped by a signal.
+    bool isStopped() const;
+    /// Whether it runs or waits for something.
+    bool isAlive() const;
+    void send(int signal) const;
+    /// Waits for its end.
+    ProgramRun finish();
+
+private:
+    const std::unique_ptr<QProcess> process;
+};
+
 /// A program and the surroundings that it is started in: by default the companion program, with nothing to read.
 class Program {
 public:
@@ -54,10 +78,15 @@ public:
     Program& prepared(Preparation function);
     /// A save fails at its very last step.
     Program& unableToRename();
+    /// Calls to the C library meet `faults`, in the words of FAULTY_CALLS.
+    Program& withFaultyCalls(const QString& faults);
+    /// Stops before the `number`th of these calls that concern `path` or what is in it.
+    Program& stoppingAt(const QString& call, int number, const QString& path);
     Program& onTerminal();
 
     ProgramRun run(const QString& commandLine) const;
     ProgramRun run(const QStringList& arguments) const;
+    std::unique_ptr<RunningProgram> start(const QString& commandLine) const;
 
 private:
     QString executable;
@@ -94,10 +123,11 @@ void addProgramEditColumns();
 void addProgramEdit(const char* name, const QString& commandLine, const QJsonArray& after, const QString& what,
     const QByteArray& messages = {}, const QByteArray& input = {});
 void checkEditIsNotSavedUnasked();
-void checkDryRunPrintsWhatWouldBeSaved();
+void checkPrintShowsWhatWouldBeSaved();
 void checkEditIsSaved();
 /// Checks that a save that fails is a failure, and that it leaves the previous manifest alone.
-void checkSaveFails(Program program, const QByteArray& messagesOfTheSave = {}, mode_t permissionsOfTheFolder = 0700);
+void checkSaveFails(Program program, const QString& cause, const QByteArray& messagesOfTheSave = {},
+    mode_t permissionsOfTheFolder = 0700);
 
 // A table of runs that fail on the same manifest.
 

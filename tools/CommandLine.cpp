@@ -1,0 +1,164 @@
+#include "CommandLine.h"
+
+#include "Help.h"
+#include "NearestWord.h"
+#include "Output.h"
+
+#include <QtCore/QCommandLineParser>
+#include <QtCore/QCoreApplication>
+
+#include <algorithm>
+
+namespace {
+
+const QCommandLineOption& helpOption()
+{
+    static const QCommandLineOption option(QStringList {QStringLiteral("h"), QStringLiteral("help")});
+    return option;
+}
+
+const QCommandLineOption& versionOption()
+{
+    static const QCommandLineOption option(QStringList {QStringLiteral("v"), QStringLiteral("version")});
+    return option;
+}
+
+QStringList namesOf(const QVector<Command>& commands)
+{
+    QStringList names;
+    for (const Command& command : commands) {
+        names.append(command.name);
+    }
+    return names;
+}
+
+QStringList namesOf(const Options& options)
+{
+    QStringList names {QStringLiteral("help")};
+    for (const Option& option : options) {
+        names.append(option.name);
+    }
+    return names;
+}
+
+ExitStatus complainAboutUsage(const QString& problem, const QString& helpWords)
+{
+    complain(printable(problem) % QLatin1String("; see '") % QCoreApplication::applicationName() % helpWords
+        % QLatin1String(" --help'"));
+    return Trouble;
+}
+
+// What Qt says of a command line, without its full stop; of an option that there is not, with what helps.
+QString problemOf(const QCommandLineParser& parser, const QStringList& knownOptions)
+{
+    const QString text = parser.errorText();
+    QString problem = text.endsWith(QLatin1Char('.')) ? text.chopped(1) : text;
+    const QStringList unknown = parser.unknownOptionNames();
+    if (unknown.isEmpty()) {
+        return problem;
+    }
+    const QString nearest = nearestWord(unknown.constFirst(), knownOptions);
+    return problem
+        % (nearest.isNull() ? QString(QLatin1String(" (put '--' before a value that begins with '-')"))
+                            : QString(QLatin1String(" (did you mean '--") % nearest % QLatin1String("'?)")));
+}
+
+// Qt knows no option whose value may be left out. One without a value gets the usual one.
+QStringList withUsualValues(const Command& command, QStringList arguments)
+{
+    const int end = arguments.indexOf(QStringLiteral("--"));
+    for (const Option& option : command.options) {
+        const QString name = QLatin1String("--") % option.name;
+        for (int i = 0; !option.usualValue.isNull() && i < (end < 0 ? arguments.size() : end); ++i) {
+            if (arguments.at(i) == name) {
+                arguments[i] = name % QLatin1Char('=') % option.usualValue;
+            }
+        }
+    }
+    return arguments;
+}
+
+void addOptions(QCommandLineParser& parser, const Command& command)
+{
+    parser.addOption(helpOption());
+    for (const Option& option : command.options) {
+        parser.addOption({option.name, QString(), option.value});
+    }
+}
+
+// Whether as many arguments were given as the syntax asks for.
+bool isRightNumber(int given, const QString& syntax)
+{
+    const QStringList asked = syntax.split(QLatin1Char(' '));
+    const auto isOptional = [](const QString& argument) { return argument.startsWith(QLatin1Char('[')); };
+    const auto optional = std::count_if(asked.begin(), asked.end(), isOptional);
+    return given >= asked.size() - optional && (given <= asked.size() || syntax.endsWith(QLatin1String("...")));
+}
+
+ExitStatus runCommand(const Command& command, const QStringList& words)
+{
+    const QString helpWords = QLatin1Char(' ') % command.name;
+    QStringList arguments = withUsualValues(command, words);
+    // The command has taken its name; what it sees are its own arguments.
+    arguments.removeAt(1);
+    QCommandLineParser parser;
+    addOptions(parser, command);
+    if (!parser.parse(arguments)) {
+        return complainAboutUsage(problemOf(parser, namesOf(command.options)), helpWords);
+    }
+    if (parser.isSet(helpOption())) {
+        printText(helpOf(command));
+        return Done;
+    }
+    const QStringList given = parser.positionalArguments();
+    if (!isRightNumber(given.size(), command.syntax)) {
+        return complainAboutUsage(command.name % QLatin1String(" takes ") % command.syntax, helpWords);
+    }
+    if (!given.isEmpty() && given.constFirst().isEmpty()) {
+        return complainAboutUsage(
+            command.syntax.section(QLatin1Char(' '), 0, 0) % QLatin1String(" is empty"), helpWords);
+    }
+    return command.run(parser);
+}
+
+ExitStatus runWithoutCommand(const QStringList& arguments)
+{
+    QCommandLineParser parser;
+    parser.addOption(helpOption());
+    parser.addOption(versionOption());
+    if (!parser.parse(arguments)) {
+        return complainAboutUsage(problemOf(parser, {QStringLiteral("help"), QStringLiteral("version")}), QString());
+    }
+    if (parser.isSet(helpOption())) {
+        printText(overview());
+        return Done;
+    }
+    if (parser.isSet(versionOption())) {
+        print(QCoreApplication::applicationName() % QLatin1Char(' ') % QCoreApplication::applicationVersion());
+        return Done;
+    }
+    const QStringList words = parser.positionalArguments();
+    if (words.isEmpty()) {
+        complain(QStringLiteral("no command given"));
+        explain(shortOverview());
+        return Trouble;
+    }
+    return complainAboutCommand(words.constFirst());
+}
+
+} // namespace
+
+ExitStatus complainAboutCommand(const QString& word)
+{
+    const QString nearest = nearestWord(word, namesOf(allCommands()));
+    return complainAboutUsage(QLatin1String("unknown command '") % word % QLatin1Char('\'')
+            % (nearest.isNull() ? QString()
+                                : QString(QLatin1String(" (did you mean '") % nearest % QLatin1String("'?)"))),
+        QString());
+}
+
+ExitStatus runCommandLine(const QStringList& arguments)
+{
+    const Command* const command = arguments.size() > 1 ? findCommand(arguments.at(1)) : nullptr;
+    return command == nullptr ? runWithoutCommand(arguments) : runCommand(*command, arguments);
+}

@@ -1,0 +1,42 @@
+#include "ElementOutput.h"
+
+#include "Output.h"
+
+#include <QtCore/QJsonDocument>
+
+Option pathsOption()
+{
+    return {QStringLiteral("paths"), {},
+        QStringLiteral(
+            "Print the path that other commands take, behind a tab; of an element that no path reaches, that "
+            "it is unreachable, and its position."),
+        {}};
+}
+
+Option elementsAsJsonOption()
+{
+    return {QStringLiteral("json"), {}, QStringLiteral("Print JSON: of every element what is known of it."), {}};
+}
+
+QString pathColumn(const TreeElement& element)
+{
+    return element.isReachable() ? printable(element.path)
+                                 : QString(QLatin1String("unreachable\t") % printable(element.place));
+}
+
+QJsonObject toJson(const TreeElement& element)
+{
+    return {
+        {QStringLiteral("kind"), toText(element.kind)},
+        {QStringLiteral("name"), element.name},
+        {QStringLiteral("path"), element.isReachable() ? QJsonValue(element.path) : QJsonValue()},
+        {QStringLiteral("position"), element.position()},
+        {QStringLiteral("label"), element.label},
+        {QStringLiteral("hidden"), element.isHidden},
+    };
+}
+
+void printResult(const QJsonArray& results)
+{
+    printJson(QJsonDocument(results).toJson(QJsonDocument::Indented).trimmed());
+}

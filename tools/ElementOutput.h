@@ -1,0 +1,22 @@
+#pragma once
+
+#include "Command.h"
+#include "Tree.h"
+
+#include <QtCore/QJsonObject>
+
+// How elements of a tree are printed.
+
+/// Asks for paths, in columns of their own.
+Option pathsOption();
+/// Asks for JSON instead of lines.
+Option elementsAsJsonOption();
+
+/// The path that other commands take, or that there is none, and then where the element is. printable().
+QString pathColumn(const TreeElement& element);
+
+/// What is known of an element, without its children.
+QJsonObject toJson(const TreeElement& element);
+
+/// Prints an array or object of results.
+void printResult(const QJsonArray& results);

@@ -1,0 +1,536 @@
+#include "Findings.h"
+
+#include "ConfigurationAndProcessDataDefinitions.h"
+#include "SystemInformationManagerRegistryDefinitions.h"
+
+#include <QtCore/QJsonDocument>
+#include <QtCore/QJsonObject>
+
+#include <algorithm>
+#include <map>
+#include <set>
+#include <vector>
+
+using Registry = SystemInformationManagerRegistryDefinitions;
+using DataProperty = ConfigurationAndProcessDataDefinitions;
+
+namespace {
+
+// Qt's parser refuses what has more arrays and objects inside each other.
+constexpr int loadableLevels = 1024;
+
+QString quoted(const QString& text)
+{
+    return QLatin1Char('\'') % text % QLatin1Char('\'');
+}
+
+QLatin1String typeWords(QJsonValue::Type type)
+{
+    switch (type) {
+    case QJsonValue::Null:
+        return QLatin1String("null");
+    case QJsonValue::Bool:
+        return QLatin1String("a boolean");
+    case QJsonValue::Double:
+        return QLatin1String("a number");
+    case QJsonValue::String:
+        return QLatin1String("a string");
+    case QJsonValue::Array:
+        return QLatin1String("an array");
+    case QJsonValue::Object:
+        return QLatin1String("an object");
+    case QJsonValue::Undefined:
+        break;
+    }
+    return QLatin1String("undefined");
+}
+
+int levelsOf(const QJsonValue& value);
+
+template <typename Container>
+int levelsOfItems(const Container& container)
+{
+    int levels = 0;
+    for (auto item = container.constBegin(); item != container.constEnd(); ++item) {
+        levels = std::max(levels, levelsOf(*item));
+    }
+    return levels;
+}
+
+// How many arrays and objects of a value are inside each other, itself included.
+int levelsOf(const QJsonValue& value)
+{
+    if (value.isArray()) {
+        return 1 + levelsOfItems(value.toArray());
+    }
+    return value.isObject() ? 1 + levelsOfItems(value.toObject()) : 0;
+}
+
+QString adviceOnNames()
+{
+    return QStringLiteral("Name it in its description, or in the manifest with a text editor");
+}
+
+class Check {
+public:
+    QVector<Finding> findings;
+
+    void examine(const TreeElements& siblings, bool isBelowTooDeep)
+    {
+        for (const TreeElement& element : siblings) {
+            if (element.kind == TreeElement::Kind::NoObject) {
+                add(element, FindingKind::NoObject,
+                    QLatin1String("is ") % typeWords(element.value.type()) % QLatin1String(", not an element"),
+                    QStringLiteral("Take it out of the manifest with a text editor, or create the manifest anew"));
+            } else {
+                examineKind(element);
+                examineName(element);
+                examineChildren(element);
+            }
+            const bool isTooDeep = isBelowTooDeep || examineDepth(element);
+            examineEmptiness(element);
+            examine(element.children, isTooDeep);
+        }
+    }
+
+private:
+    void examineKind(const TreeElement& element)
+    {
+        if (element.kind != TreeElement::Kind::Unknown) {
+            return;
+        }
+        const QString& key = Registry::getKeySelectionType();
+        const QString& node = Registry::SelectionTypeValues::getNode();
+        const QString& selection = Registry::SelectionTypeValues::getSelection();
+        const QJsonValue type = element.object().value(key);
+        QString what = QLatin1String("has a ") % quoted(key) % QLatin1String(" that is ") % typeWords(type.type());
+        if (type.isUndefined()) {
+            what = QLatin1String("has no ") % quoted(key);
+        } else if (type.isString()) {
+            what = QLatin1String("is of the kind ") % quoted(type.toString()) % QLatin1String(", which is neither ")
+                % quoted(node) % QLatin1String(" nor ") % quoted(selection);
+        }
+        add(element, FindingKind::UnknownKind, what,
+            QLatin1String("Set ") % quoted(key) % QLatin1String(" to ") % quoted(node) % QLatin1String(" or ")
+                % quoted(selection));
+    }
+
+    // One finding at most, the one that keeps lookups from the element.
+    void examineName(const TreeElement& element)
+    {
+        const QString& key = Registry::getKeyInstanceName();
+        const QJsonValue name = element.object().value(key);
+        if (name.isUndefined()) {
+            add(element, FindingKind::NameMissing, QLatin1String("has no ") % quoted(key), adviceOnNames());
+        } else if (!name.isString()) {
+            add(element, FindingKind::NameNoText, QLatin1String("has a name that is ") % typeWords(name.type()),
+                adviceOnNames());
+        } else if (element.name.isEmpty()) {
+            add(element, FindingKind::NameEmpty, QStringLiteral("has an empty name"), adviceOnNames());
+        } else if (element.answersTo.isEmpty()) {
+            add(element, FindingKind::NameEmpty,
+                QLatin1String("has the name ") % quoted(element.name) % QLatin1String(", which ends with an empty one"),
+                adviceOnNames());
+        } else if (element.answersTo.contains(QLatin1Char('/'))) {
+            add(element, FindingKind::NameWithSlash,
+                QLatin1String("has the name ") % quoted(element.name)
+                    % QLatin1String(", of which a path makes several"),
+                QStringLiteral("Give it a name without '/'"));
+        } else if (element.shadowedBy >= 0) {
+            add(element, FindingKind::NameTaken,
+                QLatin1String("answers to ") % quoted(element.answersTo)
+                    % QLatin1String(", as its sibling at position ") % QString::number(element.shadowedBy)
+                    % QLatin1String(" does, which is found instead"),
+                QStringLiteral("Rename one of the two"));
+        }
+    }
+
+    void examineChildren(const TreeElement& element)
+    {
+        const QString& key = Registry::getKeySubstructure();
+        const QJsonValue children = element.object().value(key);
+        if (!children.isUndefined() && !children.isArray()) {
+            add(element, FindingKind::ChildrenNoArray,
+                QLatin1String("has a ") % quoted(key) % QLatin1String(" that is ") % typeWords(children.type())
+                    % QLatin1String(", not an array"),
+                QLatin1String("Unset ") % quoted(key) % QLatin1String(", or set it to an array with --json"));
+        } else if (element.kind == TreeElement::Kind::Selection && !element.children.empty()) {
+            add(element, FindingKind::ChildrenOfSelection,
+                element.children.size() == 1
+                    ? QStringLiteral("is a selection with a child")
+                    : QStringLiteral("is a selection with %1 children").arg(element.children.size()),
+                QStringLiteral("Make it a node, or delete what is below it"));
+        }
+    }
+
+    bool examineDepth(const TreeElement& element)
+    {
+        if (levelOf(element) <= loadableLevels) {
+            return false;
+        }
+        add(element, FindingKind::TooDeep,
+            QStringLiteral("reaches deeper than the %1 levels that can be loaded").arg(loadableLevels),
+            QStringLiteral("Move it up, or delete what is below it"));
+        return true;
+    }
+
+    void examineEmptiness(const TreeElement& element)
+    {
+        const QJsonValue children = element.object().value(Registry::getKeySubstructure());
+        if (element.kind == TreeElement::Kind::Node && (children.isUndefined() || children.isArray())
+            && element.children.empty()) {
+            add(element, FindingKind::NoChildren, QStringLiteral("is a node without children"),
+                QStringLiteral("Add elements below it, unless it is to be filled later"));
+        }
+    }
+
+    // The deepest level of what the element holds, but for its children. The manifest is the first one, and every element
+    // is two below its parent.
+    static int levelOf(const TreeElement& element)
+    {
+        const int levelAbove = 1 + 2 * element.depth();
+        const QString& key = Registry::getKeySubstructure();
+        if (!element.object().value(key).isArray()) {
+            return levelAbove + levelsOf(element.value);
+        }
+        QJsonObject own = element.object();
+        own.insert(key, QJsonArray());
+        return levelAbove + levelsOf(own);
+    }
+
+    void add(const TreeElement& element, FindingKind kind, const QString& what, const QString& advice)
+    {
+        findings.append({kind, element.positions, element.path, element.place, what, advice, element.value});
+    }
+};
+
+QJsonValue withoutStamps(const QJsonValue& value)
+{
+    if (value.isArray()) {
+        QJsonArray result;
+        const QJsonArray items = value.toArray();
+        for (const QJsonValue& item : items) {
+            result.append(withoutStamps(item));
+        }
+        return result;
+    }
+    if (!value.isObject()) {
+        return value;
+    }
+    const QJsonObject object = value.toObject();
+    const bool isStamped =
+        object.value(Registry::getKeySelectionType()) == Registry::SelectionTypeValues::getSelection();
+    QJsonObject result;
+    for (auto member = object.constBegin(); member != object.constEnd(); ++member) {
+        const bool isStamp =
+            member.key() == Registry::getKeyModuleName() || member.key() == Registry::getKeyObjectName();
+        if (!isStamped || !isStamp) {
+            result.insert(member.key(), withoutStamps(member.value()));
+        }
+    }
+    return result;
+}
+
+// A text that is the same for equal values. Only arrays and objects make a document.
+QByteArray textOf(const QJsonValue& value)
+{
+    return QJsonDocument(QJsonArray {value}).toJson(QJsonDocument::Compact);
+}
+
+QByteArray contentOf(const QJsonValue& value)
+{
+    return textOf(withoutStamps(value));
+}
+
+QJsonValue withoutChildren(const QJsonValue& value)
+{
+    if (!value.isObject()) {
+        return value;
+    }
+    QJsonObject object = value.toObject();
+    object.remove(Registry::getKeySubstructure());
+    return object;
+}
+
+template <typename Function>
+void forEach(const TreeElements& elements, const Function& function)
+{
+    for (const TreeElement& element : elements) {
+        function(element);
+        forEach(element.children, function);
+    }
+}
+
+// By content, how many more elements hold it after an edit than before.
+using Balance = std::map<QByteArray, int>;
+
+Balance balanceOf(const TreeElements& before, const TreeElements& after)
+{
+    Balance balance;
+    forEach(before, [&](const TreeElement& element) { --balance[contentOf(element.value)]; });
+    forEach(after, [&](const TreeElement& element) { ++balance[contentOf(element.value)]; });
+    return balance;
+}
+
+struct FoundContent {
+    Finding finding;
+    QByteArray content;
+};
+
+using FoundContents = std::vector<FoundContent>;
+
+FoundContents damageIn(const TreeElements& elements)
+{
+    FoundContents damage;
+    const QVector<Finding> findings = check(elements);
+    for (const Finding& finding : findings) {
+        if (isDamage(finding.kind)) {
+            damage.push_back({finding, contentOf(finding.value)});
+        }
+    }
+    return damage;
+}
+
+// Takes one finding for which `isSame` is true out of `damage`. False when there is none.
+template <typename Predicate>
+bool takeOne(FoundContents& damage, const Predicate& isSame)
+{
+    const auto found = std::find_if(damage.begin(), damage.end(), isSame);
+    if (found == damage.end()) {
+        return false;
+    }
+    damage.erase(found);
+    return true;
+}
+
+int childrenIn(const Finding& finding)
+{
+    return finding.value.toObject().value(Registry::getKeySubstructure()).toArray().size();
+}
+
+// Whether a finding of an element that was changed has become no worse by that.
+bool isNoWorse(const Finding& before, const Finding& after)
+{
+    const auto isSame = [&](const QString& key) {
+        return before.value.toObject().value(key) == after.value.toObject().value(key);
+    };
+    if (before.kind != after.kind) {
+        return false;
+    }
+    switch (after.kind) {
+    case FindingKind::UnknownKind:
+        return isSame(Registry::getKeySelectionType());
+    case FindingKind::NameEmpty:
+    case FindingKind::NameNoText:
+    case FindingKind::NameWithSlash:
+    case FindingKind::NameTaken:
+        return isSame(Registry::getKeyInstanceName());
+    case FindingKind::ChildrenNoArray:
+        return isSame(Registry::getKeySubstructure());
+    case FindingKind::ChildrenOfSelection:
+        return childrenIn(after) <= childrenIn(before);
+    case FindingKind::NoObject:
+    case FindingKind::NameMissing:
+    case FindingKind::TooDeep:
+    case FindingKind::NoChildren:
+        break;
+    }
+    return true;
+}
+
+// The element at these positions; null when there is none.
+const TreeElement* elementAt(const TreeElements& elements, const QVector<int>& positions)
+{
+    const TreeElements* siblings = &elements;
+    const TreeElement* element = nullptr;
+    for (const int position : positions) {
+        const auto index = static_cast<TreeElements::size_type>(position);
+        if (position < 0 || index >= siblings->size()) {
+            return nullptr;
+        }
+        element = &siblings->at(index);
+        siblings = &element->children;
+    }
+    return element;
+}
+
+QByteArray unorderedTextOf(const QJsonArray& array)
+{
+    std::vector<QByteArray> texts;
+    for (const QJsonValue& item : array) {
+        const QJsonValue children = item.toObject().value(Registry::getKeySubstructure());
+        texts.push_back(children.isArray()
+                ? QByteArray(textOf(withoutChildren(item)) + unorderedTextOf(children.toArray()))
+                : textOf(item));
+    }
+    std::sort(texts.begin(), texts.end());
+    QByteArray result("(");
+    for (const QByteArray& text : texts) {
+        result += text;
+    }
+    return result + ')';
+}
+
+// The type that the definitions give a key; undefined for a key of any type, and none for a key that they do not have.
+const QJsonValue::Type* vocabularyType(const QString& key)
+{
+    static const std::map<QString, QJsonValue::Type> types {
+        {Registry::getKeySelectionType(), QJsonValue::String},
+        {Registry::getKeyInstanceName(), QJsonValue::String},
+        {Registry::getKeySubstructure(), QJsonValue::Array},
+        {Registry::getKeyDisplayPosition(), QJsonValue::Double},
+        {Registry::getKeyIconName(), QJsonValue::String},
+        {Registry::getKeyDataSourceType(), QJsonValue::String},
+        {Registry::getKeyCloseMode(), QJsonValue::String},
+        {Registry::getKeyUiJob(), QJsonValue::String},
+        {Registry::getKeyHide(), QJsonValue::Bool},
+        {Registry::getKeyLabelTextId(), QJsonValue::String},
+        {Registry::getKeyDataModel(), QJsonValue::String},
+        {Registry::getKeyLastModified(), QJsonValue::String},
+        {Registry::getKeyModuleName(), QJsonValue::String},
+        {Registry::getKeyObjectName(), QJsonValue::String},
+        {DataProperty::getKeyDataPropertyBufferType(), QJsonValue::String},
+        {DataProperty::getKeyDataPropertyConnectorId(), QJsonValue::Double},
+        {DataProperty::getKeyDataPropertyDependencyFile(), QJsonValue::String},
+        {DataProperty::getKeyDataPropertyDependencyFileExtern(), QJsonValue::String},
+        {DataProperty::getKeyDataPropertyLabelTextUrl(), QJsonValue::String},
+        {DataProperty::getKeyDataPropertySelectorTypeList(), QJsonValue::Array},
+        {DataProperty::getKeyDataPropertySelectorTypeListEndpoint(), QJsonValue::Array},
+        {DataProperty::getKeyDataPropertyTemplateType(), QJsonValue::String},
+        {DataProperty::getKeyDataPropertyConfigurationVersion(), QJsonValue::Undefined},
+        {DataProperty::getKeyDataPropertyTolmVersion(), QJsonValue::Undefined},
+    };
+    const auto type = types.find(key);
+    return type == types.end() ? nullptr : &type->second;
+}
+
+} // namespace
+
+QString toText(FindingKind kind)
+{
+    switch (kind) {
+    case FindingKind::NoObject:
+        return QStringLiteral("no-object");
+    case FindingKind::UnknownKind:
+        return QStringLiteral("unknown-kind");
+    case FindingKind::NameMissing:
+        return QStringLiteral("name-missing");
+    case FindingKind::NameEmpty:
+        return QStringLiteral("name-empty");
+    case FindingKind::NameNoText:
+        return QStringLiteral("name-no-text");
+    case FindingKind::NameWithSlash:
+        return QStringLiteral("name-with-slash");
+    case FindingKind::NameTaken:
+        return QStringLiteral("name-taken");
+    case FindingKind::ChildrenNoArray:
+        return QStringLiteral("children-no-array");
+    case FindingKind::ChildrenOfSelection:
+        return QStringLiteral("children-of-selection");
+    case FindingKind::TooDeep:
+        return QStringLiteral("too-deep");
+    case FindingKind::NoChildren:
+        break;
+    }
+    return QStringLiteral("no-children");
+}
+
+bool isDamage(FindingKind kind)
+{
+    return kind != FindingKind::NoChildren;
+}
+
+QVector<Finding> check(const TreeElements& elements)
+{
+    Check check;
+    check.examine(elements, false);
+    return check.findings;
+}
+
+QVector<Finding> check(const QJsonArray& manifest)
+{
+    return check(treeOf(manifest));
+}
+
+QVector<Finding> added(const QJsonArray& before, const QJsonArray& after)
+{
+    const TreeElements treeAfter = treeOf(after);
+    FoundContents damage = damageIn(treeAfter);
+    if (damage.empty()) {
+        return {};
+    }
+    const TreeElements treeBefore = treeOf(before);
+    FoundContents known = damageIn(treeBefore);
+    const auto isKnown = [&](const FoundContent& found) {
+        return takeOne(known, [&](const FoundContent& candidate) {
+            return candidate.finding.kind == found.finding.kind && candidate.content == found.content;
+        });
+    };
+    damage.erase(std::remove_if(damage.begin(), damage.end(), isKnown), damage.end());
+    if (damage.empty()) {
+        return {};
+    }
+
+    // What both manifests hold was not changed, so its finding is a new one, or has gone.
+    const Balance balance = balanceOf(treeBefore, treeAfter);
+    QVector<Finding> result;
+    for (const FoundContent& found : damage) {
+        const bool isChanged = balance.at(found.content) > 0;
+        const auto wasOfChanged = [&](const FoundContent& candidate) {
+            return balance.at(candidate.content) < 0 && isNoWorse(candidate.finding, found.finding);
+        };
+        if (!isChanged || !takeOne(known, wasOfChanged)) {
+            result.append(found.finding);
+        }
+    }
+    return result;
+}
+
+TreeElements lostElements(const QJsonArray& before, const QJsonArray& after, const QVector<QVector<int>>& edited)
+{
+    const TreeElements treeBefore = treeOf(before);
+    const TreeElements treeAfter = treeOf(after);
+    const auto isKept = [&](const TreeElement& element) {
+        return edited.contains(element.positions) && elementAt(treeBefore, element.positions) != nullptr
+            && elementAt(treeAfter, element.positions) != nullptr;
+    };
+    std::multiset<QByteArray> present;
+    forEach(treeAfter, [&](const TreeElement& element) {
+        if (!isKept(element)) {
+            present.insert(contentOf(withoutChildren(element.value)));
+        }
+    });
+    TreeElements lost;
+    forEach(treeBefore, [&](const TreeElement& element) {
+        if (isKept(element)) {
+            return;
+        }
+        const auto found = present.find(contentOf(withoutChildren(element.value)));
+        if (found != present.end()) {
+            present.erase(found);
+        } else {
+            lost.push_back(element);
+        }
+    });
+    return lost;
+}
+
+bool isPermutation(const QJsonArray& before, const QJsonArray& after)
+{
+    return unorderedTextOf(withoutStamps(before).toArray()) == unorderedTextOf(withoutStamps(after).toArray());
+}
+
+QString typeProblem(const QString& key, const QJsonValue& present, const QJsonValue& given)
+{
+    const QJsonValue::Type* const fixed = vocabularyType(key);
+    const QJsonValue::Type wanted = fixed != nullptr ? *fixed : present.type();
+    if (wanted == QJsonValue::Undefined || wanted == given.type()) {
+        return {};
+    }
+    const QLatin1String remedy = given.isString()
+        ? QLatin1String("; --json takes a value of another type than a string")
+        : wanted == QJsonValue::String ? QLatin1String("; without --json the value is a string")
+                                       : QLatin1String("; look at what --json was given");
+    return quoted(key) % QLatin1String(" takes ") % typeWords(wanted) % QLatin1String(", not ")
+        % typeWords(given.type()) % remedy;
+}

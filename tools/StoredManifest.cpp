@@ -1,0 +1,203 @@
+#include "StoredManifest.h"
+
+#include "FileOperand.h"
+#include "Output.h"
+
+#include <QtCore/QFile>
+#include <QtCore/QFileInfo>
+#include <QtCore/QSaveFile>
+
+#include <cerrno>
+#include <climits>
+#include <cstdlib>
+
+#include <fcntl.h>
+
+namespace {
+
+// The name that a save gives its file has these more: a dot and six letters.
+constexpr int temporaryLength = 7;
+
+bool isSameFile(const Look& a, const Look& b)
+{
+    struct stat statusOfA = {};
+    struct stat statusOfB = {};
+    return fstat(a.file.get(), &statusOfA) == 0 && fstat(b.file.get(), &statusOfB) == 0
+        && statusOfA.st_dev == statusOfB.st_dev && statusOfA.st_ino == statusOfB.st_ino;
+}
+
+QString behindLinks(const QString& path)
+{
+    const QString real = QFileInfo(path).canonicalFilePath();
+    return real.isEmpty() ? path : real;
+}
+
+int writeAll(int file, const QByteArray& content)
+{
+    for (int done = 0; done < content.size();) {
+        const ssize_t written = write(file, content.constData() + done, static_cast<size_t>(content.size() - done));
+        if (written < 0 && errno != EINTR) {
+            return errno;
+        }
+        done += static_cast<int>(qMax<ssize_t>(written, 0));
+    }
+    return fsync(file) == 0 ? 0 : errno;
+}
+
+// What a file of this content meets in a folder. Nothing of it stays.
+int probe(const QByteArray& folder, const QByteArray& content)
+{
+    const Descriptor unnamed(open(folder.constData(), O_TMPFILE | O_WRONLY | O_CLOEXEC, 0600));
+    if (unnamed.isOpen()) {
+        return writeAll(unnamed.get(), content);
+    }
+    if (errno != EOPNOTSUPP && errno != EISDIR) {
+        return errno;
+    }
+    QByteArray name = folder + "/.manifest.XXXXXX";
+    const Descriptor named(mkostemp(name.data(), O_CLOEXEC));
+    if (!named.isOpen()) {
+        return errno;
+    }
+    unlink(name.constData());
+    return writeAll(named.get(), content);
+}
+
+bool isTooLong(const QByteArray& path, const QByteArray& folder)
+{
+    const long longestName = pathconf(folder.constData(), _PC_NAME_MAX);
+    const int nameLength = path.size() - path.lastIndexOf('/') - 1;
+    return path.size() + temporaryLength >= PATH_MAX
+        || (longestName > 0 && nameLength + temporaryLength > static_cast<int>(longestName));
+}
+
+// Why a save of `content` fails, found out by doing what it does. 0 when all of that is possible.
+int causeOfFailure(const QString& path, const QByteArray& content)
+{
+    const QByteArray file = QFile::encodeName(behindLinks(path));
+    const QByteArray folder = QFile::encodeName(QFileInfo(behindLinks(path)).path());
+    struct stat status = {};
+    const bool isThere = stat(file.constData(), &status) == 0;
+    if (isThere && S_ISDIR(status.st_mode)) {
+        return EISDIR;
+    }
+    if ((isThere && access(file.constData(), W_OK) != 0) || access(folder.constData(), W_OK | X_OK) != 0) {
+        return errno;
+    }
+    return isTooLong(file, folder) ? ENAMETOOLONG : probe(folder, content);
+}
+
+QString causeAsText(const QString& path, const QByteArray& content)
+{
+    const int error = causeOfFailure(path, content);
+    return error == 0 ? QStringLiteral("cause unknown") : textOf(error);
+}
+
+} // namespace
+
+QString Look::problem() const
+{
+    return kind.isNull() ? textOf(error) : kind;
+}
+
+Look lookAt(const QString& path)
+{
+    Look look;
+    struct stat status = {};
+    look.error = openRegularFile(path, look.file, status, look.kind);
+    if (look.isThere()) {
+        look.error = readToTheEnd(look.file.get(), look.content);
+    }
+    return look;
+}
+
+QString writeBeside(const QString& path, const QByteArray& content, mode_t permissions)
+{
+    const QByteArray encoded = QFile::encodeName(path);
+    struct stat status = {};
+    if (lstat(encoded.constData(), &status) == 0 && !S_ISREG(status.st_mode)) {
+        return S_ISLNK(status.st_mode) ? QStringLiteral("it is a link") : whatItIs(status.st_mode);
+    }
+    if (access(encoded.constData(), F_OK) == 0 && access(encoded.constData(), W_OK) != 0) {
+        return textOf(errno);
+    }
+    QSaveFile file(path);
+    if (!file.open(QIODevice::WriteOnly)) {
+        return file.errorString();
+    }
+    fchmod(file.handle(), permissions);
+    // QSaveFile looks at no error of a flush, and would put an empty file in place.
+    if (file.write(content) != content.size() || !file.flush() || fsync(file.handle()) != 0) {
+        QString problem = file.error() == QFileDevice::NoError ? textOf(errno) : file.errorString();
+        file.cancelWriting();
+        return problem;
+    }
+    return file.commit() ? QString() : file.errorString();
+}
+
+StoredManifest::StoredManifest(const QString& manifestPath)
+    : path(manifestPath)
+{
+}
+
+const Look& StoredManifest::read()
+{
+    known = lookAt(path);
+    return known;
+}
+
+bool StoredManifest::isAsRead(const Look& look) const
+{
+    return look.isThere() == known.isThere() && look.kind == known.kind && look.content == known.content;
+}
+
+SaveReport StoredManifest::changed(const Look& now) const
+{
+    return {SaveReport::ChangedSinceRead,
+        printable(path) % QLatin1String(" has changed since it was read")
+            % (now.isThere() ? QString() : QString(QLatin1String(": ") % now.problem()))};
+}
+
+SaveReport StoredManifest::save(
+    const QByteArray& wanted, const SaveWishes& wishes, const std::function<bool()>& write) const
+{
+    Look before = lookAt(path);
+    if (!wishes.overwrite && !isAsRead(before)) {
+        return changed(before);
+    }
+    if (!wishes.backupSuffix.isNull() && before.isThere()) {
+        struct stat status = {};
+        fstat(before.file.get(), &status);
+        const QString backup = behindLinks(path) % wishes.backupSuffix;
+        const QString problem = writeBeside(backup, before.content, status.st_mode & ACCESSPERMS);
+        if (!problem.isNull()) {
+            return {SaveReport::NotSaved,
+                QLatin1String("could not save ") % printable(path) % QLatin1String(": no backup ") % printable(backup)
+                    % QLatin1String(": ") % problem};
+        }
+        // Writing the backup took its time.
+        before = lookAt(path);
+        if (!wishes.overwrite && !isAsRead(before)) {
+            return changed(before);
+        }
+    }
+
+    const bool reportsSuccess = write();
+
+    const Look after = lookAt(path);
+    const bool isTheSame = before.isThere() && after.isThere() && isSameFile(before, after);
+    if (after.isThere() && after.content == wanted && !isTheSame) {
+        return {SaveReport::Saved, {}};
+    }
+    // The library makes no new file, and nothing else is wrong with it.
+    const bool isGone = known.isThere() && !before.isThere() && !after.isThere();
+    const bool isAsBefore = isTheSame || (!before.isThere() && !after.isThere());
+    if (isAsBefore || !reportsSuccess) {
+        return {SaveReport::NotSaved,
+            QLatin1String("could not save ") % printable(path) % QLatin1String(": ")
+                % (isGone ? textOf(ENOENT) : causeAsText(path, wanted))};
+    }
+    return {SaveReport::Overtaken,
+        QLatin1String("another process has replaced ") % printable(path)
+            % QLatin1String(" while it was saved: what is there is not what was to be saved")};
+}

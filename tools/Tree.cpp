@@ -1,0 +1,468 @@
+#include "Tree.h"
+
+#include "ConfigurationAndProcessDataDefinitions.h"
+#include "ConfigurationManifestHandler.h"
+#include "ConfigurationStructureElement.h"
+#include "ConfigurationStructureElementList.h"
+#include "SystemInformationManagerRegistryDefinitions.h"
+
+#include <QtCore/QDir>
+#include <QtCore/QFile>
+#include <QtCore/QFileInfo>
+#include <QtCore/QStringList>
+
+#include <algorithm>
+#include <cerrno>
+#include <map>
+#include <numeric>
+#include <utility>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+using Registry = SystemInformationManagerRegistryDefinitions;
+
+namespace {
+
+TreeElement::Kind kindOf(const QJsonValue& value)
+{
+    if (!value.isObject()) {
+        return TreeElement::Kind::NoObject;
+    }
+    const QJsonValue type = value.toObject().value(Registry::getKeySelectionType());
+    if (type == Registry::SelectionTypeValues::getNode()) {
+        return TreeElement::Kind::Node;
+    }
+    if (type == Registry::SelectionTypeValues::getSelection()) {
+        return TreeElement::Kind::Selection;
+    }
+    return TreeElement::Kind::Unknown;
+}
+
+// Lookups know the rule. Every element answers to one name, which is its whole name or the last segment of it.
+QString answeredName(const ConfigurationManifestHandler& handler, const TreeElement& element)
+{
+    int index = -1;
+    handler.getElementFromInstance(QJsonArray {element.value}, element.name, index);
+    return index == 0 ? element.name : element.name.mid(element.name.lastIndexOf(QLatin1Char('/')) + 1);
+}
+
+QString pathOf(const TreeElement& element, const TreeElement* parent)
+{
+    const bool isName = !element.answersTo.isEmpty() && !element.answersTo.contains(QLatin1Char('/'));
+    if (!isName || element.shadowedBy >= 0 || (parent != nullptr && !parent->isReachable())) {
+        return {};
+    }
+    return parent == nullptr ? element.answersTo : QString(parent->path % QLatin1Char('/') % element.answersTo);
+}
+
+QString placeOf(const TreeElement& element, const TreeElement* parent)
+{
+    if (element.isReachable()) {
+        return QLatin1Char('\'') % element.path % QLatin1Char('\'');
+    }
+    return QLatin1String("position ") % QString::number(element.position())
+        % (parent == nullptr ? QStringLiteral(" of the top level") : QString(QLatin1String(" below ") % parent->place));
+}
+
+// Fills in what an element's place makes of it, here and below.
+void locate(const ConfigurationManifestHandler& handler, TreeElements& siblings, const TreeElement* parent)
+{
+    std::map<QString, int> firstPositions;
+    int position = 0;
+    for (TreeElement& element : siblings) {
+        const QJsonObject object = element.object();
+        element.kind = kindOf(element.value);
+        element.name = object.value(Registry::getKeyInstanceName()).toString();
+        element.label = object.value(Registry::getKeyLabelTextId()).toString();
+        element.isHidden = object.value(Registry::getKeyHide()).toBool();
+        element.positions = parent == nullptr ? QVector<int>() : parent->positions;
+        element.positions.append(position);
+        element.answersTo = answeredName(handler, element);
+        const auto first = firstPositions.emplace(element.answersTo, position);
+        element.shadowedBy = first.second ? -1 : first.first->second;
+        element.path = pathOf(element, parent);
+        element.place = placeOf(element, parent);
+        locate(handler, element.children, &element);
+        ++position;
+    }
+}
+
+void locate(TreeElements& elements)
+{
+    locate(ConfigurationManifestHandler(QString(), QString(), QString()), elements, nullptr);
+}
+
+TreeElements elementsOf(const QJsonArray& array)
+{
+    TreeElements elements;
+    elements.reserve(static_cast<TreeElements::size_type>(array.size()));
+    for (const QJsonValue& item : array) {
+        TreeElement element;
+        element.value = item;
+        element.children = elementsOf(item.toObject().value(Registry::getKeySubstructure()).toArray());
+        elements.push_back(std::move(element));
+    }
+    return elements;
+}
+
+struct ReportedMessage {
+    QtMsgType level;
+    QString text;
+};
+
+bool operator==(const ReportedMessage& a, const ReportedMessage& b)
+{
+    return a.level == b.level && a.text == b.text;
+}
+
+// Takes the messages of its lifetime.
+class MessageCapture {
+public:
+    MessageCapture()
+        : outer(std::exchange(current, this))
+        , previousHandler(qInstallMessageHandler(take))
+    {
+    }
+    ~MessageCapture()
+    {
+        qInstallMessageHandler(previousHandler);
+        current = outer;
+    }
+    Q_DISABLE_COPY(MessageCapture)
+
+    QVector<ReportedMessage> messages;
+
+private:
+    static void take(QtMsgType level, const QMessageLogContext&, const QString& text)
+    {
+        current->messages.append({level, text.trimmed()});
+    }
+
+    static MessageCapture* current;
+
+    MessageCapture* const outer;
+    const QtMessageHandler previousHandler;
+};
+
+MessageCapture* MessageCapture::current = nullptr;
+
+template <typename Function>
+QVector<ReportedMessage> messagesOf(const Function& function)
+{
+    MessageCapture capture;
+    function();
+    return std::move(capture.messages);
+}
+
+QString below(const QString& folder, const QString& name)
+{
+    return folder.isEmpty() ? name : QString(folder % QLatin1Char('/') % name);
+}
+
+// A file as it is behind all links; all zero when there is none.
+struct stat statusOf(const QString& path)
+{
+    struct stat status = {};
+    if (stat(QFile::encodeName(path).constData(), &status) != 0) {
+        return {};
+    }
+    return status;
+}
+
+// What must not be opened; null for what may be.
+const char* deviceWord(mode_t mode)
+{
+    if (S_ISCHR(mode) || S_ISBLK(mode)) {
+        return "a device";
+    }
+    if (S_ISFIFO(mode)) {
+        return "a pipe";
+    }
+    return S_ISSOCK(mode) ? "a socket" : nullptr;
+}
+
+QString suffixOf(const QString& scheme)
+{
+    return scheme == ConfigurationAndProcessDataDefinitions::getSelectorUrlSchemeConfiguration()
+        ? ConfigurationStructureElement::getConfigurationFileSuffix()
+        : ConfigurationStructureElement::getProcessFileSuffix();
+}
+
+// One scan by the steps of the creator. Folders are known by two paths: the whole one, which the library gets, and the
+// one relative to the scanned folder, for people.
+class FolderReader {
+public:
+    FolderReader(const QString& folder, const QString& scheme)
+        : root(folder)
+        , suffix(suffixOf(scheme))
+    {
+    }
+
+    FolderScan read()
+    {
+        const QFileInfoList entries = list(root, QString());
+        scan.isEmpty = entries.isEmpty();
+        if (!readEntries(root, QString(), entries, scan.elements)) {
+            scan.elements.clear();
+        }
+        locate(scan.elements);
+        return std::move(scan);
+    }
+
+private:
+    struct FolderId {
+        dev_t device;
+        ino_t inode;
+    };
+
+    QFileInfoList list(const QString& path, const QString& relativePath)
+    {
+        QDir folder(path);
+        folder.setFilter(QDir::Dirs | QDir::Files | QDir::NoDotAndDotDot);
+        const QFileInfoList entries = folder.entryInfoList();
+        // A folder that may not be read looks as if it was empty, which the library takes it for.
+        if (entries.isEmpty()
+            && faccessat(AT_FDCWD, QFile::encodeName(path).constData(), R_OK | X_OK, AT_EACCESS) != 0) {
+            addRemark({relativePath.isEmpty() ? QStringLiteral(".") : relativePath,
+                QLatin1String("Can't read folder: ") % qt_error_string(errno), true});
+        }
+        return entries;
+    }
+
+    // False when the scan is refused.
+    bool readEntries(
+        const QString& path, const QString& relativePath, const QFileInfoList& entries, TreeElements& elements)
+    {
+        const struct stat status = statusOf(path);
+        const bool leadsBack = std::any_of(folders.cbegin(), folders.cend(),
+            [&](const FolderId& folder) { return folder.device == status.st_dev && folder.inode == status.st_ino; });
+        if (leadsBack && status.st_mode != 0) {
+            return refuse(relativePath, QLatin1String("leads back to a folder that it lies in"));
+        }
+        const bool isSafe = std::all_of(entries.cbegin(), entries.cend(),
+            [&](const QFileInfo& entry) { return isSafeToRead(entry, relativePath); });
+        if (!isSafe) {
+            return false;
+        }
+        folders.append({status.st_dev, status.st_ino});
+        const bool wasRead = readList(relativePath, entries, elements);
+        folders.removeLast();
+        return wasRead;
+    }
+
+    bool readList(const QString& relativePath, const QFileInfoList& entries, TreeElements& elements)
+    {
+        QVector<ConfigurationStructureElement> described;
+        const QVector<ReportedMessage> messages = messagesOf([&] {
+            // The list, and only it, knows the order of elements with the same position.
+            described = ConfigurationStructureElementList(entries, root, suffix).getElementList();
+        });
+        const std::map<QString, QVector<Remark>> remarks = attributed(messages, relativePath, entries);
+        for (const ConfigurationStructureElement& source : std::as_const(described)) {
+            const QFileInfo entry = source.getFileInfo();
+            QJsonObject object = source.getElementAsJsonObject();
+            TreeElement element;
+            if (source.isDirectory()) {
+                const QString relativeFolder = below(relativePath, entry.fileName());
+                const QFileInfoList entriesBelow = list(entry.filePath(), relativeFolder);
+                if (!readEntries(entry.filePath(), relativeFolder, entriesBelow, element.children)) {
+                    return false;
+                }
+                if (element.children.empty()) {
+                    continue;
+                }
+                object.insert(Registry::getKeySubstructure(), manifestOf(element.children));
+            }
+            element.value = object;
+            element.source = sourceOf(entry, relativePath);
+            const auto own = remarks.find(entry.fileName());
+            if (own != remarks.end()) {
+                element.remarks = own->second;
+            }
+            elements.push_back(std::move(element));
+        }
+        return true;
+    }
+
+    // The messages of a list by the names of the entries that they are about. The library does not say which these are,
+    // so each entry is read once more on its own.
+    std::map<QString, QVector<Remark>> attributed(
+        const QVector<ReportedMessage>& messages, const QString& relativePath, const QFileInfoList& entries)
+    {
+        std::map<QString, QVector<Remark>> remarks;
+        if (messages.isEmpty()) {
+            return remarks;
+        }
+        QVector<ReportedMessage> messagesAgain;
+        for (const QFileInfo& entry : entries) {
+            const QVector<ReportedMessage> ofEntry =
+                messagesOf([&] { ConfigurationStructureElement(entry, root, suffix); });
+            messagesAgain += ofEntry;
+            for (const ReportedMessage& message : ofEntry) {
+                remarks[entry.fileName()].append(remarkOn(entry, relativePath, message));
+            }
+        }
+        // Otherwise a file has changed in between, and all that is known of what was reported is the folder.
+        if (messagesAgain != messages) {
+            remarks.clear();
+            for (const ReportedMessage& message : messages) {
+                addRemark({relativePath.isEmpty() ? QStringLiteral(".") : relativePath, message.text, true});
+            }
+            return remarks;
+        }
+        for (const QFileInfo& entry : entries) {
+            const auto ofEntry = remarks.find(entry.fileName());
+            if (ofEntry != remarks.end()) {
+                scan.remarks += ofEntry->second;
+            }
+        }
+        return remarks;
+    }
+
+    Remark remarkOn(const QFileInfo& entry, const QString& relativePath, const ReportedMessage& message) const
+    {
+        const QString source = sourceOf(entry, relativePath);
+        const bool isWithoutDescription = entry.isDir() && source == below(relativePath, entry.fileName());
+        const bool isOrdinary = message.text.startsWith(QLatin1String("Cannot find key"))
+            || (isWithoutDescription && message.text == QLatin1String("No description file found!"));
+        return {source, message.text, !isOrdinary};
+    }
+
+    static QString sourceOf(const QFileInfo& entry, const QString& relativePath)
+    {
+        QString relativeEntry = below(relativePath, entry.fileName());
+        if (!entry.isDir()) {
+            return relativeEntry;
+        }
+        const QString& name = ConfigurationStructureElement::getFolderDescriptionFilename();
+        const QFileInfo description(entry.filePath() % QLatin1Char('/') % name);
+        // A link that leads nowhere is there as well, and is what somebody has to put right.
+        const bool isThere = description.exists() || description.isSymLink();
+        return isThere ? below(relativeEntry, name) : relativeEntry;
+    }
+
+    bool isSafeToRead(const QFileInfo& entry, const QString& relativePath)
+    {
+        if (!ConfigurationStructureElement().validateObject(entry, suffix)) {
+            return true;
+        }
+        const QString relativeEntry = below(relativePath, entry.fileName());
+        if (!entry.isDir()) {
+            return isSafeToOpen(entry.filePath(), relativeEntry);
+        }
+        const QString& name = ConfigurationStructureElement::getFolderDescriptionFilename();
+        return isSafeToOpen(below(entry.filePath(), name), below(relativeEntry, name));
+    }
+
+    bool isSafeToOpen(const QString& path, const QString& relativePath)
+    {
+        const char* const word = deviceWord(statusOf(path).st_mode);
+        return word == nullptr || refuse(relativePath, QLatin1String("is ") % QLatin1String(word));
+    }
+
+    bool refuse(const QString& relativePath, const QString& reason)
+    {
+        scan.refusal = relativePath % QLatin1String(": ") % reason;
+        return false;
+    }
+
+    void addRemark(const Remark& remark)
+    {
+        scan.remarks.append(remark);
+    }
+
+    const QString root;
+    // Every list of the scan refers to it.
+    const QString suffix;
+    // The folders from the root down to the one that is being read.
+    QVector<FolderId> folders;
+    FolderScan scan;
+};
+
+} // namespace
+
+QJsonObject TreeElement::object() const
+{
+    return value.toObject();
+}
+
+bool TreeElement::isReachable() const
+{
+    return !path.isEmpty();
+}
+
+int TreeElement::position() const
+{
+    return positions.constLast();
+}
+
+int TreeElement::depth() const
+{
+    return positions.size() - 1;
+}
+
+QString toText(TreeElement::Kind kind)
+{
+    switch (kind) {
+    case TreeElement::Kind::Node:
+        return QStringLiteral("node");
+    case TreeElement::Kind::Selection:
+        return QStringLiteral("selection");
+    case TreeElement::Kind::Unknown:
+        return QStringLiteral("unknown");
+    case TreeElement::Kind::NoObject:
+        break;
+    }
+    return QStringLiteral("no object");
+}
+
+int countBelow(const TreeElement& element)
+{
+    return std::accumulate(element.children.begin(), element.children.end(), 0,
+        [](int count, const TreeElement& child) { return count + 1 + countBelow(child); });
+}
+
+TreeElements treeOf(const QJsonArray& manifest)
+{
+    TreeElements elements = elementsOf(manifest);
+    locate(elements);
+    return elements;
+}
+
+QJsonArray manifestOf(const TreeElements& elements)
+{
+    QJsonArray manifest;
+    for (const TreeElement& element : elements) {
+        manifest.append(element.value);
+    }
+    return manifest;
+}
+
+const TreeElement* findElement(const TreeElements& elements, const QString& path, Qt::SplitBehavior emptyNames)
+{
+    const QStringList names = path.split(QLatin1Char('/'), emptyNames);
+    const ConfigurationManifestHandler handler {QString(), QString(), QString()};
+    const TreeElements* siblings = &elements;
+    const TreeElement* found = nullptr;
+    for (int level = 0; level < names.size(); ++level) {
+        const QJsonArray array = manifestOf(*siblings);
+        int index = -1;
+        handler.getElementFromInstance(array, names.at(level), index);
+        if (index < 0 && emptyNames == Qt::KeepEmptyParts && level == names.size() - 1) {
+            handler.getElementFromInstance(array, path, index);
+        }
+        if (index < 0) {
+            return nullptr;
+        }
+        found = &siblings->at(static_cast<TreeElements::size_type>(index));
+        siblings = &found->children;
+    }
+    return found;
+}
+
+FolderScan scanFolder(const QString& folder, const QString& scheme)
+{
+    return FolderReader(folder, scheme).read();
+}

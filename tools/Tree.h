@@ -1,0 +1,110 @@
+#pragma once
+
+#include <QtCore/QJsonArray>
+#include <QtCore/QJsonObject>
+#include <QtCore/QJsonValue>
+#include <QtCore/QString>
+#include <QtCore/QVector>
+
+#include <vector>
+
+/// What was reported while a folder or a description file was read.
+struct Remark {
+    /// The description file that it is about, or the folder where that has none; relative to the scanned folder.
+    QString source;
+    /// As the library words it, without a line end.
+    QString text;
+    /// Whether something could not be read, could not be parsed or has a wrong type. What is no damage is ordinary: a
+    /// folder without a description file, and keys that a description may leave out.
+    bool isDamage = false;
+};
+
+/**
+ * An item of a manifest with what its place in the tree makes of it. A value; its children are its own.
+ *
+ * It refers to the JSON that it was made from. While it lives, an edit of that JSON copies every container that it
+ * changes.
+ */
+struct TreeElement {
+    enum class Kind { Node, Selection, Unknown, NoObject };
+
+    Kind kind = Kind::NoObject;
+    /// The item itself, children included.
+    QJsonValue value;
+    /// The instance name as it is stored; empty when it has none.
+    QString name;
+    /// The name that finds it among its siblings, if none of those before it answers to the same one.
+    QString answersTo;
+    /// Position of the earlier sibling that answers to the same name; -1 when there is none.
+    int shadowedBy = -1;
+    /// The path under which queries and edits alike find it; null when there is none.
+    QString path;
+    /// Positions from the top level down to this element.
+    QVector<int> positions;
+    /// Where it is, in words: its path in quotes or, without one, its position.
+    QString place;
+    QString label;
+    bool isHidden = false;
+    std::vector<TreeElement> children;
+
+    /// The description file that it was made from, or the folder where that has none; relative to the scanned folder.
+    /// Null when the tree was read from a manifest.
+    QString source;
+    /// What was reported while it was read from there.
+    QVector<Remark> remarks;
+
+    QJsonObject object() const;
+    /// Whether a path leads to it.
+    bool isReachable() const;
+    /// Position among its siblings.
+    int position() const;
+    /// 0 at the top level.
+    int depth() const;
+};
+
+using TreeElements = std::vector<TreeElement>;
+
+/// "node", "selection", "unknown" or "no object".
+QString toText(TreeElement::Kind kind);
+
+/// The number of elements below one, at every level.
+int countBelow(const TreeElement& element);
+
+/// The tree of a manifest. Cost: n log n in the number of siblings.
+TreeElements treeOf(const QJsonArray& manifest);
+
+/// The manifest of a tree.
+QJsonArray manifestOf(const TreeElements& elements);
+
+/**
+ * The element that a path leads to; null when it leads nowhere.
+ *
+ * @param emptyNames Qt::SkipEmptyParts for what queries find. Qt::KeepEmptyParts for what edits find: they take an empty
+ *                   name for one, and look for the whole path where there is no element of its last name.
+ */
+const TreeElement* findElement(const TreeElements& elements, const QString& path, Qt::SplitBehavior emptyNames);
+
+/// What the scan of a folder found.
+struct FolderScan {
+    /// Why the scan was given up, with the path that it is about, relative to the scanned folder; null when it was not.
+    /// Without a complete scan there is no tree.
+    QString refusal;
+    /// Whether there is nothing to create a manifest from: the folder is missing, unreadable or without visible entries.
+    bool isEmpty = false;
+    TreeElements elements;
+    /// All remarks in the order of the creator, also those about folders that are not in the tree.
+    QVector<Remark> remarks;
+};
+
+/**
+ * Reads a folder as ConfigurationManifestCreator::create2() does, with the same arguments, but writes nothing:
+ * manifestOf() of the result is what the creator would write.
+ *
+ * It refuses what the creator would never finish: a folder that leads back to one that it lies in, through a link, and a
+ * description that is neither a regular file nor a folder - a device, a pipe, a socket. Both are seen before anything of
+ * theirs is read.
+ *
+ * While it runs, the messages of the process are taken for what the library reports, so no other thread should log.
+ * A folder about which nothing is reported is read once, any other one twice.
+ */
+FolderScan scanFolder(const QString& folder, const QString& scheme);
