@@ -9,6 +9,8 @@
 
 #include <algorithm>
 
+#include <sys/stat.h>
+
 namespace {
 
 using Registry = SystemInformationManagerRegistryDefinitions;
