@@ -10,6 +10,7 @@
 #include <QtCore/QStringList>
 #include <QtCore/QVarLengthArray>
 
+#include <functional>
 #include <utility>
 
 // Internal; not installed.
@@ -72,8 +73,7 @@ public:
     }
 
     /// Changes the array inside `array`, in which the way began. Once per place.
-    template <typename Change>
-    void change(QJsonArray& array, const Change& changeSiblings)
+    void change(QJsonArray& array, const std::function<void(QJsonArray&)>& changeSiblings)
     {
         end = QJsonArray();
         if (isTop()) {
@@ -94,8 +94,7 @@ private:
         return SystemInformationManagerRegistryDefinitions::getKeySubstructure();
     }
 
-    template <typename Change>
-    void changeBelow(QJsonObject& ancestor, int level, const Change& changeSiblings) const
+    void changeBelow(QJsonObject& ancestor, int level, const std::function<void(QJsonArray&)>& changeSiblings) const
     {
         const auto substructure = ancestor.find(key());
         if (substructure == ancestor.end() || !substructure.value().isArray()) {
