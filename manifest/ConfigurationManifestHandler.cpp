@@ -39,7 +39,7 @@ void setMember(QJsonObject& object, const QString& key, const QJsonValue& curren
     if (current == wanted) {
         return;
     }
-    // A text, or the key of what an undefined value removes, would stay in the storage.
+    // Qt keeps the bytes of a replaced text or a removed key; storing an undefined value removes the key.
     if (current.isString() || wanted.isUndefined()) {
         object = JsonStorage::rebuiltWithout(object, key);
     }
@@ -47,7 +47,7 @@ void setMember(QJsonObject& object, const QString& key, const QJsonValue& curren
     changed = true;
 }
 
-// We cannot see what a caller's edit replaces, so always rebuild.
+// We cannot see what a caller's edit replaces, so rebuild whenever it has changed something.
 template <typename Edit>
 auto rebuilding(const Edit& edit)
 {
@@ -135,7 +135,7 @@ void ConfigurationManifestHandler::parseManifestFile()
     }
     QFile file(manifestFilePath);
     // Asked once more on purpose: the two messages tell a file that was never there from one that has just gone.
-    if (!exists(file)) {
+    if (!fileExists(file)) {
         qWarning() << "Configuration manifest file does not exist!";
         return;
     }
@@ -209,12 +209,13 @@ QJsonObject ConfigurationManifestHandler::getElementFromInstance(
     for (int i = 0; i < size; ++i) {
         QJsonObject element = array.at(i).toObject();
         const QString storedName = element.value(key).toString();
-        // Whatever the rule for the element, its name ends with the one looked for. To Qt, a null string does not end with
-        // an empty one.
+        // Under either rule the stored name ends with the name looked for, and this test is cheap. An empty name is
+        // left out: to Qt a null string does not end with an empty one.
         if (!instanceName.isEmpty() && !storedName.endsWith(instanceName)) {
             continue;
         }
-        // A name without "/" is one segment, and so is an empty name: this message cannot come while names are split so.
+        // A name without "/" is one segment, and so is an empty name: this message cannot come while names are split
+        // so.
         if (storedName.count(QLatin1Char('/')) + 1 == 0) {
             qWarning() << "Found an empty instance name:" << instanceName << "!";
             continue;
@@ -347,6 +348,7 @@ bool ConfigurationManifestHandler::editAndSave(const QString& instancePath, cons
 {
     bool changed = false;
     const bool applied = editElement(manifestJsonArray, splitPath(instancePath), instancePath, changed, edit);
+    // Any earlier edit counts as well, so that an edit without effect saves what that has changed.
     if (applied && writeToFile && modified) {
         writeToManifestFile();
     }
@@ -369,7 +371,6 @@ bool ConfigurationManifestHandler::editElement(
     if (changed) {
         if (applied || place.isTop()) {
             place.change(array, [&](QJsonArray& siblings) {
-                // A callback may have shortened the array since.
                 if (index < siblings.size()) {
                     siblings.replace(index, element);
                 }
@@ -445,8 +446,8 @@ bool ConfigurationManifestHandler::saveInAnyCase(bool result, bool writeToFile)
     return result;
 }
 
-// The five edits below differ in the name by which they look the target up, in what they do without one, and in the
-// change. Whatever can fail comes before the change; a change marks the handler.
+// Each of the five edits below finds its place, makes what it will store, changes the array and marks the handler. They
+// differ in the name by which they look the target up, in what they do without one, and in the change.
 
 bool ConfigurationManifestHandler::addElement(
     QJsonArray& array, const QStringList& instancePath, const QJsonObject& jsonObject, int index, bool isNode)
@@ -471,7 +472,6 @@ bool ConfigurationManifestHandler::addElement(
         qWarning() << "The index for addElements is out of bounds, append the element";
     }
     const int position = index < 0 || index > size ? size : index;
-    // A callback may have shortened the array since.
     place.change(array, [&](QJsonArray& siblings) { siblings.insert(qMin(position, siblings.size()), element); });
     modified = true;
     return true;
@@ -549,7 +549,8 @@ bool ConfigurationManifestHandler::moveElement(QJsonArray& array, const QStringL
         return false;
     }
     const auto move = [&](QJsonArray& siblings) { siblings.insert(newIndex, siblings.takeAt(index)); };
-    // Objects change places. A text is copied, which can fail half-way, and so it is moved in a copy of the array.
+    // A text answers to the empty name as well. Moving one copies its bytes, which can run out of memory half-way, so
+    // do it in a copy of the array. An object only changes places.
     const bool isText = place.siblings().at(index).isString();
     place.change(array, [&](QJsonArray& siblings) {
         if (!isText) {

@@ -37,15 +37,17 @@
  * | edit                                | saves when asked to and ...            | message on failure        |
  * |-------------------------------------|----------------------------------------|---------------------------|
  * | update, setProperty, removeProperty | it succeeded and getModified()         | none                      |
+ * | modifyPropertyFirst                 | the same                               | none                      |
  * | addNode, addSelection               | it succeeded, also with nothing to add | none                      |
  * | deleteElement, sortElements         | it succeeded                           | none                      |
  * | moveNode, moveSelection             | always, also after a failure           | for an index out of range |
  * | updateNode, updateSelection         | always, also after a failure           | for a missing last name   |
  *
  * The result of an edit says whether it applied, never whether a save did. An edit that returns false has changed
- * nothing, unless it was an edit function of the caller's that set its flag (modifyProperty()). Every message is a
- * warning in the default category; successful additions can warn as well (addNode()). When memory runs out, calls throw
- * std::bad_alloc; what the manifest then is: docs/limits.md, Memory.
+ * nothing; the exception is an edit function that sets its flag and returns false (modifyProperty()). An element whose
+ * text is replaced is made anew, so a handler that lives long does not grow. Every message is a warning in the default
+ * category; successful additions can warn as well (addNode()). When memory runs out, calls throw std::bad_alloc, or Qt
+ * ends the process; the manifest is then what it was: docs/limits.md, Memory.
  *
  * Cost: a lookup reads the name of each sibling before the one it finds, at every level of the path. An edit costs its
  * lookups, one copy of the edited element with its members and, in the array it changes, the moving of what lies
@@ -111,8 +113,8 @@ public:
 
     /**
      * Saves the manifest, whole, synced and atomically. Never creates the file. After a failure the previous file is
-     * untouched. Whose the new file is, and when a temporary one is left: docs/limits.md, Owner and permissions,
-     * Saving.
+     * untouched. Owner and permissions of the new file, and when a temporary one is left: docs/limits.md, Owner and
+     * permissions, Saving.
      *
      * Messages: "Configuration manifest file does not exist!", "Cannot open configuration manifest file for writing:"
      * with the path, "Error on writing instance list to manifest file!", also when the sync fails. A rename that fails
@@ -197,8 +199,8 @@ public:
     /**
      * Adds a node, made from a description as the creator makes one from a folder description, named by the last name
      * of the path. A name that is present is a success that changes nothing. False, without a message, when a name
-     * before it is missing. Whatever element they lead to gets the node among its children; children that are no array
-     * give way to one.
+     * before it is missing. Whatever element they lead to gets the node among its children: one without children
+     * gets an array of them, and children that are no array are replaced by one.
      *
      * Warns while it succeeds, as ConfigurationStructureElement::generateNodeData() does: about a description without a
      * display position or with one that is no number.

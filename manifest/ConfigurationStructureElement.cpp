@@ -50,8 +50,8 @@ void insertAll(QJsonObject& object, const QJsonObject& members)
     }
 }
 
-// Outside the range of int, and of what is no number, the language leaves the conversion undefined; the instruction of the
-// device saturates, and makes 0 of what is no number.
+// The language leaves the conversion undefined for NaN and beyond the range of int. Do what the instruction of the
+// device does: saturate, and make NaN 0.
 int toIntSaturated(double value)
 {
     if (std::isnan(value)) {
@@ -60,7 +60,8 @@ int toIntSaturated(double value)
     return static_cast<int>(qBound<double>(std::numeric_limits<int>::min(), value, std::numeric_limits<int>::max()));
 }
 
-// Whether Qt may look for a path in several folders or resources, and so for what lies in it elsewhere than for the path.
+// Whether a path begins with a prefix that QDir::searchPaths() or the resource system resolves: the path and a file
+// below it can then be found in different folders.
 bool isAmbiguous(const QString& path)
 {
     const int colon = path.indexOf(QLatin1Char(':'));
@@ -79,7 +80,7 @@ bool openDescription(QFile& file)
 
 void parseDescription(QFile& file, QJsonObject& description, const char* reader)
 {
-    // readAll() takes one more look at the size, and alone copes with an unknown or large one.
+    // readAll() asks for the size again, and is needed where that is unknown or large.
     constexpr int usualSize = 64 * 1024;
     const qint64 size = file.size();
     QByteArray content = size > 0 && size <= usualSize ? file.read(size) : file.readAll();
@@ -98,7 +99,7 @@ void parseDescription(QFile& file, QJsonObject& description, const char* reader)
 
 void reportUnopenedDescription(const QFile& file, const char* reader)
 {
-    if (!exists(file)) {
+    if (!fileExists(file)) {
         QMessageLogger(QT_MESSAGELOG_FILE, QT_MESSAGELOG_LINE, reader).debug() << "No description file found!";
         return;
     }

@@ -16,11 +16,13 @@
 // Internal; not installed.
 
 /**
- * The array in a tree that the first names of a path lead to, through the substructures of the elements found.
+ * Finds the array that an edit changes - by the first names of a path, through the substructures of the elements found
+ * - and changes it only when all is ready.
  *
- * Finding and changing are apart. Between them nothing has changed yet: the caller's edit function may throw or use the
- * handler, memory may run out while the new element is made, and all of that must leave the manifest as it was. Changing
- * then only exchanges what is ready.
+ * Between finding and changing, the caller's edit function may throw or use the handler, and memory may run out while
+ * the new element is made: all of that must leave the manifest as it was. What can still run out of memory in the
+ * change works on a copy or fails before it alters anything. Only the array that was searched can have changed
+ * meanwhile, by a callback; what was found below it is kept as it was, so positions in it need no check.
  */
 class EditPlace {
 public:
@@ -56,7 +58,7 @@ public:
         return positions.isEmpty();
     }
 
-    /// The array as it was found.
+    /// The array as it was found; empty after change().
     const QJsonArray& siblings() const
     {
         return end;
@@ -72,16 +74,16 @@ public:
         return index >= 0 || fullPath.isEmpty() ? element : handler.getElementFromInstance(end, fullPath, index);
     }
 
-    /// Changes the array inside `array`, in which the way began. Once per place.
+    /// Changes the array inside `array`, which was searched; it may have become shorter. Only once.
     void change(QJsonArray& array, const std::function<void(QJsonArray&)>& changeSiblings)
     {
+        // A second reference would make Qt copy the array.
         end = QJsonArray();
         if (isTop()) {
             changeSiblings(array);
             return;
         }
         const int position = positions.at(0);
-        // A callback may have shortened the array since.
         if (position < array.size()) {
             JsonStorage::changeInPlace(array[position], std::exchange(top, {}),
                 [&](QJsonObject& ancestor) { changeBelow(ancestor, 1, changeSiblings); });

@@ -5,11 +5,11 @@
 // Internal; not installed.
 
 /**
- * Whether the file that a file object names exists. The object's own look takes a file for gone when somebody replaces it
- * meanwhile: it finds the old one, which no folder holds any more by then. Beside a busy saver this happens to up to 3 % of
- * the looks, hundreds in a row. The static function asks for the name alone, and never misses.
+ * Whether the file of a file object exists, also while another process replaces it. The object's own exists() can find
+ * the old file just after it has lost its name, and says no. The static function looks the name up afresh, and never
+ * misses.
  */
-inline bool exists(const QFile& file)
+inline bool fileExists(const QFile& file)
 {
     // Of a name with a NUL, which names nothing, Qt complains at every look.
     return file.exists() || (!file.fileName().contains(QChar::Null) && QFile::exists(file.fileName()));

@@ -14,8 +14,8 @@
 
 // Internal; not installed.
 //
-// A selection stores its whole path as its instance name and answers to the last segment of it; every other element stores
-// and answers to its own name. Among siblings of one name the first one answers.
+// A selection answers to the last segment of its instance name, which in a scanned one is its path from the scanned
+// folder; every other element answers to its whole name. Among siblings of one name the first one answers.
 
 namespace InstanceNames {
 
@@ -30,7 +30,7 @@ inline bool isSelection(const QJsonObject& element)
     return element.value(Registry::getKeySelectionType()).toString() == Registry::SelectionTypeValues::getSelection();
 }
 
-/// The name that `element` answers to. Refers to `instanceName`, which it stores.
+/// The name that `element` answers to, as a view into its stored name `instanceName`.
 inline QStringView addressedName(const QJsonObject& element, const QString& instanceName)
 {
     const QStringView last = lastSegment(instanceName);
@@ -52,8 +52,8 @@ inline QStringList splitSelectionPath(const QString& instancePath)
 }
 
 /**
- * Where among its siblings each name is, for many look-ups: n log n for any names. A hash table is not, for there are names
- * that collide in Qt's hash whatever its seed; here they only cost comparisons.
+ * Where among its siblings each name is, for many look-ups: n log n whatever the names are. A QHash is not, for names
+ * can be chosen that collide for every seed. Here they only cost comparisons.
  */
 class Positions {
 public:
@@ -73,6 +73,7 @@ public:
     /// The first position of a name; -1 when there is none.
     int of(const QString& name) const
     {
+        // 0 sorts before every other position of the same name.
         const Entry wanted(name, 0);
         const auto found = std::lower_bound(entries.begin(), entries.end(), wanted);
         return found != entries.end() && found->name == wanted.name ? found->position : -1;

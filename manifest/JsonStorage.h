@@ -11,9 +11,9 @@
 
 // Internal; not installed.
 //
-// Two facts about Qt's JSON containers. A container that is referred to twice is copied when it changes: an array detaches
-// from the copy of an element that was taken out of it, and an element from its parent. And a string that is replaced in a
-// container is never freed: an object whose text is overwritten again and again grows for ever.
+// Two facts about Qt's JSON containers. A container that is referred to twice is copied when it changes: an array
+// detaches from the copy of an element that was taken out of it, and an element from its parent. And a string that is
+// replaced in a container is never freed: an object whose text is overwritten again and again grows for ever.
 
 namespace JsonStorage {
 
@@ -40,8 +40,8 @@ void changeInPlace(Place&& place, Container container, const Change& change)
     change(container);
 }
 
-/// Whether an object may have objects or arrays as members. Asking all members for their types takes 4 % of a load; where
-/// Qt keeps JSON as CBOR, the map is the object itself and knows.
+/// Whether an object may hold objects or arrays. Since Qt 5.15 an object is stored as CBOR, whose members tell their
+/// types without a conversion; that saves 4 % of a load.
 inline bool holdsContainers(const QJsonObject& object)
 {
 #if QT_VERSION >= QT_VERSION_CHECK(5, 15, 0)

@@ -46,7 +46,8 @@ public:
             && std::memcmp(data.data(), other.data.data(), static_cast<std::size_t>(size)) == 0;
     }
 
-    /// The permission bits that the list leaves to the group of the file, whose own bits are a mask where there is a list.
+    /// The permission bits that the list leaves to the group of the file, whose own bits are a mask where there is a
+    /// list.
     mode_t groupBits() const
     {
         constexpr quint16 groupOfTheFile = 0x04;
@@ -68,6 +69,7 @@ private:
     }
 
     static constexpr auto attribute = "system.posix_acl_access";
+    // Before the size, which is that of what was read into it.
     std::array<char, 1024> data {};
     ssize_t size;
 };
@@ -94,7 +96,7 @@ inline bool isIn(const QByteArray& folder, int descriptor)
     return size > 0 && folderOf(QByteArray::fromRawData(path.data(), static_cast<int>(size))) == folder;
 }
 
-/// Whether the names in a folder belong to whom the files do, and not to whoever may write to it.
+/// Whether only a file's owner may rename or remove it in a folder (sticky bit). True also when that is not known.
 inline bool isSticky(const QByteArray& folder)
 {
     struct stat64 status = {};
@@ -102,42 +104,46 @@ inline bool isSticky(const QByteArray& folder)
 }
 
 /**
- * Gives an open file the group, permission bits and owner of the file `path` that it is to replace, as far as the process
- * may. Where the group cannot be kept, or somebody in an access control list would get more than before, the group's bits
- * are reduced to those that others have.
+ * Gives an open file the group, permission bits and owner of the file `path` that it is to replace, as far as the
+ * process may. Where the group cannot be kept, or somebody in an access control list would get more than before, the
+ * group's bits are reduced to those that others have.
  */
 inline void keepOwnerAndPermissions(int descriptor, const QByteArray& path, const struct stat64& old)
 {
-    // Whoever may exchange names on the way to the manifest could have led Qt to another file than the one that was looked
-    // at. In one folder that is no matter, unless it is sticky: there he could not have replaced the other one himself.
     const QByteArray folder = folderOf(path);
     struct stat64 now = {};
-    if (!isIn(folder, descriptor) || fstat64(descriptor, &now) != 0) {
+    if (fstat64(descriptor, &now) != 0) {
         return;
     }
+    // Somebody who can exchange names along the path may have led Qt to another file than the one that `old` describes.
+    // If the new file lies in another folder, it gets nothing from `old`. In the same folder he could have replaced the
+    // other file himself, unless the folder is sticky; there the owner is not kept.
+    const bool isTheSameFolder = isIn(folder, descriptor);
     constexpr auto sameOwner = static_cast<uid_t>(-1);
     constexpr auto sameGroup = static_cast<gid_t>(-1);
     const auto setOwner = [&](uid_t owner, gid_t group) { return fchown(descriptor, owner, group) == 0; };
     const auto setMode = [&](mode_t mode) { return fchmod(descriptor, mode) == 0; };
 
-    mode_t mode = old.st_mode & (S_IRWXU | S_IRWXG | S_IRWXO);
+    mode_t mode = (isTheSameFolder ? old : now).st_mode & (S_IRWXU | S_IRWXG | S_IRWXO);
     const AccessControlList list(path);
     // Qt has set the bits already, unless it took the old file for missing.
-    const bool isKept = (old.st_gid == now.st_gid || setOwner(sameOwner, old.st_gid))
+    const bool isKept = (old.st_gid == now.st_gid || (isTheSameFolder && setOwner(sameOwner, old.st_gid)))
         && ((now.st_mode & 07777) == mode || setMode(mode)) && list == AccessControlList(descriptor);
     if (!isKept) {
         constexpr mode_t group = S_IRWXG;
         mode &= ~group | (list.groupBits() & (mode & S_IRWXO) << 3);
         setMode(mode);
     }
-    // A process that may give the file away, but not change it then, may not be able to put it in its place either.
-    if (old.st_uid != now.st_uid && !isSticky(folder) && setOwner(old.st_uid, sameGroup) && !setMode(mode)) {
+    // A process that may give a file away but not change a foreign one may not be able to rename it either: then it
+    // takes the file back.
+    if (isTheSameFolder && old.st_uid != now.st_uid && !isSticky(folder) && setOwner(old.st_uid, sameGroup)
+        && !setMode(mode)) {
         setOwner(now.st_uid, sameGroup);
     }
 }
 
-/// Opens `file` for writing. What it is to replace is looked at before, for somebody may remove it meanwhile; not by a
-/// QFileInfo, to which a file that is being replaced does not exist.
+/// Opens `file` for writing, with the owner and the permissions of the file that it is to replace. That one is looked
+/// at before, because somebody may remove it meanwhile.
 inline bool open(QSaveFile& file)
 {
     const QByteArray path = resolved(QFile::encodeName(file.fileName()));
@@ -182,8 +188,8 @@ inline qint64 writeCompletely(QSaveFile& file, const QByteArray& content)
     return written;
 }
 
-/// Lets `file` take the old one's place, or discards it when its writing was cancelled. Then syncs the folder, so that a
-/// power cut does not bring the old one back; nothing depends on that, so its failure is nobody's business.
+/// Lets `file` take the old one's place, or discards it when its writing was cancelled. Then syncs the folder, so that
+/// a power cut does not bring the old one back; a failure of that is not reported.
 inline void commit(QSaveFile& file)
 {
     const QByteArray path = QFile::encodeName(file.fileName());

@@ -12,8 +12,9 @@
 // Internal; not installed.
 
 /**
- * The module and the object name that every selection of a loaded manifest carries. An empty name is not stamped: what the
- * selection holds stays. Both names are kept as JSON as well, so that each is converted once and not for every selection.
+ * The module and the object name that every selection of a loaded manifest carries. An empty name is not stamped: what
+ * the selection holds stays. Both names are kept as JSON as well, so that each is converted once and not for every
+ * selection.
  */
 class Stamp {
 public:
@@ -23,7 +24,8 @@ public:
     {
     }
 
-    /// Stamps `element` when it is a selection.
+    /// Stamps `element` when it is a selection, by the library's own copies of key and value, which equal the
+    /// provider's.
     void putOn(QJsonObject& element) const
     {
         if (element.value(ConfigurationManifestHandler::getKeySelectionType()).toString()
