@@ -55,7 +55,7 @@ public:
         for (ssize_t entry = 4; entry + 8 <= size; entry += 8) {
             const char* const place = data.data() + entry;
             if (qFromLittleEndian<quint16>(place) == groupOfTheFile) {
-                bits = (qFromLittleEndian<quint16>(place + 2) & S_IRWXO) << 3;
+                bits = static_cast<mode_t>(qFromLittleEndian<quint16>(place + 2) & S_IRWXO) << 3;
             }
         }
         return bits;

@@ -58,10 +58,11 @@ struct Scanner {
         while (!started) {
             std::this_thread::yield();
         }
+        std::printf("%s elements\n", allRight ? "4" : "other");
     }
     std::atomic<bool> started {false};
     std::atomic<bool> ends {false};
-    bool allRight = true;
+    std::atomic<bool> allRight {true};
     std::thread thread;
 };
 
@@ -80,10 +81,13 @@ int main(int argc, char** argv)
     folder = QString::fromLocal8Bit(argv[2]);
     if (std::strcmp(moment, "atexit") == 0) {
         std::atexit(use);
-    } else if (std::strcmp(moment, "thread") == 0) {
-        scanner.start();
     }
-    use();
+    if (std::strcmp(moment, "thread") == 0) {
+        // Which works in the folder alone.
+        scanner.start();
+    } else {
+        use();
+    }
     static const LateUser madeAfter("after");
     return EXIT_SUCCESS;
 }
