@@ -1036,7 +1036,7 @@ void tst_ProgramDisk::descriptionBehindALinkToADeviceIsRefused()
 void tst_ProgramDisk::outputThatDoesNotArriveAfterASaveIsToldApart_data()
 {
     QTest::addColumn<QString>("commandLine");
-    QTest::addColumn<QString>("saved");
+    QTest::addColumn<QString>("savedName");
 
     QTest::newRow("edit") << u"set manifest.json top key value --save"_qs << u"manifest.json"_qs;
     QTest::newRow("rewrite") << u"rewrite manifest.json top key value --add --save"_qs << u"manifest.json"_qs;
@@ -1046,13 +1046,13 @@ void tst_ProgramDisk::outputThatDoesNotArriveAfterASaveIsToldApart_data()
 void tst_ProgramDisk::outputThatDoesNotArriveAfterASaveIsToldApart()
 {
     QFETCH(QString, commandLine);
-    QFETCH(QString, saved);
+    QFETCH(QString, savedName);
 
     for (const Preparation output : {withFullOutput, withClosedOutput}) {
         const ManifestFile file(before());
         QCOMPARE(Program().in(file.folder()).prepared(output).run(commandLine),
             (ProgramRun {3, QByteArray(), "configuration-manifest: saved, but the results could not be printed\n"}));
-        QVERIFY(readFile(file.folder() + u'/' + saved) != before());
+        QVERIFY(readFile(file.folder() + u'/' + savedName) != before());
     }
 }
 
