@@ -528,6 +528,15 @@ void tst_ProgramFindings::lostElementsOfTwoManifests_data()
     row("edited one equal to a lost one", {a, b}, {b, 1}, {{0}}, {u"b"_qs});
     row("several edited ones", {node(u"n"_qs, {a}), a},
         {node(u"n"_qs, {with(a, u"hide"_qs, true)}), with(a, u"hide"_qs, true)}, {{0, 0}, {1}}, {});
+    const QJsonObject marked = with(a, u"important"_qs, 1);
+    row("edited one in an edited one", {node(u"a"_qs, {marked})},
+        {node(u"c"_qs, {with(marked, u"instanceName"_qs, u"c"_qs)})}, {{0}, {0, 0}}, {});
+    row("another one in place of one in an edited one", {node(u"a"_qs, {marked, b})},
+        {node(u"a"_qs, {selection(u"c"_qs), b})}, {{0}, {0, 0}}, {u"a"_qs});
+    row("new name in an edited one that keeps its own", {node(u"a"_qs, {a})}, {node(u"a"_qs, {selection(u"c"_qs)})},
+        {{0}, {0, 0}}, {u"a"_qs});
+    row("less in an edited one", {node(u"a"_qs, {with(marked, u"hide"_qs, true)})}, {node(u"a"_qs, {a})}, {{0}, {0, 0}},
+        {u"a"_qs});
 }
 
 void tst_ProgramFindings::lostElementsOfTwoManifests()

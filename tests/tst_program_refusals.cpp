@@ -41,6 +41,7 @@ private Q_SLOTS:
     void whatIsNoDamageIsDone();
     void damageThatIsThereBlamesNobody_data();
     void damageThatIsThereBlamesNobody();
+    void rewriteThatReplacesWhatItWouldRewriteIsRefused();
     void deletionOfOneOfSeveralIsSaid();
     void sortOfTheExamplesByTheirPrintedNamesIsRefused();
     void treeThatIsTooDeepToBeLoadedIsRefused();
@@ -177,6 +178,20 @@ void tst_ProgramRefusals::damageThatIsThereBlamesNobody()
     const ManifestFile file(compact({selection(u"main"_qs), QJsonObject {{u"instanceName"_qs, u"broken"_qs}}, 7,
         node(u"broken"_qs), with(node(u"x"_qs), u"substructure"_qs, u"none"_qs)}));
     QCOMPARE(Program().in(file.folder()).run(commandLine), done(u"changed; saved"_qs));
+}
+
+void tst_ProgramRefusals::rewriteThatReplacesWhatItWouldRewriteIsRefused()
+{
+    const QByteArray content =
+        compact({node(u"x"_qs, {with(selection(u"x"_qs), u"important"_qs, 1), selection(u"z"_qs)})});
+    const ManifestFile file(content);
+    const QString children = QString::fromUtf8(compact({selection(u"y"_qs), selection(u"z"_qs)}));
+    QCOMPARE(
+        Program().run({u"rewrite"_qs, file.path(), u"x"_qs, u"substructure"_qs, children, u"--json"_qs, u"--save"_qs}),
+        (ProgramRun {1, {}, complaint(u"selection 'x/x' would be lost"_qs) + refused}));
+    QCOMPARE(file.content(), content);
+    QCOMPARE(Program().run({u"rewrite"_qs, file.path(), u"x"_qs, u"instanceName"_qs, u"y"_qs, u"--save"_qs}),
+        done(u"2 changed; saved"_qs));
 }
 
 void tst_ProgramRefusals::deletionOfOneOfSeveralIsSaid()

@@ -354,6 +354,41 @@ const TreeElement* elementAt(const TreeElements& elements, const QVector<int>& p
     return element;
 }
 
+int countOfDifferentMembers(const QJsonObject& a, const QJsonObject& b)
+{
+    QStringList keys = a.keys() + b.keys();
+    keys.removeDuplicates();
+    return static_cast<int>(
+        std::count_if(keys.cbegin(), keys.cend(), [&](const QString& key) { return a.value(key) != b.value(key); }));
+}
+
+// Whether what stands in the place of an edited element is still that element.
+//
+// Below another edited element that is not sure, whose children may have been replaced. The edit of several elements of
+// one name changes one member of each of them in the same way, so they still have one name.
+bool isStillThere(const QVector<int>& positions, const TreeElements& before, const TreeElements& after,
+    const QVector<QVector<int>>& edited)
+{
+    const TreeElement* const was = elementAt(before, positions);
+    const TreeElement* const is = elementAt(after, positions);
+    if (was == nullptr || is == nullptr) {
+        return false;
+    }
+    for (int level = 1; level < positions.size(); ++level) {
+        const QVector<int> above = positions.mid(0, level);
+        if (!edited.contains(above)) {
+            continue;
+        }
+        const TreeElement* const parent = elementAt(after, above);
+        const int different = countOfDifferentMembers(withoutChildren(withoutStamps(was->value)).toObject(),
+            withoutChildren(withoutStamps(is->value)).toObject());
+        if (parent->name != is->name || different > 1) {
+            return false;
+        }
+    }
+    return true;
+}
+
 QByteArray unorderedTextOf(const QJsonArray& array)
 {
     std::vector<QByteArray> texts;
@@ -491,8 +526,7 @@ TreeElements lostElements(const QJsonArray& before, const QJsonArray& after, con
     const TreeElements treeBefore = treeOf(before);
     const TreeElements treeAfter = treeOf(after);
     const auto isKept = [&](const TreeElement& element) {
-        return edited.contains(element.positions) && elementAt(treeBefore, element.positions) != nullptr
-            && elementAt(treeAfter, element.positions) != nullptr;
+        return edited.contains(element.positions) && isStillThere(element.positions, treeBefore, treeAfter, edited);
     };
     std::multiset<QByteArray> present;
     forEach(treeAfter, [&](const TreeElement& element) {

@@ -68,7 +68,8 @@ QVector<Finding> added(const QJsonArray& before, const QJsonArray& after);
  * is a node that only lost its children. Of equal ones as many are lost as are fewer.
  *
  * @param edited positions of the elements that the edit was to change, from the top level down. They are not lost as
- *               long as there is an element in their place.
+ *               long as there is an element in their place; of those that lie in another one, as long as it has the
+ *               name of that one, and is the same but for one member.
  */
 TreeElements lostElements(const QJsonArray& before, const QJsonArray& after, const QVector<QVector<int>>& edited = {});
 
