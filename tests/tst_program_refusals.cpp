@@ -3,6 +3,8 @@
 
 #include <QtCore/QJsonDocument>
 
+#include <unistd.h>
+
 namespace {
 
 const QByteArray refused = "configuration-manifest: the edit is refused; --force carries it out all the same\n";
@@ -29,6 +31,17 @@ void addRefusal(const char* name, const QString& commandLine, const QByteArray& 
     QTest::newRow(name) << commandLine << input << messages << complaints;
 }
 
+// Standard output is a pipe that nobody reads from.
+void withoutReader()
+{
+    int ends[2];
+    if (pipe(ends) == 0) {
+        close(ends[0]);
+        dup2(ends[1], STDOUT_FILENO);
+        close(ends[1]);
+    }
+}
+
 } // namespace
 
 class tst_ProgramRefusals : public QObject {
@@ -45,6 +58,7 @@ private Q_SLOTS:
     void deletionOfOneOfSeveralIsSaid();
     void sortOfTheExamplesByTheirPrintedNamesIsRefused();
     void treeThatIsTooDeepToBeLoadedIsRefused();
+    void readerThatHasGoneIsNoReasonToDie();
     void dryRunSaysWhatWouldChange_data();
     void dryRunSaysWhatWouldChange();
 };
@@ -283,6 +297,16 @@ void tst_ProgramRefusals::dryRunSaysWhatWouldChange()
     QCOMPARE(Program().in(file.folder()).run(commandLine + u" --dry-run --save --backup"_qs), done(lines, messages));
     QCOMPARE(stateOf(file.path()), state);
     QVERIFY(file.isAlone());
+}
+
+void tst_ProgramRefusals::readerThatHasGoneIsNoReasonToDie()
+{
+    const ManifestFile file(manifest());
+    const Program program = Program().in(file.folder()).prepared(withoutReader);
+    QCOMPARE(program.run(u"set manifest.json main key value --save"_qs),
+        (ProgramRun {3, {}, "configuration-manifest: saved, but the results could not be printed\n"}));
+    QVERIFY(file.content() != manifest());
+    QCOMPARE(program.run(u"show manifest.json"_qs), failed(u"cannot write the results"_qs));
 }
 
 MANIFEST_TEST_MAIN(tst_ProgramRefusals)

@@ -17,6 +17,8 @@ int main(int argc, char* argv[])
     printMessagesOfTheLibrary();
     // A save that reaches the limit of file sizes is to fail, not to end the program.
     std::signal(SIGXFSZ, SIG_IGN);
+    // A reader that has gone is an error of the output, of which the status tells.
+    std::signal(SIGPIPE, SIG_IGN);
 
     const ExitStatus status = runCommandLine(QCoreApplication::arguments());
     const bool isPrinted = flushOutput();
