@@ -42,6 +42,16 @@ void withoutReader()
     }
 }
 
+void withClosedInput()
+{
+    close(STDIN_FILENO);
+}
+
+void withClosedErrors()
+{
+    close(STDERR_FILENO);
+}
+
 } // namespace
 
 class tst_ProgramRefusals : public QObject {
@@ -59,6 +69,8 @@ private Q_SLOTS:
     void sortOfTheExamplesByTheirPrintedNamesIsRefused();
     void treeThatIsTooDeepToBeLoadedIsRefused();
     void readerThatHasGoneIsNoReasonToDie();
+    void closedOutputIsAnErrorForEveryLength();
+    void closedInputIsSaidToBeClosed();
     void dryRunSaysWhatWouldChange_data();
     void dryRunSaysWhatWouldChange();
 };
@@ -307,6 +319,33 @@ void tst_ProgramRefusals::readerThatHasGoneIsNoReasonToDie()
         (ProgramRun {3, {}, "configuration-manifest: saved, but the results could not be printed\n"}));
     QVERIFY(file.content() != manifest());
     QCOMPARE(program.run(u"show manifest.json"_qs), failed(u"cannot write the results"_qs));
+}
+
+void tst_ProgramRefusals::closedOutputIsAnErrorForEveryLength()
+{
+    QJsonObject texts = selection(u"main"_qs);
+    constexpr int longest = 17;
+    for (int length = 0; length <= longest; ++length) {
+        texts.insert(u"key%1"_qs.arg(length), QString(length, u'x'));
+    }
+    const ManifestFile file(compact({texts}));
+    const Program program = Program().in(file.folder());
+    for (int length = 0; length <= longest; ++length) {
+        const QString query = u"get manifest.json main key%1"_qs.arg(length);
+        QCOMPARE(Program(program).prepared(withClosedOutput).run(query), failed(u"cannot write the results"_qs));
+    }
+    QCOMPARE(Program(program).prepared(withClosedErrors).run(u"get manifest.json main key3"_qs), done(u"xxx"_qs));
+    QCOMPARE(Program(program).prepared(withClosedErrors).run(u"get manifest.json none"_qs).status, 1);
+}
+
+void tst_ProgramRefusals::closedInputIsSaidToBeClosed()
+{
+    const ManifestFile file(manifest());
+    const Program program = Program().in(file.folder()).prepared(withClosedInput);
+    const ProgramRun closed = misused(u"cannot read -: standard input is closed for reading"_qs);
+    QCOMPARE(program.run(u"show -"_qs), closed);
+    QCOMPARE(program.run(u"add-node manifest.json new --description -"_qs), closed);
+    QCOMPARE(program.run(u"count manifest.json"_qs), done(u"5"_qs));
 }
 
 MANIFEST_TEST_MAIN(tst_ProgramRefusals)

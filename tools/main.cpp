@@ -7,8 +7,28 @@
 
 #include <csignal>
 
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace {
+
+// A standard stream that the caller has closed would become the next file that anybody opens, a wake-up of Qt or the
+// manifest, and take the output. What stands in for it refuses every read and write that it was for.
+void occupyClosedStreams()
+{
+    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        if (fcntl(stream, F_GETFD) < 0) {
+            // The lowest number that is free, so this one.
+            open("/dev/null", stream == STDIN_FILENO ? O_WRONLY : O_RDONLY);
+        }
+    }
+}
+
+} // namespace
+
 int main(int argc, char* argv[])
 {
+    occupyClosedStreams();
     QCoreApplication application(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("configuration-manifest"));
     QCoreApplication::setApplicationVersion(QStringLiteral(CONFIGURATION_MANIFEST_VERSION));
