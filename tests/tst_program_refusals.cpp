@@ -71,6 +71,7 @@ private Q_SLOTS:
     void readerThatHasGoneIsNoReasonToDie();
     void closedOutputIsAnErrorForEveryLength();
     void closedInputIsSaidToBeClosed();
+    void namesThatBeginWithAColonAreFiles();
     void dryRunSaysWhatWouldChange_data();
     void dryRunSaysWhatWouldChange();
 };
@@ -346,6 +347,21 @@ void tst_ProgramRefusals::closedInputIsSaidToBeClosed()
     QCOMPARE(program.run(u"show -"_qs), closed);
     QCOMPARE(program.run(u"add-node manifest.json new --description -"_qs), closed);
     QCOMPARE(program.run(u"count manifest.json"_qs), done(u"5"_qs));
+}
+
+void tst_ProgramRefusals::namesThatBeginWithAColonAreFiles()
+{
+    const ManifestFile file(manifest());
+    const Program program = Program().in(file.folder());
+    writeFile(file.folder() + u"/:m.json"_qs, manifest());
+    QCOMPARE(program.run(u"set :m.json main key value --save"_qs), done(u"changed; saved"_qs));
+    QCOMPARE(program.run(u"set --save :m.json --json -- main hide true"_qs), done(u"changed; saved"_qs));
+    QCOMPARE(program.run(u"get :m.json main key"_qs), done(u"value"_qs));
+    QCOMPARE(program.run(u"get :m.json main hide"_qs), done(u"true"_qs));
+    writeFile(file.folder() + u"/:d/page.config.json"_qs, "{}");
+    QCOMPARE(program.run(u"create-folder --scheme=process --scheme configuration :d"_qs).status, 0);
+    QCOMPARE(program.run(u"count :d/configuration.manifest.json"_qs), done(u"1"_qs));
+    QCOMPARE(program.run(u"help :m"_qs), misused(u"unknown command ':m'; see 'configuration-manifest --help'"_qs));
 }
 
 MANIFEST_TEST_MAIN(tst_ProgramRefusals)
