@@ -72,6 +72,8 @@ private Q_SLOTS:
     void closedOutputIsAnErrorForEveryLength();
     void closedInputIsSaidToBeClosed();
     void namesThatBeginWithAColonAreFiles();
+    void argumentsThatAreNoTextAreRefused_data();
+    void argumentsThatAreNoTextAreRefused();
     void dryRunSaysWhatWouldChange_data();
     void dryRunSaysWhatWouldChange();
 };
@@ -362,6 +364,32 @@ void tst_ProgramRefusals::namesThatBeginWithAColonAreFiles()
     QCOMPARE(program.run(u"create-folder --scheme=process --scheme configuration :d"_qs).status, 0);
     QCOMPARE(program.run(u"count :d/configuration.manifest.json"_qs), done(u"1"_qs));
     QCOMPARE(program.run(u"help :m"_qs), misused(u"unknown command ':m'; see 'configuration-manifest --help'"_qs));
+}
+
+void tst_ProgramRefusals::argumentsThatAreNoTextAreRefused_data()
+{
+    QTest::addColumn<QString>("arguments");
+    QTest::addColumn<QString>("shown");
+
+    QTest::newRow("value") << u"set manifest.json main key $(printf 'caf\\351') --save"_qs << u"caf\\xe9"_qs;
+    QTest::newRow("file") << u"show $(printf 'caf\\351.json')"_qs << u"caf\\xe9.json"_qs;
+    QTest::newRow("description") << u"add-node manifest.json x --description=$(printf '\\033\\377')"_qs
+                                 << u"--description=\\x1b\\xff"_qs;
+    QTest::newRow("command") << u"$(printf '\\303')"_qs << u"\\xc3"_qs;
+    QTest::newRow("surrogate") << u"get manifest.json $(printf '\\355\\240\\200')"_qs << u"\\xed\\xa0\\x80"_qs;
+}
+
+void tst_ProgramRefusals::argumentsThatAreNoTextAreRefused()
+{
+    QFETCH(QString, arguments);
+    QFETCH(QString, shown);
+
+    const ManifestFile file(manifest());
+    const QString script = u"exec '%1' %2"_qs.arg(QStringLiteral(PROGRAM), arguments);
+    QCOMPARE(Program(u"/bin/sh"_qs).in(file.folder()).run(QStringList {u"-c"_qs, script}),
+        misused(u"the argument '%1' is not valid UTF-8"_qs.arg(shown)));
+    QCOMPARE(file.content(), manifest());
+    QVERIFY(file.isAlone());
 }
 
 MANIFEST_TEST_MAIN(tst_ProgramRefusals)

@@ -24,6 +24,23 @@ void occupyClosedStreams()
     }
 }
 
+// Whether a text is what it was made from. What is no UTF-8 loses something on the way.
+bool isText(const char* argument)
+{
+    return QString::fromLocal8Bit(argument).toLocal8Bit() == argument;
+}
+
+QString escaped(const QByteArray& bytes)
+{
+    QString result;
+    for (const char byte : bytes) {
+        const bool isPlain = byte >= ' ' && byte <= '~';
+        result += isPlain ? QString(QLatin1Char(byte))
+                          : QStringLiteral("\\x%1").arg(static_cast<uchar>(byte), 2, 16, QLatin1Char('0'));
+    }
+    return result;
+}
+
 } // namespace
 
 int main(int argc, char* argv[])
@@ -40,6 +57,12 @@ int main(int argc, char* argv[])
     // A reader that has gone is an error of the output, of which the status tells.
     std::signal(SIGPIPE, SIG_IGN);
 
+    for (int i = 1; i < argc; ++i) {
+        if (!isText(argv[i])) {
+            complain(QLatin1String("the argument '") % escaped(argv[i]) % QLatin1String("' is not valid UTF-8"));
+            return Trouble;
+        }
+    }
     const ExitStatus status = runCommandLine(QCoreApplication::arguments());
     const bool isPrinted = flushOutput();
     if (status == SavedButNotPrinted) {
