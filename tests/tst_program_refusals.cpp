@@ -74,6 +74,9 @@ private Q_SLOTS:
     void namesThatBeginWithAColonAreFiles();
     void argumentsThatAreNoTextAreRefused_data();
     void argumentsThatAreNoTextAreRefused();
+    void emptyPathIsWrongUsage_data();
+    void emptyPathIsWrongUsage();
+    void emptyPathOfWhatTakesTheTopLevelIsTheTopLevel();
     void dryRunSaysWhatWouldChange_data();
     void dryRunSaysWhatWouldChange();
 };
@@ -390,6 +393,62 @@ void tst_ProgramRefusals::argumentsThatAreNoTextAreRefused()
         misused(u"the argument '%1' is not valid UTF-8"_qs.arg(shown)));
     QCOMPARE(file.content(), manifest());
     QVERIFY(file.isAlone());
+}
+
+void tst_ProgramRefusals::emptyPathIsWrongUsage_data()
+{
+    QTest::addColumn<QString>("command");
+    QTest::addColumn<QString>("rest");
+    QTest::addColumn<bool>("takesTopLevel");
+
+    QTest::newRow("show") << u"show"_qs << QString() << true;
+    QTest::newRow("list") << u"list"_qs << QString() << true;
+    QTest::newRow("count") << u"count"_qs << QString() << true;
+    QTest::newRow("sort") << u"sort"_qs << u"main net menu twin twin"_qs << true;
+    QTest::newRow("get") << u"get"_qs << QString() << false;
+    QTest::newRow("exists") << u"exists"_qs << QString() << false;
+    QTest::newRow("set") << u"set"_qs << u"key value"_qs << false;
+    QTest::newRow("update") << u"update"_qs << u"key value"_qs << false;
+    QTest::newRow("unset") << u"unset"_qs << u"key"_qs << false;
+    QTest::newRow("add-node") << u"add-node"_qs << QString() << false;
+    QTest::newRow("add-selection") << u"add-selection"_qs << QString() << false;
+    QTest::newRow("delete") << u"delete"_qs << QString() << false;
+    QTest::newRow("move-node") << u"move-node"_qs << u"0"_qs << false;
+    QTest::newRow("move-selection") << u"move-selection"_qs << u"0"_qs << false;
+    QTest::newRow("update-node") << u"update-node"_qs << u"--description -"_qs << false;
+    QTest::newRow("update-selection") << u"update-selection"_qs << u"--description -"_qs << false;
+}
+
+void tst_ProgramRefusals::emptyPathIsWrongUsage()
+{
+    QFETCH(QString, command);
+    QFETCH(QString, rest);
+    QFETCH(bool, takesTopLevel);
+
+    const ManifestFile file(manifest());
+    const Program program = Program().in(file.folder()).reading("{}");
+    const QString commandLine = command + u" manifest.json %1 "_qs + rest;
+    for (const QString& path : {u"/"_qs, u"//"_qs}) {
+        QCOMPARE(program.run(commandLine.arg(path)), misused(u"PATH is empty"_qs));
+    }
+    const ProgramRun run = program.run(commandLine.arg(u"''"_qs));
+    if (!takesTopLevel) {
+        QCOMPARE(run, misused(u"PATH is empty"_qs));
+    } else {
+        QVERIFY(run.status != 2);
+    }
+    QCOMPARE(file.content(), manifest());
+}
+
+void tst_ProgramRefusals::emptyPathOfWhatTakesTheTopLevelIsTheTopLevel()
+{
+    const ManifestFile file(manifest());
+    const Program program = Program().in(file.folder());
+    for (const QString& command : {u"show"_qs, u"list"_qs, u"count"_qs}) {
+        const ProgramRun run = program.run(command + u" manifest.json ''"_qs);
+        QCOMPARE(run.status, 0);
+        QCOMPARE(run, program.run(command + u" manifest.json"_qs));
+    }
 }
 
 MANIFEST_TEST_MAIN(tst_ProgramRefusals)

@@ -178,6 +178,17 @@ ExitStatus runWithoutCommand(const QStringList& arguments)
 
 } // namespace
 
+bool isWithoutNames(const QString& path)
+{
+    return path.count(QLatin1Char('/')) == path.size();
+}
+
+ExitStatus complainAboutEmptyPath()
+{
+    complain(QStringLiteral("PATH is empty"));
+    return Trouble;
+}
+
 ExitStatus complainAboutCommand(const QString& word)
 {
     const QString nearest = nearestWord(word, namesOf(allCommands()));

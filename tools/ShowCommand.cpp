@@ -1,4 +1,4 @@
-#include "Command.h"
+#include "CommandLine.h"
 #include "ElementOutput.h"
 #include "JsonInput.h"
 #include "OpenManifest.h"
@@ -113,11 +113,14 @@ ExitStatus show(const QCommandLineParser& arguments)
     if (!readDepth(arguments, depth)) {
         return Trouble;
     }
+    const QString path = arguments.positionalArguments().value(1);
+    if (!path.isEmpty() && isWithoutNames(path)) {
+        return complainAboutEmptyPath();
+    }
     OpenManifest manifest(arguments);
     if (const ExitStatus status = manifest.loadToRead()) {
         return status;
     }
-    const QString path = arguments.positionalArguments().value(1);
     const TreeElements tree = treeOf(manifest.handler().getManifestJsonArray());
     const TreeElement* const root = findElement(tree, path, Qt::SkipEmptyParts);
     if (root == nullptr && !manifest.leadsSomewhere(path, Qt::SkipEmptyParts)) {
