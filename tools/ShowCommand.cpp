@@ -157,7 +157,8 @@ QVector<Command> showCommands()
     const Option paths {QStringLiteral("paths"), {},
         QStringLiteral("Print behind every line, separated by tabs, the position among the siblings, the first is 0, "
                        "and the path that other commands take; of an element that no path reaches, that it is "
-                       "unreachable, and where it is."),
+                       "unreachable, and where it is; of one whose path holds characters that are not printed, that it "
+                       "is unprintable: --json prints it."),
         {}};
     return {
         {QStringLiteral("show"), QStringLiteral("FILE [PATH]"),
