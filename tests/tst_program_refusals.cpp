@@ -109,6 +109,12 @@ void tst_ProgramRefusals::damageIsRefusedAndCanBeForced_data()
     addRefusal("description with a wrong type", u"update-selection manifest.json main --description -"_qs,
         complaint(u"'hide' takes a boolean, not a number; look at what --json was given"_qs),
         "{\"instanceName\":\"main\",\"selectionType\":\"Selection\",\"hide\":1}");
+    addRefusal("description with a wrong type below", u"add-node manifest.json new --description -"_qs,
+        complaint(u"'hide' of the element 'new/a' takes a boolean, not a string"_qs),
+        "{\"substructure\":[{\"selectionType\":\"Selection\",\"instanceName\":\"new/a\",\"hide\":\"true\"}]}");
+    addRefusal("children with a wrong type",
+        u"set manifest.json menu substructure '[{\"selectionType\":\"Node\",\"instanceName\":\"a\",\"iconName\":1}]' --json"_qs,
+        complaint(u"'iconName' of the element 'a' takes a string, not a number"_qs));
     addRefusal("name is removed", u"unset manifest.json main instanceName"_qs,
         complaint(u"position 0 of the top level has no 'instanceName'"_qs));
     addRefusal("empty name", u"set manifest.json menu instanceName ''"_qs,

@@ -439,6 +439,41 @@ const QJsonValue::Type* vocabularyType(const QString& key)
     return type == types.end() ? nullptr : &type->second;
 }
 
+QString typesWords(const QString& key, QJsonValue::Type wanted, QJsonValue::Type given, const QString& owner = {})
+{
+    return quoted(key) % owner % QLatin1String(" takes ") % typeWords(wanted) % QLatin1String(", not ")
+        % typeWords(given);
+}
+
+// What is wrong with the types of members of the elements in an array, and below them.
+void appendTypeProblems(const QJsonArray& elements, QStringList& problems)
+{
+    for (const QJsonValue& item : elements) {
+        const QJsonObject element = item.toObject();
+        const QString owner =
+            QLatin1String(" of the element ") % quoted(element.value(Registry::getKeyInstanceName()).toString());
+        for (auto member = element.constBegin(); member != element.constEnd(); ++member) {
+            const QJsonValue::Type* const wanted = vocabularyType(member.key());
+            if (wanted != nullptr && *wanted != QJsonValue::Undefined && *wanted != member.value().type()) {
+                problems.append(typesWords(member.key(), *wanted, member.value().type(), owner));
+            }
+        }
+        appendTypeProblems(element.value(Registry::getKeySubstructure()).toArray(), problems);
+    }
+}
+
+// The first wrong type in the elements of an array that those of the present one have not.
+QString typeProblemBelow(const QJsonArray& present, const QJsonArray& given)
+{
+    QStringList known;
+    QStringList problems;
+    appendTypeProblems(present, known);
+    appendTypeProblems(given, problems);
+    const auto added = std::find_if(
+        problems.cbegin(), problems.cend(), [&](const QString& problem) { return !known.contains(problem); });
+    return added == problems.cend() ? QString() : *added;
+}
+
 } // namespace
 
 QString toText(FindingKind kind)
@@ -559,12 +594,11 @@ QString typeProblem(const QString& key, const QJsonValue& present, const QJsonVa
     const QJsonValue::Type* const fixed = vocabularyType(key);
     const QJsonValue::Type wanted = fixed != nullptr ? *fixed : present.type();
     if (wanted == QJsonValue::Undefined || wanted == given.type()) {
-        return {};
+        return key == Registry::getKeySubstructure() ? typeProblemBelow(present.toArray(), given.toArray()) : QString();
     }
     const QLatin1String remedy = given.isString()
         ? QLatin1String("; --json takes a value of another type than a string")
         : wanted == QJsonValue::String ? QLatin1String("; without --json the value is a string")
                                        : QLatin1String("; look at what --json was given");
-    return quoted(key) % QLatin1String(" takes ") % typeWords(wanted) % QLatin1String(", not ")
-        % typeWords(given.type()) % remedy;
+    return typesWords(key, wanted, given.type()) % remedy;
 }

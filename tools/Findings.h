@@ -81,6 +81,9 @@ bool isPermutation(const QJsonArray& before, const QJsonArray& after);
  * Why a value is not to be stored under `key`: its JSON type is not the one that the vocabulary gives the key or, when
  * that knows the key not, the one of the present value. Null when nothing speaks against it.
  *
+ * Elements among the children in a value are examined as well, for the types of the vocabulary. What was wrong with them
+ * before is no reason.
+ *
  * @param present the value to replace; undefined when there is none.
  */
 QString typeProblem(const QString& key, const QJsonValue& present, const QJsonValue& given);
