@@ -174,6 +174,8 @@ void tst_ProgramHelp::wordsNearToRightOnesAreNamed_data()
                                          << u"Unknown option 'bakup' (did you mean '--backup'?)"_qs;
     QTest::newRow("value like an option")
         << u"move-node M a -3"_qs << u"Unknown option '3' (put '--' before a value that begins with '-')"_qs;
+    QTest::newRow("command that is not the first word")
+        << u"-- show M"_qs << u"'show' is a command, which stands before everything else"_qs;
     QTest::newRow("option of the program")
         << u"--versoin"_qs << u"Unknown option 'versoin' (did you mean '--version'?)"_qs;
 }

@@ -173,6 +173,11 @@ ExitStatus runWithoutCommand(const QStringList& arguments)
         explain(shortOverview());
         return Trouble;
     }
+    if (findCommand(words.constFirst()) != nullptr) {
+        return complainAboutUsage(QLatin1Char('\'') % words.constFirst()
+                % QLatin1String("' is a command, which stands before everything else"),
+            QString());
+    }
     return complainAboutCommand(words.constFirst());
 }
 
