@@ -3,6 +3,8 @@
 
 #include <QtCore/QJsonDocument>
 
+#include <sys/socket.h>
+#include <sys/un.h>
 #include <unistd.h>
 
 namespace {
@@ -77,6 +79,7 @@ private Q_SLOTS:
     void emptyPathIsWrongUsage_data();
     void emptyPathIsWrongUsage();
     void emptyPathOfWhatTakesTheTopLevelIsTheTopLevel();
+    void socketIsSaidToBeOne();
     void dryRunSaysWhatWouldChange_data();
     void dryRunSaysWhatWouldChange();
 };
@@ -455,6 +458,23 @@ void tst_ProgramRefusals::emptyPathOfWhatTakesTheTopLevelIsTheTopLevel()
         QCOMPARE(run.status, 0);
         QCOMPARE(run, program.run(command + u" manifest.json"_qs));
     }
+}
+
+void tst_ProgramRefusals::socketIsSaidToBeOne()
+{
+    const ManifestFile file(manifest());
+    const QByteArray path = QFile::encodeName(file.folder() + u"/sock"_qs);
+    sockaddr_un address = {};
+    address.sun_family = AF_UNIX;
+    QVERIFY(path.size() < static_cast<int>(sizeof address.sun_path));
+    std::copy(path.begin(), path.end(), address.sun_path);
+    const int socketFile = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    QCOMPARE(bind(socketFile, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+    const Program program = Program().in(file.folder());
+    QCOMPARE(program.run(u"show sock"_qs), misused(u"cannot read sock: it is a socket"_qs));
+    QCOMPARE(program.run(u"add-node manifest.json new --description sock"_qs),
+        misused(u"cannot read sock: it is a socket"_qs));
+    close(socketFile);
 }
 
 MANIFEST_TEST_MAIN(tst_ProgramRefusals)

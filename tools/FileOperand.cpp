@@ -129,7 +129,9 @@ bool readFileOperand(const QString& path, QByteArray& content, QString& problem)
             error = file.isOpen() ? 0 : errno;
         }
     }
-    if (error == 0 && !kind.isNull() && !isStream(status.st_mode)) {
+    // A socket is nothing to open, but may be standard input.
+    const bool isReadable = S_ISFIFO(status.st_mode) || (file.isOpen() && S_ISSOCK(status.st_mode));
+    if (error == 0 && !kind.isNull() && !isReadable) {
         problem = cannotRead(path, kind);
         return false;
     }
