@@ -162,8 +162,10 @@ QVector<Command> showCommands()
         {}};
     return {
         {QStringLiteral("show"), QStringLiteral("FILE [PATH]"),
-            QStringLiteral("Print a manifest, or an element with everything below it, as a tree: kind, instance name, "
-                           "[label] and HIDDEN of every element."),
+            QStringLiteral(
+                "Print a manifest, or an element with everything below it, as a tree: kind, instance name, "
+                "[label] and HIDDEN of every element. With --paths also its position among its siblings and its "
+                "path."),
             {{QStringLiteral("depth"), QStringLiteral("N"), QStringLiteral("Print N levels, and how many are below."),
                  {}},
                 paths, elementsAsJsonOption()},
