@@ -144,6 +144,8 @@ private Q_SLOTS:
     void typeOfAVocabularyKey();
     void typeOfAnyOtherKey_data();
     void typeOfAnyOtherKey();
+    void typesOfElementsInAValue_data();
+    void typesOfElementsInAValue();
     void messageNamesBothTypesAndTheOption_data();
     void messageNamesBothTypesAndTheOption();
 };
@@ -528,6 +530,15 @@ void tst_ProgramFindings::lostElementsOfTwoManifests_data()
     row("edited one equal to a lost one", {a, b}, {b, 1}, {{0}}, {u"b"_qs});
     row("several edited ones", {node(u"n"_qs, {a}), a},
         {node(u"n"_qs, {with(a, u"hide"_qs, true)}), with(a, u"hide"_qs, true)}, {{0, 0}, {1}}, {});
+    const QJsonObject marked = with(a, u"important"_qs, 1);
+    row("edited one in an edited one", {node(u"a"_qs, {marked})},
+        {node(u"c"_qs, {with(marked, u"instanceName"_qs, u"c"_qs)})}, {{0}, {0, 0}}, {});
+    row("another one in place of one in an edited one", {node(u"a"_qs, {marked, b})},
+        {node(u"a"_qs, {selection(u"c"_qs), b})}, {{0}, {0, 0}}, {u"a"_qs});
+    row("new name in an edited one that keeps its own", {node(u"a"_qs, {a})}, {node(u"a"_qs, {selection(u"c"_qs)})},
+        {{0}, {0, 0}}, {u"a"_qs});
+    row("less in an edited one", {node(u"a"_qs, {with(marked, u"hide"_qs, true)})}, {node(u"a"_qs, {a})}, {{0}, {0, 0}},
+        {u"a"_qs});
 }
 
 void tst_ProgramFindings::lostElementsOfTwoManifests()
@@ -709,6 +720,38 @@ void tst_ProgramFindings::typeOfAnyOtherKey()
     QFETCH(const QJsonValue, given);
     QFETCH(const bool, isRight);
     QCOMPARE(typeProblem(key, present, given).isNull(), isRight);
+}
+
+void tst_ProgramFindings::typesOfElementsInAValue_data()
+{
+    QTest::addColumn<QJsonArray>("present");
+    QTest::addColumn<QJsonArray>("given");
+    QTest::addColumn<QString>("message");
+    const auto row = [](const char* name, const QJsonArray& present, const QJsonArray& given, const QString& message) {
+        QTest::newRow(name) << present << given << message;
+    };
+    const QJsonObject a = selection(u"a"_qs);
+    const QJsonObject wrong = with(a, u"hide"_qs, u"true"_qs);
+    const QString message = u"'hide' of the element 'a' takes a boolean, not a string"_qs;
+    row("right", {}, {with(a, u"hide"_qs, true), node(u"n"_qs, {a}), 1}, {});
+    row("wrong", {}, {a, wrong}, message);
+    row("wrong below", {}, {node(u"n"_qs, {node(u"m"_qs, {wrong})})}, message);
+    row("wrong children", {}, {with(a, u"substructure"_qs, 1)},
+        u"'substructure' of the element 'a' takes an array, not a number"_qs);
+    row("wrong name", {}, {with(a, u"instanceName"_qs, 1)},
+        u"'instanceName' of the element '' takes a string, not a number"_qs);
+    row("own key", {}, {with(a, u"own"_qs, u"true"_qs)}, {});
+    row("wrong before", {node(u"n"_qs, {wrong})}, {wrong, a}, {});
+    row("another one wrong before", {with(selection(u"b"_qs), u"hide"_qs, u"true"_qs)}, {wrong}, message);
+}
+
+void tst_ProgramFindings::typesOfElementsInAValue()
+{
+    QFETCH(const QJsonArray, present);
+    QFETCH(const QJsonArray, given);
+    QFETCH(const QString, message);
+    QCOMPARE(typeProblem(u"substructure"_qs, present, given), message);
+    QCOMPARE(typeProblem(u"own"_qs, present, given), QString());
 }
 
 void tst_ProgramFindings::messageNamesBothTypesAndTheOption_data()

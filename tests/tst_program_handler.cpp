@@ -484,7 +484,7 @@ void tst_ProgramHandler::editsThatDoNotApplyFail_data()
     addProgramFailure("set, last part", u"set manifest.json a/none key value"_qs, failed(noElement(u"a/none"_qs)));
     addProgramFailure(
         "set, below a selection", u"set manifest.json top/x key value"_qs, failed(noElement(u"top/x"_qs)));
-    addProgramFailure("set, empty path", u"set manifest.json '' key value"_qs, failed(noElement(QString())));
+    addProgramFailure("set, empty path", u"set manifest.json '' key value"_qs, misused(u"PATH is empty"_qs));
     addProgramFailure("set, empty name", u"set manifest.json a//first key value"_qs, failed(noElement(u"a/"_qs)));
     addProgramFailure("set, empty name first", u"set manifest.json /a key value"_qs, failed(noElement(QString())));
     addProgramFailure("update", u"update manifest.json a/none key value"_qs, failed(noElement(u"a/none"_qs)));

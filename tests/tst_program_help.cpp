@@ -66,6 +66,7 @@ class tst_ProgramHelp : public QObject {
 private Q_SLOTS:
     void helpIsACommandAndAnOption();
     void newcomersSeeWhatThereIs();
+    void helpOfShowSaysWhatPathsAdds();
     void manualPageNamesEverything();
     void manualPageIsTheInstalledOne();
     void readmeHasTheExitStatusesOfEveryCommand();
@@ -102,6 +103,14 @@ void tst_ProgramHelp::newcomersSeeWhatThereIs()
         QVERIFY2(words.contains(name), qPrintable(name));
     }
     QVERIFY(run.errors.contains("configuration-manifest --help says what each command does."));
+}
+
+void tst_ProgramHelp::helpOfShowSaysWhatPathsAdds()
+{
+    const QString help = simplified(QString::fromUtf8(Program().run(u"show --help"_qs).output));
+    const QString description = help.section(u"Options:"_qs, 0, 0);
+    QVERIFY2(description.contains(u"With --paths also its position among its siblings and its path."_qs),
+        qPrintable(description));
 }
 
 void tst_ProgramHelp::manualPageNamesEverything()
@@ -174,6 +183,8 @@ void tst_ProgramHelp::wordsNearToRightOnesAreNamed_data()
                                          << u"Unknown option 'bakup' (did you mean '--backup'?)"_qs;
     QTest::newRow("value like an option")
         << u"move-node M a -3"_qs << u"Unknown option '3' (put '--' before a value that begins with '-')"_qs;
+    QTest::newRow("command that is not the first word")
+        << u"-- show M"_qs << u"'show' is a command, which stands before everything else"_qs;
     QTest::newRow("option of the program")
         << u"--versoin"_qs << u"Unknown option 'versoin' (did you mean '--version'?)"_qs;
 }

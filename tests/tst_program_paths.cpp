@@ -45,6 +45,7 @@ private Q_SLOTS:
     void jsonHoldsWhatIsKnown_data();
     void jsonHoldsWhatIsKnown();
     void jsonOfATreeHoldsItsChildren();
+    void pathsThatCannotBePrintedAreMarked();
     void showOfWhatIsNotThereFails_data();
     void showOfWhatIsNotThereFails();
     void existsAnswersByItsStatus_data();
@@ -232,6 +233,25 @@ void tst_ProgramPaths::jsonOfATreeHoldsItsChildren()
     QCOMPARE(tree.at(2).toObject(),
         with(shown("node", u"net"_qs, QJsonValue::Null, 2), u"children"_qs,
             QJsonArray {with(shown("selection", u"lost"_qs, QJsonValue::Null, 0), u"children"_qs, none)}));
+}
+
+void tst_ProgramPaths::pathsThatCannotBePrintedAreMarked()
+{
+    const QJsonArray below {selection(u"a/\\n"_qs), selection(u"a/\u200b"_qs)};
+    const ManifestFile file(
+        compact({selection(u"back\nslash"_qs), selection(u"back\\nslash"_qs), node(u"\x1b"_qs, below)}));
+    const Program program = Program().in(file.folder());
+    QCOMPARE(program.run(u"show manifest.json --paths"_qs),
+        done(u"selection back\\nslash\t0\tunprintable\t'back\\nslash'\n"
+             "selection back\\nslash\t1\tback\\nslash\n"
+             "node      \\u{1b}\t2\tunprintable\t'\\u{1b}'\n"
+             "  selection a/\\n\t0\tunprintable\t'\\u{1b}/\\n'\n"
+             "  selection a/\\u{200b}\t1\tunprintable\t'\\u{1b}/\\u{200b}'"_qs));
+    QCOMPARE(program.run(u"list manifest.json --paths"_qs),
+        done(
+            u"back\\nslash\tunprintable\t'back\\nslash'\nback\\nslash\tback\\nslash\n\\u{1b}\tunprintable\t'\\u{1b}'"_qs));
+    QCOMPARE(jsonOf(program.run(u"list manifest.json --json"_qs)).at(0).toObject().value(u"path"_qs),
+        QJsonValue(u"back\nslash"_qs));
 }
 
 void tst_ProgramPaths::showOfWhatIsNotThereFails_data()

@@ -3,6 +3,10 @@
 
 #include <QtCore/QJsonDocument>
 
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
 namespace {
 
 const QByteArray refused = "configuration-manifest: the edit is refused; --force carries it out all the same\n";
@@ -29,6 +33,27 @@ void addRefusal(const char* name, const QString& commandLine, const QByteArray& 
     QTest::newRow(name) << commandLine << input << messages << complaints;
 }
 
+// Standard output is a pipe that nobody reads from.
+void withoutReader()
+{
+    int ends[2];
+    if (pipe(ends) == 0) {
+        close(ends[0]);
+        dup2(ends[1], STDOUT_FILENO);
+        close(ends[1]);
+    }
+}
+
+void withClosedInput()
+{
+    close(STDIN_FILENO);
+}
+
+void withClosedErrors()
+{
+    close(STDERR_FILENO);
+}
+
 } // namespace
 
 class tst_ProgramRefusals : public QObject {
@@ -41,9 +66,20 @@ private Q_SLOTS:
     void whatIsNoDamageIsDone();
     void damageThatIsThereBlamesNobody_data();
     void damageThatIsThereBlamesNobody();
+    void rewriteThatReplacesWhatItWouldRewriteIsRefused();
     void deletionOfOneOfSeveralIsSaid();
     void sortOfTheExamplesByTheirPrintedNamesIsRefused();
     void treeThatIsTooDeepToBeLoadedIsRefused();
+    void readerThatHasGoneIsNoReasonToDie();
+    void closedOutputIsAnErrorForEveryLength();
+    void closedInputIsSaidToBeClosed();
+    void namesThatBeginWithAColonAreFiles();
+    void argumentsThatAreNoTextAreRefused_data();
+    void argumentsThatAreNoTextAreRefused();
+    void emptyPathIsWrongUsage_data();
+    void emptyPathIsWrongUsage();
+    void emptyPathOfWhatTakesTheTopLevelIsTheTopLevel();
+    void socketIsSaidToBeOne();
     void dryRunSaysWhatWouldChange_data();
     void dryRunSaysWhatWouldChange();
 };
@@ -76,6 +112,12 @@ void tst_ProgramRefusals::damageIsRefusedAndCanBeForced_data()
     addRefusal("description with a wrong type", u"update-selection manifest.json main --description -"_qs,
         complaint(u"'hide' takes a boolean, not a number; look at what --json was given"_qs),
         "{\"instanceName\":\"main\",\"selectionType\":\"Selection\",\"hide\":1}");
+    addRefusal("description with a wrong type below", u"add-node manifest.json new --description -"_qs,
+        complaint(u"'hide' of the element 'new/a' takes a boolean, not a string"_qs),
+        "{\"substructure\":[{\"selectionType\":\"Selection\",\"instanceName\":\"new/a\",\"hide\":\"true\"}]}");
+    addRefusal("children with a wrong type",
+        u"set manifest.json menu substructure '[{\"selectionType\":\"Node\",\"instanceName\":\"a\",\"iconName\":1}]' --json"_qs,
+        complaint(u"'iconName' of the element 'a' takes a string, not a number"_qs));
     addRefusal("name is removed", u"unset manifest.json main instanceName"_qs,
         complaint(u"position 0 of the top level has no 'instanceName'"_qs));
     addRefusal("empty name", u"set manifest.json menu instanceName ''"_qs,
@@ -179,6 +221,20 @@ void tst_ProgramRefusals::damageThatIsThereBlamesNobody()
     QCOMPARE(Program().in(file.folder()).run(commandLine), done(u"changed; saved"_qs));
 }
 
+void tst_ProgramRefusals::rewriteThatReplacesWhatItWouldRewriteIsRefused()
+{
+    const QByteArray content =
+        compact({node(u"x"_qs, {with(selection(u"x"_qs), u"important"_qs, 1), selection(u"z"_qs)})});
+    const ManifestFile file(content);
+    const QString children = QString::fromUtf8(compact({selection(u"y"_qs), selection(u"z"_qs)}));
+    QCOMPARE(
+        Program().run({u"rewrite"_qs, file.path(), u"x"_qs, u"substructure"_qs, children, u"--json"_qs, u"--save"_qs}),
+        (ProgramRun {1, {}, complaint(u"selection 'x/x' would be lost"_qs) + refused}));
+    QCOMPARE(file.content(), content);
+    QCOMPARE(Program().run({u"rewrite"_qs, file.path(), u"x"_qs, u"instanceName"_qs, u"y"_qs, u"--save"_qs}),
+        done(u"2 changed; saved"_qs));
+}
+
 void tst_ProgramRefusals::deletionOfOneOfSeveralIsSaid()
 {
     const ManifestFile file(manifest());
@@ -268,6 +324,157 @@ void tst_ProgramRefusals::dryRunSaysWhatWouldChange()
     QCOMPARE(Program().in(file.folder()).run(commandLine + u" --dry-run --save --backup"_qs), done(lines, messages));
     QCOMPARE(stateOf(file.path()), state);
     QVERIFY(file.isAlone());
+}
+
+void tst_ProgramRefusals::readerThatHasGoneIsNoReasonToDie()
+{
+    const ManifestFile file(manifest());
+    const Program program = Program().in(file.folder()).prepared(withoutReader);
+    QCOMPARE(program.run(u"set manifest.json main key value --save"_qs),
+        (ProgramRun {3, {}, "configuration-manifest: saved, but the results could not be printed\n"}));
+    QVERIFY(file.content() != manifest());
+    QCOMPARE(program.run(u"show manifest.json"_qs), failed(u"cannot write the results"_qs));
+}
+
+void tst_ProgramRefusals::closedOutputIsAnErrorForEveryLength()
+{
+    QJsonObject texts = selection(u"main"_qs);
+    constexpr int longest = 17;
+    for (int length = 0; length <= longest; ++length) {
+        texts.insert(u"key%1"_qs.arg(length), QString(length, u'x'));
+    }
+    const ManifestFile file(compact({texts}));
+    const Program program = Program().in(file.folder());
+    for (int length = 0; length <= longest; ++length) {
+        const QString query = u"get manifest.json main key%1"_qs.arg(length);
+        QCOMPARE(Program(program).prepared(withClosedOutput).run(query), failed(u"cannot write the results"_qs));
+    }
+    QCOMPARE(Program(program).prepared(withClosedErrors).run(u"get manifest.json main key3"_qs), done(u"xxx"_qs));
+    QCOMPARE(Program(program).prepared(withClosedErrors).run(u"get manifest.json none"_qs).status, 1);
+}
+
+void tst_ProgramRefusals::closedInputIsSaidToBeClosed()
+{
+    const ManifestFile file(manifest());
+    const Program program = Program().in(file.folder()).prepared(withClosedInput);
+    const ProgramRun closed = misused(u"cannot read -: standard input is closed for reading"_qs);
+    QCOMPARE(program.run(u"show -"_qs), closed);
+    QCOMPARE(program.run(u"add-node manifest.json new --description -"_qs), closed);
+    QCOMPARE(program.run(u"count manifest.json"_qs), done(u"5"_qs));
+}
+
+void tst_ProgramRefusals::namesThatBeginWithAColonAreFiles()
+{
+    const ManifestFile file(manifest());
+    const Program program = Program().in(file.folder());
+    writeFile(file.folder() + u"/:m.json"_qs, manifest());
+    QCOMPARE(program.run(u"set :m.json main key value --save"_qs), done(u"changed; saved"_qs));
+    QCOMPARE(program.run(u"set --save :m.json --json -- main hide true"_qs), done(u"changed; saved"_qs));
+    QCOMPARE(program.run(u"get :m.json main key"_qs), done(u"value"_qs));
+    QCOMPARE(program.run(u"get :m.json main hide"_qs), done(u"true"_qs));
+    writeFile(file.folder() + u"/:d/page.config.json"_qs, "{}");
+    QCOMPARE(program.run(u"create-folder --scheme=process --scheme configuration :d"_qs).status, 0);
+    QCOMPARE(program.run(u"count :d/configuration.manifest.json"_qs), done(u"1"_qs));
+    QCOMPARE(program.run(u"help :m"_qs), misused(u"unknown command ':m'; see 'configuration-manifest --help'"_qs));
+}
+
+void tst_ProgramRefusals::argumentsThatAreNoTextAreRefused_data()
+{
+    QTest::addColumn<QString>("arguments");
+    QTest::addColumn<QString>("shown");
+
+    QTest::newRow("value") << u"set manifest.json main key $(printf 'caf\\351') --save"_qs << u"caf\\xe9"_qs;
+    QTest::newRow("file") << u"show $(printf 'caf\\351.json')"_qs << u"caf\\xe9.json"_qs;
+    QTest::newRow("description") << u"add-node manifest.json x --description=$(printf '\\033\\377')"_qs
+                                 << u"--description=\\x1b\\xff"_qs;
+    QTest::newRow("command") << u"$(printf '\\303')"_qs << u"\\xc3"_qs;
+    QTest::newRow("surrogate") << u"get manifest.json $(printf '\\355\\240\\200')"_qs << u"\\xed\\xa0\\x80"_qs;
+}
+
+void tst_ProgramRefusals::argumentsThatAreNoTextAreRefused()
+{
+    QFETCH(QString, arguments);
+    QFETCH(QString, shown);
+
+    const ManifestFile file(manifest());
+    const QString script = u"exec '%1' %2"_qs.arg(QStringLiteral(PROGRAM), arguments);
+    QCOMPARE(Program(u"/bin/sh"_qs).in(file.folder()).run(QStringList {u"-c"_qs, script}),
+        misused(u"the argument '%1' is not valid UTF-8"_qs.arg(shown)));
+    QCOMPARE(file.content(), manifest());
+    QVERIFY(file.isAlone());
+}
+
+void tst_ProgramRefusals::emptyPathIsWrongUsage_data()
+{
+    QTest::addColumn<QString>("command");
+    QTest::addColumn<QString>("rest");
+    QTest::addColumn<bool>("takesTopLevel");
+
+    QTest::newRow("show") << u"show"_qs << QString() << true;
+    QTest::newRow("list") << u"list"_qs << QString() << true;
+    QTest::newRow("count") << u"count"_qs << QString() << true;
+    QTest::newRow("sort") << u"sort"_qs << u"main net menu twin twin"_qs << true;
+    QTest::newRow("get") << u"get"_qs << QString() << false;
+    QTest::newRow("exists") << u"exists"_qs << QString() << false;
+    QTest::newRow("set") << u"set"_qs << u"key value"_qs << false;
+    QTest::newRow("update") << u"update"_qs << u"key value"_qs << false;
+    QTest::newRow("unset") << u"unset"_qs << u"key"_qs << false;
+    QTest::newRow("add-node") << u"add-node"_qs << QString() << false;
+    QTest::newRow("add-selection") << u"add-selection"_qs << QString() << false;
+    QTest::newRow("delete") << u"delete"_qs << QString() << false;
+    QTest::newRow("move-node") << u"move-node"_qs << u"0"_qs << false;
+    QTest::newRow("move-selection") << u"move-selection"_qs << u"0"_qs << false;
+    QTest::newRow("update-node") << u"update-node"_qs << u"--description -"_qs << false;
+    QTest::newRow("update-selection") << u"update-selection"_qs << u"--description -"_qs << false;
+}
+
+void tst_ProgramRefusals::emptyPathIsWrongUsage()
+{
+    QFETCH(QString, command);
+    QFETCH(QString, rest);
+    QFETCH(bool, takesTopLevel);
+
+    const ManifestFile file(manifest());
+    const Program program = Program().in(file.folder()).reading("{}");
+    const QString commandLine = command + u" manifest.json %1 "_qs + rest;
+    for (const QString& path : {u"/"_qs, u"//"_qs}) {
+        QCOMPARE(program.run(commandLine.arg(path)), misused(u"PATH is empty"_qs));
+    }
+    const ProgramRun run = program.run(commandLine.arg(u"''"_qs));
+    if (!takesTopLevel) {
+        QCOMPARE(run, misused(u"PATH is empty"_qs));
+    } else {
+        QVERIFY(run.status != 2);
+    }
+    QCOMPARE(file.content(), manifest());
+}
+
+void tst_ProgramRefusals::emptyPathOfWhatTakesTheTopLevelIsTheTopLevel()
+{
+    const ManifestFile file(manifest());
+    const Program program = Program().in(file.folder());
+    for (const QString& command : {u"show"_qs, u"list"_qs, u"count"_qs}) {
+        const ProgramRun run = program.run(command + u" manifest.json ''"_qs);
+        QCOMPARE(run.status, 0);
+        QCOMPARE(run, program.run(command + u" manifest.json"_qs));
+    }
+}
+
+void tst_ProgramRefusals::socketIsSaidToBeOne()
+{
+    const ManifestFile file(manifest());
+    const QByteArray path = QFile::encodeName(file.folder() + u"/sock"_qs);
+    sockaddr_un address = {};
+    address.sun_family = AF_UNIX;
+    QVERIFY(path.size() < static_cast<int>(sizeof address.sun_path));
+    std::copy(path.begin(), path.end(), address.sun_path);
+    const int socketFile = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    QCOMPARE(bind(socketFile, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+    const Program program = Program().in(file.folder());
+    QCOMPARE(program.run(u"show sock"_qs), misused(u"cannot read sock: it is a socket"_qs));
+    QCOMPARE(program.run(u"add-node manifest.json new --description sock"_qs),
+        misused(u"cannot read sock: it is a socket"_qs));
+    close(socketFile);
 }
 
 MANIFEST_TEST_MAIN(tst_ProgramRefusals)

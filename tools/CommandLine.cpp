@@ -95,6 +95,32 @@ bool isRightNumber(int given, const QString& syntax)
     return given >= asked.size() - optional && (given <= asked.size() || syntax.endsWith(QLatin1String("...")));
 }
 
+// Whether Qt would look for a file of this name among the resources of the program.
+bool isLikeAResource(const QString& name)
+{
+    return name.startsWith(QLatin1Char(':'));
+}
+
+// The arguments as `parser` has understood them, with the file or folder that the command is about led to from the
+// current folder.
+QStringList withFileOnTheDisk(const QCommandLineParser& parser, const Command& command, const QString& programName)
+{
+    QStringList arguments(programName);
+    for (const Option& option : command.options) {
+        const QString name = QLatin1String("--") % option.name;
+        const QStringList values = parser.values(option.name);
+        for (const QString& value : values) {
+            arguments.append(name % QLatin1Char('=') % value);
+        }
+        if (option.value.isEmpty() && parser.isSet(option.name)) {
+            arguments.append(name);
+        }
+    }
+    QStringList given = parser.positionalArguments();
+    given.first().prepend(QLatin1String("./"));
+    return arguments << QStringLiteral("--") << given;
+}
+
 ExitStatus runCommand(const Command& command, const QStringList& words)
 {
     const QString helpWords = QLatin1Char(' ') % command.name;
@@ -117,6 +143,10 @@ ExitStatus runCommand(const Command& command, const QStringList& words)
     if (!given.isEmpty() && given.constFirst().isEmpty()) {
         return complainAboutUsage(
             command.syntax.section(QLatin1Char(' '), 0, 0) % QLatin1String(" is empty"), helpWords);
+    }
+    const bool isOfFile = !command.syntax.startsWith(QLatin1Char('['));
+    if (isOfFile && isLikeAResource(given.constFirst())) {
+        parser.parse(withFileOnTheDisk(parser, command, arguments.constFirst()));
     }
     return command.run(parser);
 }
@@ -143,10 +173,26 @@ ExitStatus runWithoutCommand(const QStringList& arguments)
         explain(shortOverview());
         return Trouble;
     }
+    if (findCommand(words.constFirst()) != nullptr) {
+        return complainAboutUsage(QLatin1Char('\'') % words.constFirst()
+                % QLatin1String("' is a command, which stands before everything else"),
+            QString());
+    }
     return complainAboutCommand(words.constFirst());
 }
 
 } // namespace
+
+bool isWithoutNames(const QString& path)
+{
+    return path.count(QLatin1Char('/')) == path.size();
+}
+
+ExitStatus complainAboutEmptyPath()
+{
+    complain(QStringLiteral("PATH is empty"));
+    return Trouble;
+}
 
 ExitStatus complainAboutCommand(const QString& word)
 {

@@ -1,3 +1,4 @@
+#include "CommandLine.h"
 #include "JsonInput.h"
 #include "OpenManifest.h"
 #include "Output.h"
@@ -200,6 +201,9 @@ ExitStatus sort(const QCommandLineParser& arguments)
 {
     const QStringList given = arguments.positionalArguments();
     const QString& path = given.at(1);
+    if (!path.isEmpty() && isWithoutNames(path)) {
+        return complainAboutEmptyPath();
+    }
     OpenManifest manifest(arguments);
     if (const ExitStatus status = manifest.loadToEdit()) {
         return status;
@@ -224,6 +228,13 @@ ExitStatus stamp(const QCommandLineParser& arguments)
     return status == Done ? manifest.finish(QStringLiteral("stamped")) : status;
 }
 
+// An edit of the element that the PATH leads to.
+template <ExitStatus (*edit)(const QCommandLineParser&)>
+ExitStatus ofElement(const QCommandLineParser& arguments)
+{
+    return isWithoutNames(arguments.positionalArguments().at(1)) ? complainAboutEmptyPath() : edit(arguments);
+}
+
 } // namespace
 
 QVector<Command> editCommands()
@@ -240,31 +251,32 @@ QVector<Command> editCommands()
     return {
         {QStringLiteral("set"), QStringLiteral("FILE PATH KEY VALUE"),
             QStringLiteral("Set the value of a key of an element, adding the key when missing."), value, exits,
-            setValueOf<&Handler::setProperty>},
+            ofElement<setValueOf<&Handler::setProperty>>},
         {QStringLiteral("update"), QStringLiteral("FILE PATH KEY VALUE"),
             QStringLiteral("Change the value of a key that an element has."), value, exits,
-            setValueOf<&Handler::update>},
+            ofElement<setValueOf<&Handler::update>>},
         {QStringLiteral("unset"), QStringLiteral("FILE PATH KEY"), QStringLiteral("Remove a key of an element."), edit,
-            exits, unset},
+            exits, ofElement<unset>},
         {QStringLiteral("add-node"), QStringLiteral("FILE PATH"),
             QStringLiteral("Add a node, unless there is an element of its name."), add, exits,
-            addTo<&Handler::addNode>},
+            ofElement<addTo<&Handler::addNode>>},
         {QStringLiteral("add-selection"), QStringLiteral("FILE PATH"),
             QStringLiteral("Add a selection, unless there is an element of its name."), add, exits,
-            addTo<&Handler::addSelection>},
+            ofElement<addTo<&Handler::addSelection>>},
         {QStringLiteral("delete"), QStringLiteral("FILE PATH"),
-            QStringLiteral("Delete an element with everything below it."), edit, exits, remove},
+            QStringLiteral("Delete an element with everything below it."), edit, exits, ofElement<remove>},
         {QStringLiteral("move-node"), QStringLiteral("FILE PATH INDEX"),
             QStringLiteral("Move a node to a position among its siblings, the first is 0."), edit, exits,
-            moveTo<&Handler::moveNode>},
+            ofElement<moveTo<&Handler::moveNode>>},
         {QStringLiteral("move-selection"), QStringLiteral("FILE PATH INDEX"),
             QStringLiteral("Move a selection to a position among its siblings, the first is 0."), edit, exits,
-            moveTo<&Handler::moveSelection>},
+            ofElement<moveTo<&Handler::moveSelection>>},
         {QStringLiteral("update-node"), QStringLiteral("FILE PATH"),
             QStringLiteral("Store the description in place of a node, which keeps its children."),
-            replace + Options {replaceSubstructure}, exits, updateNode},
+            replace + Options {replaceSubstructure}, exits, ofElement<updateNode>},
         {QStringLiteral("update-selection"), QStringLiteral("FILE PATH"),
-            QStringLiteral("Store the description in place of a selection."), replace, exits, updateSelection},
+            QStringLiteral("Store the description in place of a selection."), replace, exits,
+            ofElement<updateSelection>},
         {QStringLiteral("sort"), QStringLiteral("FILE PATH NAME..."),
             QStringLiteral("Bring the children of an element, or of the top level for an empty path, into this order."),
             edit, exits, sort},

@@ -9,7 +9,8 @@ Option pathsOption()
     return {QStringLiteral("paths"), {},
         QStringLiteral(
             "Print the path that other commands take, behind a tab; of an element that no path reaches, that "
-            "it is unreachable, and its position."),
+            "it is unreachable, and its position; of one whose path holds characters that are not printed, that it is "
+            "unprintable: --json prints it."),
         {}};
 }
 
@@ -20,8 +21,13 @@ Option elementsAsJsonOption()
 
 QString pathColumn(const TreeElement& element)
 {
-    return element.isReachable() ? printable(element.path)
-                                 : QString(QLatin1String("unreachable\t") % printable(element.place));
+    const QString place = printable(element.place);
+    if (!element.isReachable()) {
+        return QLatin1String("unreachable\t") % place;
+    }
+    // What is escaped leads nowhere, or to a sibling whose name looks like that.
+    const QString path = printable(element.path);
+    return path == element.path ? path : QString(QLatin1String("unprintable\t") % place);
 }
 
 QJsonObject toJson(const TreeElement& element)

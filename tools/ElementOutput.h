@@ -12,7 +12,8 @@ Option pathsOption();
 /// Asks for JSON instead of lines.
 Option elementsAsJsonOption();
 
-/// The path that other commands take, or that there is none, and then where the element is. printable().
+/// The path that other commands take, or that there is none or none that can be printed, and then where the element
+/// is. printable().
 QString pathColumn(const TreeElement& element);
 
 /// What is known of an element, without its children.

@@ -24,6 +24,12 @@ bool isStream(mode_t mode)
     return S_ISFIFO(mode) || S_ISSOCK(mode);
 }
 
+bool isOpenForReading(int file)
+{
+    const int flags = fcntl(file, F_GETFL);
+    return flags >= 0 && (flags & O_ACCMODE) != O_WRONLY;
+}
+
 } // namespace
 
 QString textOf(int error)
@@ -109,6 +115,10 @@ bool readFileOperand(const QString& path, QByteArray& content, QString& problem)
     QString kind;
     int error = 0;
     if (path == QLatin1String("-")) {
+        if (!isOpenForReading(STDIN_FILENO)) {
+            problem = cannotRead(path, QStringLiteral("standard input is closed for reading"));
+            return false;
+        }
         error = fstat(STDIN_FILENO, &status) == 0 ? 0 : errno;
         kind = whatItIs(status.st_mode);
         file = Descriptor(error == 0 ? fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 0) : -1);
@@ -119,7 +129,9 @@ bool readFileOperand(const QString& path, QByteArray& content, QString& problem)
             error = file.isOpen() ? 0 : errno;
         }
     }
-    if (error == 0 && !kind.isNull() && !isStream(status.st_mode)) {
+    // A socket is nothing to open, but may be standard input.
+    const bool isReadable = S_ISFIFO(status.st_mode) || (file.isOpen() && S_ISSOCK(status.st_mode));
+    if (error == 0 && !kind.isNull() && !isReadable) {
         problem = cannotRead(path, kind);
         return false;
     }

@@ -354,6 +354,41 @@ const TreeElement* elementAt(const TreeElements& elements, const QVector<int>& p
     return element;
 }
 
+int countOfDifferentMembers(const QJsonObject& a, const QJsonObject& b)
+{
+    QStringList keys = a.keys() + b.keys();
+    keys.removeDuplicates();
+    return static_cast<int>(
+        std::count_if(keys.cbegin(), keys.cend(), [&](const QString& key) { return a.value(key) != b.value(key); }));
+}
+
+// Whether what stands in the place of an edited element is still that element.
+//
+// Below another edited element that is not sure, whose children may have been replaced. The edit of several elements of
+// one name changes one member of each of them in the same way, so they still have one name.
+bool isStillThere(const QVector<int>& positions, const TreeElements& before, const TreeElements& after,
+    const QVector<QVector<int>>& edited)
+{
+    const TreeElement* const was = elementAt(before, positions);
+    const TreeElement* const is = elementAt(after, positions);
+    if (was == nullptr || is == nullptr) {
+        return false;
+    }
+    for (int level = 1; level < positions.size(); ++level) {
+        const QVector<int> above = positions.mid(0, level);
+        if (!edited.contains(above)) {
+            continue;
+        }
+        const TreeElement* const parent = elementAt(after, above);
+        const int different = countOfDifferentMembers(withoutChildren(withoutStamps(was->value)).toObject(),
+            withoutChildren(withoutStamps(is->value)).toObject());
+        if (parent->name != is->name || different > 1) {
+            return false;
+        }
+    }
+    return true;
+}
+
 QByteArray unorderedTextOf(const QJsonArray& array)
 {
     std::vector<QByteArray> texts;
@@ -402,6 +437,41 @@ const QJsonValue::Type* vocabularyType(const QString& key)
     };
     const auto type = types.find(key);
     return type == types.end() ? nullptr : &type->second;
+}
+
+QString typesWords(const QString& key, QJsonValue::Type wanted, QJsonValue::Type given, const QString& owner = {})
+{
+    return quoted(key) % owner % QLatin1String(" takes ") % typeWords(wanted) % QLatin1String(", not ")
+        % typeWords(given);
+}
+
+// What is wrong with the types of members of the elements in an array, and below them.
+void appendTypeProblems(const QJsonArray& elements, QStringList& problems)
+{
+    for (const QJsonValue& item : elements) {
+        const QJsonObject element = item.toObject();
+        const QString owner =
+            QLatin1String(" of the element ") % quoted(element.value(Registry::getKeyInstanceName()).toString());
+        for (auto member = element.constBegin(); member != element.constEnd(); ++member) {
+            const QJsonValue::Type* const wanted = vocabularyType(member.key());
+            if (wanted != nullptr && *wanted != QJsonValue::Undefined && *wanted != member.value().type()) {
+                problems.append(typesWords(member.key(), *wanted, member.value().type(), owner));
+            }
+        }
+        appendTypeProblems(element.value(Registry::getKeySubstructure()).toArray(), problems);
+    }
+}
+
+// The first wrong type in the elements of an array that those of the present one have not.
+QString typeProblemBelow(const QJsonArray& present, const QJsonArray& given)
+{
+    QStringList known;
+    QStringList problems;
+    appendTypeProblems(present, known);
+    appendTypeProblems(given, problems);
+    const auto added = std::find_if(
+        problems.cbegin(), problems.cend(), [&](const QString& problem) { return !known.contains(problem); });
+    return added == problems.cend() ? QString() : *added;
 }
 
 } // namespace
@@ -491,8 +561,7 @@ TreeElements lostElements(const QJsonArray& before, const QJsonArray& after, con
     const TreeElements treeBefore = treeOf(before);
     const TreeElements treeAfter = treeOf(after);
     const auto isKept = [&](const TreeElement& element) {
-        return edited.contains(element.positions) && elementAt(treeBefore, element.positions) != nullptr
-            && elementAt(treeAfter, element.positions) != nullptr;
+        return edited.contains(element.positions) && isStillThere(element.positions, treeBefore, treeAfter, edited);
     };
     std::multiset<QByteArray> present;
     forEach(treeAfter, [&](const TreeElement& element) {
@@ -525,12 +594,11 @@ QString typeProblem(const QString& key, const QJsonValue& present, const QJsonVa
     const QJsonValue::Type* const fixed = vocabularyType(key);
     const QJsonValue::Type wanted = fixed != nullptr ? *fixed : present.type();
     if (wanted == QJsonValue::Undefined || wanted == given.type()) {
-        return {};
+        return key == Registry::getKeySubstructure() ? typeProblemBelow(present.toArray(), given.toArray()) : QString();
     }
     const QLatin1String remedy = given.isString()
         ? QLatin1String("; --json takes a value of another type than a string")
         : wanted == QJsonValue::String ? QLatin1String("; without --json the value is a string")
                                        : QLatin1String("; look at what --json was given");
-    return quoted(key) % QLatin1String(" takes ") % typeWords(wanted) % QLatin1String(", not ")
-        % typeWords(given.type()) % remedy;
+    return typesWords(key, wanted, given.type()) % remedy;
 }

@@ -312,7 +312,9 @@ QByteArray manualPage()
             "\n.SH DESCRIPTION\n"
             "A configuration manifest is one JSON document that says, as a tree, which description files a "
             "configuration\nfolder holds, how sub\\-folders group them, in which order they are shown and under which "
-            "instance names they\nare addressed. A PATH is made of those names, separated by \"/\".\n.PP\n"
+            "instance names they\nare addressed. A PATH is made of those names, separated by \"/\".\nAn empty PATH is "
+            "the top level where that can be "
+            "meant (show, list, count, sort), and wrong usage everywhere else, as\nis one of nothing but \"/\".\n.PP\n"
             "Results are printed on standard output, messages on standard error. An edit is saved only with ")
         + bold(QStringLiteral("--save"))
         + QLatin1String(

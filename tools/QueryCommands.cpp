@@ -1,3 +1,4 @@
+#include "CommandLine.h"
 #include "ElementOutput.h"
 #include "JsonInput.h"
 #include "OpenManifest.h"
@@ -10,17 +11,11 @@
 
 namespace {
 
-bool isEmptyPath(const QString& path)
-{
-    return path.split(QLatin1Char('/'), Qt::SkipEmptyParts).isEmpty();
-}
-
 // The names of the children of the element that the second argument addresses, of the top level without one.
 ExitStatus readInstances(OpenManifest& manifest, const QString& path, QStringList& instances)
 {
-    if (!path.isEmpty() && isEmptyPath(path)) {
-        complain(QStringLiteral("PATH is empty"));
-        return Trouble;
+    if (!path.isEmpty() && isWithoutNames(path)) {
+        return complainAboutEmptyPath();
     }
     if (const ExitStatus status = manifest.loadToRead()) {
         return status;
@@ -88,9 +83,8 @@ ExitStatus get(const QCommandLineParser& arguments)
     const QStringList given = arguments.positionalArguments();
     const QString& path = given.at(1);
     OpenManifest manifest(arguments);
-    if (isEmptyPath(path)) {
-        complain(QStringLiteral("PATH is empty"));
-        return Trouble;
+    if (isWithoutNames(path)) {
+        return complainAboutEmptyPath();
     }
     if (const ExitStatus status = manifest.loadToRead()) {
         return status;
@@ -123,9 +117,8 @@ ExitStatus exists(const QCommandLineParser& arguments)
 {
     const QString path = arguments.positionalArguments().at(1);
     OpenManifest manifest(arguments);
-    if (isEmptyPath(path)) {
-        complain(QStringLiteral("PATH is empty"));
-        return Trouble;
+    if (isWithoutNames(path)) {
+        return complainAboutEmptyPath();
     }
     if (const ExitStatus status = manifest.loadToRead()) {
         return status;

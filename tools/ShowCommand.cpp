@@ -1,4 +1,4 @@
-#include "Command.h"
+#include "CommandLine.h"
 #include "ElementOutput.h"
 #include "JsonInput.h"
 #include "OpenManifest.h"
@@ -113,11 +113,14 @@ ExitStatus show(const QCommandLineParser& arguments)
     if (!readDepth(arguments, depth)) {
         return Trouble;
     }
+    const QString path = arguments.positionalArguments().value(1);
+    if (!path.isEmpty() && isWithoutNames(path)) {
+        return complainAboutEmptyPath();
+    }
     OpenManifest manifest(arguments);
     if (const ExitStatus status = manifest.loadToRead()) {
         return status;
     }
-    const QString path = arguments.positionalArguments().value(1);
     const TreeElements tree = treeOf(manifest.handler().getManifestJsonArray());
     const TreeElement* const root = findElement(tree, path, Qt::SkipEmptyParts);
     if (root == nullptr && !manifest.leadsSomewhere(path, Qt::SkipEmptyParts)) {
@@ -154,12 +157,15 @@ QVector<Command> showCommands()
     const Option paths {QStringLiteral("paths"), {},
         QStringLiteral("Print behind every line, separated by tabs, the position among the siblings, the first is 0, "
                        "and the path that other commands take; of an element that no path reaches, that it is "
-                       "unreachable, and where it is."),
+                       "unreachable, and where it is; of one whose path holds characters that are not printed, that it "
+                       "is unprintable: --json prints it."),
         {}};
     return {
         {QStringLiteral("show"), QStringLiteral("FILE [PATH]"),
-            QStringLiteral("Print a manifest, or an element with everything below it, as a tree: kind, instance name, "
-                           "[label] and HIDDEN of every element."),
+            QStringLiteral(
+                "Print a manifest, or an element with everything below it, as a tree: kind, instance name, "
+                "[label] and HIDDEN of every element. With --paths also its position among its siblings and its "
+                "path."),
             {{QStringLiteral("depth"), QStringLiteral("N"), QStringLiteral("Print N levels, and how many are below."),
                  {}},
                 paths, elementsAsJsonOption()},

@@ -7,8 +7,45 @@
 
 #include <csignal>
 
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace {
+
+// A standard stream that the caller has closed would become the next file that anybody opens, a wake-up of Qt or the
+// manifest, and take the output. What stands in for it refuses every read and write that it was for.
+void occupyClosedStreams()
+{
+    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        if (fcntl(stream, F_GETFD) < 0) {
+            // The lowest number that is free, so this one.
+            open("/dev/null", stream == STDIN_FILENO ? O_WRONLY : O_RDONLY);
+        }
+    }
+}
+
+// Whether a text is what it was made from. What is no UTF-8 loses something on the way.
+bool isText(const char* argument)
+{
+    return QString::fromLocal8Bit(argument).toLocal8Bit() == argument;
+}
+
+QString escaped(const QByteArray& bytes)
+{
+    QString result;
+    for (const char byte : bytes) {
+        const bool isPlain = byte >= ' ' && byte <= '~';
+        result += isPlain ? QString(QLatin1Char(byte))
+                          : QStringLiteral("\\x%1").arg(static_cast<uchar>(byte), 2, 16, QLatin1Char('0'));
+    }
+    return result;
+}
+
+} // namespace
+
 int main(int argc, char* argv[])
 {
+    occupyClosedStreams();
     QCoreApplication application(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("configuration-manifest"));
     QCoreApplication::setApplicationVersion(QStringLiteral(CONFIGURATION_MANIFEST_VERSION));
@@ -17,7 +54,15 @@ int main(int argc, char* argv[])
     printMessagesOfTheLibrary();
     // A save that reaches the limit of file sizes is to fail, not to end the program.
     std::signal(SIGXFSZ, SIG_IGN);
+    // A reader that has gone is an error of the output, of which the status tells.
+    std::signal(SIGPIPE, SIG_IGN);
 
+    for (int i = 1; i < argc; ++i) {
+        if (!isText(argv[i])) {
+            complain(QLatin1String("the argument '") % escaped(argv[i]) % QLatin1String("' is not valid UTF-8"));
+            return Trouble;
+        }
+    }
     const ExitStatus status = runCommandLine(QCoreApplication::arguments());
     const bool isPrinted = flushOutput();
     if (status == SavedButNotPrinted) {
