@@ -3,6 +3,7 @@
 #include "ProgramRun.h"
 #include "TestMain.h"
 #include "faults/FaultyCalls.h"
+#include "tools/Descriptor.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QElapsedTimer>
@@ -67,6 +68,16 @@ private:
     const bool held;
 };
 
+// A folder that is open for what this process starts as well.
+struct OpenFolder {
+    explicit OpenFolder(const QString& folder)
+        : file(open(qPrintable(folder), O_RDONLY | O_DIRECTORY))
+    {
+    }
+
+    const Descriptor file;
+};
+
 // A file system of its own, as large as asked for. Nothing when this process may not have one.
 class SmallDisk {
 public:
@@ -127,6 +138,10 @@ private Q_SLOTS:
     void turnIsTakenByWhoSavesOnly_data();
     void turnIsTakenByWhoSavesOnly();
     void turnOfTheCallerIsSharedByWhatItStarts();
+    void editsThatShareATurnAreAllKept();
+    void runThatSharesTheTurnIsNamed();
+    void locksOfOthersStayAsTheyAre_data();
+    void locksOfOthersStayAsTheyAre();
     void withoutLocksItWarnsAndGoesOn();
     void folderThatCannotBeListedIsSavedInWithAWarning();
     void wrongWaitIsWrongUsage_data();
@@ -342,6 +357,68 @@ void tst_ProgramDisk::turnOfTheCallerIsSharedByWhatItStarts()
     QCOMPARE(flock.run({file.folder(), u"sh"_qs, u"-c"_qs,
                  edit + u"; flock --nonblock '%1' true || echo still held"_qs.arg(file.folder())}),
         done(u"unchanged; saved\nstill held"_qs));
+}
+
+void tst_ProgramDisk::editsThatShareATurnAreAllKept()
+{
+    constexpr int edits = editsOfALoop / 5;
+    const ManifestFile file(before());
+    const QString loops =
+        u"for loop in 1 2 3 4; do for i in $(seq %1); do"
+        " '%2' set '%3' top key$loop-$i x --save --wait 60 || echo failed; done & done; wait"_qs.arg(edits)
+            .arg(QStringLiteral(PROGRAM), file.path());
+    QCOMPARE(Program(u"flock"_qs).run({file.folder(), u"sh"_qs, u"-c"_qs, loops}),
+        (ProgramRun {0, saved.repeated(4 * edits), QByteArray()}));
+    QCOMPARE(numberOfKeys(file.path()), 4 * edits);
+    QVERIFY(file.isAlone());
+}
+
+void tst_ProgramDisk::runThatSharesTheTurnIsNamed()
+{
+    const ManifestFile file(before());
+    const OpenFolder folder(file.folder());
+    QCOMPARE(flock(folder.file.get(), LOCK_EX), 0);
+    const auto first = Program().stoppingAt(u"make"_qs, 1, file.folder()).start(editOf(file.path()));
+    QVERIFY(first->isStopped());
+    const ProgramRun run = Program().run(editOf(file.path()) + u" --wait 0"_qs);
+    QCOMPARE(run.status, 1);
+    QVERIFY2(run.errors.contains(": process " + QByteArray::number(first->id()) + " ("), run.errors.constData());
+    first->send(SIGCONT);
+    QCOMPARE(first->finish(), (ProgramRun {0, saved, QByteArray()}));
+}
+
+void tst_ProgramDisk::locksOfOthersStayAsTheyAre_data()
+{
+    QTest::addColumn<int>("lock");
+    QTest::addColumn<bool>("isShared");
+    QTest::addColumn<int>("status");
+
+    QTest::newRow("shared lock") << LOCK_SH << false << 1;
+    QTest::newRow("lock that another one shares") << LOCK_SH << true << 1;
+    QTest::newRow("exclusive lock") << LOCK_EX << false << 0;
+    QTest::newRow("no lock") << LOCK_UN << true << 1;
+}
+
+void tst_ProgramDisk::locksOfOthersStayAsTheyAre()
+{
+    QFETCH(int, lock);
+    QFETCH(bool, isShared);
+    QFETCH(int, status);
+
+    const ManifestFile file(before());
+    const OpenFolder folder(file.folder());
+    QCOMPARE(flock(folder.file.get(), lock), 0);
+    const OpenFolder other(file.folder());
+    QCOMPARE(flock(other.file.get(), isShared ? LOCK_SH : LOCK_UN), 0);
+    const QString list = u"/proc/self/fdinfo/%1"_qs.arg(folder.file.get());
+    // Without the numbers of the list's lines.
+    const auto locks = [&] {
+        return QString::fromLatin1(readFile(list)).remove(QRegularExpression(u"lock:\\s+\\d+"_qs));
+    };
+    const QString state = locks();
+    QCOMPARE(state.contains(u"FLOCK"_qs), lock != LOCK_UN);
+    QCOMPARE(Program().run(editOf(file.path()) + u" --wait 0"_qs).status, status);
+    QCOMPARE(locks(), state);
 }
 
 void tst_ProgramDisk::withoutLocksItWarnsAndGoesOn()
