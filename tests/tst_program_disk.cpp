@@ -179,6 +179,8 @@ private Q_SLOTS:
 
     void editsTakeNothingButRegularFiles_data();
     void editsTakeNothingButRegularFiles();
+    void editsSaveToNoOpenFile_data();
+    void editsSaveToNoOpenFile();
     void queriesTakePipes_data();
     void queriesTakePipes();
     void queriesTakeStandardInput_data();
@@ -978,6 +980,34 @@ void tst_ProgramDisk::editsTakeNothingButRegularFiles()
         }
     }
     QCOMPARE(everythingIn(directory.path()), content);
+}
+
+void tst_ProgramDisk::editsSaveToNoOpenFile_data()
+{
+    QTest::addColumn<QString>("path");
+
+    QTest::newRow("standard input") << u"/dev/stdin"_qs;
+    QTest::newRow("descriptor") << u"/dev/fd/7"_qs;
+    QTest::newRow("descriptor of a process") << u"/proc/self/fd/7"_qs;
+    QTest::newRow("link to a descriptor") << u"link"_qs;
+}
+
+void tst_ProgramDisk::editsSaveToNoOpenFile()
+{
+    QFETCH(QString, path);
+
+    const ManifestFile file(before());
+    const FileState state = stateOf(file.path());
+    const QTemporaryDir other;
+    QVERIFY(QFile::link(u"/dev/fd/7"_qs, other.filePath(u"link"_qs)));
+    const Program shell = Program(u"sh"_qs).in(other.path());
+    const QString edit =
+        u"'%1' set %2 top key value %3 < '%4' 7< '%4'"_qs.arg(QStringLiteral(PROGRAM), path, u"%1"_qs, file.path());
+    QCOMPARE(shell.run({u"-c"_qs, edit.arg(u"--save"_qs)}),
+        misused(u"cannot save to %1: it leads to an open file; give the path of the file itself"_qs.arg(path)));
+    QCOMPARE(stateOf(file.path()), state);
+    // It may be read.
+    QCOMPARE(shell.run({u"-c"_qs, edit.arg(QString())}), done(u"changed; not saved"_qs));
 }
 
 void tst_ProgramDisk::queriesTakePipes_data()
