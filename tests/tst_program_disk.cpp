@@ -132,6 +132,7 @@ private Q_SLOTS:
     void turnIsWaitedFor();
     void turnIsNotWaitedForLongerThanAsked_data();
     void turnIsNotWaitedForLongerThanAsked();
+    void turnWhoseHolderIsUnknownIsGivenUp();
     void holderOfTheTurnIsNamed();
     void heirOfTheTurnIsNamed();
     void turnIsTakenWhereALinkLeads();
@@ -269,6 +270,16 @@ void tst_ProgramDisk::turnIsNotWaitedForLongerThanAsked()
 #endif
     QCOMPARE(stateOf(file.path()), state);
     QVERIFY(file.isAlone());
+}
+
+void tst_ProgramDisk::turnWhoseHolderIsUnknownIsGivenUp()
+{
+    const ManifestFile file(before());
+    QCOMPARE(Program()
+                 .withFaultyCalls(u"lock %1 1 99 %2"_qs.arg(EWOULDBLOCK).arg(file.folder()))
+                 .run(editOf(file.path()) + u" --wait 0"_qs),
+        failed(u"the folder %1 is locked; gave up after 0 s"_qs.arg(file.folder())));
+    QCOMPARE(file.content(), before());
 }
 
 void tst_ProgramDisk::holderOfTheTurnIsNamed()

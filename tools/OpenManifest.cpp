@@ -156,8 +156,10 @@ bool takeTurn(Turn& turn, const QString& manifestPath, int secondsToWait)
         break;
     }
     const QString holder = turn.holder();
-    complain(QLatin1String("somebody else is saving in ") % printable(turn.folder()) % QLatin1String(": ")
-        % (holder.isNull() ? QStringLiteral("the folder") : printable(holder) % QLatin1String(" holds the lock;"))
+    complain((holder.isNull()
+                     ? QString(QLatin1String("the folder ") % printable(turn.folder()) % QLatin1String(" is locked;"))
+                     : QString(QLatin1String("somebody else is saving in ") % printable(turn.folder())
+                         % QLatin1String(": ") % printable(holder) % QLatin1String(" holds the lock;")))
         % QStringLiteral(" gave up after %1 s").arg(secondsToWait));
     return false;
 }
