@@ -154,6 +154,10 @@ private Q_SLOTS:
     void manifestThatIsGoneIsNotMadeAnewOnRequest();
     void changeBetweenScanAndCreationIsNotOverwritten();
     void replacementAfterTheSaveIsNoticed();
+    void lookThatFailsAfterTheSaveIsSaidSo_data();
+    void lookThatFailsAfterTheSaveIsSaidSo();
+    void manifestThatIsGoneAfterTheSaveIsSaidSo();
+    void manifestThatGoesBeforeTheSaveIsSaidSo();
     void folderThatIsRemovedIsSaidSo();
     void contentThatIsThereAlreadyIsNoProofOfASave();
 
@@ -613,6 +617,57 @@ void tst_ProgramDisk::replacementAfterTheSaveIsNoticed()
     beReplaced(file.path());
     program->send(SIGCONT);
     QCOMPARE(program->finish(), overtaken(file.path()));
+}
+
+void tst_ProgramDisk::lookThatFailsAfterTheSaveIsSaidSo_data()
+{
+    QTest::addColumn<QString>("fault");
+    QTest::addColumn<QString>("reason");
+
+    QTest::newRow("no descriptor left") << u"open %1"_qs.arg(EMFILE) << u"Too many open files"_qs;
+    QTest::newRow("no permission") << u"open %1"_qs.arg(EACCES) << u"Permission denied"_qs;
+    QTest::newRow("read error") << u"open %1"_qs.arg(EIO) << u"Input/output error"_qs;
+}
+
+void tst_ProgramDisk::lookThatFailsAfterTheSaveIsSaidSo()
+{
+    QFETCH(QString, fault);
+    QFETCH(QString, reason);
+
+    const ManifestFile file(before());
+    QCOMPARE(Program()
+                 .withFaultyCalls(u"%1 %2 99 %3"_qs.arg(fault).arg(lookAfterTheSave).arg(file.path()))
+                 .run(editOf(file.path())),
+        failed(u"cannot tell whether %1 is saved: %2"_qs.arg(file.path(), reason)));
+    QCOMPARE(file.content(), afterSettingKey());
+}
+
+void tst_ProgramDisk::manifestThatIsGoneAfterTheSaveIsSaidSo()
+{
+    const QTemporaryDir directory;
+    const QString folder = directory.filePath(u"folder"_qs);
+    const QString path = folder + u"/manifest.json"_qs;
+    for (const bool isMoved : {false, true}) {
+        writeFile(path, before());
+        const auto program = Program().stoppingAt(u"open"_qs, lookAfterTheSave, path).start(editOf(path));
+        QVERIFY(program->isStopped());
+        QVERIFY(isMoved ? QDir().rename(folder, directory.filePath(u"elsewhere"_qs)) : QFile::remove(path));
+        program->send(SIGCONT);
+        QCOMPARE(program->finish(), failed(path + u" is gone: it was removed or moved while it was saved"_qs));
+    }
+}
+
+void tst_ProgramDisk::manifestThatGoesBeforeTheSaveIsSaidSo()
+{
+    const ManifestFile file(before());
+    const ProgramRun run = Program()
+                               // The first thing that the library asks.
+                               .withFaultyCalls(u"access %1 1 1 %2"_qs.arg(Fault::Vanished).arg(file.path()))
+                               .run(editOf(file.path()));
+    QCOMPARE(run,
+        failed(u"could not save %1: No such file or directory"_qs.arg(file.path()),
+            "warning: Configuration manifest file does not exist!\n"));
+    QCOMPARE(everythingIn(file.folder()), QStringList());
 }
 
 void tst_ProgramDisk::folderThatIsRemovedIsSaidSo()

@@ -184,15 +184,28 @@ SaveReport StoredManifest::save(
 
     const bool reportsSuccess = write();
 
+    return judge(before, wanted, reportsSuccess);
+}
+
+SaveReport StoredManifest::judge(const Look& before, const QByteArray& wanted, bool reportsSuccess) const
+{
     const Look after = lookAt(path);
+    if (after.error != 0 && after.error != ENOENT) {
+        return {SaveReport::Unknown,
+            QLatin1String("cannot tell whether ") % printable(path) % QLatin1String(" is saved: ") % after.problem()};
+    }
     const bool isTheSame = before.isThere() && after.isThere() && isSameFile(before, after);
     if (after.isThere() && after.content == wanted && !isTheSame) {
         return {SaveReport::Saved, {}};
     }
-    // The library makes no new file, and nothing else is wrong with it.
-    const bool isGone = known.isThere() && !before.isThere() && !after.isThere();
+    const bool isGone = known.isThere() && after.error == ENOENT;
+    if (isGone && reportsSuccess) {
+        return {SaveReport::Overtaken,
+            printable(path) % QLatin1String(" is gone: it was removed or moved while it was saved")};
+    }
     const bool isAsBefore = isTheSame || (!before.isThere() && !after.isThere());
     if (isAsBefore || !reportsSuccess) {
+        // The library makes no new file, and nothing else is wrong with it.
         return {SaveReport::NotSaved,
             QLatin1String("could not save ") % printable(path) % QLatin1String(": ")
                 % (isGone ? textOf(ENOENT) : causeAsText(path, wanted))};

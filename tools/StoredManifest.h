@@ -37,8 +37,10 @@ struct SaveReport {
         NotSaved,
         /// Nothing was tried, for the manifest is not the one that was read.
         ChangedSinceRead,
-        /// Another process has replaced the manifest just after this one, or just before.
+        /// Another process has replaced or removed the manifest just after this one has saved it, or just before.
         Overtaken,
+        /// The file cannot be looked at any more.
+        Unknown,
     };
 
     Result result;
@@ -76,6 +78,7 @@ public:
 private:
     bool isAsRead(const Look& look) const;
     SaveReport changed(const Look& now) const;
+    SaveReport judge(const Look& before, const QByteArray& wanted, bool reportsSuccess) const;
 
     const QString path;
     Look known;
