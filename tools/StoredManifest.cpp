@@ -184,7 +184,10 @@ SaveReport StoredManifest::save(
 
     const bool reportsSuccess = write();
 
-    return judge(before, wanted, reportsSuccess);
+    SaveReport report = judge(before, wanted, reportsSuccess);
+    report.isReplacement = before.isThere();
+    report.replaced = before.content;
+    return report;
 }
 
 SaveReport StoredManifest::judge(const Look& before, const QByteArray& wanted, bool reportsSuccess) const

@@ -46,6 +46,9 @@ struct SaveReport {
     Result result;
     /// What went wrong, with the cause as the system words it.
     QString problem;
+    /// Whether there was a manifest immediately before the save, and what it was.
+    bool isReplacement = false;
+    QByteArray replaced = {};
 };
 
 struct SaveWishes {
