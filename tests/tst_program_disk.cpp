@@ -17,6 +17,7 @@
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/mount.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
@@ -171,6 +172,9 @@ private Q_SLOTS:
 
     void causeOfAFailedSaveIsNamed_data();
     void causeOfAFailedSaveIsNamed();
+    void manifestOfAnotherUserInAStickyFolderIsNamed();
+    void mountPointIsNamed();
+    void sizeLimitAtTheBackupIsNamed();
     void fullDiskIsNamed();
     void fullDiskAtTheBackupIsNoSave();
 
@@ -830,6 +834,52 @@ void tst_ProgramDisk::causeOfAFailedSaveIsNamed()
     QCOMPARE(run.output, QByteArray());
     const QByteArray complaint = u"configuration-manifest: could not save %1: %2\n"_qs.arg(file.path(), cause).toUtf8();
     QVERIFY2(run.errors.endsWith(complaint), run.errors.constData());
+    QCOMPARE(stateOf(file.path()), state);
+    QVERIFY(file.isAlone());
+}
+
+void tst_ProgramDisk::manifestOfAnotherUserInAStickyFolderIsNamed()
+{
+    constexpr uid_t somebody = 65534;
+    const ManifestFile file(before());
+    if (chown(qPrintable(file.folder()), somebody, gid_t(-1)) != 0
+        || chown(qPrintable(file.path()), somebody, gid_t(-1)) != 0) {
+        QSKIP("This process may not give files away.");
+    }
+    chmod(qPrintable(file.folder()), 01777);
+    chmod(qPrintable(file.path()), 0666);
+    const ProgramRun run = Program().prepared(asOrdinaryUser).run(editOf(file.path()));
+    QCOMPARE(run.status, 1);
+    QVERIFY2(run.errors.endsWith(": Operation not permitted\n"), run.errors.constData());
+    QCOMPARE(file.content(), before());
+}
+
+void tst_ProgramDisk::mountPointIsNamed()
+{
+    const ManifestFile file(before());
+    const QString path = file.folder() + u"/a file.json"_qs;
+    writeFile(path, before());
+    if (mount(qPrintable(file.path()), qPrintable(path), nullptr, MS_BIND, nullptr) != 0) {
+        QSKIP("This process may not mount anything.");
+    }
+    const ProgramRun run = Program().run({u"set"_qs, path, u"top"_qs, u"key"_qs, u"value"_qs, u"--save"_qs});
+    umount(qPrintable(path));
+    QCOMPARE(run.status, 1);
+    QVERIFY2(run.errors.endsWith(": Device or resource busy\n"), run.errors.constData());
+    QCOMPARE(file.content(), before());
+}
+
+void tst_ProgramDisk::sizeLimitAtTheBackupIsNamed()
+{
+    const ManifestFile file(compact({with(selection(u"top"_qs), u"filler"_qs, QString(40000, u'x'))}));
+    const FileState state = stateOf(file.path());
+    const Preparation withSizeLimit = [] {
+        const rlimit limit {20000, 20000};
+        setrlimit(RLIMIT_FSIZE, &limit);
+        signal(SIGXFSZ, SIG_IGN);
+    };
+    QCOMPARE(Program().prepared(withSizeLimit).run(u"unset %1 top filler --save --backup"_qs.arg(file.path())),
+        failed(u"could not save %1: no backup %1~: File too large"_qs.arg(file.path())));
     QCOMPARE(stateOf(file.path()), state);
     QVERIFY(file.isAlone());
 }
