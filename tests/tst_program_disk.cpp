@@ -871,10 +871,10 @@ void tst_ProgramDisk::mountPointIsNamed()
 
 void tst_ProgramDisk::sizeLimitAtTheBackupIsNamed()
 {
-    const ManifestFile file(compact({with(selection(u"top"_qs), u"filler"_qs, QString(40000, u'x'))}));
+    const ManifestFile file(compact({with(selection(u"top"_qs), u"filler"_qs, QString(10000, u'x'))}));
     const FileState state = stateOf(file.path());
     const Preparation withSizeLimit = [] {
-        const rlimit limit {20000, 20000};
+        const rlimit limit {5000, 5000};
         setrlimit(RLIMIT_FSIZE, &limit);
         signal(SIGXFSZ, SIG_IGN);
     };
