@@ -1,5 +1,6 @@
 #include "ProgramRun.h"
 #include "TestMain.h"
+#include "faults/FaultyCalls.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QFile>
@@ -138,6 +139,8 @@ private Q_SLOTS:
     void stampsAreNoChangeUnlessAskedFor();
     void dryCreationWritesNothing();
     void folderThatChangesMeanwhileIsCreatedAsItIsThen();
+    void folderThatGoesOnChangingIsSaidSo();
+    void creationTellsWhatItReallyReplaces();
     void damageIsToldFromOrdinaryRemarks();
     void wayOfWritingAFolderMakesNoDifference_data();
     void wayOfWritingAFolderMakesNoDifference();
@@ -399,6 +402,44 @@ void tst_ProgramCreate::folderThatChangesMeanwhileIsCreatedAsItIsThen()
     program->send(SIGCONT);
     QCOMPARE(program->finish(), done(path + u"\n2 selections, 0 nodes"_qs));
     QVERIFY(readFile(path).contains("\"b\""));
+}
+
+void tst_ProgramCreate::folderThatGoesOnChangingIsSaidSo()
+{
+    const QTemporaryDir directory;
+    const QString path = directory.filePath(u"configuration.manifest.json"_qs);
+    // Stopped whenever it begins to read the folder.
+    const auto program = Program()
+                             .withFaultyCalls(u"list %1 1 99 %2"_qs.arg(Fault::Stopped).arg(directory.path()))
+                             .start(u"create-folder "_qs + directory.path());
+    int files = 0;
+    while (program->isStopped()) {
+        describe(directory.filePath(u"page%1.config.json"_qs.arg(++files)));
+        program->send(SIGCONT);
+    }
+    QVERIFY(files > 2);
+    QCOMPARE(program->finish(),
+        failed(u"%1 has changed while it was read: %2 is written, but may not be what the folder holds"_qs.arg(
+            directory.path(), path)));
+    QVERIFY(readFile(path).contains("\"page1\""));
+}
+
+void tst_ProgramCreate::creationTellsWhatItReallyReplaces()
+{
+    const QTemporaryDir directory;
+    describe(directory.filePath(u"a.config.json"_qs));
+    const QString path = directory.filePath(u"configuration.manifest.json"_qs);
+    const QString creation = u"create-folder %1 --overwrite"_qs.arg(directory.path());
+    QCOMPARE(Program().run(creation), done(path + u"\n1 selection, 0 nodes"_qs));
+    // An edit by hand, between the reading of the folder and the save.
+    const auto program = Program().stoppingAt(u"stat"_qs, 3, path).start(creation);
+    QVERIFY(program->isStopped());
+    writeFile(path, compact({selection(u"a"_qs), selection(u"by hand"_qs)}));
+    program->send(SIGCONT);
+    const ProgramRun run = program->finish();
+    QCOMPARE(run.status, 0);
+    QVERIFY2(
+        run.output.contains("\ncompared with before: ") && run.output.contains("1 removed"), run.output.constData());
 }
 
 void tst_ProgramCreate::damageIsToldFromOrdinaryRemarks()

@@ -3,6 +3,7 @@
 #include "ProgramRun.h"
 #include "TestMain.h"
 #include "faults/FaultyCalls.h"
+#include "tools/Descriptor.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QElapsedTimer>
@@ -16,6 +17,7 @@
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/mount.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
@@ -65,6 +67,16 @@ public:
 private:
     const int file;
     const bool held;
+};
+
+// A folder that is open for what this process starts as well.
+struct OpenFolder {
+    explicit OpenFolder(const QString& folder)
+        : file(open(qPrintable(folder), O_RDONLY | O_DIRECTORY))
+    {
+    }
+
+    const Descriptor file;
 };
 
 // A file system of its own, as large as asked for. Nothing when this process may not have one.
@@ -121,12 +133,17 @@ private Q_SLOTS:
     void turnIsWaitedFor();
     void turnIsNotWaitedForLongerThanAsked_data();
     void turnIsNotWaitedForLongerThanAsked();
+    void turnWhoseHolderIsUnknownIsGivenUp();
     void holderOfTheTurnIsNamed();
     void heirOfTheTurnIsNamed();
     void turnIsTakenWhereALinkLeads();
     void turnIsTakenByWhoSavesOnly_data();
     void turnIsTakenByWhoSavesOnly();
     void turnOfTheCallerIsSharedByWhatItStarts();
+    void editsThatShareATurnAreAllKept();
+    void runThatSharesTheTurnIsNamed();
+    void locksOfOthersStayAsTheyAre_data();
+    void locksOfOthersStayAsTheyAre();
     void withoutLocksItWarnsAndGoesOn();
     void folderThatCannotBeListedIsSavedInWithAWarning();
     void wrongWaitIsWrongUsage_data();
@@ -138,6 +155,10 @@ private Q_SLOTS:
     void manifestThatIsGoneIsNotMadeAnewOnRequest();
     void changeBetweenScanAndCreationIsNotOverwritten();
     void replacementAfterTheSaveIsNoticed();
+    void lookThatFailsAfterTheSaveIsSaidSo_data();
+    void lookThatFailsAfterTheSaveIsSaidSo();
+    void manifestThatIsGoneAfterTheSaveIsSaidSo();
+    void manifestThatGoesBeforeTheSaveIsSaidSo();
     void folderThatIsRemovedIsSaidSo();
     void contentThatIsThereAlreadyIsNoProofOfASave();
 
@@ -151,6 +172,9 @@ private Q_SLOTS:
 
     void causeOfAFailedSaveIsNamed_data();
     void causeOfAFailedSaveIsNamed();
+    void manifestOfAnotherUserInAStickyFolderIsNamed();
+    void mountPointIsNamed();
+    void sizeLimitAtTheBackupIsNamed();
     void fullDiskIsNamed();
     void fullDiskAtTheBackupIsNoSave();
 
@@ -164,6 +188,8 @@ private Q_SLOTS:
 
     void editsTakeNothingButRegularFiles_data();
     void editsTakeNothingButRegularFiles();
+    void editsSaveToNoOpenFile_data();
+    void editsSaveToNoOpenFile();
     void queriesTakePipes_data();
     void queriesTakePipes();
     void queriesTakeStandardInput_data();
@@ -254,6 +280,16 @@ void tst_ProgramDisk::turnIsNotWaitedForLongerThanAsked()
     QVERIFY(file.isAlone());
 }
 
+void tst_ProgramDisk::turnWhoseHolderIsUnknownIsGivenUp()
+{
+    const ManifestFile file(before());
+    QCOMPARE(Program()
+                 .withFaultyCalls(u"lock %1 1 99 %2"_qs.arg(EWOULDBLOCK).arg(file.folder()))
+                 .run(editOf(file.path()) + u" --wait 0"_qs),
+        failed(u"the folder %1 is locked; gave up after 0 s"_qs.arg(file.folder())));
+    QCOMPARE(file.content(), before());
+}
+
 void tst_ProgramDisk::holderOfTheTurnIsNamed()
 {
     // One that has been stopped holds it as well.
@@ -342,6 +378,68 @@ void tst_ProgramDisk::turnOfTheCallerIsSharedByWhatItStarts()
     QCOMPARE(flock.run({file.folder(), u"sh"_qs, u"-c"_qs,
                  edit + u"; flock --nonblock '%1' true || echo still held"_qs.arg(file.folder())}),
         done(u"unchanged; saved\nstill held"_qs));
+}
+
+void tst_ProgramDisk::editsThatShareATurnAreAllKept()
+{
+    constexpr int edits = editsOfALoop / 5;
+    const ManifestFile file(before());
+    const QString loops =
+        u"for loop in 1 2 3 4; do for i in $(seq %1); do"
+        " '%2' set '%3' top key$loop-$i x --save --wait 60 || echo failed; done & done; wait"_qs.arg(edits)
+            .arg(QStringLiteral(PROGRAM), file.path());
+    QCOMPARE(Program(u"flock"_qs).run({file.folder(), u"sh"_qs, u"-c"_qs, loops}),
+        (ProgramRun {0, saved.repeated(4 * edits), QByteArray()}));
+    QCOMPARE(numberOfKeys(file.path()), 4 * edits);
+    QVERIFY(file.isAlone());
+}
+
+void tst_ProgramDisk::runThatSharesTheTurnIsNamed()
+{
+    const ManifestFile file(before());
+    const OpenFolder folder(file.folder());
+    QCOMPARE(flock(folder.file.get(), LOCK_EX), 0);
+    const auto first = Program().stoppingAt(u"make"_qs, 1, file.folder()).start(editOf(file.path()));
+    QVERIFY(first->isStopped());
+    const ProgramRun run = Program().run(editOf(file.path()) + u" --wait 0"_qs);
+    QCOMPARE(run.status, 1);
+    QVERIFY2(run.errors.contains(": process " + QByteArray::number(first->id()) + " ("), run.errors.constData());
+    first->send(SIGCONT);
+    QCOMPARE(first->finish(), (ProgramRun {0, saved, QByteArray()}));
+}
+
+void tst_ProgramDisk::locksOfOthersStayAsTheyAre_data()
+{
+    QTest::addColumn<int>("lock");
+    QTest::addColumn<bool>("isShared");
+    QTest::addColumn<int>("status");
+
+    QTest::newRow("shared lock") << LOCK_SH << false << 1;
+    QTest::newRow("lock that another one shares") << LOCK_SH << true << 1;
+    QTest::newRow("exclusive lock") << LOCK_EX << false << 0;
+    QTest::newRow("no lock") << LOCK_UN << true << 1;
+}
+
+void tst_ProgramDisk::locksOfOthersStayAsTheyAre()
+{
+    QFETCH(int, lock);
+    QFETCH(bool, isShared);
+    QFETCH(int, status);
+
+    const ManifestFile file(before());
+    const OpenFolder folder(file.folder());
+    QCOMPARE(flock(folder.file.get(), lock), 0);
+    const OpenFolder other(file.folder());
+    QCOMPARE(flock(other.file.get(), isShared ? LOCK_SH : LOCK_UN), 0);
+    const QString list = u"/proc/self/fdinfo/%1"_qs.arg(folder.file.get());
+    // Without the numbers of the list's lines.
+    const auto locks = [&] {
+        return QString::fromLatin1(readFile(list)).remove(QRegularExpression(u"lock:\\s+\\d+"_qs));
+    };
+    const QString state = locks();
+    QCOMPARE(state.contains(u"FLOCK"_qs), lock != LOCK_UN);
+    QCOMPARE(Program().run(editOf(file.path()) + u" --wait 0"_qs).status, status);
+    QCOMPARE(locks(), state);
 }
 
 void tst_ProgramDisk::withoutLocksItWarnsAndGoesOn()
@@ -525,6 +623,57 @@ void tst_ProgramDisk::replacementAfterTheSaveIsNoticed()
     QCOMPARE(program->finish(), overtaken(file.path()));
 }
 
+void tst_ProgramDisk::lookThatFailsAfterTheSaveIsSaidSo_data()
+{
+    QTest::addColumn<QString>("fault");
+    QTest::addColumn<QString>("reason");
+
+    QTest::newRow("no descriptor left") << u"open %1"_qs.arg(EMFILE) << u"Too many open files"_qs;
+    QTest::newRow("no permission") << u"open %1"_qs.arg(EACCES) << u"Permission denied"_qs;
+    QTest::newRow("read error") << u"open %1"_qs.arg(EIO) << u"Input/output error"_qs;
+}
+
+void tst_ProgramDisk::lookThatFailsAfterTheSaveIsSaidSo()
+{
+    QFETCH(QString, fault);
+    QFETCH(QString, reason);
+
+    const ManifestFile file(before());
+    QCOMPARE(Program()
+                 .withFaultyCalls(u"%1 %2 99 %3"_qs.arg(fault).arg(lookAfterTheSave).arg(file.path()))
+                 .run(editOf(file.path())),
+        failed(u"cannot tell whether %1 is saved: %2"_qs.arg(file.path(), reason)));
+    QCOMPARE(file.content(), afterSettingKey());
+}
+
+void tst_ProgramDisk::manifestThatIsGoneAfterTheSaveIsSaidSo()
+{
+    const QTemporaryDir directory;
+    const QString folder = directory.filePath(u"folder"_qs);
+    const QString path = folder + u"/manifest.json"_qs;
+    for (const bool isMoved : {false, true}) {
+        writeFile(path, before());
+        const auto program = Program().stoppingAt(u"open"_qs, lookAfterTheSave, path).start(editOf(path));
+        QVERIFY(program->isStopped());
+        QVERIFY(isMoved ? QDir().rename(folder, directory.filePath(u"elsewhere"_qs)) : QFile::remove(path));
+        program->send(SIGCONT);
+        QCOMPARE(program->finish(), failed(path + u" is gone: it was removed or moved while it was saved"_qs));
+    }
+}
+
+void tst_ProgramDisk::manifestThatGoesBeforeTheSaveIsSaidSo()
+{
+    const ManifestFile file(before());
+    const ProgramRun run = Program()
+                               // The first thing that the library asks.
+                               .withFaultyCalls(u"access %1 1 1 %2"_qs.arg(Fault::Vanished).arg(file.path()))
+                               .run(editOf(file.path()));
+    QCOMPARE(run,
+        failed(u"could not save %1: No such file or directory"_qs.arg(file.path()),
+            "warning: Configuration manifest file does not exist!\n"));
+    QCOMPARE(everythingIn(file.folder()), QStringList());
+}
+
 void tst_ProgramDisk::folderThatIsRemovedIsSaidSo()
 {
     const QTemporaryDir directory;
@@ -685,6 +834,52 @@ void tst_ProgramDisk::causeOfAFailedSaveIsNamed()
     QCOMPARE(run.output, QByteArray());
     const QByteArray complaint = u"configuration-manifest: could not save %1: %2\n"_qs.arg(file.path(), cause).toUtf8();
     QVERIFY2(run.errors.endsWith(complaint), run.errors.constData());
+    QCOMPARE(stateOf(file.path()), state);
+    QVERIFY(file.isAlone());
+}
+
+void tst_ProgramDisk::manifestOfAnotherUserInAStickyFolderIsNamed()
+{
+    constexpr uid_t somebody = 65534;
+    const ManifestFile file(before());
+    if (chown(qPrintable(file.folder()), somebody, gid_t(-1)) != 0
+        || chown(qPrintable(file.path()), somebody, gid_t(-1)) != 0) {
+        QSKIP("This process may not give files away.");
+    }
+    chmod(qPrintable(file.folder()), 01777);
+    chmod(qPrintable(file.path()), 0666);
+    const ProgramRun run = Program().prepared(asOrdinaryUser).run(editOf(file.path()));
+    QCOMPARE(run.status, 1);
+    QVERIFY2(run.errors.endsWith(": Operation not permitted\n"), run.errors.constData());
+    QCOMPARE(file.content(), before());
+}
+
+void tst_ProgramDisk::mountPointIsNamed()
+{
+    const ManifestFile file(before());
+    const QString path = file.folder() + u"/a file.json"_qs;
+    writeFile(path, before());
+    if (mount(qPrintable(file.path()), qPrintable(path), nullptr, MS_BIND, nullptr) != 0) {
+        QSKIP("This process may not mount anything.");
+    }
+    const ProgramRun run = Program().run({u"set"_qs, path, u"top"_qs, u"key"_qs, u"value"_qs, u"--save"_qs});
+    umount(qPrintable(path));
+    QCOMPARE(run.status, 1);
+    QVERIFY2(run.errors.endsWith(": Device or resource busy\n"), run.errors.constData());
+    QCOMPARE(file.content(), before());
+}
+
+void tst_ProgramDisk::sizeLimitAtTheBackupIsNamed()
+{
+    const ManifestFile file(compact({with(selection(u"top"_qs), u"filler"_qs, QString(10000, u'x'))}));
+    const FileState state = stateOf(file.path());
+    const Preparation withSizeLimit = [] {
+        const rlimit limit {5000, 5000};
+        setrlimit(RLIMIT_FSIZE, &limit);
+        signal(SIGXFSZ, SIG_IGN);
+    };
+    QCOMPARE(Program().prepared(withSizeLimit).run(u"unset %1 top filler --save --backup"_qs.arg(file.path())),
+        failed(u"could not save %1: no backup %1~: File too large"_qs.arg(file.path())));
     QCOMPARE(stateOf(file.path()), state);
     QVERIFY(file.isAlone());
 }
@@ -901,6 +1096,34 @@ void tst_ProgramDisk::editsTakeNothingButRegularFiles()
         }
     }
     QCOMPARE(everythingIn(directory.path()), content);
+}
+
+void tst_ProgramDisk::editsSaveToNoOpenFile_data()
+{
+    QTest::addColumn<QString>("path");
+
+    QTest::newRow("standard input") << u"/dev/stdin"_qs;
+    QTest::newRow("descriptor") << u"/dev/fd/7"_qs;
+    QTest::newRow("descriptor of a process") << u"/proc/self/fd/7"_qs;
+    QTest::newRow("link to a descriptor") << u"link"_qs;
+}
+
+void tst_ProgramDisk::editsSaveToNoOpenFile()
+{
+    QFETCH(QString, path);
+
+    const ManifestFile file(before());
+    const FileState state = stateOf(file.path());
+    const QTemporaryDir other;
+    QVERIFY(QFile::link(u"/dev/fd/7"_qs, other.filePath(u"link"_qs)));
+    const Program shell = Program(u"sh"_qs).in(other.path());
+    const QString edit =
+        u"'%1' set %2 top key value %3 < '%4' 7< '%4'"_qs.arg(QStringLiteral(PROGRAM), path, u"%1"_qs, file.path());
+    QCOMPARE(shell.run({u"-c"_qs, edit.arg(u"--save"_qs)}),
+        misused(u"cannot save to %1: it leads to an open file; give the path of the file itself"_qs.arg(path)));
+    QCOMPARE(stateOf(file.path()), state);
+    // It may be read.
+    QCOMPARE(shell.run({u"-c"_qs, edit.arg(QString())}), done(u"changed; not saved"_qs));
 }
 
 void tst_ProgramDisk::queriesTakePipes_data()

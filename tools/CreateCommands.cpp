@@ -153,16 +153,21 @@ private:
     bool readPrevious()
     {
         const Look& look = stored.read();
-        wasThere = look.isThere();
-        if (!wasThere && look.error != ENOENT) {
+        if (!look.isThere() && look.error != ENOENT) {
             complain(QLatin1String("cannot replace ") % printable(path) % QLatin1String(": ") % look.problem());
             return false;
         }
+        setPrevious(look.isThere(), look.content);
+        return true;
+    }
+
+    void setPrevious(bool isThere, const QByteArray& content)
+    {
         QString problem;
         QJsonArray manifest;
-        wasManifest = wasThere && parseManifest(path, look.content, manifest, problem);
+        wasThere = isThere;
+        wasManifest = isThere && parseManifest(path, content, manifest, problem);
         previous = wasManifest ? treeOf(manifest) : TreeElements();
-        return true;
     }
 
     // Reads the folder, and prints what was reported while it was read. Complains when it cannot be read.
@@ -187,13 +192,15 @@ private:
         // Until it has been told what became of the save, nothing ends the program.
         const HeldSignals held;
         SaveReport report = stored.save(contentOf(tree), wishes, [&] { return createReporting(create); });
-        if (report.result == SaveReport::Overtaken && hasFolderChanged()) {
-            report.result = SaveReport::Saved;
+        if (report.result == SaveReport::Overtaken) {
+            judgeChangedFolder(report);
         }
         if (report.result != SaveReport::Saved) {
             complain(report.problem);
             return NotDone;
         }
+        // With --overwrite that may be another one than before the folder was read.
+        setPrevious(report.isReplacement, report.replaced);
         const bool isKept = !isSet("keep-base") || keepBase();
         tell();
         return !flushOutput() ? SavedButNotPrinted : isKept ? Done : NotDone;
@@ -216,15 +223,30 @@ private:
         return created;
     }
 
-    // The folder is read twice, once to know what is to be written. It may have changed in between.
-    bool hasFolderChanged()
+    // The folder is read twice, first to know what is to be written. What is written is something else when the folder has
+    // changed in between, and it may go on to change.
+    void judgeChangedFolder(SaveReport& report)
     {
-        const FolderScan again = scanFolder(wholePath(folder), scheme);
-        if (!again.refusal.isNull() || lookAt(path).content != contentOf(again.elements)) {
-            return false;
+        const QByteArray wanted = contentOf(tree);
+        bool hasChanged = false;
+        constexpr int mostScans = 3;
+        for (int scans = 0; scans < mostScans; ++scans) {
+            const FolderScan again = scanFolder(wholePath(folder), scheme);
+            const Look look = lookAt(path);
+            if (!look.isThere()) {
+                return;
+            }
+            if (again.refusal.isNull() && look.content == contentOf(again.elements)) {
+                tree = again.elements;
+                report.result = SaveReport::Saved;
+                return;
+            }
+            hasChanged = hasChanged || !again.refusal.isNull() || contentOf(again.elements) != wanted;
         }
-        tree = again.elements;
-        return true;
+        if (hasChanged) {
+            report.problem = printable(folder) % QLatin1String(" has changed while it was read: ") % printable(path)
+                % QLatin1String(" is written, but may not be what the folder holds");
+        }
     }
 
     bool keepBase()

@@ -11,7 +11,12 @@
 #include "SystemInformationManagerRegistryDefinitions.h"
 
 #include <QtCore/QCommandLineParser>
+#include <QtCore/QFile>
+#include <QtCore/QFileInfo>
 #include <QtCore/QJsonObject>
+
+#include <linux/magic.h>
+#include <sys/vfs.h>
 
 namespace {
 
@@ -31,6 +36,23 @@ void appendPositions(const TreeElements& elements, const QString& name, QVector<
         }
         appendPositions(element.children, name, positions);
     }
+}
+
+// Whether a path ends with a link that the system makes to an open file, as /dev/stdin and /dev/fd/7 do. Such a link
+// stays with the file that a save replaces.
+bool leadsToAnOpenFile(const QString& path)
+{
+    constexpr int mostLinks = 40;
+    QFileInfo file(path);
+    for (int links = 0; links < mostLinks && file.isSymLink(); ++links) {
+        struct statfs fileSystem = {};
+        if (statfs(QFile::encodeName(file.path()).constData(), &fileSystem) == 0
+            && fileSystem.f_type == PROC_SUPER_MAGIC) {
+            return true;
+        }
+        file = QFileInfo(file.symLinkTarget());
+    }
+    return false;
 }
 
 void complainAboutDamage()
@@ -134,8 +156,10 @@ bool takeTurn(Turn& turn, const QString& manifestPath, int secondsToWait)
         break;
     }
     const QString holder = turn.holder();
-    complain(QLatin1String("somebody else is saving in ") % printable(turn.folder()) % QLatin1String(": ")
-        % (holder.isNull() ? QStringLiteral("the folder") : printable(holder) % QLatin1String(" holds the lock;"))
+    complain((holder.isNull()
+                     ? QString(QLatin1String("the folder ") % printable(turn.folder()) % QLatin1String(" is locked;"))
+                     : QString(QLatin1String("somebody else is saving in ") % printable(turn.folder())
+                         % QLatin1String(": ") % printable(holder) % QLatin1String(" holds the lock;")))
         % QStringLiteral(" gave up after %1 s").arg(secondsToWait));
     return false;
 }
@@ -163,7 +187,11 @@ ExitStatus OpenManifest::checkThatItCanBeEdited() const
 {
     QString problem;
     if (isRegularFile(path, problem)) {
-        return Done;
+        if (!isToBeSaved() || !leadsToAnOpenFile(path)) {
+            return Done;
+        }
+        problem = QLatin1String("cannot save to ") % printable(path)
+            % QLatin1String(": it leads to an open file; give the path of the file itself");
     }
     complain(problem);
     return Trouble;

@@ -7,6 +7,7 @@
 #include <QtCore/QFileInfo>
 #include <QtCore/QSaveFile>
 
+#include <algorithm>
 #include <cerrno>
 #include <climits>
 #include <cstdlib>
@@ -71,6 +72,42 @@ bool isTooLong(const QByteArray& path, const QByteArray& folder)
         || (longestName > 0 && nameLength + temporaryLength > static_cast<int>(longestName));
 }
 
+// Whether this process may do with files what else only their owners may.
+bool mayActAsOwner()
+{
+    constexpr int bitOfTheRight = 3; // CAP_FOWNER
+    QFile status(QStringLiteral("/proc/self/status"));
+    if (!status.open(QIODevice::ReadOnly)) {
+        return false;
+    }
+    const QByteArray text = status.readAll();
+    const QByteArray title = "\nCapEff:\t";
+    const QByteArray rights = text.mid(text.indexOf(title) + title.size()).split('\n').constFirst();
+    return (rights.toULongLong(nullptr, 16) >> bitOfTheRight & 1) != 0;
+}
+
+// Whether only the owner of a file may replace it in its folder, and this process is not one who may.
+bool isProtectedFromOthers(const struct stat& file, const QByteArray& folder)
+{
+    struct stat status = {};
+    return stat(folder.constData(), &status) == 0 && (status.st_mode & S_ISVTX) != 0 && file.st_uid != geteuid()
+        && status.st_uid != geteuid() && !mayActAsOwner();
+}
+
+// Whether something is mounted at the path of a file. "36 35 98:0 /in-it /path rw ..."; blanks are "\040".
+bool isMountPoint(const QByteArray& path)
+{
+    QFile list(QStringLiteral("/proc/self/mountinfo"));
+    if (!list.open(QIODevice::ReadOnly)) {
+        return false;
+    }
+    const QByteArray escaped =
+        QByteArray(path).replace('\\', "\\134").replace(' ', "\\040").replace('\t', "\\011").replace('\n', "\\012");
+    const QList<QByteArray> lines = list.readAll().split('\n');
+    return std::any_of(
+        lines.begin(), lines.end(), [&](const QByteArray& line) { return line.split(' ').value(4) == escaped; });
+}
+
 // Why a save of `content` fails, found out by doing what it does. 0 when all of that is possible.
 int causeOfFailure(const QString& path, const QByteArray& content)
 {
@@ -83,6 +120,12 @@ int causeOfFailure(const QString& path, const QByteArray& content)
     }
     if ((isThere && access(file.constData(), W_OK) != 0) || access(folder.constData(), W_OK | X_OK) != 0) {
         return errno;
+    }
+    if (isThere && isProtectedFromOthers(status, folder)) {
+        return EPERM;
+    }
+    if (isThere && isMountPoint(file)) {
+        return EBUSY;
     }
     return isTooLong(file, folder) ? ENAMETOOLONG : probe(folder, content);
 }
@@ -126,11 +169,11 @@ QString writeBeside(const QString& path, const QByteArray& content, mode_t permi
         return file.errorString();
     }
     fchmod(file.handle(), permissions);
-    // QSaveFile looks at no error of a flush, and would put an empty file in place.
-    if (file.write(content) != content.size() || !file.flush() || fsync(file.handle()) != 0) {
-        QString problem = file.error() == QFileDevice::NoError ? textOf(errno) : file.errorString();
+    // Not through QSaveFile, which looks at no error of a flush and keeps no number of an error.
+    const int error = writeAll(file.handle(), content);
+    if (error != 0) {
         file.cancelWriting();
-        return problem;
+        return textOf(error);
     }
     return file.commit() ? QString() : file.errorString();
 }
@@ -184,15 +227,31 @@ SaveReport StoredManifest::save(
 
     const bool reportsSuccess = write();
 
+    SaveReport report = judge(before, wanted, reportsSuccess);
+    report.isReplacement = before.isThere();
+    report.replaced = before.content;
+    return report;
+}
+
+SaveReport StoredManifest::judge(const Look& before, const QByteArray& wanted, bool reportsSuccess) const
+{
     const Look after = lookAt(path);
+    if (after.error != 0 && after.error != ENOENT) {
+        return {SaveReport::Unknown,
+            QLatin1String("cannot tell whether ") % printable(path) % QLatin1String(" is saved: ") % after.problem()};
+    }
     const bool isTheSame = before.isThere() && after.isThere() && isSameFile(before, after);
     if (after.isThere() && after.content == wanted && !isTheSame) {
         return {SaveReport::Saved, {}};
     }
-    // The library makes no new file, and nothing else is wrong with it.
-    const bool isGone = known.isThere() && !before.isThere() && !after.isThere();
+    const bool isGone = known.isThere() && after.error == ENOENT;
+    if (isGone && reportsSuccess) {
+        return {SaveReport::Overtaken,
+            printable(path) % QLatin1String(" is gone: it was removed or moved while it was saved")};
+    }
     const bool isAsBefore = isTheSame || (!before.isThere() && !after.isThere());
     if (isAsBefore || !reportsSuccess) {
+        // The library makes no new file, and nothing else is wrong with it.
         return {SaveReport::NotSaved,
             QLatin1String("could not save ") % printable(path) % QLatin1String(": ")
                 % (isGone ? textOf(ENOENT) : causeAsText(path, wanted))};

@@ -37,13 +37,18 @@ struct SaveReport {
         NotSaved,
         /// Nothing was tried, for the manifest is not the one that was read.
         ChangedSinceRead,
-        /// Another process has replaced the manifest just after this one, or just before.
+        /// Another process has replaced or removed the manifest just after this one has saved it, or just before.
         Overtaken,
+        /// The file cannot be looked at any more.
+        Unknown,
     };
 
     Result result;
     /// What went wrong, with the cause as the system words it.
     QString problem;
+    /// Whether there was a manifest immediately before the save, and what it was.
+    bool isReplacement = false;
+    QByteArray replaced = {};
 };
 
 struct SaveWishes {
@@ -76,6 +81,7 @@ public:
 private:
     bool isAsRead(const Look& look) const;
     SaveReport changed(const Look& now) const;
+    SaveReport judge(const Look& before, const QByteArray& wanted, bool reportsSuccess) const;
 
     const QString path;
     Look known;

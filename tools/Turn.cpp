@@ -6,7 +6,9 @@
 #include <QtCore/QElapsedTimer>
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
+#include <QtCore/QRandomGenerator>
 #include <QtCore/QStringList>
+#include <QtCore/QVector>
 
 #include <algorithm>
 #include <cerrno>
@@ -37,22 +39,6 @@ bool isStillThere(int file, const QString& folder)
         && open.st_dev == now.st_dev && open.st_ino == now.st_ino;
 }
 
-// Whether this process was started by one that has the turn and gave it its open folder, as flock(1) does. Of the same
-// open folder the kernel gives the lock again.
-bool isInherited(int own)
-{
-    struct stat folder = {};
-    fstat(own, &folder);
-    const QStringList files =
-        QDir(QStringLiteral("/proc/self/fd")).entryList(QDir::NoDotAndDotDot | QDir::AllEntries | QDir::System);
-    return std::any_of(files.begin(), files.end(), [&](const QString& name) {
-        const int file = name.toInt();
-        struct stat status = {};
-        return file > STDERR_FILENO && file != own && fstat(file, &status) == 0 && status.st_dev == folder.st_dev
-            && status.st_ino == folder.st_ino && flock(file, LOCK_EX | LOCK_NB) == 0;
-    });
-}
-
 QByteArray readSystemFile(const QString& path)
 {
     QFile file(path);
@@ -67,38 +53,96 @@ QByteArray placeInLists(const struct stat& status)
         + QByteArray::number(static_cast<qulonglong>(status.st_ino));
 }
 
-// The process that a list of locks names for a file. "1: FLOCK  ADVISORY  WRITE 1234 08:01:5678 0 EOF"; who only waits
-// has an arrow behind the number.
-QString lockerIn(const QByteArray& list, const QByteArray& place)
+// A line of a list of locks in words: "1: FLOCK ADVISORY WRITE 1234 08:01:5678 0 EOF". Who only waits has an arrow behind
+// the number.
+struct ListedLock {
+    QByteArray kind;
+    QByteArray access;
+    QByteArray process;
+    QByteArray place;
+};
+
+QVector<ListedLock> locksIn(const QByteArray& list)
 {
+    QVector<ListedLock> locks;
     const QList<QByteArray> lines = list.split('\n');
     for (const QByteArray& line : lines) {
         QList<QByteArray> words = line.simplified().split(' ');
         if (words.constFirst() == "lock:") {
             words.removeFirst();
         }
-        if (words.size() > 5 && words.at(1) == "FLOCK" && words.at(5) == place) {
-            return QString::fromLatin1(words.at(4));
+        if (words.size() > 5 && words.at(1) != "->") {
+            locks.append({words.at(1), words.at(3), words.at(4), words.at(5)});
         }
     }
-    return {};
+    return locks;
+}
+
+// The process that a list of locks names for a file; null for none.
+QString lockerIn(const QByteArray& list, const char* kind, const QByteArray& place)
+{
+    const QVector<ListedLock> locks = locksIn(list);
+    const auto found = std::find_if(
+        locks.begin(), locks.end(), [&](const ListedLock& lock) { return lock.kind == kind && lock.place == place; });
+    return found == locks.end() ? QString() : QString::fromLatin1(found->process);
+}
+
+// Whether this process was started by one that has the turn and gave it its open folder, as flock(1) does. That is read,
+// not tried: who tries a lock changes what others share.
+bool isInherited(int own)
+{
+    struct stat folder = {};
+    fstat(own, &folder);
+    const QString list = QStringLiteral("/proc/self/fdinfo");
+    const QStringList files = QDir(list).entryList(QDir::Files);
+    return std::any_of(files.begin(), files.end(), [&](const QString& name) {
+        struct stat status = {};
+        if (fstat(name.toInt(), &status) != 0 || status.st_dev != folder.st_dev || status.st_ino != folder.st_ino) {
+            return false;
+        }
+        const QVector<ListedLock> locks = locksIn(readSystemFile(list + QLatin1Char('/') + name));
+        return std::any_of(locks.begin(), locks.end(),
+            [](const ListedLock& lock) { return lock.kind == "FLOCK" && lock.access == "WRITE"; });
+    });
 }
 
 // A process that has the file open by which somebody locked it.
-QString heirOf(const QByteArray& place)
+QString heirOf(const char* kind, const QByteArray& place)
 {
     const QStringList processes = QDir(QStringLiteral("/proc")).entryList({QStringLiteral("[0-9]*")}, QDir::Dirs);
     for (const QString& process : processes) {
         const QString folder = QLatin1String("/proc/") + process + QLatin1String("/fdinfo");
         const QStringList files = QDir(folder).entryList(QDir::Files);
         const bool isHeir = std::any_of(files.begin(), files.end(), [&](const QString& file) {
-            return !lockerIn(readSystemFile(folder + QLatin1Char('/') + file), place).isNull();
+            return !lockerIn(readSystemFile(folder + QLatin1Char('/') + file), kind, place).isNull();
         });
         if (isHeir) {
             return process;
         }
     }
     return {};
+}
+
+// A lock of a single byte of an open file, which belongs to that open file and not to the process.
+struct flock lockOfTheFirstByte(short type)
+{
+    struct flock lock = {};
+    lock.l_type = type;
+    lock.l_whence = SEEK_SET;
+    lock.l_len = 1;
+    return lock;
+}
+
+bool setMark(int folder, short type)
+{
+    struct flock lock = lockOfTheFirstByte(type);
+    return fcntl(folder, F_OFD_SETLK, &lock) == 0;
+}
+
+bool isMarkedByOthers(int folder)
+{
+    struct flock lock = lockOfTheFirstByte(F_WRLCK);
+    return fcntl(folder, F_OFD_GETLK, &lock) == 0 && lock.l_type != F_UNLCK;
 }
 
 QString commandOf(const QString& process)
@@ -163,6 +207,7 @@ Turn::Result Turn::take(const QString& manifestPath, int seconds)
 
 Turn::Result Turn::lock(int seconds)
 {
+    isShared = false;
     if (flock(file.get(), LOCK_EX | LOCK_NB) == 0) {
         return Result::Taken;
     }
@@ -171,7 +216,7 @@ Turn::Result Turn::lock(int seconds)
         return Result::Impossible;
     }
     if (isInherited(file.get())) {
-        return Result::Taken;
+        return share(seconds);
     }
     QElapsedTimer timer;
     timer.start();
@@ -187,6 +232,32 @@ Turn::Result Turn::lock(int seconds)
         }
     }
     return Result::Busy;
+}
+
+// A folder cannot be opened to be written, so its bytes can be locked to be read only, by any number. But anybody can ask
+// whether somebody else has done so: who has marked the folder and sees no other mark is alone. Of two that mark it at
+// once both step back, and try again at different times.
+Turn::Result Turn::share(int seconds)
+{
+    isShared = true;
+    QElapsedTimer timer;
+    timer.start();
+    for (;;) {
+        if (!isMarkedByOthers(file.get())) {
+            if (!setMark(file.get(), F_RDLCK)) {
+                error = errno;
+                return Result::Impossible;
+            }
+            if (!isMarkedByOthers(file.get())) {
+                return Result::Taken;
+            }
+            setMark(file.get(), F_UNLCK);
+        }
+        if (timer.elapsed() >= qint64 {1000} * seconds) {
+            return Result::Busy;
+        }
+        usleep(QRandomGenerator::global()->bounded(1000U, 10000U));
+    }
 }
 
 QString Turn::folder() const
@@ -206,10 +277,11 @@ QString Turn::holder() const
         return {};
     }
     const QByteArray place = placeInLists(status);
-    QString process = lockerIn(readSystemFile(QStringLiteral("/proc/locks")), place);
+    QString process =
+        isShared ? heirOf("OFDLCK", place) : lockerIn(readSystemFile(QStringLiteral("/proc/locks")), "FLOCK", place);
     // Who locked the folder may be gone, and have left it, open and locked, to others.
-    if (!process.isNull() && commandOf(process).isNull()) {
-        process = heirOf(place);
+    if (!isShared && !process.isNull() && commandOf(process).isNull()) {
+        process = heirOf("FLOCK", place);
     }
     return process.isNull()
         ? QString()

@@ -9,7 +9,7 @@
  *
  * A folder, because the manifest itself is another file after each save. The kernel takes the lock back when its holder
  * ends, however it ends, and it leaves no file. Other software takes part with flock(2) or the command of that name; what
- * such a command starts has the turn with it.
+ * such a command starts has the turn with it, and runs of this program that share one take turns among themselves.
  */
 class Turn {
 public:
@@ -33,8 +33,11 @@ public:
 
 private:
     Result lock(int seconds);
+    Result share(int seconds);
 
     QString lockedFolder;
     Descriptor file;
+    /// Whether who started this process has the turn.
+    bool isShared = false;
     int error = 0;
 };
