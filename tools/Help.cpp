@@ -142,7 +142,12 @@ QVector<SharedOption> sharedOptions()
             }
         }
     }
-    return byName.values().toVector();
+    QVector<SharedOption> options;
+    options.reserve(byName.size());
+    for (const SharedOption& shared : qAsConst(byName)) {
+        options.append(shared);
+    }
+    return options;
 }
 
 // The commands to which the exit statuses mean the same.
