@@ -2,6 +2,10 @@
 
 #include "Using.h"
 
+#include <QtCore/QDebug>
+#include <QtCore/QDir>
+#include <QtCore/QRandomGenerator>
+
 #include <atomic>
 #include <chrono>
 #include <cstdio>
@@ -36,8 +40,15 @@ struct LateUser {
     const char* when;
 };
 
-/// A scan that goes on while static objects are destroyed, and ends before those of Qt are, which do not bear that.
+/// A scan that goes on while static objects are destroyed, and ends before those of Qt are, which do not bear that: they
+/// are made first.
 struct Scanner {
+    Scanner()
+    {
+        QDir(QString::fromLocal8Bit(".")).entryInfoList();
+        QRandomGenerator::global()->generate();
+        qDebug("Qt is in use");
+    }
     ~Scanner()
     {
         if (thread.joinable()) {
