@@ -842,16 +842,15 @@ void tst_ProgramDisk::manifestOfAnotherUserInAStickyFolderIsNamed()
 {
     constexpr uid_t somebody = 65534;
     const ManifestFile file(before());
-    if (chown(qPrintable(file.folder()), somebody, gid_t(-1)) != 0
-        || chown(qPrintable(file.path()), somebody, gid_t(-1)) != 0) {
-        QSKIP("This process may not give files away.");
-    }
+    // Only root can give them away; others' own manifest is saved.
+    const bool isForeign = chown(qPrintable(file.folder()), somebody, gid_t(-1)) == 0
+        && chown(qPrintable(file.path()), somebody, gid_t(-1)) == 0;
     chmod(qPrintable(file.folder()), 01777);
     chmod(qPrintable(file.path()), 0666);
     const ProgramRun run = Program().prepared(asOrdinaryUser).run(editOf(file.path()));
-    QCOMPARE(run.status, 1);
-    QVERIFY2(run.errors.endsWith(": Operation not permitted\n"), run.errors.constData());
-    QCOMPARE(file.content(), before());
+    QCOMPARE(run.status, isForeign ? 1 : 0);
+    QVERIFY2(run.errors.endsWith(isForeign ? ": Operation not permitted\n" : ""), run.errors.constData());
+    QCOMPARE(file.content() == before(), isForeign);
 }
 
 void tst_ProgramDisk::mountPointIsNamed()
@@ -859,13 +858,12 @@ void tst_ProgramDisk::mountPointIsNamed()
     const ManifestFile file(before());
     const QString path = file.folder() + u"/a file.json"_qs;
     writeFile(path, before());
-    if (mount(qPrintable(file.path()), qPrintable(path), nullptr, MS_BIND, nullptr) != 0) {
-        QSKIP("This process may not mount anything.");
-    }
+    // Only root can mount something; elsewhere it stays an ordinary file.
+    const bool isMounted = mount(qPrintable(file.path()), qPrintable(path), nullptr, MS_BIND, nullptr) == 0;
     const ProgramRun run = Program().run({u"set"_qs, path, u"top"_qs, u"key"_qs, u"value"_qs, u"--save"_qs});
     umount(qPrintable(path));
-    QCOMPARE(run.status, 1);
-    QVERIFY2(run.errors.endsWith(": Device or resource busy\n"), run.errors.constData());
+    QCOMPARE(run.status, isMounted ? 1 : 0);
+    QVERIFY2(run.errors.endsWith(isMounted ? ": Device or resource busy\n" : ""), run.errors.constData());
     QCOMPARE(file.content(), before());
 }
 
