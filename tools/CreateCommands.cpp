@@ -366,7 +366,8 @@ QVector<Command> createCommands()
             QStringLiteral("Take a scheme that is neither 'configuration' nor 'process'."), {}},
     };
     const ExitMeanings exits {QStringLiteral("the manifest is written, or with --dry-run or --print only told of"),
-        QStringLiteral("the manifest could not be written, or with --keep-base its base, or the folder changed while it was read"),
+        QStringLiteral(
+            "the manifest could not be written, or with --keep-base its base, or the folder changed while it was read"),
         QStringLiteral("wrong usage, or there is nothing to write in the folder or something that cannot be read"),
         QStringLiteral("the manifest is written, but the output could not be printed")};
     return {
