@@ -223,8 +223,8 @@ private:
         return created;
     }
 
-    // The folder is read twice, first to know what is to be written. What is written is something else when the folder has
-    // changed in between, and it may go on to change.
+    // The folder is read twice, first to know what is to be written. What is written is something else when the folder
+    // has changed in between, and it may go on to change.
     void judgeChangedFolder(SaveReport& report)
     {
         const QByteArray wanted = contentOf(tree);

@@ -37,8 +37,9 @@ struct ElementChange {
 enum class Stamps { Count, DoNotCount };
 
 /**
- * What has to be done to make one tree of another. Siblings are matched by the names that they have; of several with one
- * name those that are equal, and then the first with the first and so on. An element is moved when others that are in both trees have to be passed.
+ * What has to be done to make one tree of another. Siblings are matched by the names that they have; of several with
+ * one name those that are equal, and then the first with the first and so on. An element is moved when others that are
+ * in both trees have to be passed.
  */
 QVector<ElementChange> differencesOf(const TreeElements& before, const TreeElements& after, Stamps stamps);
 

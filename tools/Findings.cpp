@@ -184,8 +184,8 @@ private:
         }
     }
 
-    // The deepest level of what the element holds, but for its children. The manifest is the first one, and every element
-    // is two below its parent.
+    // The deepest level of what the element holds, but for its children. The manifest is the first one, and every
+    // element is two below its parent.
     static int levelOf(const TreeElement& element)
     {
         const int levelAbove = 1 + 2 * element.depth();

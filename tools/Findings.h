@@ -64,8 +64,8 @@ QVector<Finding> added(const QJsonArray& before, const QJsonArray& after);
 /**
  * The elements of `before` that `after` no longer has, in the order of the tree.
  *
- * Elements are compared by their members, but for children and stamps, wherever they are: what was moved is not lost, nor
- * is a node that only lost its children. Of equal ones as many are lost as are fewer.
+ * Elements are compared by their members, but for children and stamps, wherever they are: what was moved is not lost,
+ * nor is a node that only lost its children. Of equal ones as many are lost as are fewer.
  *
  * @param edited positions of the elements that the edit was to change, from the top level down. They are not lost as
  *               long as there is an element in their place; of those that lie in another one, as long as it has the
@@ -73,16 +73,16 @@ QVector<Finding> added(const QJsonArray& before, const QJsonArray& after);
  */
 TreeElements lostElements(const QJsonArray& before, const QJsonArray& after, const QVector<QVector<int>>& edited = {});
 
-/// Whether `after` holds what `before` holds, with siblings in any order. Stamps do not count. Takes whole manifests and
-/// the children of one element alike.
+/// Whether `after` holds what `before` holds, with siblings in any order. Stamps do not count. Takes whole manifests
+/// and the children of one element alike.
 bool isPermutation(const QJsonArray& before, const QJsonArray& after);
 
 /**
  * Why a value is not to be stored under `key`: its JSON type is not the one that the vocabulary gives the key or, when
  * that knows the key not, the one of the present value. Null when nothing speaks against it.
  *
- * Elements among the children in a value are examined as well, for the types of the vocabulary. What was wrong with them
- * before is no reason.
+ * Elements among the children in a value are examined as well, for the types of the vocabulary. What was wrong with
+ * them before is no reason.
  *
  * @param present the value to replace; undefined when there is none.
  */

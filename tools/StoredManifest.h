@@ -61,8 +61,8 @@ struct SaveWishes {
 /**
  * A manifest as a file: what was read from it, and whether what was to be saved is there afterwards.
  *
- * The library reports a save that fails at its very end as a success, or reports nothing at all, and nobody but the file
- * can tell what other processes did meanwhile. So a save is followed by another look at the path.
+ * The library reports a save that fails at its very end as a success, or reports nothing at all, and nobody but the
+ * file can tell what other processes did meanwhile. So a save is followed by another look at the path.
  */
 class StoredManifest {
 public:

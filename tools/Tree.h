@@ -89,7 +89,8 @@ struct FolderScan {
     /// Why the scan was given up, with the path that it is about, relative to the scanned folder; null when it was not.
     /// Without a complete scan there is no tree.
     QString refusal;
-    /// Whether there is nothing to create a manifest from: the folder is missing, unreadable or without visible entries.
+    /// Whether there is nothing to create a manifest from: the folder is missing, unreadable or without visible
+    /// entries.
     bool isEmpty = false;
     TreeElements elements;
     /// All remarks in the order of the creator, also those about folders that are not in the tree.
@@ -100,9 +101,9 @@ struct FolderScan {
  * Reads a folder as ConfigurationManifestCreator::create2() does, with the same arguments, but writes nothing:
  * manifestOf() of the result is what the creator would write.
  *
- * It refuses what the creator would never finish: a folder that leads back to one that it lies in, through a link, and a
- * description that is neither a regular file nor a folder - a device, a pipe, a socket. Both are seen before anything of
- * theirs is read.
+ * It refuses what the creator would never finish: a folder that leads back to one that it lies in, through a link, and
+ * a description that is neither a regular file nor a folder - a device, a pipe, a socket. Both are seen before anything
+ * of theirs is read.
  *
  * While it runs, the messages of the process are taken for what the library reports, so no other thread should log.
  * A folder about which nothing is reported is read once, any other one twice.

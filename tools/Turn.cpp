@@ -53,8 +53,8 @@ QByteArray placeInLists(const struct stat& status)
         + QByteArray::number(static_cast<qulonglong>(status.st_ino));
 }
 
-// A line of a list of locks in words: "1: FLOCK ADVISORY WRITE 1234 08:01:5678 0 EOF". Who only waits has an arrow behind
-// the number.
+// A line of a list of locks in words: "1: FLOCK ADVISORY WRITE 1234 08:01:5678 0 EOF". Who only waits has an arrow
+// behind the number.
 struct ListedLock {
     QByteArray kind;
     QByteArray access;
@@ -87,8 +87,8 @@ QString lockerIn(const QByteArray& list, const char* kind, const QByteArray& pla
     return found == locks.end() ? QString() : QString::fromLatin1(found->process);
 }
 
-// Whether this process was started by one that has the turn and gave it its open folder, as flock(1) does. That is read,
-// not tried: who tries a lock changes what others share.
+// Whether this process was started by one that has the turn and gave it its open folder, as flock(1) does. That is
+// read, not tried: who tries a lock changes what others share.
 bool isInherited(int own)
 {
     struct stat folder = {};
@@ -234,9 +234,9 @@ Turn::Result Turn::lock(int seconds)
     return Result::Busy;
 }
 
-// A folder cannot be opened to be written, so its bytes can be locked to be read only, by any number. But anybody can ask
-// whether somebody else has done so: who has marked the folder and sees no other mark is alone. Of two that mark it at
-// once both step back, and try again at different times.
+// A folder cannot be opened to be written, so its bytes can be locked to be read only, by any number. But anybody can
+// ask whether somebody else has done so: who has marked the folder and sees no other mark is alone. Of two that mark it
+// at once both step back, and try again at different times.
 Turn::Result Turn::share(int seconds)
 {
     isShared = true;

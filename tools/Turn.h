@@ -8,8 +8,8 @@
  * The right to replace a manifest: an exclusive lock (flock) on the folder that it lies in.
  *
  * A folder, because the manifest itself is another file after each save. The kernel takes the lock back when its holder
- * ends, however it ends, and it leaves no file. Other software takes part with flock(2) or the command of that name; what
- * such a command starts has the turn with it, and runs of this program that share one take turns among themselves.
+ * ends, however it ends, and it leaves no file. Other software takes part with flock(2) or the command of that name;
+ * what such a command starts has the turn with it, and runs of this program that share one take turns among themselves.
  */
 class Turn {
 public:
