@@ -469,9 +469,9 @@ QString typeProblemBelow(const QJsonArray& present, const QJsonArray& given)
     QStringList problems;
     appendTypeProblems(present, known);
     appendTypeProblems(given, problems);
-    const auto added = std::find_if(
+    const auto newOne = std::find_if(
         problems.cbegin(), problems.cend(), [&](const QString& problem) { return !known.contains(problem); });
-    return added == problems.cend() ? QString() : *added;
+    return newOne == problems.cend() ? QString() : *newOne;
 }
 
 } // namespace

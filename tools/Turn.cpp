@@ -84,7 +84,11 @@ QString lockerIn(const QByteArray& list, const char* kind, const QByteArray& pla
     const QVector<ListedLock> locks = locksIn(list);
     const auto found = std::find_if(
         locks.begin(), locks.end(), [&](const ListedLock& lock) { return lock.kind == kind && lock.place == place; });
-    return found == locks.end() ? QString() : QString::fromLatin1(found->process);
+    if (found == locks.end()) {
+        return {};
+    }
+    const ListedLock& lock = *found;
+    return QString::fromLatin1(lock.process);
 }
 
 // Whether this process was started by one that has the turn and gave it its open folder, as flock(1) does. That is
