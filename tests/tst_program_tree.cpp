@@ -144,7 +144,11 @@ private:
         }
         QByteArray text = "{\"last\":0";
         for (int i = below(4); i > 0; --i) {
-            text += QByteArray(",") + oneOf(members);
+            const QByteArray member = oneOf(members);
+            // Of a key that comes twice, Qt loses the first array or object.
+            if (!text.contains(member.left(member.indexOf(':')))) {
+                text += ',' + member;
+            }
         }
         if (below(4) > 0) {
             text += QByteArray(",\"displayPosition\":") + oneOf(positions);
