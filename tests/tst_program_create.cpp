@@ -1176,8 +1176,8 @@ void tst_ProgramCreate::commandsTakeTheirArgumentsAndNoOthers()
     if (!syntax.endsWith(u"..."_qs)) {
         QCOMPARE(runWith(some(arguments.size() + 1)), wrongArguments);
     }
-    QCOMPARE(
-        runWith(QStringList(QString()) + some(qMax(0, least - 1))), misused(arguments.constFirst() + u" is empty"_qs + help));
+    QCOMPARE(runWith(QStringList(QString()) + some(qMax(0, least - 1))),
+        misused(arguments.constFirst() + u" is empty"_qs + help));
     QCOMPARE(runWith(some(least) << u"--none"_qs),
         misused(u"Unknown option 'none' (put '--' before a value that begins with '-')"_qs + help));
     QCOMPARE(everythingIn(directory.path()), QStringList());
