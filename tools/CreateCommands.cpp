@@ -8,6 +8,7 @@
 #include "OpenManifest.h"
 #include "Output.h"
 #include "PropertyManagerConst.h"
+#include "Scheme.h"
 #include "Tree.h"
 
 #include <QtCore/QCommandLineParser>
@@ -305,26 +306,6 @@ ExitStatus create(const QCommandLineParser& arguments)
     return creation.run([&] { return ConfigurationManifestCreator().create(wholePath(base)); });
 }
 
-// Complains about a scheme that nobody else knows, unless it is meant.
-bool readScheme(const QCommandLineParser& arguments, QString& scheme)
-{
-    const QString option = QStringLiteral("scheme");
-    scheme = arguments.isSet(option) ? arguments.value(option) : Definitions::getSelectorUrlSchemeConfiguration();
-    if (scheme.isEmpty() || scheme.contains(QLatin1Char('/'))) {
-        complain(QStringLiteral("a scheme is not empty and has no '/'"));
-        return false;
-    }
-    const bool isKnown =
-        scheme == Definitions::getSelectorUrlSchemeConfiguration() || scheme == QLatin1String("process");
-    if (!isKnown && !arguments.isSet(QStringLiteral("any-scheme"))) {
-        complain(QLatin1Char('\'') % printable(scheme) % QLatin1String("' is neither '")
-            % Definitions::getSelectorUrlSchemeConfiguration()
-            % QLatin1String("' nor 'process'; --any-scheme takes it all the same"));
-        return false;
-    }
-    return true;
-}
-
 ExitStatus createFolder(const QCommandLineParser& arguments)
 {
     const QString folder = arguments.positionalArguments().constFirst();
@@ -357,14 +338,6 @@ QVector<Command> createCommands()
                 {}},
         }
         + replaceOptions();
-    const Options schemes {
-        {QStringLiteral("scheme"), QStringLiteral("SCHEME"),
-            QStringLiteral("Write SCHEME.manifest.json. The configuration scheme, which is the default, collects "
-                           "configuration files, any other one process files."),
-            {}},
-        {QStringLiteral("any-scheme"), {},
-            QStringLiteral("Take a scheme that is neither 'configuration' nor 'process'."), {}},
-    };
     const ExitMeanings exits {QStringLiteral("the manifest is written, or with --dry-run or --print only told of"),
         QStringLiteral(
             "the manifest could not be written, or with --keep-base its base, or the folder changed while it was read"),
@@ -376,7 +349,7 @@ QVector<Command> createCommands()
                 "Create the manifest of the configuration folder below BASE, in place of the one that is there."),
             options, exits, create},
         {QStringLiteral("create-folder"), QStringLiteral("FOLDER"),
-            QStringLiteral("Create the manifest of FOLDER, in place of the one that is there."), schemes + options,
-            exits, createFolder},
+            QStringLiteral("Create the manifest of FOLDER, in place of the one that is there."),
+            schemeOptions(QStringLiteral("Write SCHEME.manifest.json.")) + options, exits, createFolder},
     };
 }
