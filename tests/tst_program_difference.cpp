@@ -9,7 +9,14 @@ namespace {
 
 QStringList linesBetween(const QJsonArray& before, const QJsonArray& after, Stamps stamps = Stamps::DoNotCount)
 {
-    return toLines(differencesOf(treeOf(before), treeOf(after), stamps));
+    const TreeElements treeBefore = treeOf(before);
+    const TreeElements treeAfter = treeOf(after);
+    QStringList lines;
+    const QVector<ElementChange> changes = differencesOf(treeBefore, treeAfter, stamps);
+    for (const ElementChange& change : changes) {
+        lines.append(toLine(change, ValueLength::Short));
+    }
+    return lines;
 }
 
 } // namespace
@@ -112,7 +119,9 @@ void tst_ProgramDifference::summaryCountsWhatIsBelow()
 {
     const QJsonObject tree = node(u"n"_qs, {selection(u"a"_qs), node(u"m"_qs, {selection(u"b"_qs)})});
     const auto summary = [](const QJsonArray& before, const QJsonArray& after) {
-        return summaryOf(differencesOf(treeOf(before), treeOf(after), Stamps::Count));
+        const TreeElements treeBefore = treeOf(before);
+        const TreeElements treeAfter = treeOf(after);
+        return summaryOf(differencesOf(treeBefore, treeAfter, Stamps::Count));
     };
     QCOMPARE(summary({}, {}), u"0 added, 0 removed, 0 changed"_qs);
     QCOMPARE(summary({}, {tree}), u"4 added, 0 removed, 0 changed"_qs);

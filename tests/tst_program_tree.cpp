@@ -419,31 +419,31 @@ void tst_ProgramTree::elementKnowsItsPlace()
     QCOMPARE(b.position(), 1);
     QCOMPARE(b.depth(), 0);
     QCOMPARE(b.positions, QVector<int>({1}));
-    QCOMPARE(b.place, u"'b'"_qs);
+    QCOMPARE(b.place(), u"'b'"_qs);
     QCOMPARE(b.shadowedBy, -1);
     const TreeElement& second = b.children.at(1);
     QCOMPARE(second.position(), 1);
     QCOMPARE(second.depth(), 1);
-    QCOMPARE(second.place, u"position 1 below 'b'"_qs);
+    QCOMPARE(second.place(), u"position 1 below 'b'"_qs);
     QCOMPARE(second.answersTo, u"c"_qs);
     QCOMPARE(second.shadowedBy, 0);
     const TreeElement& deepest = second.children.at(0);
     QCOMPARE(deepest.positions, QVector<int>({1, 1, 0}));
     QCOMPARE(deepest.depth(), 2);
-    QCOMPARE(deepest.place, u"position 0 below position 1 below 'b'"_qs);
-    QCOMPARE(tree.at(2).place, u"position 2 of the top level"_qs);
+    QCOMPARE(deepest.place(), u"position 0 below position 1 below 'b'"_qs);
+    QCOMPARE(tree.at(2).place(), u"position 2 of the top level"_qs);
 }
 
 void tst_ProgramTree::labelAndHiddenAreThoseOfTheElement()
 {
     const TreeElements tree = treeOf(arrayFrom(
         R"([{"labelTextId":"TXT","hide":true},{"labelTextId":1,"hide":1},{"instanceName":"Net/port"},{"hide":false}])"));
-    QCOMPARE(tree.at(0).label, u"TXT"_qs);
-    QCOMPARE(tree.at(0).isHidden, true);
-    QCOMPARE(tree.at(1).label, QString());
-    QCOMPARE(tree.at(1).isHidden, false);
+    QCOMPARE(tree.at(0).label(), u"TXT"_qs);
+    QCOMPARE(tree.at(0).isHidden(), true);
+    QCOMPARE(tree.at(1).label(), QString());
+    QCOMPARE(tree.at(1).isHidden(), false);
     QCOMPARE(tree.at(2).name, u"Net/port"_qs);
-    QCOMPARE(tree.at(3).isHidden, false);
+    QCOMPARE(tree.at(3).isHidden(), false);
 }
 
 void tst_ProgramTree::treeGivesItsManifestBack()
@@ -615,7 +615,7 @@ void tst_ProgramTree::everyElementKnowsItsSource()
     QVERIFY(lines(broken->remarks).constFirst().startsWith(u"damage broken/Folder.menu.json: Can't open file"_qs));
     const TreeElement* const hidden = elementFrom(scan.elements, u"broken/a.config.json"_qs);
     QVERIFY(hidden != nullptr);
-    QCOMPARE(hidden->isHidden, true);
+    QCOMPARE(hidden->isHidden(), true);
     QVERIFY(hidden->remarks.isEmpty());
     // One of the two that want to be called network.
     const TreeElement* const old = elementFrom(scan.elements, u"network.old/Folder.menu.json"_qs);

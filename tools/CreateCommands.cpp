@@ -2,6 +2,7 @@
 #include "ConfigurationAndProcessDataDefinitions.h"
 #include "ConfigurationManifestCreator.h"
 #include "Difference.h"
+#include "ElementOutput.h"
 #include "HeldSignals.h"
 #include "LibraryMessages.h"
 #include "ManifestText.h"
@@ -135,9 +136,8 @@ public:
         }
         if (!isToBeSaved) {
             tell();
-            const QStringList lines = wasManifest ? toLines(differences()) : QStringList();
-            for (const QString& line : lines) {
-                print(printable(line));
+            if (wasManifest) {
+                printChanges(differences());
             }
             print(QStringLiteral("not saved"));
             return Done;

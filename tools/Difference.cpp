@@ -17,49 +17,6 @@ namespace {
 
 using Indices = std::vector<TreeElements::size_type>;
 
-// Which elements of two lists of siblings are the same one: later positions, with the earlier ones. Of several with one
-// name those that are equal are, and then the first ones.
-class Matching {
-public:
-    Matching(const TreeElements& before, const TreeElements& after)
-    {
-        std::map<QString, Indices> unmatched;
-        for (TreeElements::size_type index = 0; index < before.size(); ++index) {
-            unmatched[before.at(index).name].push_back(index);
-        }
-        const auto match = [&](TreeElements::size_type index, bool hasToBeEqual) {
-            Indices& candidates = unmatched[after.at(index).name];
-            const auto found =
-                std::find_if(candidates.begin(), candidates.end(), [&](TreeElements::size_type candidate) {
-                    return !hasToBeEqual || before.at(candidate).value == after.at(index).value;
-                });
-            if (found != candidates.end() && earlier.count(index) == 0) {
-                earlier.emplace(index, *found);
-                candidates.erase(found);
-            }
-        };
-        for (const bool hasToBeEqual : {true, false}) {
-            for (TreeElements::size_type index = 0; index < after.size(); ++index) {
-                match(index, hasToBeEqual);
-            }
-        }
-    }
-
-    /// In the order of the later positions.
-    const std::map<TreeElements::size_type, TreeElements::size_type>& pairs() const
-    {
-        return earlier;
-    }
-
-private:
-    std::map<TreeElements::size_type, TreeElements::size_type> earlier;
-};
-
-ElementChange wholeElement(ElementChange::Kind kind, const TreeElement& element)
-{
-    return {kind, describe(element), countBelow(element), {}, element.position(), element.position()};
-}
-
 // Which of the numbers are not part of their longest rising sequence.
 std::set<TreeElements::size_type> outOfOrder(const Indices& numbers)
 {
@@ -86,31 +43,24 @@ std::set<TreeElements::size_type> outOfOrder(const Indices& numbers)
 /// Compares two trees level by level.
 class Comparison {
 public:
-    explicit Comparison(Stamps stamps)
-        : withStamps(stamps == Stamps::Count)
+    Comparison(const Pairing& pairingOfBoth, Stamps stamps)
+        : pairing(pairingOfBoth)
+        , withStamps(stamps == Stamps::Count)
     {
     }
 
-    void compare(const TreeElements& before, const TreeElements& after)
+    /// `isElsewhere`: the parent, or an element above it, was moved to another parent.
+    void compare(const TreeElements& before, const TreeElements& after, bool isElsewhere)
     {
-        const Matching matching(before, after);
-        const auto& matches = matching.pairs();
-        Indices order(matches.size());
-        std::transform(matches.begin(), matches.end(), order.begin(), [](const auto& match) { return match.second; });
-        const std::set<TreeElements::size_type> kept(order.begin(), order.end());
-        for (TreeElements::size_type index = 0; index < before.size(); ++index) {
-            if (kept.count(index) == 0) {
-                changes.append(wholeElement(ElementChange::Removed, before.at(index)));
+        for (const TreeElement& element : before) {
+            if (pairing.laterOf(element) == nullptr) {
+                changes.append({ElementChange::Removed, &element, nullptr,
+                    unpairedBelow(element, [&](const TreeElement& child) { return pairing.laterOf(child); })});
             }
         }
-        const std::set<TreeElements::size_type> moved = outOfOrder(order);
-        for (TreeElements::size_type index = 0; index < after.size(); ++index) {
-            const auto match = matches.find(index);
-            if (match == matches.end()) {
-                changes.append(wholeElement(ElementChange::Added, after.at(index)));
-            } else {
-                compareElements(before.at(match->second), after.at(index), moved.count(match->second) != 0);
-            }
+        const std::set<TreeElements::size_type> moved = outOfOrder(orderBefore(after));
+        for (const TreeElement& element : after) {
+            compareElement(element, moved, isElsewhere);
         }
     }
 
@@ -120,131 +70,261 @@ public:
     }
 
 private:
-    void compareElements(const TreeElement& before, const TreeElement& after, bool isMoved)
+    template <typename Partner>
+    static int unpairedBelow(const TreeElement& element, const Partner& partnerOf)
     {
-        const QVector<KeyChange> keys = keyChanges(before, after);
-        if (!keys.isEmpty() || before.kind != after.kind) {
-            changes.append({ElementChange::Changed, describe(after), 0, keys, before.position(), after.position()});
+        int count = 0;
+        for (const TreeElement& child : element.children) {
+            if (partnerOf(child) == nullptr) {
+                count += 1 + unpairedBelow(child, partnerOf);
+            }
         }
-        if (isMoved) {
-            changes.append({ElementChange::Moved, describe(after), 0, {}, before.position(), after.position()});
-        }
-        compare(before.children, after.children);
+        return count;
     }
 
-    QVector<KeyChange> keyChanges(const TreeElement& before, const TreeElement& after) const
+    // The earlier positions of the siblings that had the same parent, in their later order.
+    Indices orderBefore(const TreeElements& after) const
+    {
+        Indices order;
+        for (const TreeElement& element : after) {
+            const TreeElement* const before = pairing.earlierOf(element);
+            if (before != nullptr && !pairing.isMovedElsewhere(element)) {
+                order.push_back(static_cast<TreeElements::size_type>(before->position()));
+            }
+        }
+        return order;
+    }
+
+    void compareElement(
+        const TreeElement& after, const std::set<TreeElements::size_type>& moved, bool isParentElsewhere)
+    {
+        const TreeElement* const before = pairing.earlierOf(after);
+        if (before == nullptr) {
+            changes.append({ElementChange::Added, nullptr, &after,
+                unpairedBelow(after, [&](const TreeElement& child) { return pairing.earlierOf(child); })});
+            findMovedBelow(after);
+            return;
+        }
+        const bool isMovedElsewhere = pairing.isMovedElsewhere(after);
+        const bool isElsewhere = isParentElsewhere || isMovedElsewhere;
+        QVector<KeyChange> keys = keyChanges(*before, after, isElsewhere);
+        if (!keys.isEmpty()) {
+            changes.append({ElementChange::Changed, before, &after, 0, std::move(keys)});
+        }
+        if (isMovedElsewhere) {
+            changes.append({ElementChange::MovedElsewhere, before, &after});
+        } else if (moved.count(static_cast<TreeElements::size_type>(before->position())) != 0) {
+            changes.append({ElementChange::Moved, before, &after});
+        }
+        compare(before->children, after.children, isElsewhere);
+    }
+
+    // What an element that was added got from elsewhere.
+    void findMovedBelow(const TreeElement& added)
+    {
+        for (const TreeElement& child : added.children) {
+            if (pairing.earlierOf(child) != nullptr) {
+                compareElement(child, {}, true);
+            } else {
+                findMovedBelow(child);
+            }
+        }
+    }
+
+    QVector<KeyChange> keyChanges(const TreeElement& before, const TreeElement& after, bool isElsewhere) const
     {
         if (!before.value.isObject() || !after.value.isObject()) {
             return before.value == after.value ? QVector<KeyChange>()
                                                : QVector<KeyChange> {{QString(), before.value, after.value}};
         }
+        // Of most elements there is no more to look at. With children that would look at every level again.
+        if (before.children.empty() && after.children.empty() && before.value == after.value) {
+            return {};
+        }
         const QJsonObject earlier = before.object();
         const QJsonObject later = after.object();
-        std::set<QString> keys;
-        for (const QJsonObject& object : {earlier, later}) {
-            for (auto member = object.constBegin(); member != object.constEnd(); ++member) {
-                keys.insert(member.key());
-            }
-        }
         QVector<KeyChange> result;
-        for (const QString& key : keys) {
-            const QJsonValue valueBefore = earlier.value(key);
-            const QJsonValue valueAfter = later.value(key);
-            if (valueBefore != valueAfter && !isElsewhere(key, valueBefore, valueAfter)) {
+        const auto compareKey = [&](const QString& key, const QJsonValue& valueBefore, const QJsonValue& valueAfter) {
+            const bool isOfThePlace = isElsewhere && key == Registry::getKeyInstanceName();
+            const bool isUncountedStamp = !withStamps && (isStamp(key, before) || isStamp(key, after));
+            if (!isChildren(key, valueBefore, valueAfter) && !isOfThePlace && !isUncountedStamp
+                && valueBefore != valueAfter) {
                 result.append({key, valueBefore, valueAfter});
             }
+        };
+        for (auto member = earlier.constBegin(); member != earlier.constEnd(); ++member) {
+            compareKey(member.key(), member.value(), later.value(member.key()));
         }
+        for (auto member = later.constBegin(); member != later.constEnd(); ++member) {
+            if (!earlier.contains(member.key())) {
+                compareKey(member.key(), QJsonValue(QJsonValue::Undefined), member.value());
+            }
+        }
+        std::sort(result.begin(), result.end(), [](const KeyChange& a, const KeyChange& b) { return a.key < b.key; });
         return result;
     }
 
-    // Whether a change is none of the element itself: that of its children, or of its stamps when they do not count.
-    bool isElsewhere(const QString& key, const QJsonValue& before, const QJsonValue& after) const
+    // Whether a change of a key is that of the children, which are compared on their own.
+    static bool isChildren(const QString& key, const QJsonValue& before, const QJsonValue& after)
     {
-        if (key == Registry::getKeySubstructure()) {
-            const auto isNone = [](const QJsonValue& value) { return value.isUndefined(); };
-            return (before.isArray() && after.isArray()) || (isNone(before) && !after.toArray().isEmpty())
-                || (isNone(after) && !before.toArray().isEmpty());
+        if (key != Registry::getKeySubstructure()) {
+            return false;
         }
-        return !withStamps && (key == Registry::getKeyModuleName() || key == Registry::getKeyObjectName());
+        return (before.isArray() && after.isArray()) || (before.isUndefined() && !after.toArray().isEmpty())
+            || (after.isUndefined() && !before.toArray().isEmpty());
     }
 
+    const Pairing& pairing;
     const bool withStamps;
     QVector<ElementChange> changes;
 };
-
-QString shown(const QJsonValue& value)
-{
-    if (value.isUndefined()) {
-        return QStringLiteral("nothing");
-    }
-    constexpr int longest = 60;
-    const QString text =
-        QString::fromUtf8(QJsonDocument(QJsonArray {value}).toJson(QJsonDocument::Compact).chopped(1).mid(1));
-    return text.size() > longest ? QString(text.left(longest) % QLatin1String("...")) : text;
-}
 
 QString withBelow(const ElementChange& change)
 {
     return change.below == 0 ? QString() : QStringLiteral(", with %1 below").arg(change.below);
 }
 
-QString toLine(const ElementChange& change)
+QString asPosition(const TreeElement& element)
 {
-    const QString& element = change.element;
-    switch (change.kind) {
+    return QStringLiteral(", as position %1").arg(element.position());
+}
+
+QString toWord(ElementChange::Kind kind)
+{
+    switch (kind) {
     case ElementChange::Added:
-        return QLatin1String("added: ") % element % QStringLiteral(", as position %1").arg(change.positionAfter)
-            % withBelow(change);
+        return QStringLiteral("added");
     case ElementChange::Removed:
-        return QLatin1String("removed: ") % element % withBelow(change);
-    case ElementChange::Moved:
-        return QLatin1String("moved: ") % element
-            % QStringLiteral(", from position %1 to %2").arg(change.positionBefore).arg(change.positionAfter);
+        return QStringLiteral("removed");
     case ElementChange::Changed:
+        return QStringLiteral("changed");
+    case ElementChange::Moved:
+    case ElementChange::MovedElsewhere:
         break;
     }
-    QStringList keys;
-    for (const KeyChange& key : change.keys) {
-        const QString name = key.key.isEmpty() ? QString() : QString(key.key % QLatin1String(" from "));
-        keys.append(name % shown(key.before) % QLatin1String(" to ") % shown(key.after));
+    return QStringLiteral("moved");
+}
+
+void insertPlace(QJsonObject& object, const TreeElement& element)
+{
+    QJsonArray positions;
+    for (const int position : element.positions) {
+        positions.append(position);
     }
-    return QLatin1String("changed: ") % element % QLatin1String(", ") % keys.join(QLatin1String(", "));
+    object.insert(QStringLiteral("path"), element.isReachable() ? QJsonValue(element.path) : QJsonValue());
+    object.insert(QStringLiteral("positions"), positions);
+}
+
+QJsonArray toJson(const QVector<KeyChange>& keys)
+{
+    QJsonArray result;
+    for (const KeyChange& change : keys) {
+        QJsonObject key {{QStringLiteral("key"), change.key.isEmpty() ? QJsonValue() : QJsonValue(change.key)}};
+        // What is undefined is not inserted.
+        key.insert(QStringLiteral("before"), change.before);
+        key.insert(QStringLiteral("after"), change.after);
+        result.append(key);
+    }
+    return result;
 }
 
 } // namespace
 
 QString describe(const TreeElement& element)
 {
-    return toText(element.kind) % (element.isReachable() ? QLatin1String(" ") : QLatin1String(" at ")) % element.place;
+    return toText(element.kind) % (element.isReachable() ? QLatin1String(" ") : QLatin1String(" at "))
+        % element.place();
 }
 
 QVector<ElementChange> differencesOf(const TreeElements& before, const TreeElements& after, Stamps stamps)
 {
-    Comparison comparison(stamps);
-    comparison.compare(before, after);
+    return differencesOf(Pairing(before, after, stamps), before, after, stamps);
+}
+
+QVector<ElementChange> differencesOf(
+    const Pairing& pairing, const TreeElements& before, const TreeElements& after, Stamps stamps)
+{
+    Comparison comparison(pairing, stamps);
+    comparison.compare(before, after, false);
     return comparison.takeChanges();
 }
 
 QString summaryOf(const QVector<ElementChange>& changes)
 {
-    std::map<ElementChange::Kind, int> counts;
+    std::map<QString, int> counts;
     for (const ElementChange& change : changes) {
-        counts[change.kind] += 1 + change.below;
+        counts[toWord(change.kind)] += 1 + change.below;
     }
-    const QString summary = QStringLiteral("%1 added, %2 removed, %3 changed")
-                                .arg(counts[ElementChange::Added])
-                                .arg(counts[ElementChange::Removed])
-                                .arg(counts[ElementChange::Changed]);
-    return counts[ElementChange::Moved] == 0
-        ? summary
-        : QString(summary % QStringLiteral(", %1 moved").arg(counts[ElementChange::Moved]));
+    const auto count = [&](ElementChange::Kind kind) {
+        return QString(QString::number(counts[toWord(kind)]) % QLatin1Char(' ') % toWord(kind));
+    };
+    QStringList words {count(ElementChange::Added), count(ElementChange::Removed), count(ElementChange::Changed)};
+    if (counts[toWord(ElementChange::Moved)] != 0) {
+        words.append(count(ElementChange::Moved));
+    }
+    return words.join(QLatin1String(", "));
 }
 
-QStringList toLines(const QVector<ElementChange>& changes)
+QString shown(const QJsonValue& value, ValueLength length)
 {
-    QStringList lines;
-    for (const ElementChange& change : changes) {
-        lines.append(toLine(change));
+    if (value.isUndefined()) {
+        return QStringLiteral("nothing");
     }
-    return lines;
+    constexpr int longest = 60;
+    // Only arrays and objects make a document.
+    const QString text =
+        QString::fromUtf8(QJsonDocument(QJsonArray {value}).toJson(QJsonDocument::Compact).chopped(1).mid(1));
+    return length == ValueLength::Short && text.size() > longest ? QString(text.left(longest) % QLatin1String("..."))
+                                                                 : text;
+}
+
+QString toLine(const ElementChange& change, ValueLength length)
+{
+    const QString start = toWord(change.kind) % QLatin1String(": ")
+        % describe(change.kind == ElementChange::MovedElsewhere || change.after == nullptr ? *change.before
+                                                                                          : *change.after);
+    switch (change.kind) {
+    case ElementChange::Added:
+        return start % asPosition(*change.after) % withBelow(change);
+    case ElementChange::Removed:
+        return start % withBelow(change);
+    case ElementChange::Moved:
+        return start
+            % QStringLiteral(", from position %1 to %2").arg(change.before->position()).arg(change.after->position());
+    case ElementChange::MovedElsewhere:
+        return start % QLatin1String(", to ") % change.after->place() % asPosition(*change.after);
+    case ElementChange::Changed:
+        break;
+    }
+    QStringList keys;
+    for (const KeyChange& key : change.keys) {
+        const QString name = key.key.isEmpty() ? QString() : QString(key.key % QLatin1String(" from "));
+        keys.append(name % shown(key.before, length) % QLatin1String(" to ") % shown(key.after, length));
+    }
+    return start % QLatin1String(", ") % keys.join(QLatin1String(", "));
+}
+
+QJsonObject toJson(const ElementChange& change)
+{
+    const TreeElement& element = change.after == nullptr ? *change.before : *change.after;
+    QJsonObject result {
+        {QStringLiteral("change"), toWord(change.kind)}, {QStringLiteral("kind"), toText(element.kind)}};
+    insertPlace(result, element);
+    switch (change.kind) {
+    case ElementChange::Added:
+    case ElementChange::Removed:
+        result.insert(QStringLiteral("below"), change.below);
+        break;
+    case ElementChange::Changed:
+        result.insert(QStringLiteral("keys"), toJson(change.keys));
+        break;
+    case ElementChange::Moved:
+    case ElementChange::MovedElsewhere: {
+        QJsonObject from;
+        insertPlace(from, *change.before);
+        result.insert(QStringLiteral("from"), from);
+        break;
+    }
+    }
+    return result;
 }

@@ -21,7 +21,7 @@ Option elementsAsJsonOption()
 
 QString pathColumn(const TreeElement& element)
 {
-    const QString place = printable(element.place);
+    const QString place = printable(element.place());
     if (!element.isReachable()) {
         return QLatin1String("unreachable\t") % place;
     }
@@ -37,9 +37,17 @@ QJsonObject toJson(const TreeElement& element)
         {QStringLiteral("name"), element.name},
         {QStringLiteral("path"), element.isReachable() ? QJsonValue(element.path) : QJsonValue()},
         {QStringLiteral("position"), element.position()},
-        {QStringLiteral("label"), element.label},
-        {QStringLiteral("hidden"), element.isHidden},
+        {QStringLiteral("label"), element.label()},
+        {QStringLiteral("hidden"), element.isHidden()},
     };
+}
+
+void printChanges(const QVector<ElementChange>& changes)
+{
+    const ValueLength length = isTerminal() ? ValueLength::Short : ValueLength::Whole;
+    for (const ElementChange& change : changes) {
+        print(printable(toLine(change, length)));
+    }
 }
 
 void printResult(const QJsonArray& results)

@@ -1,11 +1,12 @@
 #pragma once
 
 #include "Command.h"
+#include "Difference.h"
 #include "Tree.h"
 
 #include <QtCore/QJsonObject>
 
-// How elements of a tree are printed.
+// How elements of a tree and their changes are printed.
 
 /// Asks for paths, in columns of their own.
 Option pathsOption();
@@ -18,6 +19,9 @@ QString pathColumn(const TreeElement& element);
 
 /// What is known of an element, without its children.
 QJsonObject toJson(const TreeElement& element);
+
+/// Prints changes, a line each. A terminal shows the beginning of long values.
+void printChanges(const QVector<ElementChange>& changes);
 
 /// Prints an array or object of results.
 void printResult(const QJsonArray& results);

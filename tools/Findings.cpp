@@ -200,36 +200,9 @@ private:
 
     void add(const TreeElement& element, FindingKind kind, const QString& what, const QString& advice)
     {
-        findings.append({kind, element.positions, element.path, element.place, what, advice, element.value});
+        findings.append({kind, element.positions, element.path, element.place(), what, advice, element.value});
     }
 };
-
-QJsonValue withoutStamps(const QJsonValue& value)
-{
-    if (value.isArray()) {
-        QJsonArray result;
-        const QJsonArray items = value.toArray();
-        for (const QJsonValue& item : items) {
-            result.append(withoutStamps(item));
-        }
-        return result;
-    }
-    if (!value.isObject()) {
-        return value;
-    }
-    const QJsonObject object = value.toObject();
-    const bool isStamped =
-        object.value(Registry::getKeySelectionType()) == Registry::SelectionTypeValues::getSelection();
-    QJsonObject result;
-    for (auto member = object.constBegin(); member != object.constEnd(); ++member) {
-        const bool isStamp =
-            member.key() == Registry::getKeyModuleName() || member.key() == Registry::getKeyObjectName();
-        if (!isStamped || !isStamp) {
-            result.insert(member.key(), withoutStamps(member.value()));
-        }
-    }
-    return result;
-}
 
 // A text that is the same for equal values. Only arrays and objects make a document.
 QByteArray textOf(const QJsonValue& value)

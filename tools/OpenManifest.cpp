@@ -1,6 +1,7 @@
 #include "OpenManifest.h"
 
 #include "Difference.h"
+#include "ElementOutput.h"
 #include "FileOperand.h"
 #include "Findings.h"
 #include "HeldSignals.h"
@@ -348,10 +349,9 @@ ExitStatus OpenManifest::finish(const QString& whatHappened, Loss loss)
         return Done;
     }
     if (arguments.isSet(QStringLiteral("dry-run"))) {
-        const QStringList lines = toLines(differencesOf(treeOf(originalManifest), treeOf(now), Stamps::Count));
-        for (const QString& line : lines) {
-            print(printable(line));
-        }
+        const TreeElements treeBefore = treeOf(originalManifest);
+        const TreeElements treeNow = treeOf(now);
+        printChanges(differencesOf(treeBefore, treeNow, Stamps::Count));
     }
     print(shown % QLatin1String("; not saved"));
     return Done;

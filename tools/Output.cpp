@@ -14,11 +14,6 @@ void writeLine(FILE* stream, const QByteArray& line)
     std::fputc('\n', stream);
 }
 
-bool isTerminal()
-{
-    return isatty(STDOUT_FILENO) != 0;
-}
-
 bool wantsColours()
 {
     return isTerminal() && qEnvironmentVariableIsEmpty("NO_COLOR") && qgetenv("TERM") != "dumb";
@@ -79,6 +74,11 @@ QString escapedInJson(uint codePoint)
 }
 
 } // namespace
+
+bool isTerminal()
+{
+    return isatty(STDOUT_FILENO) != 0;
+}
 
 QString printable(const QString& text)
 {

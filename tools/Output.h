@@ -6,6 +6,9 @@
 /// `text` with everything escaped that a terminal would act on instead of showing it. Takes one line.
 QString printable(const QString& text);
 
+/// Whether standard output is a terminal.
+bool isTerminal();
+
 enum class Style { Node, Selection, Unknown, Label };
 
 /// `text` in a colour, when standard output is a terminal that wants colours.

@@ -34,13 +34,13 @@ KindFace faceOf(TreeElement::Kind kind)
 QString lineOf(const TreeElement& element, int level)
 {
     const KindFace face = faceOf(element.kind);
-    const QString label = printable(element.label);
+    const QString label = printable(element.label());
     QString line = QString(2 * level, QLatin1Char(' ')) % styled(face.word, face.style) % QLatin1Char(' ')
         % printable(element.name);
     if (!label.isEmpty()) {
         line += styled(QLatin1String("  [") % label % QLatin1Char(']'), Style::Label);
     }
-    return element.isHidden ? QString(line % QLatin1String("  HIDDEN")) : line;
+    return element.isHidden() ? QString(line % QLatin1String("  HIDDEN")) : line;
 }
 
 /// Prints trees down to some level.

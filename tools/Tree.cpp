@@ -43,9 +43,13 @@ TreeElement::Kind kindOf(const QJsonValue& value)
 // Lookups know the rule. Every element answers to one name, which is its whole name or the last segment of it.
 QString answeredName(const ConfigurationManifestHandler& handler, const TreeElement& element)
 {
+    const int slash = element.name.lastIndexOf(QLatin1Char('/'));
+    if (slash < 0) {
+        return element.name;
+    }
     int index = -1;
     handler.getElementFromInstance(QJsonArray {element.value}, element.name, index);
-    return index == 0 ? element.name : element.name.mid(element.name.lastIndexOf(QLatin1Char('/')) + 1);
+    return index == 0 ? element.name : element.name.mid(slash + 1);
 }
 
 QString pathOf(const TreeElement& element, const TreeElement* parent)
@@ -57,41 +61,34 @@ QString pathOf(const TreeElement& element, const TreeElement* parent)
     return parent == nullptr ? element.answersTo : QString(parent->path % QLatin1Char('/') % element.answersTo);
 }
 
-QString placeOf(const TreeElement& element, const TreeElement* parent)
-{
-    if (element.isReachable()) {
-        return QLatin1Char('\'') % element.path % QLatin1Char('\'');
-    }
-    return QLatin1String("position ") % QString::number(element.position())
-        % (parent == nullptr ? QStringLiteral(" of the top level") : QString(QLatin1String(" below ") % parent->place));
-}
-
 // Fills in what an element's place makes of it, here and below.
-void locate(const ConfigurationManifestHandler& handler, TreeElements& siblings, const TreeElement* parent)
+void locate(
+    const ConfigurationManifestHandler& handler, TreeElements& siblings, const TreeElement* parent, int& count)
 {
     std::map<QString, int> firstPositions;
     int position = 0;
     for (TreeElement& element : siblings) {
-        const QJsonObject object = element.object();
+        element.number = count++;
         element.kind = kindOf(element.value);
-        element.name = object.value(Registry::getKeyInstanceName()).toString();
-        element.label = object.value(Registry::getKeyLabelTextId()).toString();
-        element.isHidden = object.value(Registry::getKeyHide()).toBool();
+        element.name = element.object().value(Registry::getKeyInstanceName()).toString();
         element.positions = parent == nullptr ? QVector<int>() : parent->positions;
         element.positions.append(position);
         element.answersTo = answeredName(handler, element);
         const auto first = firstPositions.emplace(element.answersTo, position);
         element.shadowedBy = first.second ? -1 : first.first->second;
         element.path = pathOf(element, parent);
-        element.place = placeOf(element, parent);
-        locate(handler, element.children, &element);
+        if (parent != nullptr) {
+            element.pathAbove = parent->isReachable() ? parent->path : parent->pathAbove;
+        }
+        locate(handler, element.children, &element, count);
         ++position;
     }
 }
 
 void locate(TreeElements& elements)
 {
-    locate(ConfigurationManifestHandler(QString(), QString(), QString()), elements, nullptr);
+    int count = 0;
+    locate(ConfigurationManifestHandler(QString(), QString(), QString()), elements, nullptr, count);
 }
 
 TreeElements elementsOf(const QJsonArray& array)
@@ -388,9 +385,36 @@ QJsonObject TreeElement::object() const
     return value.toObject();
 }
 
+QString TreeElement::label() const
+{
+    return object().value(Registry::getKeyLabelTextId()).toString();
+}
+
+bool TreeElement::isHidden() const
+{
+    return object().value(Registry::getKeyHide()).toBool();
+}
+
 bool TreeElement::isReachable() const
 {
     return !path.isEmpty();
+}
+
+QString TreeElement::place() const
+{
+    if (isReachable()) {
+        return QLatin1Char('\'') % path % QLatin1Char('\'');
+    }
+    // Paths of elements that can be reached have a name for every level.
+    const int levelsAbove = pathAbove.isEmpty() ? 0 : pathAbove.count(QLatin1Char('/')) + 1;
+    QString text;
+    for (int level = positions.size() - 1; level >= levelsAbove; --level) {
+        text += (text.isEmpty() ? QLatin1String("position ") : QLatin1String(" below position "))
+            % QString::number(positions.at(level));
+    }
+    return text
+        % (levelsAbove == 0 ? QStringLiteral(" of the top level")
+                            : QString(QLatin1String(" below '") % pathAbove % QLatin1Char('\'')));
 }
 
 int TreeElement::position() const
@@ -422,6 +446,33 @@ int countBelow(const TreeElement& element)
 {
     return std::accumulate(element.children.begin(), element.children.end(), 0,
         [](int count, const TreeElement& child) { return count + 1 + countBelow(child); });
+}
+
+QJsonValue withoutStamps(const QJsonValue& value)
+{
+    if (value.isArray()) {
+        QJsonArray result;
+        const QJsonArray items = value.toArray();
+        for (const QJsonValue& item : items) {
+            result.append(withoutStamps(item));
+        }
+        return result;
+    }
+    if (!value.isObject()) {
+        return value;
+    }
+    const QJsonObject object = value.toObject();
+    const bool isStamped =
+        object.value(Registry::getKeySelectionType()) == Registry::SelectionTypeValues::getSelection();
+    QJsonObject result;
+    for (auto member = object.constBegin(); member != object.constEnd(); ++member) {
+        const bool isStamp =
+            member.key() == Registry::getKeyModuleName() || member.key() == Registry::getKeyObjectName();
+        if (!isStamped || !isStamp) {
+            result.insert(member.key(), withoutStamps(member.value()));
+        }
+    }
+    return result;
 }
 
 TreeElements treeOf(const QJsonArray& manifest)

@@ -39,12 +39,12 @@ struct TreeElement {
     int shadowedBy = -1;
     /// The path under which queries and edits alike find it; null when there is none.
     QString path;
+    /// The path of the nearest element above it that has one; null when there is none.
+    QString pathAbove;
+    /// Number in the order of the tree, from 0.
+    int number = -1;
     /// Positions from the top level down to this element.
     QVector<int> positions;
-    /// Where it is, in words: its path in quotes or, without one, its position.
-    QString place;
-    QString label;
-    bool isHidden = false;
     std::vector<TreeElement> children;
 
     /// The description file that it was made from, or the folder where that has none; relative to the scanned folder.
@@ -54,8 +54,12 @@ struct TreeElement {
     QVector<Remark> remarks;
 
     QJsonObject object() const;
+    QString label() const;
+    bool isHidden() const;
     /// Whether a path leads to it.
     bool isReachable() const;
+    /// Where it is, in words: its path in quotes or, without one, its position.
+    QString place() const;
     /// Position among its siblings.
     int position() const;
     /// 0 at the top level.
@@ -69,6 +73,9 @@ QString toText(TreeElement::Kind kind);
 
 /// The number of elements below one, at every level.
 int countBelow(const TreeElement& element);
+
+/// A value without the names that handlers stamp into the selections in it.
+QJsonValue withoutStamps(const QJsonValue& value);
 
 /// The tree of a manifest. Cost: n log n in the number of siblings.
 TreeElements treeOf(const QJsonArray& manifest);

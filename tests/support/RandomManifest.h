@@ -1,0 +1,46 @@
+#pragma once
+
+#include <QtCore/QJsonArray>
+#include <QtCore/QJsonObject>
+#include <QtCore/QJsonValue>
+#include <QtCore/QString>
+
+#include <random>
+
+/// Random manifests and edits of them, the same for every run and every C++ library.
+class RandomManifest {
+public:
+    enum class Names {
+        /// Siblings of one name, elements without one and items that are no elements occur.
+        Any,
+        /// Every element has a path.
+        Unique,
+    };
+
+    RandomManifest(unsigned seed, Names names);
+
+    /// A number from 0 up to, not including, the bound.
+    int below(int bound);
+    QJsonArray manifest();
+    /// A manifest after some edits: members changed, elements added, removed, moved and stamped.
+    QJsonArray edited(QJsonArray manifest);
+
+private:
+    QJsonValue element(int level, const QString& pathAbove);
+    QJsonArray siblings(int level, int most, const QString& pathAbove);
+    QString name();
+    QJsonObject changed(QJsonObject object);
+    QJsonArray editedOnce(QJsonArray siblings, const QString& pathAbove, int level);
+    void add(QJsonArray& siblings, const QJsonValue& element);
+    QJsonValue takeAnywhere(QJsonArray& siblings);
+    void putAnywhere(QJsonArray& siblings, const QJsonValue& element);
+
+    std::mt19937 engine;
+    const Names names;
+    int addedNames = 0;
+};
+
+/// A value without the stamps of the selections in it.
+QJsonValue stripped(const QJsonValue& value);
+/// A manifest with every selection stamped, each with other names.
+QJsonArray stamped(const QJsonArray& manifest, const QString& stamp);
