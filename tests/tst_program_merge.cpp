@@ -63,12 +63,14 @@ void tst_ProgramMerge::mergingObeysItsLaws()
             const QByteArray found = QByteArray(law) + ", seed " + QByteArray::number(seed) + "\na " + compact(a)
                 + "\nb " + compact(b) + "\nc " + compact(c) + "\nfound " + compact(outcome.manifest) + "\nwanted "
                 + compact(wanted.manifest) + "\n" + outcome.conflicts.join(u'\n').toUtf8();
-            if (outcome.manifest != wanted.manifest || outcome.conflicts != wanted.conflicts) { fprintf(stderr, "%s\n", found.constData()); }
+            if (outcome.manifest != wanted.manifest || outcome.conflicts != wanted.conflicts) {
+                fprintf(stderr, "%s\n", found.constData());
+            }
             QVERIFY2(outcome.manifest == wanted.manifest && outcome.conflicts == wanted.conflicts, found.constData());
         };
         const Outcome taken = mergeOf(a, a, b);
-        expect("merge(A, A, B) = B", {stripped(taken.manifest).toArray(), taken.conflicts},
-            {stripped(b).toArray(), {}});
+        expect(
+            "merge(A, A, B) = B", {stripped(taken.manifest).toArray(), taken.conflicts}, {stripped(b).toArray(), {}});
         expect("merge(A, B, A) = B", mergeOf(a, b, a), {b, {}});
         expect("merge(A, B, B) = B", mergeOf(a, b, b), {b, {}});
         const Outcome merged = mergeOf(a, b, c);

@@ -57,6 +57,8 @@ QVector<Command> createCommands();
 QVector<Command> showCommands();
 QVector<Command> queryCommands();
 QVector<Command> existsCommands();
+QVector<Command> compareCommands();
+QVector<Command> mergeCommands();
 QVector<Command> editCommands();
 QVector<Command> instancesCommands();
 QVector<Command> rewriteCommands();

@@ -8,6 +8,7 @@ const QVector<CommandGroup>& commandGroups()
         {QStringLiteral("Create a manifest"), createCommands()},
         {QStringLiteral("Look at a manifest"),
             showCommands() + queryCommands() + instancesCommands() + existsCommands()},
+        {QStringLiteral("Compare manifests and folders"), compareCommands() + mergeCommands()},
         {QStringLiteral("Edit a manifest"), editCommands() + rewriteCommands()},
         {QStringLiteral("Help"), helpCommands()},
     };

@@ -11,6 +11,7 @@
 #include "PropertyManagerConst.h"
 #include "Scheme.h"
 #include "Tree.h"
+#include "TreeOperand.h"
 
 #include <QtCore/QCommandLineParser>
 #include <QtCore/QDir>
@@ -24,33 +25,6 @@
 namespace {
 
 using Definitions = ConfigurationAndProcessDataDefinitions;
-
-// Why there is nothing to write in a folder; null when there is something.
-QString reasonForNothing(const QString& folder)
-{
-    const QFileInfo info(folder);
-    if (!info.exists()) {
-        return QStringLiteral("there is no such folder");
-    }
-    if (!info.isDir()) {
-        return QStringLiteral("it is not a folder");
-    }
-    if (!info.isReadable() || !info.isExecutable()) {
-        return QStringLiteral("the folder is not readable");
-    }
-    if (QDir(folder).isEmpty(QDir::Dirs | QDir::Files | QDir::NoDotAndDotDot)) {
-        return QStringLiteral("the folder holds no visible entry");
-    }
-    return {};
-}
-
-// Instance names are what is left of a path without the scanned folder, wherever its name occurs in it. Only of a whole
-// path that does not end with "/" is that what everybody expects.
-QString wholePath(const QString& folder)
-{
-    const QString canonical = QFileInfo(folder).canonicalFilePath();
-    return canonical.isEmpty() ? folder : canonical;
-}
 
 QByteArray contentOf(const TreeElements& tree)
 {
@@ -202,7 +176,7 @@ private:
         }
         // With --overwrite that may be another one than before the folder was read.
         setPrevious(report.isReplacement, report.replaced);
-        const bool isKept = !isSet("keep-base") || keepBase();
+        const bool isKept = !isSet("keep-base") || keepBase(path, contentOf(tree));
         tell();
         return !flushOutput() ? SavedButNotPrinted : isKept ? Done : NotDone;
     }
@@ -248,18 +222,6 @@ private:
             report.problem = printable(folder) % QLatin1String(" has changed while it was read: ") % printable(path)
                 % QLatin1String(" is written, but may not be what the folder holds");
         }
-    }
-
-    bool keepBase()
-    {
-        constexpr mode_t usualPermissions = 0644;
-        const QString base = path % QLatin1String(".base");
-        const QString problem = writeBeside(base, contentOf(tree), usualPermissions);
-        if (problem.isNull()) {
-            return true;
-        }
-        complain(QLatin1String("the manifest is saved, but not ") % printable(base) % QLatin1String(": ") % problem);
-        return false;
     }
 
     QVector<ElementChange> differences() const
@@ -332,10 +294,8 @@ QVector<Command> createCommands()
                 QStringLiteral("Print the manifest that would be written, and write nothing."), {}},
             {QStringLiteral("stamps"), {}, QStringLiteral("Names of module and object that are gone count as changes."),
                 {}},
-            {QStringLiteral("keep-base"), {},
-                QStringLiteral(
-                    "Keep the manifest as it is created also as MANIFEST.base, to tell later edits from it."),
-                {}},
+            keepBaseOption(QStringLiteral(
+                "Keep the manifest as it is created also as MANIFEST.base, to tell later edits from it.")),
         }
         + replaceOptions();
     const ExitMeanings exits {QStringLiteral("the manifest is written, or with --dry-run or --print only told of"),

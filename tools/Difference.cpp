@@ -281,8 +281,8 @@ QString shown(const QJsonValue& value, ValueLength length)
 QString toLine(const ElementChange& change, ValueLength length)
 {
     const QString start = toWord(change.kind) % QLatin1String(": ")
-        % describe(change.kind == ElementChange::MovedElsewhere || change.after == nullptr ? *change.before
-                                                                                          : *change.after);
+        % describe(
+            change.kind == ElementChange::MovedElsewhere || change.after == nullptr ? *change.before : *change.after);
     switch (change.kind) {
     case ElementChange::Added:
         return start % asPosition(*change.after) % withBelow(change);

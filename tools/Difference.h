@@ -48,8 +48,8 @@ struct ElementChange {
 QVector<ElementChange> differencesOf(const TreeElements& before, const TreeElements& after, Stamps stamps);
 QVector<ElementChange> differencesOf(TreeElements&& before, const TreeElements& after, Stamps stamps) = delete;
 QVector<ElementChange> differencesOf(const TreeElements& before, TreeElements&& after, Stamps stamps) = delete;
-QVector<ElementChange> differencesOf(const Pairing& pairing, const TreeElements& before, const TreeElements& after,
-    Stamps stamps);
+QVector<ElementChange> differencesOf(
+    const Pairing& pairing, const TreeElements& before, const TreeElements& after, Stamps stamps);
 
 /// "2 added, 1 removed, 3 changed", with everything below, and how many were moved if any were.
 QString summaryOf(const QVector<ElementChange>& changes);

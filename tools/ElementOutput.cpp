@@ -42,15 +42,33 @@ QJsonObject toJson(const TreeElement& element)
     };
 }
 
-void printChanges(const QVector<ElementChange>& changes)
+ValueLength lengthOfShownValues()
 {
-    const ValueLength length = isTerminal() ? ValueLength::Short : ValueLength::Whole;
+    return isTerminal() ? ValueLength::Short : ValueLength::Whole;
+}
+
+void printChanges(const QVector<ElementChange>& changes, const QString& start)
+{
     for (const ElementChange& change : changes) {
-        print(printable(toLine(change, length)));
+        print(printable(start % toLine(change, lengthOfShownValues())));
     }
 }
 
+QJsonArray toJson(const QVector<ElementChange>& changes)
+{
+    QJsonArray result;
+    for (const ElementChange& change : changes) {
+        result.append(toJson(change));
+    }
+    return result;
+}
+
 void printResult(const QJsonArray& results)
+{
+    printJson(QJsonDocument(results).toJson(QJsonDocument::Indented).trimmed());
+}
+
+void printResult(const QJsonObject& results)
 {
     printJson(QJsonDocument(results).toJson(QJsonDocument::Indented).trimmed());
 }

@@ -20,8 +20,13 @@ QString pathColumn(const TreeElement& element);
 /// What is known of an element, without its children.
 QJsonObject toJson(const TreeElement& element);
 
-/// Prints changes, a line each. A terminal shows the beginning of long values.
-void printChanges(const QVector<ElementChange>& changes);
+/// How much of a value is shown where the output goes.
+ValueLength lengthOfShownValues();
+
+/// Prints changes, a line each, with a text before each. A terminal shows the beginning of long values.
+void printChanges(const QVector<ElementChange>& changes, const QString& start = {});
+QJsonArray toJson(const QVector<ElementChange>& changes);
 
 /// Prints an array or object of results.
 void printResult(const QJsonArray& results);
+void printResult(const QJsonObject& results);

@@ -32,6 +32,11 @@ bool isOpenForReading(int file)
 
 } // namespace
 
+QString onTheDisk(const QString& path)
+{
+    return path.startsWith(QLatin1Char(':')) ? QString(QLatin1String("./") % path) : path;
+}
+
 QString textOf(int error)
 {
     return QString::fromLocal8Bit(std::strerror(error));

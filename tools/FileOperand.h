@@ -7,6 +7,9 @@
 
 #include <sys/stat.h>
 
+/// A path that leads to the disk. Qt looks for a file whose name begins with ":" among the resources of the program.
+QString onTheDisk(const QString& path);
+
 /// The words of the system for an error number.
 QString textOf(int error);
 

@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <map>
 #include <set>
+#include <utility>
 #include <vector>
 
 using Registry = SystemInformationManagerRegistryDefinitions;
@@ -252,63 +253,108 @@ struct FoundContent {
 
 using FoundContents = std::vector<FoundContent>;
 
-FoundContents damageIn(const TreeElements& elements)
+enum class Counting { Damage, All };
+
+FoundContents findingsIn(const TreeElements& elements, Counting counting)
 {
-    FoundContents damage;
+    FoundContents result;
     const QVector<Finding> findings = check(elements);
     for (const Finding& finding : findings) {
-        if (isDamage(finding.kind)) {
-            damage.push_back({finding, contentOf(finding.value)});
+        if (counting == Counting::All || isDamage(finding.kind)) {
+            result.push_back({finding, contentOf(finding.value)});
         }
     }
-    return damage;
+    return result;
 }
 
-// Takes one finding for which `isSame` is true out of `damage`. False when there is none.
-template <typename Predicate>
-bool takeOne(FoundContents& damage, const Predicate& isSame)
-{
-    const auto found = std::find_if(damage.begin(), damage.end(), isSame);
-    if (found == damage.end()) {
-        return false;
-    }
-    damage.erase(found);
-    return true;
-}
+// Findings by their kind and what has to be the same.
+using KnownFindings = std::multimap<std::pair<FindingKind, QByteArray>, FoundContent>;
 
 int childrenIn(const Finding& finding)
 {
     return finding.value.toObject().value(Registry::getKeySubstructure()).toArray().size();
 }
 
-// Whether a finding of an element that was changed has become no worse by that.
-bool isNoWorse(const Finding& before, const Finding& after)
+// What a finding of an element that was changed has kept when it has become no worse by that. The number of children
+// may only become smaller.
+QByteArray reasonOf(const Finding& finding)
 {
-    const auto isSame = [&](const QString& key) {
-        return before.value.toObject().value(key) == after.value.toObject().value(key);
-    };
-    if (before.kind != after.kind) {
-        return false;
-    }
-    switch (after.kind) {
+    const auto valueOf = [&](const QString& key) { return textOf(finding.value.toObject().value(key)); };
+    switch (finding.kind) {
     case FindingKind::UnknownKind:
-        return isSame(Registry::getKeySelectionType());
+        return valueOf(Registry::getKeySelectionType());
     case FindingKind::NameEmpty:
     case FindingKind::NameNoText:
     case FindingKind::NameWithSlash:
     case FindingKind::NameTaken:
-        return isSame(Registry::getKeyInstanceName());
+        return valueOf(Registry::getKeyInstanceName());
     case FindingKind::ChildrenNoArray:
-        return isSame(Registry::getKeySubstructure());
+        return valueOf(Registry::getKeySubstructure());
     case FindingKind::ChildrenOfSelection:
-        return childrenIn(after) <= childrenIn(before);
     case FindingKind::NoObject:
     case FindingKind::NameMissing:
     case FindingKind::TooDeep:
     case FindingKind::NoChildren:
         break;
     }
+    return {};
+}
+
+// Takes a finding that has become no worse out of the known ones. False when there is none.
+bool takeNoWorse(KnownFindings& known, const Finding& finding)
+{
+    const auto range = known.equal_range({finding.kind, reasonOf(finding)});
+    const auto found = std::find_if(range.first, range.second, [&](const auto& candidate) {
+        return finding.kind != FindingKind::ChildrenOfSelection
+            || childrenIn(finding) <= childrenIn(candidate.second.finding);
+    });
+    if (found == range.second) {
+        return false;
+    }
+    known.erase(found);
     return true;
+}
+
+// The findings of `after` that `before` has not.
+QVector<Finding> addedTo(const QJsonArray& before, const TreeElements& treeAfter, Counting counting)
+{
+    FoundContents damage = findingsIn(treeAfter, counting);
+    if (damage.empty()) {
+        return {};
+    }
+    const TreeElements treeBefore = treeOf(before);
+    KnownFindings same;
+    for (const FoundContent& found : findingsIn(treeBefore, counting)) {
+        same.emplace(std::make_pair(found.finding.kind, found.content), found);
+    }
+    const auto isKnown = [&](const FoundContent& found) {
+        const auto candidate = same.find({found.finding.kind, found.content});
+        if (candidate == same.end()) {
+            return false;
+        }
+        same.erase(candidate);
+        return true;
+    };
+    damage.erase(std::remove_if(damage.begin(), damage.end(), isKnown), damage.end());
+    if (damage.empty()) {
+        return {};
+    }
+
+    // What both manifests hold was not changed, so its finding is a new one, or has gone.
+    const Balance balance = balanceOf(treeBefore, treeAfter);
+    KnownFindings changed;
+    for (const auto& known : same) {
+        if (balance.at(known.second.content) < 0) {
+            changed.emplace(std::make_pair(known.first.first, reasonOf(known.second.finding)), known.second);
+        }
+    }
+    QVector<Finding> result;
+    for (const FoundContent& found : damage) {
+        if (balance.at(found.content) <= 0 || !takeNoWorse(changed, found.finding)) {
+            result.append(found.finding);
+        }
+    }
+    return result;
 }
 
 // The element at these positions; null when there is none.
@@ -497,36 +543,22 @@ QVector<Finding> check(const QJsonArray& manifest)
 
 QVector<Finding> added(const QJsonArray& before, const QJsonArray& after)
 {
-    const TreeElements treeAfter = treeOf(after);
-    FoundContents damage = damageIn(treeAfter);
-    if (damage.empty()) {
-        return {};
-    }
-    const TreeElements treeBefore = treeOf(before);
-    FoundContents known = damageIn(treeBefore);
-    const auto isKnown = [&](const FoundContent& found) {
-        return takeOne(known, [&](const FoundContent& candidate) {
-            return candidate.finding.kind == found.finding.kind && candidate.content == found.content;
-        });
-    };
-    damage.erase(std::remove_if(damage.begin(), damage.end(), isKnown), damage.end());
-    if (damage.empty()) {
-        return {};
-    }
+    return addedTo(before, treeOf(after), Counting::Damage);
+}
 
-    // What both manifests hold was not changed, so its finding is a new one, or has gone.
-    const Balance balance = balanceOf(treeBefore, treeAfter);
-    QVector<Finding> result;
-    for (const FoundContent& found : damage) {
-        const bool isChanged = balance.at(found.content) > 0;
-        const auto wasOfChanged = [&](const FoundContent& candidate) {
-            return balance.at(candidate.content) < 0 && isNoWorse(candidate.finding, found.finding);
-        };
-        if (!isChanged || !takeOne(known, wasOfChanged)) {
-            result.append(found.finding);
-        }
+QVector<Finding> addedToBoth(const QJsonArray& one, const QJsonArray& other, const TreeElements& after)
+{
+    QVector<Finding> findings = addedTo(one, after, Counting::All);
+    if (findings.isEmpty()) {
+        return findings;
     }
-    return result;
+    std::set<std::pair<QVector<int>, FindingKind>> others;
+    for (const Finding& finding : addedTo(other, after, Counting::All)) {
+        others.emplace(finding.positions, finding.kind);
+    }
+    const auto isOfOther = [&](const Finding& finding) { return others.count({finding.positions, finding.kind}) == 0; };
+    findings.erase(std::remove_if(findings.begin(), findings.end(), isOfOther), findings.end());
+    return findings;
 }
 
 TreeElements lostElements(const QJsonArray& before, const QJsonArray& after, const QVector<QVector<int>>& edited)

@@ -61,6 +61,9 @@ QVector<Finding> check(const QJsonArray& manifest);
  */
 QVector<Finding> added(const QJsonArray& before, const QJsonArray& after);
 
+/// The findings of `after`, nodes without children among them, that neither of two manifests has.
+QVector<Finding> addedToBoth(const QJsonArray& one, const QJsonArray& other, const TreeElements& after);
+
 /**
  * The elements of `before` that `after` no longer has, in the order of the tree.
  *

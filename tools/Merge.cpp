@@ -364,10 +364,9 @@ private:
         if (conflicting.count(&base) != 0) {
             return whole;
         }
-        const std::vector<SameElement> children =
-            sameElements({&base.children, &left.children, &childrenOf(nullptr)});
-        const bool hasAdditions = std::any_of(
-            children.begin(), children.end(), [](const SameElement& child) { return child[0] == nullptr; });
+        const std::vector<SameElement> children = sameElements({&base.children, &left.children, &childrenOf(nullptr)});
+        const bool hasAdditions =
+            std::any_of(children.begin(), children.end(), [](const SameElement& child) { return child[0] == nullptr; });
         if (hasAdditions || isChangedItself(base, left)) {
             addConflict(MergeConflict::Removed, describe(left), same);
             result.conflicts.last().by = remover;
@@ -409,8 +408,8 @@ private:
             const QJsonValue value = decide(place, QString(), valueOf(base), mine->value, theirs->value);
             return {value, value == mine->value};
         }
-        const bool areChildrenMerged = hasChildrenOrNone(*mine) && hasChildrenOrNone(*theirs)
-            && (base == nullptr || hasChildrenOrNone(*base));
+        const bool areChildrenMerged =
+            hasChildrenOrNone(*mine) && hasChildrenOrNone(*theirs) && (base == nullptr || hasChildrenOrNone(*base));
         QJsonObject object = mine->object();
         bool isMine = mergeMembers(same, place, areChildrenMerged, object);
         if (areChildrenMerged) {
@@ -466,8 +465,8 @@ private:
             return QJsonValue(same[tree] != nullptr && same[tree]->object().contains(key));
         };
         const bool hadArray = hasArray(1).toBool();
-        const bool getsArray = !children.elements.isEmpty()
-            || (hasArray(1) == hasArray(0) ? hasArray(2).toBool() : hadArray);
+        const bool getsArray =
+            !children.elements.isEmpty() || (hasArray(1) == hasArray(0) ? hasArray(2).toBool() : hadArray);
         if (children.areMine && getsArray == hadArray) {
             return true;
         }
@@ -525,7 +524,8 @@ QString whatHappened(const MergeConflict& conflict)
     const QLatin1String other = toWord(otherThan(conflict.by));
     switch (conflict.kind) {
     case MergeConflict::Value:
-        return conflict.key.isNull() ? conflict.element : QString(conflict.element % QLatin1String(", ") % conflict.key);
+        return conflict.key.isNull() ? conflict.element
+                                     : QString(conflict.element % QLatin1String(", ") % conflict.key);
     case MergeConflict::Removed:
         return conflict.element % QLatin1String(", removed by ") % by % QLatin1String(", changed by ") % other;
     case MergeConflict::Moved: {

@@ -57,8 +57,7 @@ struct MergeResult {
  * that was moved to another parent is removed and added. The stamps of mine stay. Elements of one side stand behind
  * those that they stood behind there. Cost: n log n.
  */
-MergeResult merge(
-    const TreeElements& base, const TreeElements& mine, const TreeElements& theirs, Decision decision);
+MergeResult merge(const TreeElements& base, const TreeElements& mine, const TreeElements& theirs, Decision decision);
 
 /// A conflict in one line, with its three values. Not escaped for terminals.
 QString toLine(const MergeConflict& conflict, ValueLength length);

@@ -56,11 +56,6 @@ bool leadsToAnOpenFile(const QString& path)
     return false;
 }
 
-void complainAboutDamage()
-{
-    complain(QStringLiteral("the edit is refused; --force carries it out all the same"));
-}
-
 } // namespace
 
 Options stampOptions()
@@ -90,17 +85,26 @@ Options replaceOptions()
 Options saveOptions()
 {
     return stampOptions()
-        + Options {
-            {QStringLiteral("save"), {}, QStringLiteral("Save the result. Without it the file stays as it is."), {}},
+        + Options {saveOption(),
             {QStringLiteral("dry-run"), {}, QStringLiteral("Say what would change, and save nothing."), {}},
-            {QStringLiteral("print"), {}, QStringLiteral("Print the manifest that would be saved, and save nothing."),
-                {}},
+            printOption(),
             {QStringLiteral("force"), {},
-                QStringLiteral("Carry the edit out also when it damages the structure of the manifest, loses elements or "
-                               "gives a key a value of another type."),
-                {}},
-        }
-        + replaceOptions();
+                QStringLiteral(
+                    "Carry the edit out also when it damages the structure of the manifest, loses elements or "
+                    "gives a key a value of another type."),
+                {}}}
+    + replaceOptions();
+}
+
+Option saveOption()
+{
+    return {QStringLiteral("save"), {}, QStringLiteral("Save the result. Without it the file stays as it is."), {}};
+}
+
+Option printOption()
+{
+    return {
+        QStringLiteral("print"), {}, QStringLiteral("Print the manifest that would be saved, and save nothing."), {}};
 }
 
 ExitMeanings queryExits()
@@ -116,6 +120,27 @@ ExitMeanings editExits()
         QStringLiteral("the edit does not apply, is refused, could not be saved or was overtaken by another process"),
         QStringLiteral("wrong usage, or trouble with FILE, a value or a description"),
         QStringLiteral("the edit is saved, but the output could not be printed")};
+}
+
+Option keepBaseOption(const QString& description)
+{
+    return {QStringLiteral("keep-base"), {}, description, {}};
+}
+
+bool keepBase(const QString& manifestPath, const QByteArray& base)
+{
+    const QString path = manifestPath % QLatin1String(".base");
+    const Look present = lookAt(path);
+    if (present.isThere() && present.content == base) {
+        return true;
+    }
+    constexpr mode_t usualPermissions = 0644;
+    const QString problem = writeBeside(path, base, usualPermissions);
+    if (problem.isNull()) {
+        return true;
+    }
+    complain(QLatin1String("the manifest is saved, but not ") % printable(path) % QLatin1String(": ") % problem);
+    return false;
 }
 
 bool readSaveWishes(const QCommandLineParser& arguments, SaveWishes& wishes, int& secondsToWait)
@@ -165,9 +190,9 @@ bool takeTurn(Turn& turn, const QString& manifestPath, int secondsToWait)
     return false;
 }
 
-OpenManifest::OpenManifest(const QCommandLineParser& commandLine)
+OpenManifest::OpenManifest(const QCommandLineParser& commandLine, int argument)
     : arguments(commandLine)
-    , path(commandLine.positionalArguments().constFirst())
+    , path(onTheDisk(commandLine.positionalArguments().at(argument)))
     , openHandler(path, valueOf(commandLine, QStringLiteral("module")), valueOf(commandLine, QStringLiteral("object")))
     , stored(path)
 {
@@ -269,8 +294,8 @@ bool OpenManifest::isForced() const
 
 bool OpenManifest::isToBeSaved() const
 {
-    return arguments.isSet(QStringLiteral("save")) && !arguments.isSet(QStringLiteral("dry-run"))
-        && !arguments.isSet(QStringLiteral("print"));
+    const auto isSet = [this](const QString& option) { return arguments.optionNames().contains(option); };
+    return isSet(QStringLiteral("save")) && !isSet(QStringLiteral("dry-run")) && !isSet(QStringLiteral("print"));
 }
 
 void OpenManifest::expectChangeOf(const QString& elementPath)
@@ -294,7 +319,7 @@ bool OpenManifest::accepts(const QString& key, const QJsonValue& present, const 
         return true;
     }
     complain(printable(problem));
-    complainAboutDamage();
+    refuse();
     return false;
 }
 
@@ -328,21 +353,24 @@ bool OpenManifest::doesDamage(Loss loss) const
     for (const QString& damage : qAsConst(damages)) {
         complain(printable(damage));
     }
-    if (!damages.isEmpty()) {
-        complainAboutDamage();
-    }
     return !damages.isEmpty();
 }
 
 ExitStatus OpenManifest::finish(const QString& whatHappened, Loss loss)
 {
     if (!isForced() && doesDamage(loss)) {
-        return NotDone;
+        return refuse();
     }
     const QJsonArray now = openHandler.getManifestJsonArray();
     const QString shown = now != originalManifest ? whatHappened : QStringLiteral("unchanged");
     if (isToBeSaved()) {
-        return save(shown);
+        // Until it has been told what became of the save, nothing ends the program.
+        const HeldSignals held;
+        if (const ExitStatus status = save()) {
+            return status;
+        }
+        print(shown % QLatin1String("; saved"));
+        return flushOutput() ? Done : SavedButNotPrinted;
     }
     if (arguments.isSet(QStringLiteral("print"))) {
         printJson(openHandler.getManifestContent());
@@ -357,10 +385,17 @@ ExitStatus OpenManifest::finish(const QString& whatHappened, Loss loss)
     return Done;
 }
 
-ExitStatus OpenManifest::save(const QString& whatHappened)
+ExitStatus OpenManifest::refuse() const
 {
-    // Until it has been told what became of the save, nothing ends the program.
-    const HeldSignals held;
+    if (isForced()) {
+        return Done;
+    }
+    complain(QStringLiteral("the edit is refused; --force carries it out all the same"));
+    return NotDone;
+}
+
+ExitStatus OpenManifest::save()
+{
     const SaveReport report = stored.save(openHandler.getManifestContent(), wishes, [this] {
         QVector<LibraryMessage> messages;
         {
@@ -372,10 +407,9 @@ ExitStatus OpenManifest::save(const QString& whatHappened)
         }
         return messages.isEmpty();
     });
-    if (report.result != SaveReport::Saved) {
-        complain(report.problem);
-        return NotDone;
+    if (report.result == SaveReport::Saved) {
+        return Done;
     }
-    print(whatHappened % QLatin1String("; saved"));
-    return flushOutput() ? Done : SavedButNotPrinted;
+    complain(report.problem);
+    return NotDone;
 }

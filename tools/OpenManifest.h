@@ -12,10 +12,17 @@ class QCommandLineParser;
 
 /// The names that are stamped into every selection of a manifest that is loaded.
 Options stampOptions();
+Option saveOption();
+Option printOption();
 /// What becomes of an edited manifest. Nothing is saved without being asked for.
 Options saveOptions();
 /// How a file is replaced that others may save as well.
 Options replaceOptions();
+
+/// Asks for the base of later merges to be kept beside a manifest.
+Option keepBaseOption(const QString& description);
+/// Keeps it. Complains when that is not possible.
+bool keepBase(const QString& manifestPath, const QByteArray& base);
 
 /// What becomes of a manifest that is only looked at.
 ExitMeanings queryExits();
@@ -35,15 +42,17 @@ enum class Loss {
     IsDamageAndSoIsGain,
 };
 
-/// The handler of the manifest that a command names as its first argument.
+/// The handler of the manifest that a command names as its first argument, or as another one.
 class OpenManifest {
 public:
-    explicit OpenManifest(const QCommandLineParser& commandLine);
+    explicit OpenManifest(const QCommandLineParser& commandLine, int argument = 0);
 
     /// Loads the manifest for a query. Complains when that is not possible.
     ExitStatus loadToRead();
     /// Looks whether there is a file that can be edited, before anything else is read. Complains when there is none.
     ExitStatus checkThatItCanBeEdited() const;
+    /// Whether --save asks for the result, and nothing else does.
+    bool isToBeSaved() const;
     /// Loads the manifest for an edit, with the turn at it when the edit is to be saved.
     ExitStatus loadToEdit();
 
@@ -67,13 +76,15 @@ public:
     /// Ends an edit that succeeded: refuses it when it does damage, and else does as the saveOptions() ask.
     /// `whatHappened` is told unless nothing has changed.
     ExitStatus finish(const QString& whatHappened, Loss loss = Loss::IsDamage);
+    /// Refuses the edit, and complains, unless it is forced.
+    ExitStatus refuse() const;
+    /// Saves the manifest. Complains when that fails.
+    ExitStatus save();
 
 private:
     bool isForced() const;
-    bool isToBeSaved() const;
     bool take(const QByteArray& content);
     bool doesDamage(Loss loss) const;
-    ExitStatus save(const QString& whatHappened);
 
     const QCommandLineParser& arguments;
     const QString path;

@@ -193,9 +193,8 @@ bool Pairing::isMovedElsewhere(const TreeElement& after) const
     }
     const int parentBefore = earlier.parents[asIndex(before)];
     const int parentAfter = later.parents[asIndex(after.number)];
-    return parentBefore == nobody || parentAfter == nobody
-        ? parentBefore != parentAfter
-        : earlier.partners[asIndex(parentBefore)] != parentAfter;
+    return parentBefore == nobody || parentAfter == nobody ? parentBefore != parentAfter
+                                                           : earlier.partners[asIndex(parentBefore)] != parentAfter;
 }
 
 bool Pairing::isElsewhere(const TreeElement& after) const

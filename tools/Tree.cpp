@@ -62,8 +62,7 @@ QString pathOf(const TreeElement& element, const TreeElement* parent)
 }
 
 // Fills in what an element's place makes of it, here and below.
-void locate(
-    const ConfigurationManifestHandler& handler, TreeElements& siblings, const TreeElement* parent, int& count)
+void locate(const ConfigurationManifestHandler& handler, TreeElements& siblings, const TreeElement* parent, int& count)
 {
     std::map<QString, int> firstPositions;
     int position = 0;

@@ -1,0 +1,256 @@
+#include "Command.h"
+#include "Difference.h"
+#include "ElementOutput.h"
+#include "Findings.h"
+#include "HeldSignals.h"
+#include "Merge.h"
+#include "OpenManifest.h"
+#include "Output.h"
+#include "Scheme.h"
+#include "TreeOperand.h"
+
+#include <QtCore/QCommandLineParser>
+#include <QtCore/QFileInfo>
+#include <QtCore/QJsonArray>
+#include <QtCore/QJsonDocument>
+#include <QtCore/QJsonObject>
+
+#include <utility>
+
+namespace {
+
+const QString& preferOption()
+{
+    static const QString option = QStringLiteral("prefer");
+    return option;
+}
+
+bool readDecision(const QCommandLineParser& arguments, Decision& decision)
+{
+    const QString side = arguments.value(preferOption());
+    decision = side == QLatin1String("mine") ? Decision::Mine
+        : side == QLatin1String("new")       ? Decision::Theirs
+                                             : Decision::Nobody;
+    if (arguments.isSet(preferOption()) && decision == Decision::Nobody) {
+        complain(QStringLiteral("--prefer takes 'mine' or 'new'"));
+        return false;
+    }
+    return true;
+}
+
+bool isSameFile(const QString& a, const QString& b)
+{
+    const QString whole = QFileInfo(a).canonicalFilePath();
+    return !whole.isEmpty() && whole == QFileInfo(b).canonicalFilePath();
+}
+
+/// One merge, from what the command line says to what is told of it.
+class MergeRun {
+public:
+    explicit MergeRun(const QCommandLineParser& commandLine)
+        : arguments(commandLine)
+        , given(commandLine.positionalArguments())
+        , manifest(commandLine, 1)
+    {
+    }
+
+    ExitStatus run()
+    {
+        QString scheme;
+        if (!readDecision(arguments, decision) || !readStandardInputOnce(given) || !readScheme(arguments, scheme)) {
+            return Trouble;
+        }
+        if (const ExitStatus status = read(scheme)) {
+            return status;
+        }
+        if (isSameFile(base.path, mine.path)) {
+            remark(QStringLiteral("warning: BASE and MINE are the same file, so nothing in MINE counts as changed"));
+        }
+        const bool areRelated = !areUnrelated(Pairing(base.tree, theirs.tree, Stamps::DoNotCount), base, theirs);
+
+        MergeResult result = merge(base.tree, mine.tree, theirs.tree, decision);
+        conflicts = std::exchange(result.conflicts, {});
+        // The largest of what is not needed any more.
+        base = {};
+        theirs.tree = {};
+        if (!conflicts.isEmpty() && decision == Decision::Nobody) {
+            return complainAboutConflicts();
+        }
+        merged = result.manifest;
+        const TreeElements mergedTree = treeOf(merged);
+        changes = differencesOf(mine.tree, mergedTree, Stamps::Count);
+        if (!isSet("force") && (!areRelated || addsFindings(mergedTree))) {
+            if (!isSet("print")) {
+                tell(false);
+            }
+            return manifest.refuse();
+        }
+        return finish();
+    }
+
+private:
+    bool isSet(const char* option) const
+    {
+        return arguments.isSet(QString::fromLatin1(option));
+    }
+
+    // Mine first: if it is to be saved, nobody else may merge in between with a base that is none any more.
+    ExitStatus read(const QString& scheme)
+    {
+        if (manifest.isToBeSaved()) {
+            if (const ExitStatus status = manifest.loadToEdit()) {
+                return status;
+            }
+            mine = {given.at(1), manifest.original(), treeOf(manifest.original())};
+        } else if (!readTree(given.at(1), scheme, mine)) {
+            return Trouble;
+        }
+        return readTree(given.at(0), scheme, base) && readTree(given.at(2), scheme, theirs) ? Done : Trouble;
+    }
+
+    // What the new manifest is damaged by, the merged one may be damaged by as well.
+    bool addsFindings(const TreeElements& mergedTree) const
+    {
+        const QVector<Finding> findings = addedToBoth(mine.manifest, theirs.manifest, mergedTree);
+        for (const Finding& finding : findings) {
+            complain(printable(finding.place % QLatin1Char(' ') % finding.what));
+        }
+        return !findings.isEmpty();
+    }
+
+    ExitStatus complainAboutConflicts() const
+    {
+        if (isSet("json") && !isSet("print")) {
+            tellAsJson(false);
+        } else {
+            tellConflicts();
+        }
+        complain((conflicts.size() == 1 ? QStringLiteral("1 conflict")
+                                        : QStringLiteral("%1 conflicts").arg(conflicts.size()))
+            % QLatin1String("; --prefer mine or --prefer new decides"));
+        return NotDone;
+    }
+
+    ExitStatus finish()
+    {
+        if (isSet("print")) {
+            tellConflicts();
+            printJson(QJsonDocument(merged).toJson(QJsonDocument::Compact));
+            return Done;
+        }
+        if (!manifest.isToBeSaved()) {
+            tell(false);
+            return Done;
+        }
+        // Until it has been told what became of the save, nothing ends the program.
+        const HeldSignals held;
+        // A device that merges whenever it starts writes only what is new.
+        if (!changes.isEmpty()) {
+            manifest.handler().setManifestJsonArray(merged);
+            if (const ExitStatus status = manifest.save()) {
+                return status;
+            }
+        }
+        // Afterwards: a merge that is repeated with the older base gives the same.
+        const bool isKept =
+            !isSet("keep-base") || keepBase(mine.path, QJsonDocument(theirs.manifest).toJson(QJsonDocument::Compact));
+        tell(true);
+        return !flushOutput() ? SavedButNotPrinted : isKept ? Done : NotDone;
+    }
+
+    void tell(bool isSaved) const
+    {
+        if (isSet("json")) {
+            tellAsJson(isSaved);
+            return;
+        }
+        tellConflicts();
+        printChanges(changes);
+        print(
+            (changes.isEmpty() ? QStringLiteral("unchanged") : QString(QLatin1String("merged: ") % summaryOf(changes)))
+            % (isSaved ? QLatin1String("; saved") : QLatin1String("; not saved")));
+    }
+
+    void tellConflicts() const
+    {
+        const QLatin1String start = decision == Decision::Nobody ? QLatin1String("conflict: ")
+            : decision == Decision::Mine                         ? QLatin1String("decided for mine: ")
+                                                                 : QLatin1String("decided for new: ");
+        for (const MergeConflict& conflict : conflicts) {
+            const QString line = start % toLine(conflict, lengthOfShownValues());
+            // Then standard output is for the manifest.
+            if (isSet("print")) {
+                remark(line);
+            } else {
+                print(printable(line));
+            }
+        }
+    }
+
+    void tellAsJson(bool isSaved) const
+    {
+        QJsonArray conflictsAsJson;
+        for (const MergeConflict& conflict : conflicts) {
+            conflictsAsJson.append(toJson(conflict));
+        }
+        const bool isDecided = decision != Decision::Nobody;
+        printResult(QJsonObject {
+            {QStringLiteral("conflicts"), conflictsAsJson},
+            {QStringLiteral("decidedFor"), isDecided ? QJsonValue(arguments.value(preferOption())) : QJsonValue()},
+            {QStringLiteral("changes"), toJson(changes)},
+            {QStringLiteral("saved"), isSaved},
+        });
+    }
+
+    const QCommandLineParser& arguments;
+    const QStringList given;
+    OpenManifest manifest;
+    Decision decision = Decision::Nobody;
+    TreeOperand base;
+    TreeOperand mine;
+    TreeOperand theirs;
+    QVector<MergeConflict> conflicts;
+    QVector<ElementChange> changes;
+    QJsonArray merged;
+};
+
+ExitStatus mergeManifests(const QCommandLineParser& arguments)
+{
+    return MergeRun(arguments).run();
+}
+
+} // namespace
+
+QVector<Command> mergeCommands()
+{
+    const Options options =
+        Options {
+            {preferOption(), QStringLiteral("SIDE"), QStringLiteral("Let 'mine' or 'new' decide every conflict."), {}},
+            saveOption(), printOption(),
+            keepBaseOption(
+                QStringLiteral("Keep NEW as MINE.base, the BASE of the next merge, once the result is saved.")),
+            {QStringLiteral("force"), {},
+                QStringLiteral("Carry the merge out also when it damages the structure of the manifest, or when hardly "
+                               "anything is common to BASE and NEW."),
+                {}},
+            {QStringLiteral("json"), {}, QStringLiteral("Print JSON instead of lines."), {}}}
+        + treeOptions() + replaceOptions();
+    return {
+        {QStringLiteral("merge"), QStringLiteral("BASE MINE NEW"),
+            QStringLiteral(
+                "Bring the manifest MINE up to date: BASE is what it was made from, as --keep-base left it, NEW what "
+                "that has become. Each may be a file, a folder, of which the manifest is taken that would be created, "
+                "or - for standard input; what is saved is a file. What only one of MINE and NEW changed is taken from "
+                "it, member by member; what both changed in their own way is a conflict, which is printed with its "
+                "three values and keeps the result from being saved. Then prints what changes in MINE, as diff does. "
+                "The names of module and object in MINE stay."),
+            options,
+            {QStringLiteral("the merge applies; it is saved if --save asks for it"),
+                QStringLiteral(
+                    "there are conflicts that nobody decides, or the result is refused, could not be saved "
+                    "or was overtaken by another process, or with --keep-base its base could not be written"),
+                QStringLiteral("wrong usage, or trouble with BASE, MINE or NEW"),
+                QStringLiteral("the result is saved, but the output could not be printed")},
+            mergeManifests},
+    };
+}

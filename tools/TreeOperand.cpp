@@ -1,0 +1,134 @@
+#include "TreeOperand.h"
+
+#include "FileOperand.h"
+#include "ManifestText.h"
+#include "Output.h"
+#include "Scheme.h"
+
+#include <QtCore/QCommandLineParser>
+#include <QtCore/QDir>
+#include <QtCore/QFileInfo>
+
+#include <algorithm>
+#include <numeric>
+#include <utility>
+
+namespace {
+
+int countOf(const TreeElements& tree)
+{
+    return std::accumulate(tree.begin(), tree.end(), 0,
+        [](int count, const TreeElement& element) { return count + 1 + countBelow(element); });
+}
+
+bool scan(const QString& folder, const QString& scheme, TreeOperand& operand)
+{
+    const QString reason = reasonForNothing(folder);
+    if (!reason.isNull()) {
+        complain(QLatin1String("cannot read ") % printable(folder) % QLatin1String(": ") % reason);
+        return false;
+    }
+    FolderScan found = scanFolder(wholePath(folder), scheme);
+    for (const Remark& reported : qAsConst(found.remarks)) {
+        if (reported.isDamage) {
+            remark(QLatin1String("warning: ") % folder % QLatin1Char('/') % reported.source % QLatin1String(": ")
+                % reported.text);
+        }
+    }
+    if (!found.refusal.isNull()) {
+        complain(QLatin1String("cannot read ") % printable(folder) % QLatin1Char('/') % printable(found.refusal));
+        return false;
+    }
+    operand.tree = std::move(found.elements);
+    operand.manifest = manifestOf(operand.tree);
+    return true;
+}
+
+} // namespace
+
+QString reasonForNothing(const QString& folder)
+{
+    const QFileInfo info(folder);
+    if (!info.exists()) {
+        return QStringLiteral("there is no such folder");
+    }
+    if (!info.isDir()) {
+        return QStringLiteral("it is not a folder");
+    }
+    if (!info.isReadable() || !info.isExecutable()) {
+        return QStringLiteral("the folder is not readable");
+    }
+    if (QDir(folder).isEmpty(QDir::Dirs | QDir::Files | QDir::NoDotAndDotDot)) {
+        return QStringLiteral("the folder holds no visible entry");
+    }
+    return {};
+}
+
+QString wholePath(const QString& folder)
+{
+    const QString canonical = QFileInfo(folder).canonicalFilePath();
+    return canonical.isEmpty() ? folder : canonical;
+}
+
+bool readFolder(const QString& path, const QString& scheme, TreeOperand& operand)
+{
+    operand.path = onTheDisk(path);
+    return scan(operand.path, scheme, operand);
+}
+
+bool readTree(const QString& path, const QString& scheme, TreeOperand& operand)
+{
+    operand.path = onTheDisk(path);
+    if (QFileInfo(operand.path).isDir()) {
+        return scan(operand.path, scheme, operand);
+    }
+    QByteArray content;
+    QString problem;
+    if (!readFileOperand(operand.path, content, problem)
+        || !parseManifest(operand.path, content, operand.manifest, problem)) {
+        complain(problem);
+        return false;
+    }
+    operand.tree = treeOf(operand.manifest);
+    return true;
+}
+
+bool areUnrelated(const Pairing& pairing, const TreeOperand& before, const TreeOperand& after)
+{
+    constexpr int fewElements = 10;
+    constexpr int hardlyAny = 10;
+    const int sizeBefore = countOf(before.tree);
+    const int sizeAfter = countOf(after.tree);
+    const int smaller = std::min(sizeBefore, sizeAfter);
+    if (std::max(sizeBefore, sizeAfter) < fewElements || pairing.count() * hardlyAny >= smaller) {
+        return false;
+    }
+    remark(QLatin1String("warning: hardly anything is common to ") % before.path % QLatin1String(" and ") % after.path
+        % QStringLiteral(": %1 of %2 and %3 elements").arg(pairing.count()).arg(sizeBefore).arg(sizeAfter));
+    return true;
+}
+
+bool readStandardInputOnce(const QStringList& operands)
+{
+    if (operands.count(QStringLiteral("-")) < 2) {
+        return true;
+    }
+    complain(QStringLiteral("standard input can be read only once"));
+    return false;
+}
+
+Options treeOptions()
+{
+    return schemeOptions(QStringLiteral("Read folders under SCHEME."));
+}
+
+Option stampsOption()
+{
+    return {QStringLiteral("stamps"), {},
+        QStringLiteral("Compare also the names of module and object that are stamped into selections."), {}};
+}
+
+Stamps stampsWanted(const QCommandLineParser& arguments)
+{
+    return arguments.isSet(stampsOption().name) ? Stamps::Count : Stamps::DoNotCount;
+}
