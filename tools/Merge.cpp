@@ -122,7 +122,7 @@ public:
     MergeResult run(const TreeElements& base, const TreeElements& mine, const TreeElements& theirs)
     {
         findMoves(base, mine, theirs);
-        result.manifest = mergeSiblings(base, mine, theirs, QString()).elements;
+        result.manifest = mergeSiblings(base, mine, theirs, nullptr).elements;
         return std::move(result);
     }
 
@@ -238,7 +238,7 @@ private:
     }
 
     MergedChildren mergeSiblings(
-        const TreeElements& base, const TreeElements& mine, const TreeElements& theirs, const QString& parent)
+        const TreeElements& base, const TreeElements& mine, const TreeElements& theirs, const TreeElement* parent)
     {
         std::vector<SameElement> rows = sameElements({&base, &mine, &theirs});
         // The rows of each tree in its own order.
@@ -278,7 +278,7 @@ private:
     // The tree whose order is taken.
     template <typename IsThere>
     std::size_t leadingTree(const std::vector<SameElement>& rows, const std::array<Indices, 3>& orders,
-        const IsThere& isThere, const QString& parent)
+        const IsThere& isThere, const TreeElement* parent)
     {
         std::array<Indices, 3> common;
         for (std::size_t tree = 0; tree < orders.size(); ++tree) {
@@ -293,7 +293,7 @@ private:
         }
         MergeConflict conflict;
         conflict.kind = MergeConflict::Order;
-        conflict.element = parent;
+        conflict.element = parent == nullptr ? QString() : describe(*parent);
         const auto namesOf = [&](std::size_t tree) {
             QJsonArray names;
             for (const std::size_t row : common[tree]) {
@@ -399,28 +399,28 @@ private:
     Merged mergeBoth(const SameElement& same)
     {
         const auto [base, mine, theirs] = same;
-        // Of most elements there is no more to look at.
-        if (mine->children.empty() && theirs->children.empty() && mine->value == theirs->value) {
+        // Of most elements there is no more to look at. With children that would look at every level again.
+        const bool areLeaves = mine->children.empty() && theirs->children.empty() && childrenOf(base).empty();
+        if (areLeaves && (theirs->value == mine->value || theirs->value == valueOf(base))) {
             return {mine->value, true};
         }
-        const QString place = describe(*mine);
         if (!mine->value.isObject() || !theirs->value.isObject() || (base != nullptr && !base->value.isObject())) {
-            const QJsonValue value = decide(place, QString(), valueOf(base), mine->value, theirs->value);
+            const QJsonValue value = decide(*mine, QString(), valueOf(base), mine->value, theirs->value);
             return {value, value == mine->value};
         }
         const bool areChildrenMerged =
             hasChildrenOrNone(*mine) && hasChildrenOrNone(*theirs) && (base == nullptr || hasChildrenOrNone(*base));
         QJsonObject object = mine->object();
-        bool isMine = mergeMembers(same, place, areChildrenMerged, object);
+        bool isMine = mergeMembers(same, areChildrenMerged, object);
         if (areChildrenMerged) {
-            const MergedChildren children = mergeSiblings(childrenOf(base), mine->children, theirs->children, place);
+            const MergedChildren children = mergeSiblings(childrenOf(base), mine->children, theirs->children, mine);
             isMine = mergeChildren(same, children, object) && isMine;
         }
         return {isMine ? mine->value : object, isMine};
     }
 
     // Brings an object of mine up to date. Returns whether it stays as it is.
-    bool mergeMembers(const SameElement& same, const QString& place, bool areChildrenMerged, QJsonObject& object)
+    bool mergeMembers(const SameElement& same, bool areChildrenMerged, QJsonObject& object)
     {
         const QJsonObject base = valueOf(same[0]).toObject();
         const QJsonObject mine = same[1]->object();
@@ -439,7 +439,7 @@ private:
                 const bool isItsStamp = isStampKey(key) && isSelection(side.value(typeKey));
                 return isItsStamp ? QJsonValue(QJsonValue::Undefined) : side.value(key);
             };
-            const QJsonValue value = decide(place, key, memberOf(base), memberOf(mine), memberOf(theirs));
+            const QJsonValue value = decide(*same[1], key, memberOf(base), memberOf(mine), memberOf(theirs));
             if (value != mine.value(key)) {
                 // What is undefined is removed.
                 object.insert(key, value);
@@ -479,15 +479,16 @@ private:
     }
 
     // The value of the side that changed it; of the one that decides when both did.
-    QJsonValue decide(const QString& place, const QString& key, const QJsonValue& base, const QJsonValue& mine,
+    QJsonValue decide(const TreeElement& element, const QString& key, const QJsonValue& base, const QJsonValue& mine,
         const QJsonValue& theirs)
     {
-        const Choice choice = key == Registry::getKeySubstructure()
+        // Only these hold elements, and so stamps.
+        const Choice choice = key.isNull() || key == Registry::getKeySubstructure()
             ? choose(withoutStamps(base), withoutStamps(mine), withoutStamps(theirs))
             : choose(base, mine, theirs);
         if (choice == Choice::Conflict) {
             MergeConflict conflict;
-            conflict.element = place;
+            conflict.element = describe(element);
             conflict.key = key;
             conflict.base = base;
             conflict.mine = mine;

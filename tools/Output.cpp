@@ -2,6 +2,7 @@
 
 #include <QtCore/QCoreApplication>
 
+#include <algorithm>
 #include <cstdio>
 
 #include <unistd.h>
@@ -32,10 +33,19 @@ bool isUnsafe(uint codePoint)
     }
 }
 
+// What most texts are made of.
+bool isPlainAscii(QChar character)
+{
+    return character >= QLatin1Char(' ') && character <= QLatin1Char('~');
+}
+
 // `text` with every unsafe character replaced.
 template <typename Escape>
 QString withoutUnsafe(const QString& text, Escape escape)
 {
+    if (std::all_of(text.cbegin(), text.cend(), isPlainAscii)) {
+        return text;
+    }
     QString result;
     result.reserve(text.size());
     const QVector<uint> codePoints = text.toUcs4();

@@ -25,32 +25,50 @@ using Registry = SystemInformationManagerRegistryDefinitions;
 
 namespace {
 
-TreeElement::Kind kindOf(const QJsonValue& value)
+TreeElement::Kind kindOf(const QJsonObject& object)
 {
-    if (!value.isObject()) {
-        return TreeElement::Kind::NoObject;
-    }
-    const QJsonValue type = value.toObject().value(Registry::getKeySelectionType());
+    const QString type = object.value(Registry::getKeySelectionType()).toString();
     if (type == Registry::SelectionTypeValues::getNode()) {
         return TreeElement::Kind::Node;
     }
-    if (type == Registry::SelectionTypeValues::getSelection()) {
-        return TreeElement::Kind::Selection;
-    }
-    return TreeElement::Kind::Unknown;
+    return type == Registry::SelectionTypeValues::getSelection() ? TreeElement::Kind::Selection
+                                                                 : TreeElement::Kind::Unknown;
 }
 
-// Lookups know the rule. Every element answers to one name, which is its whole name or the last segment of it.
-QString answeredName(const ConfigurationManifestHandler& handler, const TreeElement& element)
-{
-    const int slash = element.name.lastIndexOf(QLatin1Char('/'));
-    if (slash < 0) {
-        return element.name;
+// Which name an element answers to: the whole one, or the last segment of it. Look-ups know the rule, which is the same
+// for all elements of a kind.
+class NameRule {
+public:
+    NameRule()
+        : selectionsAnswerToTheWhole(answersToTheWhole(Registry::SelectionTypeValues::getSelection()))
+        , nodesAnswerToTheWhole(answersToTheWhole(Registry::SelectionTypeValues::getNode()))
+        , othersAnswerToTheWhole(answersToTheWhole(QString()))
+    {
     }
-    int index = -1;
-    handler.getElementFromInstance(QJsonArray {element.value}, element.name, index);
-    return index == 0 ? element.name : element.name.mid(slash + 1);
-}
+
+    QString answeredName(const TreeElement& element) const
+    {
+        const bool isWhole = element.kind == TreeElement::Kind::Selection ? selectionsAnswerToTheWhole
+            : element.kind == TreeElement::Kind::Node                     ? nodesAnswerToTheWhole
+                                                                          : othersAnswerToTheWhole;
+        return isWhole ? element.name : element.name.mid(element.name.lastIndexOf(QLatin1Char('/')) + 1);
+    }
+
+private:
+    static bool answersToTheWhole(const QString& type)
+    {
+        const QString name = QStringLiteral("a/b");
+        const QJsonObject element {{Registry::getKeySelectionType(), type}, {Registry::getKeyInstanceName(), name}};
+        int index = -1;
+        ConfigurationManifestHandler(QString(), QString(), QString())
+            .getElementFromInstance(QJsonArray {element}, name, index);
+        return index == 0;
+    }
+
+    const bool selectionsAnswerToTheWhole;
+    const bool nodesAnswerToTheWhole;
+    const bool othersAnswerToTheWhole;
+};
 
 QString pathOf(const TreeElement& element, const TreeElement* parent)
 {
@@ -61,33 +79,57 @@ QString pathOf(const TreeElement& element, const TreeElement* parent)
     return parent == nullptr ? element.answersTo : QString(parent->path % QLatin1Char('/') % element.answersTo);
 }
 
-// Fills in what an element's place makes of it, here and below.
-void locate(const ConfigurationManifestHandler& handler, TreeElements& siblings, const TreeElement* parent, int& count)
+// Fills in which siblings a sibling before them keeps look-ups from.
+void findShadowed(TreeElements& siblings)
 {
-    std::map<QString, int> firstPositions;
+    std::vector<TreeElement*> byName;
+    byName.reserve(siblings.size());
+    for (TreeElement& element : siblings) {
+        byName.push_back(&element);
+    }
+    std::sort(byName.begin(), byName.end(), [](const TreeElement* a, const TreeElement* b) {
+        const int order = QString::compare(a->answersTo, b->answersTo);
+        return order != 0 ? order < 0 : a->position() < b->position();
+    });
+    const TreeElement* first = nullptr;
+    for (TreeElement* const element : byName) {
+        if (first == nullptr || first->answersTo != element->answersTo) {
+            first = element;
+        } else {
+            element->shadowedBy = first->position();
+        }
+    }
+}
+
+// Fills in what an element's place makes of it, here and below.
+void locate(const NameRule& rule, TreeElements& siblings, const TreeElement* parent, int& count)
+{
     int position = 0;
     for (TreeElement& element : siblings) {
-        element.number = count++;
-        element.kind = kindOf(element.value);
-        element.name = element.object().value(Registry::getKeyInstanceName()).toString();
         element.positions = parent == nullptr ? QVector<int>() : parent->positions;
-        element.positions.append(position);
-        element.answersTo = answeredName(handler, element);
-        const auto first = firstPositions.emplace(element.answersTo, position);
-        element.shadowedBy = first.second ? -1 : first.first->second;
+        element.positions.append(position++);
+        if (element.value.isObject()) {
+            const QJsonObject object = element.object();
+            element.kind = kindOf(object);
+            element.name = object.value(Registry::getKeyInstanceName()).toString();
+            element.answersTo = rule.answeredName(element);
+        }
+    }
+    findShadowed(siblings);
+    for (TreeElement& element : siblings) {
+        element.number = count++;
         element.path = pathOf(element, parent);
         if (parent != nullptr) {
             element.pathAbove = parent->isReachable() ? parent->path : parent->pathAbove;
         }
-        locate(handler, element.children, &element, count);
-        ++position;
+        locate(rule, element.children, &element, count);
     }
 }
 
 void locate(TreeElements& elements)
 {
     int count = 0;
-    locate(ConfigurationManifestHandler(QString(), QString(), QString()), elements, nullptr, count);
+    locate(NameRule(), elements, nullptr, count);
 }
 
 TreeElements elementsOf(const QJsonArray& array)
