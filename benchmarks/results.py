@@ -10,12 +10,15 @@ SIZES = ("100", "2000", "20000")
 WIDTHS = ("wide200", "wide1000", "wide5000")
 
 # What does not depend on the machine. The others are in limits.txt.
+COMMANDS = ("check", "check-folder", "diff", "diff-folder", "explain", "merge", "merge-folder")
 LIMITS = {
     "create": {"calls": 5.8},
     "load": {"peak": 1.2},
     "sort": {"growth": 1.4},
     "collect": {"growth": 1.35},
     "overwrites": {"memory": 2.0},
+    # Three loads for each manifest and two creations for each folder. A merge holds three trees and what it makes of them.
+    **{command: {"of allowed": 1.0, "trees": 3.5 if command.startswith("merge") else 3.0} for command in COMMANDS},
 }
 
 
@@ -97,6 +100,10 @@ def gathered(folder):
         peaks = memory.get(row["name"])
         if peaks is not None:
             row["peak"] = peaks["library"] / peaks["parsing"]
+    commands = folder / "commands.json"
+    if commands.exists():
+        for row in json.loads(commands.read_text()):
+            rows.append({"name": f"{row['operation']}/{row['tree']}", **row})
     rows.append({"name": f"overwrites/{memory['saves']}", "operation": "overwrites", "memory": memory["growth"] / 1e6})
     return rows
 
