@@ -57,6 +57,7 @@ QVector<Command> createCommands();
 QVector<Command> showCommands();
 QVector<Command> queryCommands();
 QVector<Command> existsCommands();
+QVector<Command> explainCommands();
 QVector<Command> editCommands();
 QVector<Command> instancesCommands();
 QVector<Command> rewriteCommands();

@@ -183,20 +183,15 @@ const char* deviceWord(mode_t mode)
     return S_ISSOCK(mode) ? "a socket" : nullptr;
 }
 
-QString suffixOf(const QString& scheme)
-{
-    return scheme == ConfigurationAndProcessDataDefinitions::getSelectorUrlSchemeConfiguration()
-        ? ConfigurationStructureElement::getConfigurationFileSuffix()
-        : ConfigurationStructureElement::getProcessFileSuffix();
-}
-
 // One scan by the steps of the creator. Folders are known by two paths: the whole one, which the library gets, and the
 // one relative to the scanned folder, for people.
 class FolderReader {
 public:
-    FolderReader(const QString& folder, const QString& scheme)
+    // With `refusals` it notes there what it leaves out, instead of giving up, and makes no remarks.
+    FolderReader(const QString& folder, const QString& scheme, QVector<Refusal>* refusals = nullptr)
         : root(folder)
-        , suffix(suffixOf(scheme))
+        , suffix(descriptionSuffix(scheme))
+        , leftOut(refusals)
     {
     }
 
@@ -239,15 +234,19 @@ private:
         const bool leadsBack = std::any_of(folders.cbegin(), folders.cend(),
             [&](const FolderId& folder) { return folder.device == status.st_dev && folder.inode == status.st_ino; });
         if (leadsBack && status.st_mode != 0) {
-            return refuse(relativePath, QLatin1String("leads back to a folder that it lies in"));
+            refuse(relativePath, QLatin1String("leads back to a folder that it lies in"));
+            return goesOn();
         }
-        const bool isSafe = std::all_of(entries.cbegin(), entries.cend(),
-            [&](const QFileInfo& entry) { return isSafeToRead(entry, relativePath); });
-        if (!isSafe) {
-            return false;
+        QFileInfoList safeEntries;
+        for (const QFileInfo& entry : entries) {
+            if (isSafeToRead(entry, relativePath)) {
+                safeEntries.append(entry);
+            } else if (!goesOn()) {
+                return false;
+            }
         }
         folders.append({status.st_dev, status.st_ino});
-        const bool wasRead = readList(relativePath, entries, elements);
+        const bool wasRead = readList(relativePath, safeEntries, elements);
         folders.removeLast();
         return wasRead;
     }
@@ -292,7 +291,7 @@ private:
         const QVector<ReportedMessage>& messages, const QString& relativePath, const QFileInfoList& entries)
     {
         std::map<QString, QVector<Remark>> remarks;
-        if (messages.isEmpty()) {
+        if (messages.isEmpty() || goesOn()) {
             return remarks;
         }
         QVector<ReportedMessage> messagesAgain;
@@ -362,10 +361,20 @@ private:
         return word == nullptr || refuse(relativePath, QLatin1String("is ") % QLatin1String(word));
     }
 
+    // Always false.
     bool refuse(const QString& relativePath, const QString& reason)
     {
-        scan.refusal = relativePath % QLatin1String(": ") % reason;
+        if (goesOn()) {
+            leftOut->append({relativePath, reason});
+        } else {
+            scan.refusal = relativePath % QLatin1String(": ") % reason;
+        }
         return false;
+    }
+
+    bool goesOn() const
+    {
+        return leftOut != nullptr;
     }
 
     void addRemark(const Remark& remark)
@@ -376,6 +385,7 @@ private:
     const QString root;
     // Every list of the scan refers to it.
     const QString suffix;
+    QVector<Refusal>* const leftOut;
     // The folders from the root down to the one that is being read.
     QVector<FolderId> folders;
     FolderScan scan;
@@ -462,7 +472,24 @@ const TreeElement* findElement(const TreeElements& elements, const QString& path
     return found;
 }
 
+QString descriptionSuffix(const QString& scheme)
+{
+    return scheme == ConfigurationAndProcessDataDefinitions::getSelectorUrlSchemeConfiguration()
+        ? ConfigurationStructureElement::getConfigurationFileSuffix()
+        : ConfigurationStructureElement::getProcessFileSuffix();
+}
+
 FolderScan scanFolder(const QString& folder, const QString& scheme)
 {
     return FolderReader(folder, scheme).read();
+}
+
+FolderScan scanWithoutRefused(const QString& folder, const QString& scheme, QVector<Refusal>& refusals)
+{
+    return FolderReader(folder, scheme, &refusals).read();
+}
+
+void callSilently(const std::function<void()>& function)
+{
+    messagesOf(function);
 }

@@ -6,6 +6,7 @@
 #include <QtCore/QString>
 #include <QtCore/QVector>
 
+#include <functional>
 #include <vector>
 
 /// What was reported while a folder or a description file was read.
@@ -109,3 +110,23 @@ struct FolderScan {
  * A folder about which nothing is reported is read once, any other one twice.
  */
 FolderScan scanFolder(const QString& folder, const QString& scheme);
+
+/// The ending of the description files that a scheme collects.
+QString descriptionSuffix(const QString& scheme);
+
+/// What scanFolder() refuses.
+struct Refusal {
+    /// Relative to the scanned folder.
+    QString path;
+    /// As the rest of a sentence that begins with the path: "is a pipe".
+    QString reason;
+};
+
+/**
+ * Reads a folder as scanFolder() does, but goes on where that refuses: the entry that it is about is left out, with
+ * everything below it. Reads every folder once, so there are no remarks.
+ */
+FolderScan scanWithoutRefused(const QString& folder, const QString& scheme, QVector<Refusal>& refusals);
+
+/// Calls a function whose messages nobody is to see.
+void callSilently(const std::function<void()>& function);
