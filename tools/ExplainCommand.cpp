@@ -64,14 +64,18 @@ QStringList filesMeant(const QString& folder, const QString& what)
     return files;
 }
 
-QStringList toTexts(const KeyNotes& keys)
+// "hide (is a number, not a bool), iconName"
+QString toText(const KeyNotes& keys)
 {
-    QStringList texts;
+    QString text;
     for (const KeyNote& note : keys) {
-        texts.append(
-            note.note.isNull() ? note.key : QString(note.key % QLatin1String(" (") % note.note % QLatin1Char(')')));
+        text += text.isEmpty() ? QLatin1String("") : QLatin1String(", ");
+        text += note.key;
+        if (!note.note.isNull()) {
+            text += QLatin1String(" (") % note.note % QLatin1Char(')');
+        }
     }
-    return texts;
+    return text;
 }
 
 QString toText(const Damage& damage)
@@ -83,57 +87,51 @@ QString toText(const Damage& damage)
 // The instance path or why there is none, the place among the siblings, and where that comes from.
 QString describe(const EntryExplanation& entry)
 {
-    QStringList facts {
-        entry.instancePath.isNull() ? QString(QLatin1String("unreachable: ") % entry.unreachable)
-                                    : QString(QLatin1Char('\'') % entry.instancePath % QLatin1Char('\'')),
-        QStringLiteral("position %1").arg(entry.position),
-        entry.hasDisplayPosition ? QStringLiteral("display position %1").arg(entry.displayPosition)
-                                 : QStringLiteral("no display position"),
-    };
-    if (entry.isHidden) {
-        facts.append(QStringLiteral("hidden"));
-    }
+    QString text = entry.instancePath.isNull()
+        ? QString(QLatin1String("unreachable: ") % entry.unreachable % QLatin1Char(';'))
+        : QString(QLatin1Char('\'') % entry.instancePath % QLatin1String("',"));
+    text += QLatin1String(" position ") % QString::number(entry.position);
+    text += entry.hasDisplayPosition
+        ? QString(QLatin1String(", display position ") % QString::number(entry.displayPosition))
+        : QStringLiteral(", no display position");
+    text += entry.isHidden ? QLatin1String(", hidden") : QLatin1String("");
     if (!entry.isDescribed) {
-        facts.append(entry.description.isNull() ? QStringLiteral("no description")
-                                                : QStringLiteral("its description is damaged"));
+        text += entry.description.isNull() ? QLatin1String(", no description")
+                                           : QLatin1String(", its description is damaged");
     } else if (entry.description != entry.path) {
-        facts.append(QLatin1String("described by ") % entry.description);
+        text += QLatin1String(", described by ") % entry.description;
     }
-    const QString place = facts.takeFirst();
-    return place % (entry.instancePath.isNull() ? QLatin1String("; ") : QLatin1String(", "))
-        % facts.join(QLatin1String(", "));
+    return text;
 }
 
-void printLine(const EntryExplanation& entry, const QString& word, const QString& text)
+QString firstLineOf(const EntryExplanation& entry)
 {
-    print(printable(entry.path) % QLatin1Char('\t') % word % QLatin1Char('\t') % printable(text));
+    switch (entry.fate) {
+    case Fate::Absent:
+        return toText(entry.absence) % QLatin1String(": ") % entry.reason;
+    case Fate::Description:
+        return QLatin1String("of ") % entry.reason;
+    case Fate::Selection:
+    case Fate::Node:
+        break;
+    }
+    return describe(entry);
 }
 
 void printLines(const EntryExplanation& entry)
 {
-    switch (entry.fate) {
-    case Fate::Absent:
-        printLine(entry, toText(entry.fate), toText(entry.absence) % QLatin1String(": ") % entry.reason);
-        break;
-    case Fate::Description:
-        printLine(entry, toText(entry.fate), QLatin1String("of ") % entry.reason);
-        break;
-    case Fate::Selection:
-    case Fate::Node:
-        printLine(entry, toText(entry.fate), describe(entry));
-        break;
-    }
-    if (!entry.damage.text.isNull()) {
-        printLine(entry, QStringLiteral("damage"), toText(entry.damage));
-    }
-    const auto printKeys = [&](const QString& word, const KeyNotes& keys) {
-        if (!keys.isEmpty()) {
-            printLine(entry, word, toTexts(keys).join(QLatin1String(", ")));
+    const QString path = printable(entry.path);
+    QString lines = path % QLatin1Char('\t') % toText(entry.fate) % QLatin1Char('\t') % printable(firstLineOf(entry));
+    const auto addLine = [&](QLatin1String word, const QString& text) {
+        if (!text.isEmpty()) {
+            lines += QLatin1Char('\n') % path % QLatin1Char('\t') % word % QLatin1Char('\t') % printable(text);
         }
     };
-    printKeys(QStringLiteral("taken"), entry.taken);
-    printKeys(QStringLiteral("defaulted"), entry.defaulted);
-    printKeys(QStringLiteral("ignored"), entry.ignored);
+    addLine(QLatin1String("damage"), toText(entry.damage));
+    addLine(QLatin1String("taken"), toText(entry.taken));
+    addLine(QLatin1String("defaulted"), toText(entry.defaulted));
+    addLine(QLatin1String("ignored"), toText(entry.ignored));
+    print(lines);
 }
 
 // Null as JSON.

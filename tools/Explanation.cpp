@@ -17,6 +17,7 @@
 #include <map>
 #include <memory>
 #include <utility>
+#include <vector>
 
 #include <dirent.h>
 #include <fcntl.h>
@@ -117,31 +118,6 @@ Description unreadable(int error)
     return damaged(QLatin1String("unreadable: ") % qt_error_string(error));
 }
 
-// Returns the error number.
-int readToTheEnd(int file, qint64 size, QByteArray& content)
-{
-    // One byte more than there should be shows the end.
-    content.resize(static_cast<int>(qMin<qint64>(size, 1 << 30)) + 1);
-    int length = 0;
-    for (;;) {
-        const ssize_t count = read(file, content.data() + length, static_cast<std::size_t>(content.size() - length));
-        if (count < 0 && errno == EINTR) {
-            continue;
-        }
-        if (count <= 0) {
-            content.truncate(length);
-            return count < 0 ? errno : 0;
-        }
-        length += static_cast<int>(count);
-        if (length == content.size()) {
-            if (length >= 1 << 30) {
-                return EFBIG;
-            }
-            content.resize(2 * length);
-        }
-    }
-}
-
 bool startsCharacter(char byte)
 {
     return (static_cast<uchar>(byte) & 0xC0) != 0x80;
@@ -170,12 +146,12 @@ Description notJson(const QByteArray& content, const QJsonParseError& error)
 
 Description parse(const QByteArray& content)
 {
-    QByteArray withoutReturns = content;
-    if (content.contains('\r')) {
-        withoutReturns.replace("\r", "");
+    QByteArray text = content;
+    if (text.contains('\r')) {
+        text.replace("\r", "");
     }
     QJsonParseError error;
-    const QJsonDocument document = QJsonDocument::fromJson(withoutReturns, &error);
+    const QJsonDocument document = QJsonDocument::fromJson(text, &error);
     if (error.error != QJsonParseError::NoError) {
         return notJson(content, error);
     }
@@ -188,31 +164,64 @@ Description parse(const QByteArray& content)
     return description;
 }
 
-Description readDescription(const QByteArray& path)
+Description noFile(mode_t mode)
 {
-    // A look first: opening a device can do something to it.
-    struct stat status = {};
-    if (stat(path.constData(), &status) != 0) {
-        const int error = errno;
-        struct stat link = {};
-        return error == ENOENT && lstat(path.constData(), &link) != 0 ? Description() : unreadable(error);
-    }
-    if (!S_ISREG(status.st_mode)) {
-        const QLatin1String word(S_ISDIR(status.st_mode) ? "a folder" : wordFor(status.st_mode));
-        Description description = damaged(QLatin1String("is ") % word % QLatin1String(", not a file"));
-        description.state = Description::State::NoFile;
-        return description;
-    }
-    const Descriptor file(open(path.constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY));
-    QByteArray content;
-    if (!file.isOpen()) {
-        return unreadable(errno);
-    }
-    if (const int error = readToTheEnd(file.get(), status.st_size, content)) {
-        return unreadable(error);
-    }
-    return parse(content);
+    const QLatin1String word(S_ISDIR(mode) ? "a folder" : wordFor(mode));
+    Description description = damaged(QLatin1String("is ") % word % QLatin1String(", not a file"));
+    description.state = Description::State::NoFile;
+    return description;
 }
+
+// Reads descriptions one after the other.
+class DescriptionReader {
+public:
+    // The scan has seen that it is nothing that should not be opened.
+    Description read(const QByteArray& path)
+    {
+        const Descriptor file(open(path.constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY));
+        struct stat status = {};
+        if (!file.isOpen()) {
+            const int error = errno;
+            return error == ENOENT && lstat(path.constData(), &status) != 0 ? Description() : unreadable(error);
+        }
+        if (const int error = readContent(file.get())) {
+            return fstat(file.get(), &status) == 0 && !S_ISREG(status.st_mode) ? noFile(status.st_mode)
+                                                                               : unreadable(error);
+        }
+        return parse(QByteArray::fromRawData(buffer.constData(), length));
+    }
+
+private:
+    // Returns the error number.
+    int readContent(int file)
+    {
+        length = 0;
+        for (;;) {
+            const ssize_t count =
+                ::read(file, buffer.data() + length, static_cast<std::size_t>(buffer.size() - length));
+            if (count < 0 && errno != EINTR) {
+                return errno;
+            }
+            length += count > 0 ? static_cast<int>(count) : 0;
+            // A file gives all that was asked for, but at its end.
+            if (count >= 0 && length < buffer.size()) {
+                return 0;
+            }
+            if (length == most) {
+                return EFBIG;
+            }
+            if (length == buffer.size()) {
+                buffer.resize(qMin(2 * length, most));
+            }
+        }
+    }
+
+    static constexpr int most = 1 << 30;
+
+    // Kept from one file to the next one.
+    QByteArray buffer {1 << 16, Qt::Uninitialized};
+    int length = 0;
+};
 
 QString wordFor(QJsonValue::Type type)
 {
@@ -253,6 +262,7 @@ class KeyTrials {
 public:
     explicit KeyTrials(bool forNodes)
         : isNode(forNodes)
+        , withoutDescription(made(QJsonObject()).getElementAsJsonObject())
     {
     }
 
@@ -260,35 +270,46 @@ public:
     struct Tried {
         /// Types of values that the library takes from a description.
         QVector<QJsonValue::Type> types;
+        /// Its value in an element without a description; undefined when it is not there.
+        QJsonValue usualValue;
     };
-    using Trial = std::map<QString, Tried>::const_iterator;
+    using Trial = std::pair<const QString, Tried>;
 
-    /// Tries what has not been tried yet of the keys of two objects, all at once.
-    void tryKeys(const QJsonObject& description, const QJsonObject& element)
+    /// What is known of a key of one of two objects, of which all are tried at once that have not been tried yet.
+    const Trial& find(const QString& key, const QJsonObject& description, const QJsonObject& element)
     {
-        QStringList untried;
+        // Objects have their keys in order, and most of them the same keys.
+        if (next == tried.end() || next->first != key) {
+            next = tried.find(key);
+        }
+        if (next != tried.end()) {
+            return *next++;
+        }
+        QStringList untried(key);
+        tried.emplace(key, Tried());
         for (const QJsonObject* const object : {&description, &element}) {
             for (auto member = object->begin(); member != object->end(); ++member) {
-                const QString key = member.key();
-                if (tried.emplace(key, Tried()).second) {
-                    untried.append(key);
+                if (tried.emplace(member.key(), Tried()).second) {
+                    untried.append(member.key());
                 }
             }
         }
-        const QString& positionKey = Registry::getKeyDisplayPosition();
-        if (tried.emplace(positionKey, Tried()).second) {
-            untried.append(positionKey);
+        for (const QJsonValue& sample : samples()) {
+            trySample(untried, sample);
         }
-        if (!untried.isEmpty()) {
-            for (const QJsonValue& sample : samples()) {
-                trySample(untried, sample);
-            }
+        for (const QString& each : qAsConst(untried)) {
+            tried[each].usualValue = withoutDescription.value(each);
         }
+        next = tried.find(key);
+        return *next++;
     }
 
-    Trial find(const QString& key) const
+    /// The element that the library makes of a description.
+    Element made(const QJsonObject& description, const QString& name = {}) const
     {
-        return tried.find(key);
+        std::unique_ptr<Element> element;
+        callSilently([&] { element = std::make_unique<Element>(description, name, isNode); });
+        return *element;
     }
 
 private:
@@ -307,23 +328,26 @@ private:
         for (const QString& key : keys) {
             description.insert(key, sample);
         }
-        const Element made(description, QString(), isNode);
-        const QJsonObject element = made.getElementAsJsonObject();
+        const Element element = made(description);
+        const QJsonObject members = element.getElementAsJsonObject();
         for (const QString& key : keys) {
             const bool isTaken = key == Registry::getKeyDisplayPosition()
-                ? made.getDisplayPosition() == sample.toInt(notThere)
-                : element.value(key) == sample;
+                ? element.getDisplayPosition() == sample.toInt(notThere)
+                : members.value(key) == sample;
             if (isTaken) {
                 tried[key].types.append(sample.type());
             }
         }
     }
 
-    // No display position of any sample.
+    // The display position of no sample.
     static constexpr int notThere = -2;
 
     const bool isNode;
+    const QJsonObject withoutDescription;
     std::map<QString, Tried> tried;
+    // Behind the one that was found last.
+    std::map<QString, Tried>::const_iterator next = tried.end();
 };
 
 QString reasonAgainst(const QJsonValue& value, const QVector<QJsonValue::Type>& types)
@@ -339,80 +363,131 @@ QString reasonAgainst(const QJsonValue& value, const QVector<QJsonValue::Type>& 
     return isEmpty ? QStringLiteral("is empty") : QString(QLatin1String("is ") % inShort(value));
 }
 
+QJsonObject withoutChildren(QJsonObject object)
+{
+    object.remove(Registry::getKeySubstructure());
+    return object;
+}
+
 // Compares descriptions with what was made of them.
 class KeyComparison {
 public:
-    // Notes what became of every key. The description is the one that `element`, an object of a manifest, was made from.
-    void compare(const QJsonObject& description, const QJsonObject& element, EntryExplanation& entry)
+    // Notes what became of every key of the description that an element was made from. False when it was made from
+    // another one.
+    bool compare(const QJsonObject& description, const TreeElement& element, EntryExplanation& entry)
     {
         KeyTrials& trials = entry.fate == Fate::Node ? ofNodes : ofSelections;
-        trials.tryKeys(description, element);
-        for (auto member = element.begin(); member != element.end(); ++member) {
-            const KeyTrials::Trial trial = trials.find(member.key());
-            compareMember(description.value(trial->first), member.value(), *trial, entry);
-        }
-        for (auto member = description.begin(); member != description.end(); ++member) {
-            const KeyTrials::Trial trial = trials.find(member.key());
-            if (!element.contains(trial->first) && trial->first != Registry::getKeyDisplayPosition()) {
-                entry.ignored.append({trial->first,
-                    trial->second.types.isEmpty() ? QString() : reasonAgainst(member.value(), trial->second.types)});
+        const QJsonObject members = element.object();
+        isInDoubt = false;
+        list(description, describedMembers);
+        list(members, madeMembers);
+        entry.taken.reserve(static_cast<int>(qMin(describedMembers.size(), madeMembers.size())));
+        QJsonValue describedPosition(QJsonValue::Undefined);
+        auto described = describedMembers.cbegin();
+        for (auto made = madeMembers.cbegin(); described != describedMembers.cend() || made != madeMembers.cend();) {
+            const bool isMade =
+                made != madeMembers.cend() && (described == describedMembers.cend() || !(described->key < made->key));
+            const bool isDescribed = described != describedMembers.cend() && (!isMade || described->key == made->key);
+            const QString& key = isMade ? made->key : described->key;
+            if (isDescribed && key == Registry::getKeyDisplayPosition()) {
+                describedPosition = described->value;
+            } else if (isMade) {
+                compareMember(isDescribed ? described->value : QJsonValue(QJsonValue::Undefined), made->value,
+                    trials.find(key, description, members), entry);
+            } else {
+                noteLeftOut(described->value, trials.find(key, description, members), entry);
             }
+            made += isMade ? 1 : 0;
+            described += isDescribed ? 1 : 0;
         }
-        comparePosition(description, *trials.find(Registry::getKeyDisplayPosition()), entry);
+        const QString& positionKey = Registry::getKeyDisplayPosition();
+        comparePosition(describedPosition, trials.find(positionKey, description, members), element, entry);
+        if (!isInDoubt) {
+            return true;
+        }
+        const Element again = trials.made(description, element.name);
+        return again.getDisplayPosition() == element.displayPosition
+            && withoutChildren(again.getElementAsJsonObject()) == withoutChildren(members);
     }
 
 private:
-    using Trial = std::pair<const QString, KeyTrials::Tried>;
+    using Trial = KeyTrials::Trial;
 
-    static void compareMember(
-        const QJsonValue& described, const QJsonValue& made, const Trial& trial, EntryExplanation& entry)
+    struct Member {
+        QString key;
+        QJsonValue value;
+    };
+
+    // The members of an object, sorted as texts are.
+    static void list(const QJsonObject& object, std::vector<Member>& members)
+    {
+        members.clear();
+        for (auto member = object.begin(); member != object.end(); ++member) {
+            members.push_back({member.key(), member.value()});
+        }
+        const auto isLess = [](const Member& a, const Member& b) { return a.key < b.key; };
+        if (!std::is_sorted(members.begin(), members.end(), isLess)) {
+            std::sort(members.begin(), members.end(), isLess);
+        }
+    }
+
+    void compareMember(const QJsonValue& described, const QJsonValue& made, const Trial& trial, EntryExplanation& entry)
     {
         const QString& key = trial.first;
         const QVector<QJsonValue::Type>& types = trial.second.types;
         // The one key that the scan fills in.
         const bool isChildren = key == Registry::getKeySubstructure();
-        if (isChildren && !described.isUndefined()) {
-            entry.ignored.append({key, QStringLiteral("is made of what the folder holds")});
-        } else if (described.isUndefined()) {
+        if (described.isUndefined()) {
             if (!types.isEmpty() && !isChildren) {
                 entry.defaulted.append({key, {}});
+                // Of the name everybody has another one.
+                isInDoubt = isInDoubt || (key != Registry::getKeyInstanceName() && made != trial.second.usualValue);
             }
+        } else if (isChildren) {
+            entry.ignored.append({key, QStringLiteral("is made of what the folder holds")});
         } else if (described == made) {
             entry.taken.append({key, {}});
         } else if (types.isEmpty()) {
             entry.ignored.append({key, QLatin1String("is always ") % inShort(made)});
         } else {
+            isInDoubt = true;
             entry.defaulted.append({key, reasonAgainst(described, types)});
         }
     }
 
-    static void comparePosition(const QJsonObject& description, const Trial& trial, EntryExplanation& entry)
+    // Notes a key that the element does not have.
+    void noteLeftOut(const QJsonValue& described, const Trial& trial, EntryExplanation& entry)
+    {
+        const QVector<QJsonValue::Type>& types = trial.second.types;
+        isInDoubt = isInDoubt || !types.isEmpty();
+        entry.ignored.append({trial.first, types.isEmpty() ? QString() : reasonAgainst(described, types)});
+    }
+
+    void comparePosition(
+        const QJsonValue& described, const Trial& trial, const TreeElement& element, EntryExplanation& entry)
     {
         const QString& key = trial.first;
-        const QJsonValue described = description.value(key);
+        entry.displayPosition = element.displayPosition;
         entry.hasDisplayPosition = trial.second.types.contains(described.type());
-        if (described.isUndefined()) {
-            entry.defaulted.append({key, {}});
-        } else if (!entry.hasDisplayPosition) {
-            entry.defaulted.append({key, reasonAgainst(described, trial.second.types)});
+        if (!entry.hasDisplayPosition) {
+            isInDoubt = isInDoubt || element.displayPosition != Element().getDisplayPosition();
+            entry.defaulted.append(
+                {key, described.isUndefined() ? QString() : reasonAgainst(described, trial.second.types)});
+        } else if (described == QJsonValue(element.displayPosition)) {
+            entry.taken.append({key, {}});
         } else {
-            const bool isWhole = described == QJsonValue(entry.displayPosition);
-            entry.taken.append(
-                {key, isWhole ? QString() : QString(QLatin1String("as ") % QString::number(entry.displayPosition))});
+            isInDoubt = true;
+            entry.taken.append({key, QLatin1String("as ") % QString::number(element.displayPosition)});
         }
     }
 
     KeyTrials ofSelections {false};
     KeyTrials ofNodes {true};
+    std::vector<Member> describedMembers;
+    std::vector<Member> madeMembers;
+    // Whether something is in the element that may come from another description.
+    bool isInDoubt = false;
 };
-
-QJsonObject withoutChildren(QJsonObject object)
-{
-    if (object.contains(Registry::getKeySubstructure())) {
-        object.remove(Registry::getKeySubstructure());
-    }
-    return object;
-}
 
 struct FolderId {
     dev_t device;
@@ -473,8 +548,9 @@ private:
         std::vector<bool> isElement(names.size());
         for (const TreeElement& element : elements) {
             sources.push_back(sourceName(element, folder));
-            const auto name = std::lower_bound(names.begin(), names.end(), QFile::encodeName(sources.back()));
-            if (name != names.end() && *name == QFile::encodeName(sources.back())) {
+            const QByteArray source = QFile::encodeName(sources.back());
+            const auto name = std::lower_bound(names.begin(), names.end(), source);
+            if (name != names.end() && *name == source) {
                 isElement[static_cast<std::size_t>(name - names.begin())] = true;
             }
         }
@@ -526,7 +602,7 @@ private:
         }
         const QByteArray path = folder.path + '/' + QFile::encodeName(name);
         if (entry.fate == Fate::Selection) {
-            const Description description = readDescription(path);
+            const Description description = reader.read(path);
             entry.description = entry.path;
             entry.damage = description.damage;
             compare(description, element, entry);
@@ -561,25 +637,19 @@ private:
         }
     }
 
-    static Description readFolderDescription(const QByteArray& path)
+    Description readFolderDescription(const QByteArray& path)
     {
-        return readDescription(path + '/' + QFile::encodeName(Element::getFolderDescriptionFilename()));
+        return reader.read(path + '/' + QFile::encodeName(Element::getFolderDescriptionFilename()));
     }
 
     void compare(const Description& description, const TreeElement& element, EntryExplanation& entry)
     {
         entry.isDescribed = description.state == Description::State::Read;
-        const QJsonObject object = element.object();
-        callSilently([&] {
-            const Element again(description.object, element.name, entry.fate == Fate::Node);
-            entry.displayPosition = again.getDisplayPosition();
-            // A description that has gone since the scan looks as if it had never been there.
-            const bool hasGone = entry.fate == Fate::Selection && description.state == Description::State::Missing;
-            if (hasGone || withoutChildren(again.getElementAsJsonObject()) != withoutChildren(object)) {
-                entry.damage = {QStringLiteral("has changed while the folder was read"), 0, 0};
-            }
-            comparison.compare(description.object, object, entry);
-        });
+        // What has gone since the scan looks as if it had never been there.
+        const bool hasGone = entry.fate == Fate::Selection && description.state == Description::State::Missing;
+        if (!comparison.compare(description.object, element, entry) || hasGone) {
+            entry.damage = {QStringLiteral("has changed while the folder was read"), 0, 0};
+        }
     }
 
     static QString reasonForUnreachable(
@@ -801,6 +871,7 @@ private:
     std::map<QString, QString> refused;
     // From the scanned folder down to the one that is being explained.
     QVector<FolderId> folders;
+    DescriptionReader reader;
     KeyComparison comparison;
     FolderExplanation explanation;
 };

@@ -5,7 +5,7 @@
 #include <QtCore/QString>
 #include <QtCore/QVector>
 
-#include <vector>
+#include <deque>
 
 /// What became of an entry of a folder.
 enum class Fate {
@@ -111,7 +111,7 @@ struct EntryExplanation {
 struct FolderExplanation {
     /// Every entry at every level: the description of a folder first, then its elements in the order of the manifest,
     /// then the rest by name; behind a folder what is in it.
-    std::vector<EntryExplanation> entries;
+    std::deque<EntryExplanation> entries;
     /// Why no manifest of the folder can be created. Everything is explained as if these entries were not there.
     QVector<Refusal> refusals;
     /// Whether no manifest is created, since the folder has no visible entries.

@@ -43,9 +43,13 @@ TreeElement::Kind kindOf(const QJsonValue& value)
 // Lookups know the rule. Every element answers to one name, which is its whole name or the last segment of it.
 QString answeredName(const ConfigurationManifestHandler& handler, const TreeElement& element)
 {
+    const int slash = element.name.lastIndexOf(QLatin1Char('/'));
+    if (slash < 0) {
+        return element.name;
+    }
     int index = -1;
     handler.getElementFromInstance(QJsonArray {element.value}, element.name, index);
-    return index == 0 ? element.name : element.name.mid(element.name.lastIndexOf(QLatin1Char('/')) + 1);
+    return index == 0 ? element.name : element.name.mid(slash + 1);
 }
 
 QString pathOf(const TreeElement& element, const TreeElement* parent)
@@ -147,6 +151,23 @@ private:
 };
 
 MessageCapture* MessageCapture::current = nullptr;
+
+// Nobody gets the messages of its lifetime.
+class Silence {
+public:
+    Silence()
+        : previousHandler(qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {}))
+    {
+    }
+    ~Silence()
+    {
+        qInstallMessageHandler(previousHandler);
+    }
+    Q_DISABLE_COPY(Silence)
+
+private:
+    const QtMessageHandler previousHandler;
+};
 
 template <typename Function>
 QVector<ReportedMessage> messagesOf(const Function& function)
@@ -254,11 +275,16 @@ private:
     bool readList(const QString& relativePath, const QFileInfoList& entries, TreeElements& elements)
     {
         QVector<ConfigurationStructureElement> described;
-        const QVector<ReportedMessage> messages = messagesOf([&] {
+        const auto describe = [&] {
             // The list, and only it, knows the order of elements with the same position.
             described = ConfigurationStructureElementList(entries, root, suffix).getElementList();
-        });
-        const std::map<QString, QVector<Remark>> remarks = attributed(messages, relativePath, entries);
+        };
+        std::map<QString, QVector<Remark>> remarks;
+        if (goesOn()) {
+            callSilently(describe);
+        } else {
+            remarks = attributed(messagesOf(describe), relativePath, entries);
+        }
         for (const ConfigurationStructureElement& source : std::as_const(described)) {
             const QFileInfo entry = source.getFileInfo();
             QJsonObject object = source.getElementAsJsonObject();
@@ -276,6 +302,7 @@ private:
             }
             element.value = object;
             element.source = sourceOf(entry, relativePath);
+            element.displayPosition = source.getDisplayPosition();
             const auto own = remarks.find(entry.fileName());
             if (own != remarks.end()) {
                 element.remarks = own->second;
@@ -291,7 +318,7 @@ private:
         const QVector<ReportedMessage>& messages, const QString& relativePath, const QFileInfoList& entries)
     {
         std::map<QString, QVector<Remark>> remarks;
-        if (messages.isEmpty() || goesOn()) {
+        if (messages.isEmpty()) {
             return remarks;
         }
         QVector<ReportedMessage> messagesAgain;
@@ -344,7 +371,8 @@ private:
 
     bool isSafeToRead(const QFileInfo& entry, const QString& relativePath)
     {
-        if (!ConfigurationStructureElement().validateObject(entry, suffix)) {
+        // What the listing knows is not asked again.
+        if (entry.isFile() || !judge.validateObject(entry, suffix)) {
             return true;
         }
         const QString relativeEntry = below(relativePath, entry.fileName());
@@ -386,6 +414,8 @@ private:
     // Every list of the scan refers to it.
     const QString suffix;
     QVector<Refusal>* const leftOut;
+    // Knows which entries are read.
+    ConfigurationStructureElement judge;
     // The folders from the root down to the one that is being read.
     QVector<FolderId> folders;
     FolderScan scan;
@@ -491,5 +521,6 @@ FolderScan scanWithoutRefused(const QString& folder, const QString& scheme, QVec
 
 void callSilently(const std::function<void()>& function)
 {
-    messagesOf(function);
+    const Silence silence;
+    function();
 }

@@ -51,6 +51,8 @@ struct TreeElement {
     /// The description file that it was made from, or the folder where that has none; relative to the scanned folder.
     /// Null when the tree was read from a manifest.
     QString source;
+    /// The position that it was sorted by; -1 when the description gives none, and of what was read from a manifest.
+    int displayPosition = -1;
     /// What was reported while it was read from there.
     QVector<Remark> remarks;
 
