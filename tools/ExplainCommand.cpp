@@ -13,6 +13,7 @@
 #include <QtCore/QJsonDocument>
 #include <QtCore/QJsonObject>
 
+#include <algorithm>
 #include <cerrno>
 #include <numeric>
 
@@ -60,7 +61,8 @@ QStringList filesMeant(const QString& folder, const QString& what)
         behind(QFileInfo(folder).canonicalFilePath(), QDir::cleanPath(followed)),
         QDir::isAbsolutePath(what) ? QString() : QDir::cleanPath(what),
     };
-    files.removeAll(QString());
+    files.erase(
+        std::remove_if(files.begin(), files.end(), [](const QString& file) { return file.isNull(); }), files.end());
     return files;
 }
 

@@ -1007,7 +1007,9 @@ DeadEnd deadEndOf(const FolderExplanation& explanation, const QString& instanceP
             deadEnd.namesakes.append(i);
         }
     }
-    const int nearest = knownNames.indexOf(nearestWord(deadEnd.missing, knownNames));
-    deadEnd.nearest = nearest < 0 ? QString() : paths.at(nearest);
+    const QString nearest = nearestWord(deadEnd.missing, knownNames);
+    if (!nearest.isNull() && deadEnd.namesakes.isEmpty()) {
+        deadEnd.nearest = paths.at(knownNames.indexOf(nearest));
+    }
     return deadEnd;
 }

@@ -141,10 +141,11 @@ struct DeadEnd {
     QString reached;
     /// The name that there is not below it.
     QString missing;
-    /// The instance path below it, or the path of the entry there, whose name comes nearest; null when none is near.
-    QString nearest;
     /// Entries of that name in the folder of the last element.
     QVector<int> namesakes;
+    /// Without any, the instance path below it, or the path of the entry there, whose name comes nearest; null when none
+    /// is near.
+    QString nearest;
 };
 
 DeadEnd deadEndOf(const FolderExplanation& explanation, const QString& instancePath);
