@@ -58,6 +58,7 @@ QVector<Command> showCommands();
 QVector<Command> queryCommands();
 QVector<Command> existsCommands();
 QVector<Command> compareCommands();
+QVector<Command> explainCommands();
 QVector<Command> mergeCommands();
 QVector<Command> editCommands();
 QVector<Command> instancesCommands();

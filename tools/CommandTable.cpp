@@ -8,7 +8,7 @@ const QVector<CommandGroup>& commandGroups()
         {QStringLiteral("Create a manifest"), createCommands()},
         {QStringLiteral("Look at a manifest"),
             showCommands() + queryCommands() + instancesCommands() + existsCommands()},
-        {QStringLiteral("Compare manifests and folders"), compareCommands() + mergeCommands()},
+        {QStringLiteral("Compare manifests and folders"), compareCommands() + explainCommands() + mergeCommands()},
         {QStringLiteral("Edit a manifest"), editCommands() + rewriteCommands()},
         {QStringLiteral("Help"), helpCommands()},
     };

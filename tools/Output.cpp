@@ -92,6 +92,11 @@ bool isTerminal()
 
 QString printable(const QString& text)
 {
+    const bool isPlain = std::all_of(
+        text.cbegin(), text.cend(), [](QChar unit) { return unit >= QLatin1Char(' ') && unit <= QLatin1Char('~'); });
+    if (isPlain) {
+        return text;
+    }
     return withoutUnsafe(text, escapedInText);
 }
 
