@@ -168,7 +168,7 @@ void tst_ProgramHelp::readmeHasTheExitStatusesOfEveryCommand()
         QVERIFY2(readme.contains(row + u'\n'), qPrintable(row));
     }
     QCOMPARE(readme.count(QRegularExpression(
-                 u"^\\| `(create|show|exists|explain|set|help)\\b"_qs, QRegularExpression::MultilineOption)),
+                 u"^\\| `(create|show|exists|check|diff|explain|merge|set|help)\\b"_qs, QRegularExpression::MultilineOption)),
         rows.size());
 }
 
