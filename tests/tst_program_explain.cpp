@@ -383,6 +383,7 @@ void tst_ProgramExplain::damageHasItsPlace_data()
         u"not JSON: missing name separator"_qs);
     row("behind such a line end", "{\"a\" \r\n1}", 2, 2, u"not JSON: missing name separator"_qs);
     row("before such a line end", "{\"a\" 1\r\n}", 1, 7, u"not JSON: missing name separator"_qs);
+    row("behind a carriage return alone", "{\"a\" 1\r}", 1, 8, u"not JSON: missing name separator"_qs);
     row("characters of several bytes", "{\"\xC3\xA4\xE6\x97\xA5\" 1}", 1, 8, u"not JSON: missing name separator"_qs);
     row("byte order mark", "\xEF\xBB\xBF{\"a\" 1}", 1, 7, u"not JSON: missing name separator"_qs);
     row("line after the last one", "{\"a\":1,\n", 2, 1, u"not JSON: unterminated object"_qs);
@@ -606,6 +607,7 @@ void tst_ProgramExplain::whatChangesMeanwhileIsSaid_data()
     QTest::addColumn<QByteArray>("after");
     QTest::addColumn<bool>("isSaid");
     QTest::newRow("gone") << good << QByteArray() << true;
+    QTest::newRow("gone, with nothing in it") << QByteArray("{}") << QByteArray() << true;
     QTest::newRow("other value") << good << QByteArray(R"({"displayPosition":1,"hide":true,"iconName":"i"})") << true;
     QTest::newRow("key that is missing now") << good << QByteArray(R"({"displayPosition":1,"hide":false})") << true;
     QTest::newRow("other position") << good << QByteArray(R"({"displayPosition":2,"hide":false,"iconName":"i"})")
@@ -797,7 +799,8 @@ void tst_ProgramExplain::troubleIsTrouble_data()
     QTest::newRow("unknown scheme")
         << u"open --scheme x"_qs
         << QByteArray("'x' is neither 'configuration' nor 'process'; --any-scheme takes it all the same");
-    QTest::newRow("too much given") << u"open a b"_qs << QByteArray("explain takes FOLDER [WHAT]; see ");
+    QTest::newRow("nothing but slashes") << u"open //"_qs << QByteArray("PATH is empty");
+    QTest::newRow("too much given") << u"open a b"_qs << QByteArray("explain takes FOLDER [PATH|FILE]; see ");
 }
 
 void tst_ProgramExplain::troubleIsTrouble()
@@ -813,7 +816,7 @@ void tst_ProgramExplain::troubleIsTrouble()
     QVERIFY(chmod(QFile::encodeName(base.filePath(u"closed"_qs)).constData(), 0700) == 0);
     QCOMPARE(run.status, 2);
     QCOMPARE(run.output, QByteArray());
-    QVERIFY2(run.errors.startsWith("configuration-manifest: " + complaint), run.errors.constData());
+    QVERIFY2(run.errors.contains("configuration-manifest: " + complaint), run.errors.constData());
     // A folder with nothing in it is none.
     const ProgramRun empty = Program().in(base.path()).run(u"explain open"_qs);
     QCOMPARE(empty.status, 0);
