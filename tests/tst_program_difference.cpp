@@ -474,6 +474,10 @@ void tst_ProgramDifference::hugeTreesAreComparedQuickly_data()
     };
     const QJsonArray numbers = manyOf(number);
     const QJsonArray twins = manyOf([](int) { return u"twin"_qs; });
+    QJsonArray veryMany;
+    for (int i = 0; i < 3 * many; ++i) {
+        veryMany.append(selection(number(i)));
+    }
     QJsonArray fewer = twins;
     fewer.removeFirst();
     QTest::newRow("reversed") << numbers << reversed(numbers) << many - 1;
@@ -482,6 +486,9 @@ void tst_ProgramDifference::hugeTreesAreComparedQuickly_data()
     QTest::newRow("everything moved to another parent")
         << QJsonArray {node(u"a"_qs, numbers), node(u"b"_qs, {})}
         << QJsonArray {node(u"a"_qs, {}), node(u"b"_qs, numbers)} << many;
+    QTest::newRow("node with all its children moved to another parent")
+        << QJsonArray {node(u"a"_qs, veryMany), node(u"b"_qs, {})}
+        << QJsonArray {node(u"b"_qs, {node(u"a"_qs, veryMany)})} << 1;
     QTest::newRow("everything below many levels moved with its parent")
         << QJsonArray {node(u"a"_qs, {node(u"x"_qs, inChain(numbers))}), node(u"b"_qs, {})}
         << QJsonArray {node(u"a"_qs, {}), node(u"b"_qs, {node(u"x"_qs, inChain(numbers))})} << 1;
