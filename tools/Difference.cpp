@@ -152,12 +152,19 @@ private:
                 result.append({key, valueBefore, valueAfter});
             }
         };
-        for (auto member = earlier.constBegin(); member != earlier.constEnd(); ++member) {
+        auto member = earlier.constBegin();
+        auto other = later.constBegin();
+        // Mostly all keys are the same, and nothing has to be looked up.
+        for (; member != earlier.constEnd() && other != later.constEnd() && member.key() == other.key(); ++member) {
+            compareKey(member.key(), member.value(), other.value());
+            ++other;
+        }
+        for (; member != earlier.constEnd(); ++member) {
             compareKey(member.key(), member.value(), later.value(member.key()));
         }
-        for (auto member = later.constBegin(); member != later.constEnd(); ++member) {
-            if (!earlier.contains(member.key())) {
-                compareKey(member.key(), QJsonValue(QJsonValue::Undefined), member.value());
+        for (; other != later.constEnd(); ++other) {
+            if (!earlier.contains(other.key())) {
+                compareKey(other.key(), QJsonValue(QJsonValue::Undefined), other.value());
             }
         }
         std::sort(result.begin(), result.end(), [](const KeyChange& a, const KeyChange& b) { return a.key < b.key; });

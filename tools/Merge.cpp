@@ -51,15 +51,23 @@ bool isStampKey(const QString& key)
     return key == Registry::getKeyModuleName() || key == Registry::getKeyObjectName();
 }
 
+bool haveTheSameStamps(const TreeElement& a, const TreeElement& b)
+{
+    return a.kind == b.kind
+        && a.object().value(Registry::getKeyModuleName()) == b.object().value(Registry::getKeyModuleName())
+        && a.object().value(Registry::getKeyObjectName()) == b.object().value(Registry::getKeyObjectName());
+}
+
 // Whether two elements differ in what is their own: neither in their children nor in their stamps.
 bool isChangedItself(const TreeElement& before, const TreeElement& after)
 {
     if (!before.value.isObject() || !after.value.isObject()) {
         return before.value != after.value;
     }
-    const auto ownMembers = [](const TreeElement& element) {
+    const bool areWithoutChildren = before.children.empty() && after.children.empty();
+    const auto ownMembers = [&](const TreeElement& element) {
         QJsonObject object = element.object();
-        if (hasChildrenOrNone(element)) {
+        if (!areWithoutChildren && hasChildrenOrNone(element)) {
             object.remove(Registry::getKeySubstructure());
         }
         for (const QString& key : {Registry::getKeyModuleName(), Registry::getKeyObjectName()}) {
@@ -72,14 +80,28 @@ bool isChangedItself(const TreeElement& before, const TreeElement& after)
     return ownMembers(before) != ownMembers(after);
 }
 
-// Whether an element or anything below it was changed, added or removed. The order of children does not count.
+// Whether those that are in the first two of the trees stand in the same order there.
+bool haveTheSameOrder(const std::vector<SameElement>& siblings)
+{
+    std::vector<std::pair<int, int>> positions;
+    for (const SameElement& same : siblings) {
+        if (same[0] != nullptr && same[1] != nullptr) {
+            positions.emplace_back(same[0]->position(), same[1]->position());
+        }
+    }
+    std::sort(positions.begin(), positions.end());
+    return std::is_sorted(
+        positions.begin(), positions.end(), [](const auto& a, const auto& b) { return a.second < b.second; });
+}
+
+// Whether an element or anything below it was changed, added, removed or brought into another order.
 bool isChangedAnywhere(const TreeElement& before, const TreeElement& after)
 {
     if (isChangedItself(before, after)) {
         return true;
     }
     const std::vector<SameElement> children = sameElements({&before.children, &after.children, &childrenOf(nullptr)});
-    return std::any_of(children.begin(), children.end(), [](const SameElement& same) {
+    return !haveTheSameOrder(children) || std::any_of(children.begin(), children.end(), [](const SameElement& same) {
         return same[0] == nullptr || same[1] == nullptr || isChangedAnywhere(*same[0], *same[1]);
     });
 }
@@ -151,6 +173,24 @@ private:
         addPlaces(mine, toMine, placesOfMine);
         addPlaces(theirs, toTheirs, placesOfTheirs);
         findMovesBelow(base, toMine, toTheirs);
+        findLostPlaces(mine, toMine, toTheirs, false);
+        findLostPlaces(theirs, toTheirs, toMine, false);
+    }
+
+    // What one side moved to where nothing is left when the other one decides stays in its old place then. Otherwise
+    // an element that is in all three trees would be gone from the result.
+    void findLostPlaces(const TreeElements& siblings, const Pairing& toSide, const Pairing& toOther, bool isBelowLost)
+    {
+        for (const TreeElement& element : siblings) {
+            const TreeElement* const base = toSide.earlierOf(element);
+            const TreeElement* const other = base == nullptr ? nullptr : toOther.laterOf(*base);
+            const bool isMoved = toSide.isMovedElsewhere(element);
+            if (isBelowLost && isMoved && other != nullptr && !toOther.isElsewhere(*other)) {
+                conflicting.insert(base);
+            }
+            const bool isRemoved = base != nullptr && other == nullptr && !isMoved;
+            findLostPlaces(element.children, toSide, toOther, isBelowLost || isRemoved || conflicting.count(base) != 0);
+        }
     }
 
     // The places of what the base does not have there.
@@ -367,7 +407,7 @@ private:
         const std::vector<SameElement> children = sameElements({&base.children, &left.children, &childrenOf(nullptr)});
         const bool hasAdditions =
             std::any_of(children.begin(), children.end(), [](const SameElement& child) { return child[0] == nullptr; });
-        if (hasAdditions || isChangedItself(base, left)) {
+        if (hasAdditions || !haveTheSameOrder(children) || isChangedItself(base, left)) {
             addConflict(MergeConflict::Removed, describe(left), same);
             result.conflicts.last().by = remover;
             return whole;
@@ -403,6 +443,9 @@ private:
         const bool areLeaves = mine->children.empty() && theirs->children.empty() && childrenOf(base).empty();
         if (areLeaves && (theirs->value == mine->value || theirs->value == valueOf(base))) {
             return {mine->value, true};
+        }
+        if (areLeaves && mine->value == valueOf(base) && haveTheSameStamps(*mine, *theirs)) {
+            return {theirs->value, false};
         }
         if (!mine->value.isObject() || !theirs->value.isObject() || (base != nullptr && !base->value.isObject())) {
             const QJsonValue value = decide(*mine, QString(), valueOf(base), mine->value, theirs->value);
@@ -482,10 +525,10 @@ private:
     QJsonValue decide(const TreeElement& element, const QString& key, const QJsonValue& base, const QJsonValue& mine,
         const QJsonValue& theirs)
     {
-        // Only these hold elements, and so stamps.
-        const Choice choice = key.isNull() || key == Registry::getKeySubstructure()
-            ? choose(withoutStamps(base), withoutStamps(mine), withoutStamps(theirs))
-            : choose(base, mine, theirs);
+        // Whole elements, and those in an array that is none of children on all sides.
+        const bool hasStamps = key.isNull() || key == Registry::getKeySubstructure();
+        const Choice choice = hasStamps ? choose(withoutStamps(base), withoutStamps(mine), withoutStamps(theirs))
+                                        : choose(base, mine, theirs);
         if (choice == Choice::Conflict) {
             MergeConflict conflict;
             conflict.element = describe(element);
@@ -504,7 +547,7 @@ private:
     }
 
     const Decision decision;
-    // Elements of the base that one side moved although the other one changed them.
+    // Elements of the base that one side moved although the other one changed them, or removed the new place.
     std::set<const TreeElement*> conflicting;
     // Elements of mine and theirs that are left out, for the other side decides where they are.
     std::set<const TreeElement*> dropped;

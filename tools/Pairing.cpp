@@ -251,7 +251,11 @@ Pairing::Contents Pairing::contentsOf(const Side& side, const std::vector<int>& 
         for (const TreeElement& child : element.children) {
             const QByteArray& below = contents.whole[asIndex(child.number)];
             // One without a name is nowhere else, and what holds it neither.
-            whole = below.isEmpty() || whole.isEmpty() ? QByteArray() : whole + below;
+            if (below.isEmpty()) {
+                whole.clear();
+                break;
+            }
+            whole += below;
         }
         contents.whole[asIndex(*number)] = element.children.empty() || whole.isEmpty() ? whole : digestOf(whole);
     }

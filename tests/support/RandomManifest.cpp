@@ -63,7 +63,7 @@ QJsonValue RandomManifest::element(int level, const QString& pathAbove)
     const bool hasPathAsName = !hasChildren && !itsName.isEmpty() && below(2) == 0;
     const QString storedName = hasPathAsName ? QString(pathAbove + itsName) : itsName;
     QJsonObject object = hasChildren ? node(storedName, siblings(level + 1, 4, pathAbove + itsName + u'/'))
-        : below(10) == 0             ? node(storedName)
+        : below(10) == 0             ? node(names == Names::Unique ? itsName : storedName)
                                      : selection(storedName);
     if (names == Names::Any && below(20) == 0) {
         object.remove(nameKey);
