@@ -10,12 +10,14 @@
 #include "TreeOperand.h"
 
 #include <QtCore/QCommandLineParser>
-#include <QtCore/QFileInfo>
+#include <QtCore/QFile>
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonDocument>
 #include <QtCore/QJsonObject>
 
 #include <utility>
+
+#include <sys/stat.h>
 
 namespace {
 
@@ -38,10 +40,14 @@ bool readDecision(const QCommandLineParser& arguments, Decision& decision)
     return true;
 }
 
+// Behind links of either kind. Of standard input nobody knows.
 bool isSameFile(const QString& a, const QString& b)
 {
-    const QString whole = QFileInfo(a).canonicalFilePath();
-    return !whole.isEmpty() && whole == QFileInfo(b).canonicalFilePath();
+    struct stat statusOfA = {};
+    struct stat statusOfB = {};
+    return stat(QFile::encodeName(a).constData(), &statusOfA) == 0
+        && stat(QFile::encodeName(b).constData(), &statusOfB) == 0 && statusOfA.st_dev == statusOfB.st_dev
+        && statusOfA.st_ino == statusOfB.st_ino;
 }
 
 /// One merge, from what the command line says to what is told of it.
@@ -57,7 +63,11 @@ public:
     ExitStatus run()
     {
         QString scheme;
-        if (!readDecision(arguments, decision) || !readStandardInputOnce(given) || !readScheme(arguments, scheme)) {
+        SaveWishes wishes;
+        int secondsToWait = 0;
+        // Also what only a save needs is not to be wrong.
+        if (!readSaveWishes(arguments, wishes, secondsToWait) || !readDecision(arguments, decision)
+            || !readStandardInputOnce(given) || !readScheme(arguments, scheme)) {
             return Trouble;
         }
         if (const ExitStatus status = read(scheme)) {

@@ -8,6 +8,7 @@
 #include <QtCore/QCommandLineParser>
 #include <QtCore/QDir>
 #include <QtCore/QFileInfo>
+#include <QtCore/QJsonDocument>
 
 #include <algorithm>
 #include <numeric>
@@ -19,6 +20,13 @@ int countOf(const TreeElements& tree)
 {
     return std::accumulate(tree.begin(), tree.end(), 0,
         [](int count, const TreeElement& element) { return count + 1 + countBelow(element); });
+}
+
+// A manifest as it is read once it is saved. Large numbers are rounded on the way. What is too deep cannot be read.
+QJsonArray asSaved(const QJsonArray& manifest)
+{
+    const QJsonDocument saved = QJsonDocument::fromJson(QJsonDocument(manifest).toJson(QJsonDocument::Compact));
+    return saved.isArray() ? saved.array() : manifest;
 }
 
 bool scan(const QString& folder, const QString& scheme, TreeOperand& operand)
@@ -39,8 +47,9 @@ bool scan(const QString& folder, const QString& scheme, TreeOperand& operand)
         complain(QLatin1String("cannot read ") % printable(folder) % QLatin1Char('/') % printable(found.refusal));
         return false;
     }
-    operand.tree = std::move(found.elements);
-    operand.manifest = manifestOf(operand.tree);
+    operand.manifest = asSaved(manifestOf(found.elements));
+    found.elements.clear();
+    operand.tree = treeOf(operand.manifest);
     return true;
 }
 
@@ -79,7 +88,7 @@ bool readFolder(const QString& path, const QString& scheme, TreeOperand& operand
 bool readTree(const QString& path, const QString& scheme, TreeOperand& operand)
 {
     operand.path = onTheDisk(path);
-    if (QFileInfo(operand.path).isDir()) {
+    if (operand.path != QLatin1String("-") && QFileInfo(operand.path).isDir()) {
         return scan(operand.path, scheme, operand);
     }
     QByteArray content;
@@ -99,8 +108,8 @@ bool areUnrelated(const Pairing& pairing, const TreeOperand& before, const TreeO
     constexpr int hardlyAny = 10;
     const int sizeBefore = countOf(before.tree);
     const int sizeAfter = countOf(after.tree);
-    const int smaller = std::min(sizeBefore, sizeAfter);
-    if (std::max(sizeBefore, sizeAfter) < fewElements || pairing.count() * hardlyAny >= smaller) {
+    // What is new beside all of the former is none of another device.
+    if (std::max(sizeBefore, sizeAfter) < fewElements || pairing.count() * hardlyAny >= sizeBefore) {
         return false;
     }
     remark(QLatin1String("warning: hardly anything is common to ") % before.path % QLatin1String(" and ") % after.path

@@ -29,7 +29,7 @@ bool readTree(const QString& path, const QString& scheme, TreeOperand& operand);
 /// The same of a folder only.
 bool readFolder(const QString& path, const QString& scheme, TreeOperand& operand);
 
-/// Whether hardly anything of one of the operands is in the other one, too. Says so on standard error.
+/// Whether hardly anything of the first operand is in the second one, too. Says so on standard error.
 bool areUnrelated(const Pairing& pairing, const TreeOperand& before, const TreeOperand& after);
 
 /// Whether no two operands are standard input, which can be read once. Complains when they are.
