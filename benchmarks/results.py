@@ -18,7 +18,8 @@ LIMITS = {
     "collect": {"growth": 1.35},
     "overwrites": {"memory": 2.0},
     # Three loads for each manifest and two creations for each folder. A merge holds three trees and what it makes of them.
-    **{command: {"of allowed": 1.0, "trees": 3.5 if command.startswith("merge") else 3.0} for command in COMMANDS},
+    **{f"{command}/20000": {"of allowed": 1.0, "trees": 3.3 if command.startswith("merge") else 3.0}
+       for command in COMMANDS},
 }
 
 
