@@ -59,6 +59,7 @@ QVector<Command> queryCommands();
 QVector<Command> existsCommands();
 QVector<Command> compareCommands();
 QVector<Command> mergeCommands();
+QVector<Command> explainCommands();
 QVector<Command> editCommands();
 QVector<Command> instancesCommands();
 QVector<Command> rewriteCommands();

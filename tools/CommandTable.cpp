@@ -7,7 +7,7 @@ const QVector<CommandGroup>& commandGroups()
     static const QVector<CommandGroup> groups {
         {QStringLiteral("Create a manifest"), createCommands()},
         {QStringLiteral("Look at a manifest"),
-            showCommands() + queryCommands() + instancesCommands() + existsCommands()},
+            showCommands() + queryCommands() + instancesCommands() + existsCommands() + explainCommands()},
         {QStringLiteral("Compare manifests and folders"), compareCommands() + mergeCommands()},
         {QStringLiteral("Edit a manifest"), editCommands() + rewriteCommands()},
         {QStringLiteral("Help"), helpCommands()},

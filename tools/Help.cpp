@@ -319,7 +319,8 @@ QByteArray manualPage()
             "configuration\nfolder holds, how sub\\-folders group them, in which order they are shown and under which "
             "instance names they\nare addressed. A PATH is made of those names, separated by \"/\".\nAn empty PATH is "
             "the top level where that can be "
-            "meant (show, list, count, sort), and wrong usage everywhere else, as\nis one of nothing but \"/\".\n.PP\n"
+            "meant (show, list, count, sort, explain), and wrong usage everywhere else, as\nis one of nothing but "
+            "\"/\".\n.PP\n"
             "Results are printed on standard output, messages on standard error. An edit is saved only with ")
         + bold(QStringLiteral("--save"))
         + QLatin1String(

@@ -2,6 +2,7 @@
 
 #include <QtCore/QCoreApplication>
 
+#include <algorithm>
 #include <cstdio>
 
 #include <unistd.h>
@@ -82,6 +83,11 @@ bool isTerminal()
 
 QString printable(const QString& text)
 {
+    const bool isPlain = std::all_of(
+        text.cbegin(), text.cend(), [](QChar unit) { return unit >= QLatin1Char(' ') && unit <= QLatin1Char('~'); });
+    if (isPlain) {
+        return text;
+    }
     return withoutUnsafe(text, escapedInText);
 }
 

@@ -144,6 +144,23 @@ private:
 
 MessageCapture* MessageCapture::current = nullptr;
 
+// Nobody gets the messages of its lifetime.
+class Silence {
+public:
+    Silence()
+        : previousHandler(qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {}))
+    {
+    }
+    ~Silence()
+    {
+        qInstallMessageHandler(previousHandler);
+    }
+    Q_DISABLE_COPY(Silence)
+
+private:
+    const QtMessageHandler previousHandler;
+};
+
 template <typename Function>
 QVector<ReportedMessage> messagesOf(const Function& function)
 {
@@ -179,20 +196,15 @@ const char* deviceWord(mode_t mode)
     return S_ISSOCK(mode) ? "a socket" : nullptr;
 }
 
-QString suffixOf(const QString& scheme)
-{
-    return scheme == ConfigurationAndProcessDataDefinitions::getSelectorUrlSchemeConfiguration()
-        ? ConfigurationStructureElement::getConfigurationFileSuffix()
-        : ConfigurationStructureElement::getProcessFileSuffix();
-}
-
 // One scan by the steps of the creator. Folders are known by two paths: the whole one, which the library gets, and the
 // one relative to the scanned folder, for people.
 class FolderReader {
 public:
-    FolderReader(const QString& folder, const QString& scheme)
+    // With `refusals` it notes there what it leaves out, instead of giving up, and makes no remarks.
+    FolderReader(const QString& folder, const QString& scheme, QVector<Refusal>* refusals = nullptr)
         : root(folder)
-        , suffix(suffixOf(scheme))
+        , suffix(descriptionSuffix(scheme))
+        , leftOut(refusals)
     {
     }
 
@@ -235,15 +247,19 @@ private:
         const bool leadsBack = std::any_of(folders.cbegin(), folders.cend(),
             [&](const FolderId& folder) { return folder.device == status.st_dev && folder.inode == status.st_ino; });
         if (leadsBack && status.st_mode != 0) {
-            return refuse(relativePath, QLatin1String("leads back to a folder that it lies in"));
+            refuse(relativePath, QLatin1String("leads back to a folder that it lies in"));
+            return goesOn();
         }
-        const bool isSafe = std::all_of(entries.cbegin(), entries.cend(),
-            [&](const QFileInfo& entry) { return isSafeToRead(entry, relativePath); });
-        if (!isSafe) {
-            return false;
+        QFileInfoList safeEntries;
+        for (const QFileInfo& entry : entries) {
+            if (isSafeToRead(entry, relativePath)) {
+                safeEntries.append(entry);
+            } else if (!goesOn()) {
+                return false;
+            }
         }
         folders.append({status.st_dev, status.st_ino});
-        const bool wasRead = readList(relativePath, entries, elements);
+        const bool wasRead = readList(relativePath, safeEntries, elements);
         folders.removeLast();
         return wasRead;
     }
@@ -251,11 +267,16 @@ private:
     bool readList(const QString& relativePath, const QFileInfoList& entries, TreeElements& elements)
     {
         QVector<ConfigurationStructureElement> described;
-        const QVector<ReportedMessage> messages = messagesOf([&] {
+        const auto describe = [&] {
             // The list, and only it, knows the order of elements with the same position.
             described = ConfigurationStructureElementList(entries, root, suffix).getElementList();
-        });
-        const std::map<QString, QVector<Remark>> remarks = attributed(messages, relativePath, entries);
+        };
+        std::map<QString, QVector<Remark>> remarks;
+        if (goesOn()) {
+            callSilently(describe);
+        } else {
+            remarks = attributed(messagesOf(describe), relativePath, entries);
+        }
         for (const ConfigurationStructureElement& source : std::as_const(described)) {
             const QFileInfo entry = source.getFileInfo();
             QJsonObject object = source.getElementAsJsonObject();
@@ -273,6 +294,7 @@ private:
             }
             element.value = object;
             element.source = sourceOf(entry, relativePath);
+            element.displayPosition = source.getDisplayPosition();
             const auto own = remarks.find(entry.fileName());
             if (own != remarks.end()) {
                 element.remarks = own->second;
@@ -341,7 +363,8 @@ private:
 
     bool isSafeToRead(const QFileInfo& entry, const QString& relativePath)
     {
-        if (!ConfigurationStructureElement().validateObject(entry, suffix)) {
+        // What the listing knows is not asked again.
+        if (entry.isFile() || !judge.validateObject(entry, suffix)) {
             return true;
         }
         const QString relativeEntry = below(relativePath, entry.fileName());
@@ -358,10 +381,20 @@ private:
         return word == nullptr || refuse(relativePath, QLatin1String("is ") % QLatin1String(word));
     }
 
+    // Always false.
     bool refuse(const QString& relativePath, const QString& reason)
     {
-        scan.refusal = relativePath % QLatin1String(": ") % reason;
+        if (goesOn()) {
+            leftOut->append({relativePath, reason});
+        } else {
+            scan.refusal = relativePath % QLatin1String(": ") % reason;
+        }
         return false;
+    }
+
+    bool goesOn() const
+    {
+        return leftOut != nullptr;
     }
 
     void addRemark(const Remark& remark)
@@ -372,6 +405,9 @@ private:
     const QString root;
     // Every list of the scan refers to it.
     const QString suffix;
+    QVector<Refusal>* const leftOut;
+    // Knows which entries are read.
+    ConfigurationStructureElement judge;
     // The folders from the root down to the one that is being read.
     QVector<FolderId> folders;
     FolderScan scan;
@@ -512,7 +548,25 @@ const TreeElement* findElement(const TreeElements& elements, const QString& path
     return found;
 }
 
+QString descriptionSuffix(const QString& scheme)
+{
+    return scheme == ConfigurationAndProcessDataDefinitions::getSelectorUrlSchemeConfiguration()
+        ? ConfigurationStructureElement::getConfigurationFileSuffix()
+        : ConfigurationStructureElement::getProcessFileSuffix();
+}
+
 FolderScan scanFolder(const QString& folder, const QString& scheme)
 {
     return FolderReader(folder, scheme).read();
+}
+
+FolderScan scanWithoutRefused(const QString& folder, const QString& scheme, QVector<Refusal>& refusals)
+{
+    return FolderReader(folder, scheme, &refusals).read();
+}
+
+void callSilently(const std::function<void()>& function)
+{
+    const Silence silence;
+    function();
 }

@@ -6,6 +6,7 @@
 #include <QtCore/QString>
 #include <QtCore/QVector>
 
+#include <functional>
 #include <vector>
 
 /// What was reported while a folder or a description file was read.
@@ -50,6 +51,8 @@ struct TreeElement {
     /// The description file that it was made from, or the folder where that has none; relative to the scanned folder.
     /// Null when the tree was read from a manifest.
     QString source;
+    /// The position that it was sorted by; -1 when the description gives none, and of what was read from a manifest.
+    int displayPosition = -1;
     /// What was reported while it was read from there.
     QVector<Remark> remarks;
 
@@ -116,3 +119,23 @@ struct FolderScan {
  * A folder about which nothing is reported is read once, any other one twice.
  */
 FolderScan scanFolder(const QString& folder, const QString& scheme);
+
+/// The ending of the description files that a scheme collects.
+QString descriptionSuffix(const QString& scheme);
+
+/// What scanFolder() refuses.
+struct Refusal {
+    /// Relative to the scanned folder.
+    QString path;
+    /// As the rest of a sentence that begins with the path: "is a pipe".
+    QString reason;
+};
+
+/**
+ * Reads a folder as scanFolder() does, but goes on where that refuses: the entry that it is about is left out, with
+ * everything below it. Reads every folder once, so there are no remarks.
+ */
+FolderScan scanWithoutRefused(const QString& folder, const QString& scheme, QVector<Refusal>& refusals);
+
+/// Calls a function whose messages nobody is to see.
+void callSilently(const std::function<void()>& function);
