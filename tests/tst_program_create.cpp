@@ -37,6 +37,7 @@ QVector<CommandHelp> commands()
         {"get", "FILE PATH [KEY]", stamping + QStringList {u"json"_qs}},
         {"instances", "FILE", stamping + printing},
         {"exists", "FILE PATH", {}},
+        {"explain", "FOLDER [PATH|FILE]", {u"scheme"_qs, u"any-scheme"_qs, u"json"_qs}},
         {"set", "FILE PATH KEY VALUE", values},
         {"update", "FILE PATH KEY VALUE", values},
         {"unset", "FILE PATH KEY", saving},

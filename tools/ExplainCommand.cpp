@@ -1,4 +1,4 @@
-#include "Command.h"
+#include "CommandLine.h"
 #include "ElementOutput.h"
 #include "Explanation.h"
 #include "FileOperand.h"
@@ -13,6 +13,7 @@
 #include <QtCore/QJsonDocument>
 #include <QtCore/QJsonObject>
 
+#include <algorithm>
 #include <cerrno>
 #include <numeric>
 
@@ -60,7 +61,8 @@ QStringList filesMeant(const QString& folder, const QString& what)
         behind(QFileInfo(folder).canonicalFilePath(), QDir::cleanPath(followed)),
         QDir::isAbsolutePath(what) ? QString() : QDir::cleanPath(what),
     };
-    files.removeAll(QString());
+    files.erase(
+        std::remove_if(files.begin(), files.end(), [](const QString& file) { return file.isNull(); }), files.end());
     return files;
 }
 
@@ -242,7 +244,7 @@ Entries allBetween(int begin, int end)
     return entries;
 }
 
-// The position of the entry that WHAT names, -1 when there is none. `isEverything` when it names the folder.
+// The position of the entry that is named, -1 when there is none. `isEverything` when it names the folder.
 int entryMeant(const FolderExplanation& explanation, const QString& folder, const QString& what, bool& isEverything)
 {
     const QStringList files = filesMeant(folder, what);
@@ -300,6 +302,9 @@ ExitStatus explainWhat(const QCommandLineParser& arguments)
         printEntries(explanation, allBetween(0, static_cast<int>(explanation.entries.size())), asJson);
         return Done;
     }
+    if (entry < 0 && isWithoutNames(what)) {
+        return complainAboutEmptyPath();
+    }
     if (entry < 0) {
         explainDeadEnd(explanation, what, asJson);
         return NotDone;
@@ -317,20 +322,20 @@ QVector<Command> explainCommands()
                        "without more to say of it has null."),
         {}};
     return {
-        {QStringLiteral("explain"), QStringLiteral("FOLDER [WHAT]"),
+        {QStringLiteral("explain"), QStringLiteral("FOLDER [PATH|FILE]"),
             QStringLiteral(
                 "Explain what becomes of every entry of FOLDER when its manifest is created, at every level, hidden "
-                "ones too, and why; of one entry with everything in it, if WHAT names one. WHAT is a file or a folder, "
-                "by its path from the current folder or from FOLDER, or an instance path; if it could be either, the "
-                "file. Nothing is written. Every line has three columns, separated by tabs: the path of the entry from "
-                "FOLDER; a word; and what there is to say. The first line of an entry has the word selection, node, "
-                "description (of the folder it lies in) or absent, with the reason. It is followed by lines with the "
-                "word damage, if the description cannot be read, and taken, defaulted and ignored, with keys of the "
-                "description: what is taken is in the manifest as it is, or decides about the position; what is "
-                "defaulted could have been described; what is ignored is in no manifest."),
+                "ones too, and why; with PATH or FILE of one entry with everything in it. FILE is a file or a folder, "
+                "by its path from the current folder or from FOLDER. What could be either is the file. Nothing is "
+                "written. Every line has three columns, separated by tabs: the path of the entry from FOLDER; a word; "
+                "and what there is to say. The first line of an entry has the word selection, node, description (of "
+                "the folder it lies in) or absent, with the reason. It is followed by lines with the word damage, if "
+                "the description cannot be read, and taken, defaulted and ignored, with keys: what is taken is in the "
+                "manifest as it is described, or decides about the position; what is defaulted could have been "
+                "described; what is ignored is described in vain."),
             schemeOptions(QStringLiteral("Explain the manifest of SCHEME.")) + Options {json},
             {QStringLiteral("the entries are explained"),
-                QStringLiteral("WHAT leads nowhere, of which is said why, or the output could not be printed"),
+                QStringLiteral("PATH leads nowhere, of which is said why, or the output could not be printed"),
                 QStringLiteral("wrong usage, or FOLDER cannot be read"), {}},
             explainWhat},
     };

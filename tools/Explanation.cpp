@@ -268,6 +268,11 @@ public:
 
     /// A key that has been tried.
     struct Tried {
+        bool takes(const QJsonValue& value) const
+        {
+            return types.contains(value.type());
+        }
+
         /// Types of values that the library takes from a description.
         QVector<QJsonValue::Type> types;
         /// Its value in an element without a description; undefined when it is not there.
@@ -468,7 +473,7 @@ private:
     {
         const QString& key = trial.first;
         entry.displayPosition = element.displayPosition;
-        entry.hasDisplayPosition = trial.second.types.contains(described.type());
+        entry.hasDisplayPosition = trial.second.takes(described);
         if (!entry.hasDisplayPosition) {
             isInDoubt = isInDoubt || element.displayPosition != Element().getDisplayPosition();
             entry.defaulted.append(
@@ -1007,7 +1012,9 @@ DeadEnd deadEndOf(const FolderExplanation& explanation, const QString& instanceP
             deadEnd.namesakes.append(i);
         }
     }
-    const int nearest = knownNames.indexOf(nearestWord(deadEnd.missing, knownNames));
-    deadEnd.nearest = nearest < 0 ? QString() : paths.at(nearest);
+    const QString nearest = nearestWord(deadEnd.missing, knownNames);
+    if (!nearest.isNull() && deadEnd.namesakes.isEmpty()) {
+        deadEnd.nearest = paths.at(knownNames.indexOf(nearest));
+    }
     return deadEnd;
 }

@@ -25,7 +25,8 @@ enum class Absence {
     None,
     Hidden,
     OtherSuffix,
-    /// It would be in the manifest with a suffix in other letters or under another scheme, or would describe its folder.
+    /// It would be in the manifest with a suffix in other letters or under another scheme, or would describe its
+    /// folder.
     Almost,
     /// A folder without a selection at any level.
     NoSelection,
@@ -141,10 +142,11 @@ struct DeadEnd {
     QString reached;
     /// The name that there is not below it.
     QString missing;
-    /// The instance path below it, or the path of the entry there, whose name comes nearest; null when none is near.
-    QString nearest;
     /// Entries of that name in the folder of the last element.
     QVector<int> namesakes;
+    /// Without any, the instance path below it, or the path of the entry there, whose name comes nearest; null when
+    /// none is near.
+    QString nearest;
 };
 
 DeadEnd deadEndOf(const FolderExplanation& explanation, const QString& instancePath);
