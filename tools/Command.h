@@ -58,13 +58,8 @@ QVector<Command> showCommands();
 QVector<Command> queryCommands();
 QVector<Command> existsCommands();
 QVector<Command> compareCommands();
-<<<<<<< HEAD
 QVector<Command> explainCommands();
 QVector<Command> mergeCommands();
-=======
-QVector<Command> mergeCommands();
-QVector<Command> explainCommands();
->>>>>>> story
 QVector<Command> editCommands();
 QVector<Command> instancesCommands();
 QVector<Command> rewriteCommands();

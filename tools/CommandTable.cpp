@@ -7,13 +7,8 @@ const QVector<CommandGroup>& commandGroups()
     static const QVector<CommandGroup> groups {
         {QStringLiteral("Create a manifest"), createCommands()},
         {QStringLiteral("Look at a manifest"),
-<<<<<<< HEAD
             showCommands() + queryCommands() + instancesCommands() + existsCommands()},
         {QStringLiteral("Compare manifests and folders"), compareCommands() + explainCommands() + mergeCommands()},
-=======
-            showCommands() + queryCommands() + instancesCommands() + existsCommands() + explainCommands()},
-        {QStringLiteral("Compare manifests and folders"), compareCommands() + mergeCommands()},
->>>>>>> story
         {QStringLiteral("Edit a manifest"), editCommands() + rewriteCommands()},
         {QStringLiteral("Help"), helpCommands()},
     };

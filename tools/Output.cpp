@@ -43,9 +43,6 @@ bool isPlainAscii(QChar character)
 template <typename Escape>
 QString withoutUnsafe(const QString& text, Escape escape)
 {
-    if (std::all_of(text.cbegin(), text.cend(), isPlainAscii)) {
-        return text;
-    }
     QString result;
     result.reserve(text.size());
     const QVector<uint> codePoints = text.toUcs4();
@@ -92,9 +89,7 @@ bool isTerminal()
 
 QString printable(const QString& text)
 {
-    const bool isPlain = std::all_of(
-        text.cbegin(), text.cend(), [](QChar unit) { return unit >= QLatin1Char(' ') && unit <= QLatin1Char('~'); });
-    if (isPlain) {
+    if (std::all_of(text.cbegin(), text.cend(), isPlainAscii)) {
         return text;
     }
     return withoutUnsafe(text, escapedInText);
