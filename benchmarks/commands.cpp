@@ -63,8 +63,7 @@ int printUseOf(char** command)
     if (wait4(child, &status, 0, &usage) != child || !WIFEXITED(status)) {
         return 1;
     }
-    std::printf(
-        "%.0f %ld\n", nanosecondsOf(usage.ru_utime) + nanosecondsOf(usage.ru_stime), usage.ru_maxrss);
+    std::printf("%.0f %ld\n", nanosecondsOf(usage.ru_utime) + nanosecondsOf(usage.ru_stime), usage.ru_maxrss);
     return WEXITSTATUS(status) > 1 ? 1 : 0;
 }
 
@@ -102,9 +101,8 @@ struct Yardsticks {
             ConfigurationManifestHandler handler(manifest, QString(), QString());
             handler.parseManifestFile();
         }));
-        creation = std::min(creation, timeOf([&] {
-            ConfigurationManifestCreator().create2(folder, QStringLiteral("configuration"));
-        }));
+        creation = std::min(
+            creation, timeOf([&] { ConfigurationManifestCreator().create2(folder, QStringLiteral("configuration")); }));
     }
 };
 
@@ -218,9 +216,11 @@ int main(int argc, char** argv)
             {"diff", name, {QStringLiteral("diff"), mine, theirs}, 2, 0},
             {"diff-folder", name, {QStringLiteral("diff"), mine, folder}, 1, 1},
             {"merge", name,
-                {QStringLiteral("merge"), base, mine, theirs, QStringLiteral("--prefer"), QStringLiteral("mine")}, 3, 0},
+                {QStringLiteral("merge"), base, mine, theirs, QStringLiteral("--prefer"), QStringLiteral("mine")}, 3,
+                0},
             {"merge-folder", name,
-                {QStringLiteral("merge"), base, mine, folder, QStringLiteral("--prefer"), QStringLiteral("mine")}, 2, 1},
+                {QStringLiteral("merge"), base, mine, folder, QStringLiteral("--prefer"), QStringLiteral("mine")}, 2,
+                1},
             {"explain", name, {QStringLiteral("explain"), folder}, 0, 1},
         };
         for (const Command& command : commands) {

@@ -25,6 +25,7 @@ QVector<CommandHelp> commands()
     const QStringList creating = QStringList {u"dry-run"_qs, u"print"_qs, u"stamps"_qs, u"keep-base"_qs} + replacing;
     const QStringList stamping = {u"module"_qs, u"object"_qs};
     const QStringList printing = {u"paths"_qs, u"json"_qs};
+    const QStringList comparing = {u"scheme"_qs, u"any-scheme"_qs, u"stamps"_qs, u"json"_qs};
     const QStringList saving = stamping + QStringList {u"save"_qs, u"dry-run"_qs, u"print"_qs, u"force"_qs} + replacing;
     const QStringList values = saving + QStringList {u"json"_qs};
     const QStringList adding = saving + QStringList {u"description"_qs, u"index"_qs};
@@ -37,7 +38,13 @@ QVector<CommandHelp> commands()
         {"get", "FILE PATH [KEY]", stamping + QStringList {u"json"_qs}},
         {"instances", "FILE", stamping + printing},
         {"exists", "FILE PATH", {}},
+        {"check", "FILE", QStringList {u"folder"_qs} + comparing},
+        {"diff", "OLD NEW", comparing},
         {"explain", "FOLDER [PATH|FILE]", {u"scheme"_qs, u"any-scheme"_qs, u"json"_qs}},
+        {"merge", "BASE MINE NEW",
+            QStringList {u"prefer"_qs, u"save"_qs, u"print"_qs, u"keep-base"_qs, u"force"_qs, u"json"_qs, u"scheme"_qs,
+                u"any-scheme"_qs}
+                + replacing},
         {"set", "FILE PATH KEY VALUE", values},
         {"update", "FILE PATH KEY VALUE", values},
         {"unset", "FILE PATH KEY", saving},

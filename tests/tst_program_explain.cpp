@@ -772,11 +772,14 @@ void tst_ProgramExplain::whatLeadsNowhereIsExplained_data()
         run.output = output;
         QTest::newRow(name) << what << run;
     };
-    row("misspelled", u"netwrok"_qs, u"there is no 'netwrok' in the folder (did you mean 'network'?)"_qs, {});
-    row("below", u"network/x"_qs, u"there is no 'x' in 'network' (did you mean 'network/a'?)"_qs, {});
-    row("name of a file that is not in the manifest", u"network/live"_qs, u"there is no 'live' in 'network'"_qs,
+    row("misspelled", u"netwrok"_qs, u"nothing answers to 'netwrok' at the top level (did you mean 'network'?)"_qs, {});
+    row("below", u"network/x"_qs, u"nothing answers to 'x' below 'network' (did you mean 'network/a'?)"_qs, {});
+    row("name of a file that is not in the manifest", u"network/live"_qs,
+        u"nothing answers to 'live' below 'network'"_qs,
         "network/live.process.json\tabsent\talmost: '.process.json' is for the scheme 'process'\n");
-    row("outside", u"/etc/passwd"_qs, u"there is no 'etc' in the folder"_qs, {});
+    row("instance name that is not the path", u"other/name"_qs,
+        u"nothing answers to 'other' at the top level (did you mean 'network/name'?)"_qs, {});
+    row("outside", u"/etc/passwd"_qs, u"nothing answers to 'etc' at the top level"_qs, {});
 }
 
 void tst_ProgramExplain::whatLeadsNowhereIsExplained()
@@ -786,6 +789,7 @@ void tst_ProgramExplain::whatLeadsNowhereIsExplained()
     const Folder folder;
     folder.add(u"network/a.config.json"_qs);
     folder.add(u"network/live.process.json"_qs);
+    folder.add(u"network/named.config.json"_qs, "{\"instanceName\":\"other/name\"}");
     QCOMPARE(Program().run(QStringList {u"explain"_qs, folder.path(), what}), run);
 }
 

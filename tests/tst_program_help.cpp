@@ -167,8 +167,8 @@ void tst_ProgramHelp::readmeHasTheExitStatusesOfEveryCommand()
     for (const QString& row : qAsConst(rows)) {
         QVERIFY2(readme.contains(row + u'\n'), qPrintable(row));
     }
-    QCOMPARE(readme.count(QRegularExpression(
-                 u"^\\| `(create|show|exists|check|diff|explain|merge|set|help)\\b"_qs, QRegularExpression::MultilineOption)),
+    QCOMPARE(readme.count(QRegularExpression(u"^\\| `(create|show|exists|check|diff|explain|merge|set|help)\\b"_qs,
+                 QRegularExpression::MultilineOption)),
         rows.size());
 }
 

@@ -258,18 +258,27 @@ int entryMeant(const FolderExplanation& explanation, const QString& folder, cons
     return entryOfInstance(explanation, what);
 }
 
+// The path of an element whose whole instance name, which need not be its path, is this; null when there is none.
+QString pathOfName(const FolderExplanation& explanation, const QString& name)
+{
+    const auto found = std::find_if(explanation.entries.begin(), explanation.entries.end(),
+        [&](const EntryExplanation& entry) { return entry.name == name && !entry.instancePath.isEmpty(); });
+    return found == explanation.entries.end() ? QString() : found->instancePath;
+}
+
 // Says how far a path leads, and explains what is in the folder where it ends.
 void explainDeadEnd(const FolderExplanation& explanation, const QString& what, bool asJson)
 {
     const DeadEnd deadEnd = deadEndOf(explanation, what);
-    const QString nearest = deadEnd.nearest.isNull()
-        ? QString()
-        : QString(QLatin1String(" (did you mean '") % printable(deadEnd.nearest) % QLatin1String("'?)"));
-    complain(QLatin1Char('\'') % printable(what) % QLatin1String("' leads nowhere: there is no '")
-        % printable(deadEnd.missing) % QLatin1String("' in ")
-        % (deadEnd.reached.isNull() ? QStringLiteral("the folder")
-                                    : QString(QLatin1Char('\'') % printable(deadEnd.reached) % QLatin1Char('\'')))
-        % nearest);
+    const QString named = pathOfName(explanation, what);
+    const QString& nearest = named.isNull() ? deadEnd.nearest : named;
+    complain(QLatin1Char('\'') % printable(what) % QLatin1String("' leads nowhere: nothing answers to '")
+        % printable(deadEnd.missing)
+        % (deadEnd.reached.isNull()
+                ? QStringLiteral("' at the top level")
+                : QString(QLatin1String("' below '") % printable(deadEnd.reached) % QLatin1Char('\'')))
+        % (nearest.isNull() ? QString()
+                            : QString(QLatin1String(" (did you mean '") % printable(nearest) % QLatin1String("'?)"))));
     printEntries(explanation, deadEnd.namesakes, asJson);
 }
 

@@ -176,9 +176,9 @@ private:
         }
         tellConflicts();
         printChanges(changes);
-        print(
-            (changes.isEmpty() ? QStringLiteral("unchanged") : QString(QLatin1String("merged: ") % summaryOf(changes)))
-            % (isSaved ? QLatin1String("; saved") : QLatin1String("; not saved")));
+        const QLatin1String end(isSaved ? "; saved" : "; not saved");
+        print(changes.isEmpty() ? QStringLiteral("unchanged")
+                                : QString(QLatin1String("merged: ") % summaryOf(changes) % end));
     }
 
     void tellConflicts() const

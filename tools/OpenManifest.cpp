@@ -56,6 +56,11 @@ bool leadsToAnOpenFile(const QString& path)
     return false;
 }
 
+QString baseOf(const QString& manifestPath)
+{
+    return manifestPath % QLatin1String(".base");
+}
+
 } // namespace
 
 Options stampOptions()
@@ -127,19 +132,25 @@ Option keepBaseOption(const QString& description)
     return {QStringLiteral("keep-base"), {}, description, {}};
 }
 
-bool keepBase(const QString& manifestPath, const QByteArray& base)
+QString writeBase(const QString& manifestPath, const QByteArray& base)
 {
-    const QString path = manifestPath % QLatin1String(".base");
+    const QString path = baseOf(manifestPath);
     const Look present = lookAt(path);
     if (present.isThere() && present.content == base) {
-        return true;
+        return {};
     }
     constexpr mode_t usualPermissions = 0644;
-    const QString problem = writeBeside(path, base, usualPermissions);
+    return writeBeside(path, base, usualPermissions);
+}
+
+bool keepBase(const QString& manifestPath, const QByteArray& base)
+{
+    const QString problem = writeBase(manifestPath, base);
     if (problem.isNull()) {
         return true;
     }
-    complain(QLatin1String("the manifest is saved, but not ") % printable(path) % QLatin1String(": ") % problem);
+    complain(QLatin1String("the manifest is saved, but not ") % printable(baseOf(manifestPath)) % QLatin1String(": ")
+        % problem);
     return false;
 }
 

@@ -21,7 +21,9 @@ Options replaceOptions();
 
 /// Asks for the base of later merges to be kept beside a manifest.
 Option keepBaseOption(const QString& description);
-/// Keeps it. Complains when that is not possible.
+/// Keeps it, unless it is there. Returns what went wrong; null for nothing.
+QString writeBase(const QString& manifestPath, const QByteArray& base);
+/// The same once the manifest is saved. Complains when that is not possible.
 bool keepBase(const QString& manifestPath, const QByteArray& base);
 
 /// What becomes of a manifest that is only looked at.
