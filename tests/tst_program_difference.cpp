@@ -293,6 +293,11 @@ void tst_ProgramDifference::movesToAnotherParentAreTold_data()
         << QJsonArray {n({page(u"p"_qs)}), m({page(u"p"_qs)}), node(u"x"_qs, {})}
         << QJsonArray {n({}), m({}), node(u"x"_qs, {page(u"p"_qs)})}
         << QStringList {u"removed: selection 'm/p'"_qs, u"moved: selection 'n/p', to 'x/p', as position 0"_qs};
+    QTest::newRow("out of one node into another one that is none of the same")
+        << QJsonArray {n({node(u"k"_qs, {page(u"p"_qs)})}), m({other})}
+        << QJsonArray {n({}), m({other, node(u"q"_qs, {page(u"p"_qs)})})}
+        << QStringList {u"removed: node 'n/k'"_qs, u"added: node 'm/q', as position 1"_qs,
+               u"moved: selection 'n/k/p', to 'm/q/p', as position 0"_qs};
     const auto several = [](const QString& letters) {
         QJsonArray pages;
         for (const QChar letter : letters) {
@@ -427,7 +432,8 @@ void tst_ProgramDifference::everyDifferenceIsTold()
         const TreeElements treeBefore = treeOf(before);
         const TreeElements treeAfter = treeOf(after);
         int count = countElements(treeBefore);
-        for (const ElementChange& change : differencesOf(treeBefore, treeAfter, Stamps::DoNotCount)) {
+        const QVector<ElementChange> changes = differencesOf(treeBefore, treeAfter, Stamps::DoNotCount);
+        for (const ElementChange& change : changes) {
             count += change.kind == ElementChange::Added ? 1 + change.below
                 : change.kind == ElementChange::Removed  ? -1 - change.below
                                                          : 0;

@@ -589,7 +589,8 @@ QVector<Finding> addedToBoth(const QJsonArray& one, const QJsonArray& other, con
         return findings;
     }
     std::set<std::pair<QVector<int>, FindingKind>> others;
-    for (const Finding& finding : addedTo(other, after, Counting::All)) {
+    const QVector<Finding> addedToOther = addedTo(other, after, Counting::All);
+    for (const Finding& finding : addedToOther) {
         others.emplace(finding.positions, finding.kind);
     }
     const auto isOfOther = [&](const Finding& finding) { return others.count({finding.positions, finding.kind}) == 0; };
