@@ -293,6 +293,24 @@ void tst_ProgramDifference::movesToAnotherParentAreTold_data()
         << QJsonArray {n({page(u"p"_qs)}), m({page(u"p"_qs)}), node(u"x"_qs, {})}
         << QJsonArray {n({}), m({}), node(u"x"_qs, {page(u"p"_qs)})}
         << QStringList {u"removed: selection 'm/p'"_qs, u"moved: selection 'n/p', to 'x/p', as position 0"_qs};
+    QTest::newRow("out of one node into another one that is none of the same")
+        << QJsonArray {n({node(u"k"_qs, {page(u"p"_qs)})}), m({other})}
+        << QJsonArray {n({}), m({other, node(u"q"_qs, {page(u"p"_qs)})})}
+        << QStringList {u"removed: node 'n/k'"_qs, u"added: node 'm/q', as position 1"_qs,
+               u"moved: selection 'n/k/p', to 'm/q/p', as position 0"_qs};
+    const auto several = [](const QString& letters) {
+        QJsonArray pages;
+        for (const QChar letter : letters) {
+            pages.append(page(QString(letter)));
+        }
+        return pages;
+    };
+    QTest::newRow("several before others, which stay in their order")
+        << QJsonArray {n(several(u"fghxyz"_qs)), m(several(u"ab"_qs))}
+        << QJsonArray {n(several(u"fgh"_qs)), m(several(u"xyzab"_qs))}
+        << QStringList {u"moved: selection 'n/x', to 'm/x', as position 0"_qs,
+               u"moved: selection 'n/y', to 'm/y', as position 1"_qs,
+               u"moved: selection 'n/z', to 'm/z', as position 2"_qs};
     QTest::newRow("without a name") << QJsonArray {n({QJsonObject {{key, 1}}}), m({other})}
                                     << QJsonArray {n({}), m({other, QJsonObject {{key, 1}}})}
                                     << QStringList {u"removed: unknown at position 0 below 'n'"_qs,
@@ -414,7 +432,8 @@ void tst_ProgramDifference::everyDifferenceIsTold()
         const TreeElements treeBefore = treeOf(before);
         const TreeElements treeAfter = treeOf(after);
         int count = countElements(treeBefore);
-        for (const ElementChange& change : differencesOf(treeBefore, treeAfter, Stamps::DoNotCount)) {
+        const QVector<ElementChange> changes = differencesOf(treeBefore, treeAfter, Stamps::DoNotCount);
+        for (const ElementChange& change : changes) {
             count += change.kind == ElementChange::Added ? 1 + change.below
                 : change.kind == ElementChange::Removed  ? -1 - change.below
                                                          : 0;

@@ -2,6 +2,7 @@
 #include "ManifestFixture.h"
 #include "TestMain.h"
 
+#include <QtCore/QElapsedTimer>
 #include <QtCore/QJsonDocument>
 
 #include <functional>
@@ -120,6 +121,8 @@ private Q_SLOTS:
     void findingsOfAManifest_data();
     void findingsOfAManifest();
     void findingKnowsItsElement();
+    void findingsDeepDownAreComparedQuickly();
+    void findingOfNeitherManifestIsAdded();
     void everyUnreachableElementHasAReason();
     void tooDeepIsWhatCannotBeLoaded_data();
     void tooDeepIsWhatCannotBeLoaded();
@@ -779,6 +782,54 @@ void tst_ProgramFindings::messageNamesBothTypesAndTheOption()
     QFETCH(const QJsonValue, given);
     QFETCH(const QString, message);
     QCOMPARE(typeProblem(key, present, given), message);
+}
+
+void tst_ProgramFindings::findingsDeepDownAreComparedQuickly()
+{
+    constexpr int levels = 400;
+    constexpr int leaves = 5000;
+    const auto tree = [](const QJsonObject& last) {
+        QJsonArray siblings;
+        for (int i = 0; i < leaves; ++i) {
+            siblings.append(selection(QString::number(i)));
+        }
+        siblings.append(last);
+        for (int level = 0; level < levels; ++level) {
+            // Every level has a finding of its own as well.
+            siblings = {with(node(u"n"_qs, siblings), u"selectionType"_qs, u"other"_qs)};
+        }
+        return siblings;
+    };
+    const QJsonArray before = tree(selection(u"x"_qs));
+    const QJsonArray after = tree(QJsonObject());
+    QElapsedTimer timer;
+    timer.start();
+    const TreeElements treeAfter = treeOf(QJsonDocument::fromJson(compact(after)).array());
+    const qint64 load = timer.restart();
+    QCOMPARE(addedToBoth(before, before, treeAfter).size(), 2);
+    QCOMPARE(added(before, after).size(), 2);
+    const qint64 comparison = timer.elapsed();
+    qInfo("loaded in %lld ms, compared in %lld ms", load, comparison);
+    // What looks at everything again for every level takes hundreds of loads, and more than this.
+    constexpr qint64 disturbance = 1000;
+    QVERIFY(comparison < 20 * load + disturbance);
+}
+
+void tst_ProgramFindings::findingOfNeitherManifestIsAdded()
+{
+    const QJsonObject empty = node(u"n"_qs);
+    const QJsonArray healthy {selection(u"a"_qs)};
+    const QJsonArray damaged {selection(u"a"_qs), empty};
+    QCOMPARE(addedToBoth(healthy, healthy, treeOf(healthy)).size(), 0);
+    QCOMPARE(addedToBoth(damaged, healthy, treeOf(damaged)).size(), 0);
+    QCOMPARE(addedToBoth(healthy, damaged, treeOf(damaged)).size(), 0);
+    QCOMPARE(addedToBoth(damaged, damaged, treeOf(damaged)).size(), 0);
+    const QVector<Finding> findings = addedToBoth(healthy, healthy, treeOf(damaged));
+    QCOMPARE(findings.size(), 1);
+    QCOMPARE(findings.constFirst().kind, FindingKind::NoChildren);
+    // Twice is once more than either has.
+    const QJsonArray twice {node(u"k"_qs, {empty}), node(u"l"_qs, {empty})};
+    QCOMPARE(addedToBoth(damaged, damaged, treeOf(twice)).size(), 1);
 }
 
 MANIFEST_TEST_MAIN(tst_ProgramFindings)

@@ -522,6 +522,11 @@ void tst_ProgramMerge::conflictsAreToldAndDecided_data()
         << QStringList(QString(u"selection 'n/a', moved to 'm/a' by new, changed by mine: base "_qs + asText
                + u", mine "_qs + asChangedText + u", new "_qs + asText))
         << QByteArray() << QJsonArray {n({with(a, k, 1)}), m({c})} << QJsonArray {n({}), m({c, a})};
+    QTest::newRow("moved by new, children reordered by mine")
+        << QJsonArray {n({a, b}), m({c})} << QJsonArray {n({b, a}), m({c})} << QJsonArray {m({c, n({a, b})})}
+        << QStringList(QString(u"node 'n', moved to 'm/n' by new, changed by mine: base "_qs + nodeText.arg(ab)
+               + u", mine "_qs + nodeText.arg(ba) + u", new "_qs + nodeText.arg(ab)))
+        << QByteArray() << QJsonArray {n({b, a}), m({c})} << QJsonArray {m({c, n({a, b})})};
     QTest::newRow("moved to two places")
         << QJsonArray {n({a}), m({c}), x} << QJsonArray {n({}), m({c, a}), x} << QJsonArray {n({}), m({c}), a, x}
         << QStringList(QString(u"selection 'n/a', moved to 'a' by new, to 'm/a' by mine: base "_qs + asText

@@ -3,6 +3,7 @@
 #include "ConfigurationAndProcessDataDefinitions.h"
 #include "SystemInformationManagerRegistryDefinitions.h"
 
+#include <QtCore/QCryptographicHash>
 #include <QtCore/QJsonDocument>
 #include <QtCore/QJsonObject>
 
@@ -235,15 +236,64 @@ void forEach(const TreeElements& elements, const Function& function)
     }
 }
 
+/// What elements of a tree hold, with everything below them and without stamps, as a digest. Each one is made once, of
+/// those of the children: with the whole text of everything below it, every level would be looked at again and again.
+class Contents {
+public:
+    const QByteArray& of(const TreeElement& element)
+    {
+        const auto index = static_cast<std::size_t>(element.number);
+        digests.resize(std::max(digests.size(), index + 1));
+        if (digests[index].isEmpty()) {
+            const QByteArray digest = digestOf(element);
+            digests[index] = digest;
+        }
+        return digests[index];
+    }
+
+private:
+    QByteArray digestOf(const TreeElement& element)
+    {
+        // One that nobody can make collide.
+        QCryptographicHash digest(QCryptographicHash::Sha256);
+        const bool hasChildren = element.object().value(Registry::getKeySubstructure()).isArray();
+        digest.addData(contentOf(hasChildren ? withoutChildren(element.value) : element.value));
+        digest.addData(hasChildren ? "a" : "n", 1);
+        for (const TreeElement& child : element.children) {
+            digest.addData(of(child));
+        }
+        return digest.result();
+    }
+
+    std::vector<QByteArray> digests;
+};
+
 // By content, how many more elements hold it after an edit than before.
 using Balance = std::map<QByteArray, int>;
 
-Balance balanceOf(const TreeElements& before, const TreeElements& after)
+Balance balanceOf(
+    const TreeElements& before, Contents& contentsBefore, const TreeElements& after, Contents& contentsAfter)
 {
     Balance balance;
-    forEach(before, [&](const TreeElement& element) { --balance[contentOf(element.value)]; });
-    forEach(after, [&](const TreeElement& element) { ++balance[contentOf(element.value)]; });
+    forEach(before, [&](const TreeElement& element) { --balance[contentsBefore.of(element)]; });
+    forEach(after, [&](const TreeElement& element) { ++balance[contentsAfter.of(element)]; });
     return balance;
+}
+
+// The element at these positions; null when there is none.
+const TreeElement* elementAt(const TreeElements& elements, const QVector<int>& positions)
+{
+    const TreeElements* siblings = &elements;
+    const TreeElement* element = nullptr;
+    for (const int position : positions) {
+        const auto index = static_cast<TreeElements::size_type>(position);
+        if (position < 0 || index >= siblings->size()) {
+            return nullptr;
+        }
+        element = &siblings->at(index);
+        siblings = &element->children;
+    }
+    return element;
 }
 
 struct FoundContent {
@@ -255,13 +305,13 @@ using FoundContents = std::vector<FoundContent>;
 
 enum class Counting { Damage, All };
 
-FoundContents findingsIn(const TreeElements& elements, Counting counting)
+FoundContents findingsIn(const TreeElements& elements, Contents& contents, Counting counting)
 {
     FoundContents result;
     const QVector<Finding> findings = check(elements);
     for (const Finding& finding : findings) {
         if (counting == Counting::All || isDamage(finding.kind)) {
-            result.push_back({finding, contentOf(finding.value)});
+            result.push_back({finding, contents.of(*elementAt(elements, finding.positions))});
         }
     }
     return result;
@@ -318,13 +368,15 @@ bool takeNoWorse(KnownFindings& known, const Finding& finding)
 // The findings of `after` that `before` has not.
 QVector<Finding> addedTo(const QJsonArray& before, const TreeElements& treeAfter, Counting counting)
 {
-    FoundContents damage = findingsIn(treeAfter, counting);
+    Contents contentsAfter;
+    FoundContents damage = findingsIn(treeAfter, contentsAfter, counting);
     if (damage.empty()) {
         return {};
     }
     const TreeElements treeBefore = treeOf(before);
+    Contents contentsBefore;
     KnownFindings same;
-    for (const FoundContent& found : findingsIn(treeBefore, counting)) {
+    for (const FoundContent& found : findingsIn(treeBefore, contentsBefore, counting)) {
         same.emplace(std::make_pair(found.finding.kind, found.content), found);
     }
     const auto isKnown = [&](const FoundContent& found) {
@@ -341,7 +393,7 @@ QVector<Finding> addedTo(const QJsonArray& before, const TreeElements& treeAfter
     }
 
     // What both manifests hold was not changed, so its finding is a new one, or has gone.
-    const Balance balance = balanceOf(treeBefore, treeAfter);
+    const Balance balance = balanceOf(treeBefore, contentsBefore, treeAfter, contentsAfter);
     KnownFindings changed;
     for (const auto& known : same) {
         if (balance.at(known.second.content) < 0) {
@@ -355,22 +407,6 @@ QVector<Finding> addedTo(const QJsonArray& before, const TreeElements& treeAfter
         }
     }
     return result;
-}
-
-// The element at these positions; null when there is none.
-const TreeElement* elementAt(const TreeElements& elements, const QVector<int>& positions)
-{
-    const TreeElements* siblings = &elements;
-    const TreeElement* element = nullptr;
-    for (const int position : positions) {
-        const auto index = static_cast<TreeElements::size_type>(position);
-        if (position < 0 || index >= siblings->size()) {
-            return nullptr;
-        }
-        element = &siblings->at(index);
-        siblings = &element->children;
-    }
-    return element;
 }
 
 int countOfDifferentMembers(const QJsonObject& a, const QJsonObject& b)
@@ -553,7 +589,8 @@ QVector<Finding> addedToBoth(const QJsonArray& one, const QJsonArray& other, con
         return findings;
     }
     std::set<std::pair<QVector<int>, FindingKind>> others;
-    for (const Finding& finding : addedTo(other, after, Counting::All)) {
+    const QVector<Finding> addedToOther = addedTo(other, after, Counting::All);
+    for (const Finding& finding : addedToOther) {
         others.emplace(finding.positions, finding.kind);
     }
     const auto isOfOther = [&](const Finding& finding) { return others.count({finding.positions, finding.kind}) == 0; };

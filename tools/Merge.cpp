@@ -254,7 +254,7 @@ private:
     QJsonValue withoutDropped(const TreeElement& element) const
     {
         if (dropped.count(&element) != 0) {
-            return QJsonValue(QJsonValue::Undefined);
+            return QJsonValue::Undefined;
         }
         if (dropped.empty() || element.children.empty()) {
             return element.value;
@@ -400,7 +400,7 @@ private:
         const TreeElement& base = *same[0];
         const bool isKept = !isFor(remover);
         const QJsonValue value = isKept ? withoutDropped(left) : QJsonValue(QJsonValue::Undefined);
-        const Merged whole {value, remover == MergeSide::Theirs && value == left.value};
+        Merged whole {value, remover == MergeSide::Theirs && value == left.value};
         if (conflicting.count(&base) != 0) {
             return whole;
         }
