@@ -129,6 +129,8 @@ private Q_SLOTS:
     void badOperandsAreTrouble_data();
     void badOperandsAreTrouble();
     void damagedDescriptionsAreWarnedOf();
+    void mergeWithWhatCannotBeReadIsRefused_data();
+    void mergeWithWhatCannotBeReadIsRefused();
     void unrelatedManifestsAreWarnedOf_data();
     void unrelatedManifestsAreWarnedOf();
     void mergeThatTakesNearlyEverythingIsRefused_data();
@@ -424,7 +426,7 @@ void tst_ProgramCompare::badOperandsAreTrouble_data()
     QTest::newRow("folder to save to") << u"merge file void file --save"_qs
                                        << misused(u"cannot read void: it is a folder"_qs);
     QTest::newRow("standard input to save to")
-        << u"merge file - file --save"_qs << misused(u"cannot read -: No such file or directory"_qs);
+        << u"merge file - file --save"_qs << misused(u"cannot save to standard input: MINE has to be a file"_qs);
     QTest::newRow("nobody to decide") << u"merge file file file --prefer both"_qs
                                       << misused(u"--prefer takes 'mine' or 'new'"_qs);
     QTest::newRow("no text to decide") << u"merge file file file --prefer ''"_qs
@@ -454,6 +456,48 @@ void tst_ProgramCompare::badOperandsAreTrouble()
     QCOMPARE(place.program().prepared(asOrdinaryUser).run(commandLine), run);
     QCOMPARE(stateOf(place.path(u"file"_qs)), before);
     QCOMPARE(everythingIn(place.path()), entries);
+}
+
+void tst_ProgramCompare::mergeWithWhatCannotBeReadIsRefused_data()
+{
+    QTest::addColumn<QString>("unreadable");
+    QTest::addColumn<QByteArray>("warning");
+
+    QTest::newRow("folder") << u"folder/in"_qs
+                            << QByteArray("warning: folder/in: Can't read folder: Permission denied\n");
+    QTest::newRow("file") << u"folder/in/a.config.json"_qs
+                          << QByteArray("warning: folder/in/a.config.json: Can't open file  \"");
+}
+
+void tst_ProgramCompare::mergeWithWhatCannotBeReadIsRefused()
+{
+    QFETCH(QString, unreadable);
+    QFETCH(QByteArray, warning);
+
+    Workplace place;
+    for (const QString& page : {u"in/a"_qs, u"in/b"_qs, u"c"_qs}) {
+        writeFile(place.path(u"folder/%1.config.json"_qs.arg(page)), "{\"hide\":false,\"displayPosition\":1}");
+    }
+    QCOMPARE(chmod(qPrintable(place.path()), 0755), 0);
+    QCOMPARE(place.run(u"create-folder folder"_qs).status, 0);
+    const QByteArray manifest = readFile(place.path(u"folder/configuration.manifest.json"_qs));
+    writeFile(place.path(u"base"_qs), manifest);
+    writeFile(place.path(u"mine"_qs), manifest);
+    const FileState before = stateOf(place.path(u"mine"_qs));
+    QCOMPARE(chmod(qPrintable(place.path(unreadable)), 0), 0);
+
+    const Program program = place.program().prepared(asOrdinaryUser);
+    const ProgramRun refused = program.run(u"merge base mine folder --save"_qs);
+    QCOMPARE(refused.status, 1);
+    QVERIFY2(refused.errors.startsWith(warning), refused.errors.constData());
+    QVERIFY2(
+        refused.errors.endsWith("configuration-manifest: folder could not be read completely\n"
+                                "configuration-manifest: the edit is refused; --force carries it out all the same\n"),
+        refused.errors.constData());
+    QCOMPARE(stateOf(place.path(u"mine"_qs)), before);
+    QCOMPARE(program.run(u"merge base mine folder --force"_qs).status, 0);
+    QCOMPARE(program.run(u"diff mine folder"_qs).errors.startsWith(warning), true);
+    chmod(qPrintable(place.path(unreadable)), 0755);
 }
 
 void tst_ProgramCompare::damagedDescriptionsAreWarnedOf()

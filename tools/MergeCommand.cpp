@@ -76,6 +76,7 @@ public:
         if (isSameFile(base.path, mine.path)) {
             remark(QStringLiteral("warning: BASE and MINE are the same file, so nothing in MINE counts as changed"));
         }
+        const bool areWhole = isWhole(base) && isWhole(theirs);
         const bool areRelated = !areUnrelated(Pairing(base.tree, theirs.tree, Stamps::DoNotCount), base, theirs);
 
         MergeResult result = merge(base.tree, mine.tree, theirs.tree, decision);
@@ -89,7 +90,7 @@ public:
         merged = result.manifest;
         const TreeElements mergedTree = treeOf(merged);
         changes = differencesOf(mine.tree, mergedTree, Stamps::Count);
-        if (!isSet("force") && (!areRelated || addsFindings(mergedTree))) {
+        if (!isSet("force") && (!areWhole || !areRelated || addsFindings(mergedTree))) {
             if (!isSet("print")) {
                 tell(false);
             }
@@ -108,6 +109,10 @@ private:
     ExitStatus read(const QString& scheme)
     {
         if (manifest.isToBeSaved()) {
+            if (given.at(1) == QLatin1String("-")) {
+                complain(QStringLiteral("cannot save to standard input: MINE has to be a file"));
+                return Trouble;
+            }
             if (const ExitStatus status = manifest.loadToEdit()) {
                 return status;
             }
@@ -116,6 +121,15 @@ private:
             return Trouble;
         }
         return readTree(given.at(0), scheme, base) && readTree(given.at(2), scheme, theirs) ? Done : Trouble;
+    }
+
+    // What is not seen looks as if it was removed.
+    static bool isWhole(const TreeOperand& operand)
+    {
+        if (operand.isIncomplete) {
+            complain(printable(operand.path) % QLatin1String(" could not be read completely"));
+        }
+        return !operand.isIncomplete;
     }
 
     // What the new manifest is damaged by, the merged one may be damaged by as well.
@@ -240,8 +254,9 @@ QVector<Command> mergeCommands()
             keepBaseOption(
                 QStringLiteral("Keep NEW as MINE.base, the BASE of the next merge, once the result is saved.")),
             {QStringLiteral("force"), {},
-                QStringLiteral("Carry the merge out also when it damages the structure of the manifest, or when hardly "
-                               "anything is common to BASE and NEW."),
+                QStringLiteral(
+                    "Carry the merge out also when it damages the structure of the manifest, when hardly anything "
+                    "of BASE is still in NEW, or when one of them is a folder that cannot be read completely."),
                 {}},
             {QStringLiteral("json"), {}, QStringLiteral("Print JSON instead of lines."), {}}}
         + treeOptions() + replaceOptions();

@@ -25,6 +25,8 @@ using Registry = SystemInformationManagerRegistryDefinitions;
 
 namespace {
 
+constexpr QLatin1String cannotReadFolder("Can't read folder: ");
+
 TreeElement::Kind kindOf(const QJsonObject& object)
 {
     const QString type = object.value(Registry::getKeySelectionType()).toString();
@@ -276,7 +278,7 @@ private:
         if (entries.isEmpty()
             && faccessat(AT_FDCWD, QFile::encodeName(path).constData(), R_OK | X_OK, AT_EACCESS) != 0) {
             addRemark({relativePath.isEmpty() ? QStringLiteral(".") : relativePath,
-                QLatin1String("Can't read folder: ") % qt_error_string(errno), true});
+                cannotReadFolder % qt_error_string(errno), true});
         }
         return entries;
     }
@@ -456,6 +458,11 @@ private:
 };
 
 } // namespace
+
+bool Remark::isUnreadable() const
+{
+    return text.startsWith(cannotReadFolder) || text.startsWith(QLatin1String("Can't open file "));
+}
 
 QJsonObject TreeElement::object() const
 {

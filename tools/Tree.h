@@ -18,6 +18,9 @@ struct Remark {
     /// Whether something could not be read, could not be parsed or has a wrong type. What is no damage is ordinary: a
     /// folder without a description file, and keys that a description may leave out.
     bool isDamage = false;
+
+    /// Whether a folder or a file is there and could not be read, so that the tree lacks what is in it.
+    bool isUnreadable() const;
 };
 
 /**

@@ -38,6 +38,7 @@ bool scan(const QString& folder, const QString& scheme, TreeOperand& operand)
     }
     FolderScan found = scanFolder(wholePath(folder), scheme);
     for (const Remark& reported : qAsConst(found.remarks)) {
+        operand.isIncomplete = operand.isIncomplete || reported.isUnreadable();
         if (reported.isDamage) {
             remark(QLatin1String("warning: ") % folder % QLatin1Char('/') % reported.source % QLatin1String(": ")
                 % reported.text);
