@@ -166,8 +166,8 @@ private:
     {
         // Until it has been told what became of the save, nothing ends the program.
         const HeldSignals held;
-        // A base without a manifest does no harm. A manifest without a base could be edited and then not be brought up to
-        // date any more, should the power be cut before the base is written.
+        // A base without a manifest does no harm. A manifest without a base could be edited and then not be brought up
+        // to date any more, should the power be cut before the base is written.
         if (!wasThere && isSet("keep-base")) {
             writeBase(path, contentOf(tree));
         }
