@@ -166,6 +166,8 @@ void tst_ProgramDifference::differencesAreTold_data()
                                   << QJsonArray {with(with(a, key, 2), u"other"_qs, QJsonArray {1})}
                                   << QStringList(
                                          u"changed: selection 'a', key from 1 to 2, other from \"x\" to [1]"_qs);
+    QTest::newRow("key without a letter") << QJsonArray {with(a, u""_qs, 1)} << QJsonArray {with(a, u""_qs, 2)}
+                                          << QStringList(u"changed: selection 'a', \"\" from 1 to 2"_qs);
     QTest::newRow("other kind") << QJsonArray {a} << QJsonArray {node(u"a"_qs)}
                                 << QStringList(u"changed: node 'a', selectionType from \"Selection\" to \"Node\""_qs);
     QTest::newRow("other name") << QJsonArray {
@@ -333,6 +335,9 @@ void tst_ProgramDifference::changesAreTheSameAsJson_data()
         << QByteArray("{\"change\":\"changed\",\"keys\":[{\"after\":2,\"before\":1,\"key\":\"key\"},"
                       "{\"after\":[1],\"key\":\"new\"},{\"before\":null,\"key\":\"old\"}],"
                       "\"kind\":\"selection\",\"path\":\"a\",\"positions\":[0]}");
+    QTest::newRow("key without a letter") << QJsonArray {a} << QJsonArray {with(a, u""_qs, 1)}
+                                          << QByteArray("{\"change\":\"changed\",\"keys\":[{\"after\":1,\"key\":\"\"}],"
+                                                        "\"kind\":\"selection\",\"path\":\"a\",\"positions\":[0]}");
     QTest::newRow("changed without a path and a key")
         << QJsonArray {1} << QJsonArray {u"x"_qs}
         << QByteArray("{\"change\":\"changed\",\"keys\":[{\"after\":\"x\",\"before\":1,\"key\":null}],"
