@@ -243,6 +243,10 @@ void tst_ProgramDifference::movesToAnotherParentAreTold_data()
         << QJsonArray {n({page(u"n/p"_qs)}), m({other})}
         << QJsonArray {n({}), m({other, with(page(u"m/p"_qs), key, 1)})}
         << QStringList {u"removed: selection 'n/p'"_qs, u"added: selection 'm/p', as position 1"_qs};
+    QTest::newRow("leaf that gets an empty array of children")
+        << QJsonArray {n({page(u"n/p"_qs)}), m({other})}
+        << QJsonArray {n({}), m({other, with(page(u"m/p"_qs), u"substructure"_qs, QJsonArray())})}
+        << QStringList {u"removed: selection 'n/p'"_qs, u"added: selection 'm/p', as position 1"_qs};
     QTest::newRow("leaf for one of its name")
         << QJsonArray {n({page(u"n/p"_qs)}), m({with(page(u"m/p"_qs), key, 1)})}
         << QJsonArray {n({}), m({page(u"m/p"_qs)})}
@@ -259,6 +263,15 @@ void tst_ProgramDifference::movesToAnotherParentAreTold_data()
         << QJsonArray {m({other, n({with(page(u"a"_qs), key, 1), node(u"k"_qs, {page(u"b"_qs)})})})}
         << QStringList {
                u"moved: node 'n', to 'm/n', as position 1"_qs, u"changed: selection 'm/n/a', key from nothing to 1"_qs};
+    QTest::newRow("sub-tree with a child changed two levels down")
+        << QJsonArray {n({node(u"k"_qs, {page(u"a"_qs), page(u"b"_qs)})}), m({other})}
+        << QJsonArray {m({other, n({node(u"k"_qs, {with(page(u"a"_qs), key, 1), page(u"b"_qs)})})})}
+        << QStringList {u"moved: node 'n', to 'm/n', as position 1"_qs,
+               u"changed: selection 'm/n/k/a', key from nothing to 1"_qs};
+    QTest::newRow("sub-tree with fewer children without names")
+        << QJsonArray {n({QJsonObject {{key, 1}}, QJsonObject {{key, 2}}, page(u"a"_qs)}), m({other})}
+        << QJsonArray {m({other, n({QJsonObject {{key, 1}}, page(u"a"_qs)})})}
+        << QStringList {u"moved: node 'n', to 'm/n', as position 1"_qs, u"removed: unknown at position 1 below 'n'"_qs};
     QTest::newRow("sub-tree with a child removed and one added")
         << QJsonArray {n(subtree), m({other})}
         << QJsonArray {m({other, n({node(u"k"_qs, {page(u"b"_qs)}), page(u"c"_qs)})})}
