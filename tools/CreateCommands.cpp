@@ -305,7 +305,8 @@ QVector<Command> createCommands()
         + replaceOptions();
     const ExitMeanings exits {QStringLiteral("the manifest is written, or with --dry-run or --print only told of"),
         QStringLiteral(
-            "the manifest could not be written, or with --keep-base its base, or the folder changed while it was read"),
+            "the manifest could not be written, or with --keep-base its base, or the folder changed while it was read, "
+            "or nothing is to be written and the output could not be printed"),
         QStringLiteral("wrong usage, or there is nothing to write in the folder or something that cannot be read"),
         QStringLiteral("the manifest is written, but the output could not be printed")};
     return {
