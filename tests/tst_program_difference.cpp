@@ -166,6 +166,8 @@ void tst_ProgramDifference::differencesAreTold_data()
                                   << QJsonArray {with(with(a, key, 2), u"other"_qs, QJsonArray {1})}
                                   << QStringList(
                                          u"changed: selection 'a', key from 1 to 2, other from \"x\" to [1]"_qs);
+    QTest::newRow("key without a letter") << QJsonArray {with(a, u""_qs, 1)} << QJsonArray {with(a, u""_qs, 2)}
+                                          << QStringList(u"changed: selection 'a', \"\" from 1 to 2"_qs);
     QTest::newRow("other kind") << QJsonArray {a} << QJsonArray {node(u"a"_qs)}
                                 << QStringList(u"changed: node 'a', selectionType from \"Selection\" to \"Node\""_qs);
     QTest::newRow("other name") << QJsonArray {
@@ -241,6 +243,10 @@ void tst_ProgramDifference::movesToAnotherParentAreTold_data()
         << QJsonArray {n({page(u"n/p"_qs)}), m({other})}
         << QJsonArray {n({}), m({other, with(page(u"m/p"_qs), key, 1)})}
         << QStringList {u"removed: selection 'n/p'"_qs, u"added: selection 'm/p', as position 1"_qs};
+    QTest::newRow("leaf that gets an empty array of children")
+        << QJsonArray {n({page(u"n/p"_qs)}), m({other})}
+        << QJsonArray {n({}), m({other, with(page(u"m/p"_qs), u"substructure"_qs, QJsonArray())})}
+        << QStringList {u"removed: selection 'n/p'"_qs, u"added: selection 'm/p', as position 1"_qs};
     QTest::newRow("leaf for one of its name")
         << QJsonArray {n({page(u"n/p"_qs)}), m({with(page(u"m/p"_qs), key, 1)})}
         << QJsonArray {n({}), m({page(u"m/p"_qs)})}
@@ -257,6 +263,15 @@ void tst_ProgramDifference::movesToAnotherParentAreTold_data()
         << QJsonArray {m({other, n({with(page(u"a"_qs), key, 1), node(u"k"_qs, {page(u"b"_qs)})})})}
         << QStringList {
                u"moved: node 'n', to 'm/n', as position 1"_qs, u"changed: selection 'm/n/a', key from nothing to 1"_qs};
+    QTest::newRow("sub-tree with a child changed two levels down")
+        << QJsonArray {n({node(u"k"_qs, {page(u"a"_qs), page(u"b"_qs)})}), m({other})}
+        << QJsonArray {m({other, n({node(u"k"_qs, {with(page(u"a"_qs), key, 1), page(u"b"_qs)})})})}
+        << QStringList {u"moved: node 'n', to 'm/n', as position 1"_qs,
+               u"changed: selection 'm/n/k/a', key from nothing to 1"_qs};
+    QTest::newRow("sub-tree with fewer children without names")
+        << QJsonArray {n({QJsonObject {{key, 1}}, QJsonObject {{key, 2}}, page(u"a"_qs)}), m({other})}
+        << QJsonArray {m({other, n({QJsonObject {{key, 1}}, page(u"a"_qs)})})}
+        << QStringList {u"moved: node 'n', to 'm/n', as position 1"_qs, u"removed: unknown at position 1 below 'n'"_qs};
     QTest::newRow("sub-tree with a child removed and one added")
         << QJsonArray {n(subtree), m({other})}
         << QJsonArray {m({other, n({node(u"k"_qs, {page(u"b"_qs)}), page(u"c"_qs)})})}
@@ -351,6 +366,9 @@ void tst_ProgramDifference::changesAreTheSameAsJson_data()
         << QByteArray("{\"change\":\"changed\",\"keys\":[{\"after\":2,\"before\":1,\"key\":\"key\"},"
                       "{\"after\":[1],\"key\":\"new\"},{\"before\":null,\"key\":\"old\"}],"
                       "\"kind\":\"selection\",\"path\":\"a\",\"positions\":[0]}");
+    QTest::newRow("key without a letter") << QJsonArray {a} << QJsonArray {with(a, u""_qs, 1)}
+                                          << QByteArray("{\"change\":\"changed\",\"keys\":[{\"after\":1,\"key\":\"\"}],"
+                                                        "\"kind\":\"selection\",\"path\":\"a\",\"positions\":[0]}");
     QTest::newRow("changed without a path and a key")
         << QJsonArray {1} << QJsonArray {u"x"_qs}
         << QByteArray("{\"change\":\"changed\",\"keys\":[{\"after\":\"x\",\"before\":1,\"key\":null}],"

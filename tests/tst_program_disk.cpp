@@ -169,6 +169,7 @@ private Q_SLOTS:
     void wrongSuffixIsWrongUsage_data();
     void wrongSuffixIsWrongUsage();
     void baseIsTheManifestAsCreated();
+    void baseIsKeptBeforeAFirstManifestAndAfterALaterOne();
 
     void causeOfAFailedSaveIsNamed_data();
     void causeOfAFailedSaveIsNamed();
@@ -808,6 +809,34 @@ void tst_ProgramDisk::baseIsTheManifestAsCreated()
         (ProgramRun {1, "configuration.manifest.json\n2 selections, 0 nodes\nthe same as before\n",
             "configuration-manifest: the manifest is saved, but not configuration.manifest.json.base: it is a "
             "pipe\n"}));
+}
+
+void tst_ProgramDisk::baseIsKeptBeforeAFirstManifestAndAfterALaterOne()
+{
+    const QTemporaryDir directory;
+    const QString path = directory.filePath(u"configuration.manifest.json"_qs);
+    const QString base = path + u".base"_qs;
+    const QString creation = u"create-folder %1 --keep-base"_qs.arg(directory.path());
+    const auto killBetweenTheFiles = [&] {
+        const auto program = Program().stoppingAt(u"make"_qs, 2, directory.path()).start(creation);
+        QVERIFY(program->isStopped());
+        program->send(SIGKILL);
+        QCOMPARE(program->finish().status, -1);
+    };
+    writeFile(directory.filePath(u"page.config.json"_qs), "{\"hide\":false,\"displayPosition\":1}");
+    killBetweenTheFiles();
+    QVERIFY(!QFile::exists(path));
+    const QByteArray first = readFile(base);
+    QVERIFY(first.contains("\"page\""));
+    QCOMPARE(Program().run(creation), done(path + u"\n1 selection, 0 nodes"_qs));
+    QCOMPARE(readFile(path), first);
+    QCOMPARE(readFile(base), first);
+
+    // What the older base lacks comes by the next merge. A newer one would say that an edit has removed it.
+    writeFile(directory.filePath(u"other.config.json"_qs), "{\"hide\":false,\"displayPosition\":2}");
+    killBetweenTheFiles();
+    QVERIFY(readFile(path).contains("\"other\""));
+    QCOMPARE(readFile(base), first);
 }
 
 void tst_ProgramDisk::causeOfAFailedSaveIsNamed_data()

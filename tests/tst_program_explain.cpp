@@ -193,6 +193,7 @@ private Q_SLOTS:
     void troubleIsTrouble();
     void jsonSaysWhatLinesSay();
     void outputThatIsLostIsAFailure();
+    void keyWithoutALetterIsListed();
     void strangeNamesStayInTheirLine();
 };
 
@@ -862,6 +863,15 @@ void tst_ProgramExplain::outputThatIsLostIsAFailure()
     folder.add(u"a.config.json"_qs);
     QCOMPARE(
         Program().prepared(withFullOutput).run(u"explain "_qs + folder.path()), failed(u"cannot write the results"_qs));
+}
+
+void tst_ProgramExplain::keyWithoutALetterIsListed()
+{
+    const Folder folder;
+    folder.add(u"a.config.json"_qs, R"({"hide":false,"displayPosition":1,"":1})");
+    const ProgramRun run = Program().run(u"explain "_qs + folder.path());
+    QCOMPARE(run.status, 0);
+    QVERIFY2(run.output.endsWith("a.config.json\tignored\t\"\"\n"), run.output.constData());
 }
 
 void tst_ProgramExplain::strangeNamesStayInTheirLine()

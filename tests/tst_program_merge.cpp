@@ -456,6 +456,11 @@ void tst_ProgramMerge::conflictsAreToldAndDecided_data()
         << QStringList(u"selection 'a', k: base nothing, mine 1, new null"_qs)
         << QByteArray("[{\"conflict\":\"value\",\"element\":\"selection 'a'\",\"key\":\"k\",\"mine\":1,\"new\":null}]")
         << QJsonArray {with(a, k, 1)} << QJsonArray {with(a, k, QJsonValue::Null)};
+    QTest::newRow("value of a key without a letter")
+        << QJsonArray {a} << QJsonArray {with(a, u""_qs, 1)} << QJsonArray {with(a, u""_qs, 2)}
+        << QStringList(u"selection 'a', \"\": base nothing, mine 1, new 2"_qs)
+        << QByteArray("[{\"conflict\":\"value\",\"element\":\"selection 'a'\",\"key\":\"\",\"mine\":1,\"new\":2}]")
+        << QJsonArray {with(a, u""_qs, 1)} << QJsonArray {with(a, u""_qs, 2)};
     QTest::newRow("value changed and unset")
         << QJsonArray {with(a, k, 0)} << QJsonArray {a} << QJsonArray {with(a, k, 2)}
         << QStringList(u"selection 'a', k: base 0, mine nothing, new 2"_qs)

@@ -166,8 +166,8 @@ private:
     {
         // Until it has been told what became of the save, nothing ends the program.
         const HeldSignals held;
-        // A base without a manifest does no harm. A manifest without a base could be edited and then not be brought up to
-        // date any more, should the power be cut before the base is written.
+        // A base without a manifest does no harm. A manifest without a base could be edited and then not be brought up
+        // to date any more, should the power be cut before the base is written.
         if (!wasThere && isSet("keep-base")) {
             writeBase(path, contentOf(tree));
         }
@@ -305,7 +305,8 @@ QVector<Command> createCommands()
         + replaceOptions();
     const ExitMeanings exits {QStringLiteral("the manifest is written, or with --dry-run or --print only told of"),
         QStringLiteral(
-            "the manifest could not be written, or with --keep-base its base, or the folder changed while it was read"),
+            "the manifest could not be written, or with --keep-base its base, or the folder changed while it was read, "
+            "or nothing is to be written and the output could not be printed"),
         QStringLiteral("wrong usage, or there is nothing to write in the folder or something that cannot be read"),
         QStringLiteral("the manifest is written, but the output could not be printed")};
     return {

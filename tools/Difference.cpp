@@ -226,7 +226,7 @@ QJsonArray toJson(const QVector<KeyChange>& keys)
 {
     QJsonArray result;
     for (const KeyChange& change : keys) {
-        QJsonObject key {{QStringLiteral("key"), change.key.isEmpty() ? QJsonValue() : QJsonValue(change.key)}};
+        QJsonObject key {{QStringLiteral("key"), change.key.isNull() ? QJsonValue() : QJsonValue(change.key)}};
         // What is undefined is not inserted.
         key.insert(QStringLiteral("before"), change.before);
         key.insert(QStringLiteral("after"), change.after);
@@ -272,6 +272,11 @@ QString summaryOf(const QVector<ElementChange>& changes)
     return words.join(QLatin1String(", "));
 }
 
+QString shownKey(const QString& key)
+{
+    return key.isEmpty() ? QStringLiteral("\"\"") : key;
+}
+
 QString shown(const QJsonValue& value, ValueLength length)
 {
     if (value.isUndefined()) {
@@ -305,7 +310,7 @@ QString toLine(const ElementChange& change, ValueLength length)
     }
     QStringList keys;
     for (const KeyChange& key : change.keys) {
-        const QString name = key.key.isEmpty() ? QString() : QString(key.key % QLatin1String(" from "));
+        const QString name = key.key.isNull() ? QString() : QString(shownKey(key.key) % QLatin1String(" from "));
         keys.append(name % shown(key.before, length) % QLatin1String(" to ") % shown(key.after, length));
     }
     return start % QLatin1String(", ") % keys.join(QLatin1String(", "));

@@ -37,7 +37,7 @@ struct ElementChange {
     const TreeElement* after;
     /// Elements below one that was added or removed, at every level, that were so as well.
     int below = 0;
-    /// What has changed; empty key for what is no object in both trees. Nothing of an element that was not changed.
+    /// What has changed; null key for what is no object in both trees. Nothing of an element that was not changed.
     QVector<KeyChange> keys = {};
 };
 
@@ -56,6 +56,9 @@ QString summaryOf(const QVector<ElementChange>& changes);
 
 /// How much of a value a line shows.
 enum class ValueLength { Short, Whole };
+
+/// A key; that without any letter as an empty JSON text.
+QString shownKey(const QString& key);
 
 /// A value as JSON text; "nothing" for none.
 QString shown(const QJsonValue& value, ValueLength length);

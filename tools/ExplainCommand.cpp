@@ -1,4 +1,5 @@
 #include "CommandLine.h"
+#include "Difference.h"
 #include "ElementOutput.h"
 #include "Explanation.h"
 #include "FileOperand.h"
@@ -72,7 +73,7 @@ QString toText(const KeyNotes& keys)
     QString text;
     for (const KeyNote& note : keys) {
         text += text.isEmpty() ? QLatin1String("") : QLatin1String(", ");
-        text += note.key;
+        text += shownKey(note.key);
         if (!note.note.isNull()) {
             text += QLatin1String(" (") % note.note % QLatin1Char(')');
         }

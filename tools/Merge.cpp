@@ -569,7 +569,7 @@ QString whatHappened(const MergeConflict& conflict)
     switch (conflict.kind) {
     case MergeConflict::Value:
         return conflict.key.isNull() ? conflict.element
-                                     : QString(conflict.element % QLatin1String(", ") % conflict.key);
+                                     : QString(conflict.element % QLatin1String(", ") % shownKey(conflict.key));
     case MergeConflict::Removed:
         return conflict.element % QLatin1String(", removed by ") % by % QLatin1String(", changed by ") % other;
     case MergeConflict::Moved: {

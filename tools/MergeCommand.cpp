@@ -273,7 +273,8 @@ QVector<Command> mergeCommands()
             {QStringLiteral("the merge applies; it is saved if --save asks for it"),
                 QStringLiteral(
                     "there are conflicts that nobody decides, or the result is refused, could not be saved "
-                    "or was overtaken by another process, or with --keep-base its base could not be written"),
+                    "or was overtaken by another process, or with --keep-base its base could not be written, or "
+                    "nothing is to be saved and the output could not be printed"),
                 QStringLiteral("wrong usage, or trouble with BASE, MINE or NEW"),
                 QStringLiteral("the result is saved, but the output could not be printed")},
             mergeManifests},

@@ -122,7 +122,9 @@ ExitMeanings queryExits()
 ExitMeanings editExits()
 {
     return {QStringLiteral("the edit applies; it is saved if --save asks for it"),
-        QStringLiteral("the edit does not apply, is refused, could not be saved or was overtaken by another process"),
+        QStringLiteral(
+            "the edit does not apply, is refused, could not be saved or was overtaken by another process, or "
+            "nothing is to be saved and the output could not be printed"),
         QStringLiteral("wrong usage, or trouble with FILE, a value or a description"),
         QStringLiteral("the edit is saved, but the output could not be printed")};
 }
