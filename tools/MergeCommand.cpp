@@ -76,6 +76,7 @@ public:
         if (isSameFile(base.path, mine.path)) {
             remark(QStringLiteral("warning: BASE and MINE are the same file, so nothing in MINE counts as changed"));
         }
+        const bool isWhole = isSet("force") || areWhole();
         const bool areRelated = !areUnrelated(Pairing(base.tree, theirs.tree, Stamps::DoNotCount), base, theirs);
 
         MergeResult result = merge(base.tree, mine.tree, theirs.tree, decision);
@@ -89,7 +90,7 @@ public:
         merged = result.manifest;
         const TreeElements mergedTree = treeOf(merged);
         changes = differencesOf(mine.tree, mergedTree, Stamps::Count);
-        if (!isSet("force") && (!areRelated || addsFindings(mergedTree))) {
+        if (!isSet("force") && (!isWhole || !areRelated || addsFindings(mergedTree))) {
             if (!isSet("print")) {
                 tell(false);
             }
@@ -116,6 +117,20 @@ private:
             return Trouble;
         }
         return readTree(given.at(0), scheme, base) && readTree(given.at(2), scheme, theirs) ? Done : Trouble;
+    }
+
+    // What could not be read is not known to be removed.
+    bool areWhole() const
+    {
+        bool isWhole = true;
+        for (const TreeOperand* const operand : {&base, &mine, &theirs}) {
+            if (!operand->isWhole) {
+                complain(printable(operand->path)
+                    % QLatin1String(" could not be read completely, and what is missing would count as removed"));
+                isWhole = false;
+            }
+        }
+        return isWhole;
     }
 
     // What the new manifest is damaged by, the merged one may be damaged by as well.
@@ -241,7 +256,7 @@ QVector<Command> mergeCommands()
                 QStringLiteral("Keep NEW as MINE.base, the BASE of the next merge, once the result is saved.")),
             {QStringLiteral("force"), {},
                 QStringLiteral("Carry the merge out also when it damages the structure of the manifest, or when hardly "
-                               "anything is common to BASE and NEW."),
+                               "anything is common to BASE and NEW or a folder could not be read completely."),
                 {}},
             {QStringLiteral("json"), {}, QStringLiteral("Print JSON instead of lines."), {}}}
         + treeOptions() + replaceOptions();

@@ -102,6 +102,8 @@ struct FolderScan {
     /// Whether there is nothing to create a manifest from: the folder is missing, unreadable or without visible
     /// entries.
     bool isEmpty = false;
+    /// Whether the list of every folder could be read to its end. What is missing otherwise is reported as damage.
+    bool isWhole = true;
     TreeElements elements;
     /// All remarks in the order of the creator, also those about folders that are not in the tree.
     QVector<Remark> remarks;
@@ -119,6 +121,9 @@ struct FolderScan {
  * A folder about which nothing is reported is read once, any other one twice.
  */
 FolderScan scanFolder(const QString& folder, const QString& scheme);
+
+/// The number of the error that keeps the list of a folder from being read to its end; 0 when nothing does.
+int errorOfListing(const QString& folder);
 
 /// The ending of the description files that a scheme collects.
 QString descriptionSuffix(const QString& scheme);

@@ -20,6 +20,8 @@ struct TreeOperand {
     QString path;
     QJsonArray manifest;
     TreeElements tree;
+    /// Whether a folder could be read to its end, at every level.
+    bool isWhole = true;
 };
 
 /// Reads a manifest, "-" for standard input, or scans a folder and prints what is damaged in it. Complains when that is
