@@ -135,6 +135,8 @@ private Q_SLOTS:
     void unrelatedManifestsAreWarnedOf();
     void mergeThatTakesNearlyEverythingIsRefused_data();
     void mergeThatTakesNearlyEverythingIsRefused();
+    void folderThatCannotBeListedIsNoRemoval_data();
+    void folderThatCannotBeListedIsNoRemoval();
     void mergeIsSavedOnRequest();
     void mergeWithNothingNewWritesNothing();
     void keptBaseServesTheNextMerge();
@@ -490,9 +492,10 @@ void tst_ProgramCompare::mergeWithWhatCannotBeReadIsRefused()
     const ProgramRun refused = program.run(u"merge base mine folder --save"_qs);
     QCOMPARE(refused.status, 1);
     QVERIFY2(refused.errors.startsWith(warning), refused.errors.constData());
-    QVERIFY2(
-        refused.errors.endsWith("configuration-manifest: folder could not be read completely\n"
-                                "configuration-manifest: the edit is refused; --force carries it out all the same\n"),
+    QVERIFY2(refused.errors.endsWith(
+                 "configuration-manifest: folder could not be read completely, and what is missing would count as "
+                 "removed\n"
+                 "configuration-manifest: the edit is refused; --force carries it out all the same\n"),
         refused.errors.constData());
     QCOMPARE(stateOf(place.path(u"mine"_qs)), before);
     QCOMPARE(program.run(u"merge base mine folder --force"_qs).status, 0);
@@ -584,6 +587,46 @@ void tst_ProgramCompare::mergeThatTakesNearlyEverythingIsRefused()
 
     QCOMPARE(place.run(u"merge base mine new --save --force "_qs + option).status, 0);
     QCOMPARE(place.content(u"mine"_qs), compact(theirs));
+}
+
+void tst_ProgramCompare::folderThatCannotBeListedIsNoRemoval_data()
+{
+    QTest::addColumn<QString>("faults");
+    QTest::addColumn<QString>("option");
+    QTest::addColumn<int>("status");
+
+    const QString list = u"list %1 1 99 "_qs.arg(EIO);
+    QTest::newRow("not at all") << list << QString() << 1;
+    QTest::newRow("not to its end") << u"next %1 2 99 "_qs.arg(EIO) << QString() << 1;
+    QTest::newRow("whoever decides") << list << u"--prefer new"_qs << 1;
+    QTest::newRow("on request") << list << u"--force"_qs << 0;
+}
+
+void tst_ProgramCompare::folderThatCannotBeListedIsNoRemoval()
+{
+    QFETCH(QString, faults);
+    QFETCH(QString, option);
+    QFETCH(int, status);
+
+    Workplace place;
+    for (int i = 0; i < 9; ++i) {
+        place.describe(u"folder/page%1.config.json"_qs.arg(i), i);
+    }
+    place.describe(u"folder/sub/Folder.menu.json"_qs, 9).describe(u"folder/sub/page.config.json"_qs, 0);
+    for (const QString& file : {u"base"_qs, u"mine"_qs}) {
+        writeFile(place.path(file), place.run(u"create-folder --print folder"_qs).output);
+    }
+    const FileState before = stateOf(place.path(u"mine"_qs));
+    const Program faulty = place.program().withFaultyCalls(faults + place.path(u"folder/sub"_qs));
+    const ProgramRun run = faulty.run(u"merge base mine folder --save --keep-base "_qs + option);
+    QCOMPARE(run.status, status);
+    QVERIFY2(
+        run.errors.contains("warning: folder/sub: Can't read folder: Input/output error\n"), run.errors.constData());
+    const QByteArray reason = "folder could not be read completely, and what is missing would count as removed\n";
+    QCOMPARE(run.errors.contains(reason), status != 0);
+    QCOMPARE(stateOf(place.path(u"mine"_qs)) == before, status != 0);
+    QCOMPARE(QFile::exists(place.path(u"mine.base"_qs)), status == 0);
+    QVERIFY(faulty.run(u"explain folder sub"_qs).output.contains("\tabsent\tunreadable: Input/output error\n"));
 }
 
 void tst_ProgramCompare::mergeIsSavedOnRequest()

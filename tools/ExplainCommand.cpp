@@ -37,7 +37,8 @@ QString reasonAgainst(const QString& folder)
     if (!S_ISDIR(status.st_mode)) {
         return QStringLiteral("it is not a folder");
     }
-    return faccessat(AT_FDCWD, path.constData(), R_OK | X_OK, AT_EACCESS) == 0 ? QString() : textOf(errno);
+    const int error = errorOfListing(folder);
+    return error == 0 ? QString() : textOf(error);
 }
 
 // What is left of a path behind a folder; null where it does not lie in it.

@@ -866,9 +866,11 @@ private:
             [&](const FolderId& folder) { return folder.device == status.st_dev && folder.inode == status.st_ino; });
     }
 
+    // Sets errno where it may not.
     static bool mayBeListed(const QByteArray& path)
     {
-        return faccessat(AT_FDCWD, path.constData(), R_OK | X_OK, AT_EACCESS) == 0;
+        errno = errorOfListing(QFile::decodeName(path));
+        return errno == 0;
     }
 
     const QString root;

@@ -76,7 +76,7 @@ public:
         if (isSameFile(base.path, mine.path)) {
             remark(QStringLiteral("warning: BASE and MINE are the same file, so nothing in MINE counts as changed"));
         }
-        const bool areWhole = isWhole(base) && isWhole(theirs);
+        const bool isWhole = isSet("force") || areWhole();
         const bool areRelated = !areUnrelated(Pairing(base.tree, theirs.tree, Stamps::DoNotCount), base, theirs);
 
         MergeResult result = merge(base.tree, mine.tree, theirs.tree, decision);
@@ -90,7 +90,7 @@ public:
         merged = result.manifest;
         const TreeElements mergedTree = treeOf(merged);
         changes = differencesOf(mine.tree, mergedTree, Stamps::Count);
-        if (!isSet("force") && (!areWhole || !areRelated || addsFindings(mergedTree))) {
+        if (!isSet("force") && (!isWhole || !areRelated || addsFindings(mergedTree))) {
             if (!isSet("print")) {
                 tell(false);
             }
@@ -123,13 +123,18 @@ private:
         return readTree(given.at(0), scheme, base) && readTree(given.at(2), scheme, theirs) ? Done : Trouble;
     }
 
-    // What is not seen looks as if it was removed.
-    static bool isWhole(const TreeOperand& operand)
+    // What could not be read is not known to be removed.
+    bool areWhole() const
     {
-        if (operand.isIncomplete) {
-            complain(printable(operand.path) % QLatin1String(" could not be read completely"));
+        bool isWhole = true;
+        for (const TreeOperand* const operand : {&base, &mine, &theirs}) {
+            if (!operand->isWhole) {
+                complain(printable(operand->path)
+                    % QLatin1String(" could not be read completely, and what is missing would count as removed"));
+                isWhole = false;
+            }
         }
-        return !operand.isIncomplete;
+        return isWhole;
     }
 
     // What the new manifest is damaged by, the merged one may be damaged by as well.

@@ -14,9 +14,11 @@
 #include <algorithm>
 #include <cerrno>
 #include <map>
+#include <memory>
 #include <numeric>
 #include <utility>
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -24,8 +26,6 @@
 using Registry = SystemInformationManagerRegistryDefinitions;
 
 namespace {
-
-constexpr QLatin1String cannotReadFolder("Can't read folder: ");
 
 TreeElement::Kind kindOf(const QJsonObject& object)
 {
@@ -260,6 +260,9 @@ public:
             scan.elements.clear();
         }
         locate(scan.elements);
+        const bool isAnyUnopened = std::any_of(scan.remarks.cbegin(), scan.remarks.cend(),
+            [](const Remark& remark) { return remark.text.startsWith(QLatin1String("Can't open file ")); });
+        scan.isWhole = scan.isWhole && !isAnyUnopened;
         return std::move(scan);
     }
 
@@ -274,11 +277,11 @@ private:
         QDir folder(path);
         folder.setFilter(QDir::Dirs | QDir::Files | QDir::NoDotAndDotDot);
         const QFileInfoList entries = folder.entryInfoList();
-        // A folder that may not be read looks as if it was empty, which the library takes it for.
-        if (entries.isEmpty()
-            && faccessat(AT_FDCWD, QFile::encodeName(path).constData(), R_OK | X_OK, AT_EACCESS) != 0) {
+        // A folder that cannot be read looks as if it was empty, which the library takes it for.
+        if (const int error = errorOfListing(path)) {
+            scan.isWhole = false;
             addRemark({relativePath.isEmpty() ? QStringLiteral(".") : relativePath,
-                cannotReadFolder % qt_error_string(errno), true});
+                QLatin1String("Can't read folder: ") % qt_error_string(error), true});
         }
         return entries;
     }
@@ -459,11 +462,6 @@ private:
 
 } // namespace
 
-bool Remark::isUnreadable() const
-{
-    return text.startsWith(cannotReadFolder) || text.startsWith(QLatin1String("Can't open file "));
-}
-
 QJsonObject TreeElement::object() const
 {
     return value.toObject();
@@ -595,6 +593,24 @@ const TreeElement* findElement(const TreeElements& elements, const QString& path
         siblings = &found->children;
     }
     return found;
+}
+
+int errorOfListing(const QString& folder)
+{
+    const QByteArray path = QFile::encodeName(folder);
+    // Without the right to enter it, the entries are seen but not what they are.
+    if (faccessat(AT_FDCWD, path.constData(), R_OK | X_OK, AT_EACCESS) != 0) {
+        return errno;
+    }
+    const std::unique_ptr<DIR, int (*)(DIR*)> list(opendir(path.constData()), closedir);
+    if (list == nullptr) {
+        return errno;
+    }
+    // Qt takes an error for the end of the list.
+    do {
+        errno = 0;
+    } while (readdir(list.get()) != nullptr);
+    return errno;
 }
 
 QString descriptionSuffix(const QString& scheme)

@@ -18,9 +18,6 @@ struct Remark {
     /// Whether something could not be read, could not be parsed or has a wrong type. What is no damage is ordinary: a
     /// folder without a description file, and keys that a description may leave out.
     bool isDamage = false;
-
-    /// Whether a folder or a file is there and could not be read, so that the tree lacks what is in it.
-    bool isUnreadable() const;
 };
 
 /**
@@ -105,6 +102,9 @@ struct FolderScan {
     /// Whether there is nothing to create a manifest from: the folder is missing, unreadable or without visible
     /// entries.
     bool isEmpty = false;
+    /// Whether every description could be opened and every folder read to its end. What is missing otherwise is reported
+    /// as damage.
+    bool isWhole = true;
     TreeElements elements;
     /// All remarks in the order of the creator, also those about folders that are not in the tree.
     QVector<Remark> remarks;
@@ -122,6 +122,9 @@ struct FolderScan {
  * A folder about which nothing is reported is read once, any other one twice.
  */
 FolderScan scanFolder(const QString& folder, const QString& scheme);
+
+/// The number of the error that keeps the list of a folder from being read to its end; 0 when nothing does.
+int errorOfListing(const QString& folder);
 
 /// The ending of the description files that a scheme collects.
 QString descriptionSuffix(const QString& scheme);

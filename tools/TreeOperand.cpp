@@ -38,7 +38,6 @@ bool scan(const QString& folder, const QString& scheme, TreeOperand& operand)
     }
     FolderScan found = scanFolder(wholePath(folder), scheme);
     for (const Remark& reported : qAsConst(found.remarks)) {
-        operand.isIncomplete = operand.isIncomplete || reported.isUnreadable();
         if (reported.isDamage) {
             remark(QLatin1String("warning: ") % folder % QLatin1Char('/') % reported.source % QLatin1String(": ")
                 % reported.text);
@@ -48,6 +47,7 @@ bool scan(const QString& folder, const QString& scheme, TreeOperand& operand)
         complain(QLatin1String("cannot read ") % printable(folder) % QLatin1Char('/') % printable(found.refusal));
         return false;
     }
+    operand.isWhole = found.isWhole;
     operand.manifest = asSaved(manifestOf(found.elements));
     found.elements.clear();
     operand.tree = treeOf(operand.manifest);
@@ -69,7 +69,8 @@ QString reasonForNothing(const QString& folder)
         return QStringLiteral("the folder is not readable");
     }
     if (QDir(folder).isEmpty(QDir::Dirs | QDir::Files | QDir::NoDotAndDotDot)) {
-        return QStringLiteral("the folder holds no visible entry");
+        const int error = errorOfListing(folder);
+        return error == 0 ? QStringLiteral("the folder holds no visible entry") : textOf(error);
     }
     return {};
 }

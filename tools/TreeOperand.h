@@ -20,8 +20,8 @@ struct TreeOperand {
     QString path;
     QJsonArray manifest;
     TreeElements tree;
-    /// Whether something in a folder could not be read.
-    bool isIncomplete = false;
+    /// Whether a folder could be read completely.
+    bool isWhole = true;
 };
 
 /// Reads a manifest, "-" for standard input, or scans a folder and prints what is damaged in it. Complains when that is

@@ -47,9 +47,9 @@ QJsonArray RandomManifest::manifest()
 QString RandomManifest::name()
 {
     if (names == Names::Any && below(12) == 0) {
-        return QString();
+        return {};
     }
-    return QString(QChar(u'a' + below(names == Names::Any ? 5 : 12)));
+    return {QChar(u'a' + below(names == Names::Any ? 5 : 12))};
 }
 
 QJsonValue RandomManifest::element(int level, const QString& pathAbove)
@@ -116,7 +116,7 @@ void RandomManifest::add(QJsonArray& siblings, const QJsonValue& element)
 QJsonValue RandomManifest::takeAnywhere(QJsonArray& siblings)
 {
     if (siblings.isEmpty()) {
-        return QJsonValue(QJsonValue::Undefined);
+        return {QJsonValue::Undefined};
     }
     const int index = below(siblings.size());
     QJsonObject parent = siblings.at(index).toObject();
@@ -124,7 +124,7 @@ QJsonValue RandomManifest::takeAnywhere(QJsonArray& siblings)
     if (!isNode(parent) || children.isEmpty() || below(2) == 0) {
         return siblings.takeAt(index);
     }
-    const QJsonValue taken = takeAnywhere(children);
+    QJsonValue taken = takeAnywhere(children);
     siblings.replace(index, with(parent, childrenKey, children));
     return taken;
 }
