@@ -522,6 +522,11 @@ void tst_ProgramMerge::conflictsAreToldAndDecided_data()
                + ",\"by\":\"mine\",\"conflict\":\"moved\",\"element\":\"selection 'n/a'\",\"mine\":" + asText.toUtf8()
                + ",\"movedTo\":\"'m/a'\",\"new\":" + asChangedText.toUtf8() + "}]")
         << QJsonArray {n({}), m({c, a})} << QJsonArray {n({with(a, k, 1)}), m({c})};
+    QTest::newRow("moved by mine, children reordered by new")
+        << QJsonArray {n({a, b}), m({c})} << QJsonArray {m({c, n({a, b})})} << QJsonArray {n({b, a}), m({c})}
+        << QStringList(QString(u"node 'n', moved to 'm/n' by mine, changed by new: base "_qs + nodeText.arg(ab)
+               + u", mine "_qs + nodeText.arg(ab) + u", new "_qs + nodeText.arg(ba)))
+        << QByteArray() << QJsonArray {m({c, n({a, b})})} << QJsonArray {n({b, a}), m({c})};
     QTest::newRow("moved by new, changed by mine")
         << QJsonArray {n({a}), m({c})} << QJsonArray {n({with(a, k, 1)}), m({c})} << QJsonArray {n({}), m({c, a})}
         << QStringList(QString(u"selection 'n/a', moved to 'm/a' by new, changed by mine: base "_qs + asText
