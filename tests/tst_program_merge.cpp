@@ -395,6 +395,8 @@ void tst_ProgramMerge::whatBothSidesDidIsMerged_data()
     add("move of what the other removed", {n({a, b}), m({c})}, {n({b}), m({c, a})}, {n({b}), m({c})},
         {n({b}), m({c, a})});
     add("move out of what the other removed", {n({a}), m({c})}, {n({}), m({c, a})}, {m({c})}, {m({c, a})});
+    add("move to one of two places that the other has", {a, n({}), m({})}, {n({}), m({a})}, {n({a}), m({a})},
+        {n({a}), m({a})});
     add("children of a node that had none", {node(u"n"_qs)}, {n({a})}, {with(node(u"n"_qs), k, 1)},
         {with(n({a}), k, 1)});
     add("array of no children, unset by new", {n({})}, {n({})}, {node(u"n"_qs)}, {node(u"n"_qs)});
