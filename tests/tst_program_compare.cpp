@@ -805,6 +805,10 @@ void tst_ProgramCompare::operandsThatAreTheSameFile()
     }
     const FileState before = stateOf(place.path(u"mine"_qs));
     QCOMPARE(place.run(u"merge base mine mine --save"_qs), done(u"unchanged"_qs));
+    const ProgramRun kept = place.run(u"merge base mine mine --save --keep-base"_qs);
+    QCOMPARE(kept,
+        (ProgramRun {0, "unchanged\n",
+            "warning: MINE and NEW are the same file, so the base has what was edited in MINE from now on\n"}));
     QCOMPARE(place.run(u"merge new mine new"_qs).status, 0);
     QCOMPARE(place.run(u"merge base mine base --save"_qs), done(u"unchanged"_qs));
     QCOMPARE(stateOf(place.path(u"mine"_qs)), before);

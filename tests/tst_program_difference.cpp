@@ -562,6 +562,11 @@ void tst_ProgramDifference::stampsCountOnlyWhenTheyAreToCount()
         QStringList(u"changed: selection 'a', moduleName from nothing to \"M\", objectName from nothing to \"O\""_qs));
     QCOMPARE(linesBetween(before, {with(stamped, u"key"_qs, 1)}),
         QStringList(u"changed: selection 'a', key from nothing to 1"_qs));
+    // Also of what is a selection in one of the trees only.
+    const QString becomesNode = u"changed: node 'a', selectionType from \"Selection\" to \"Node\""_qs;
+    QCOMPARE(linesBetween({stamped}, {node(u"a"_qs)}), QStringList(becomesNode));
+    const QString becomesSelection = u"changed: selection 'a', selectionType from \"Node\" to \"Selection\""_qs;
+    QCOMPARE(linesBetween({node(u"a"_qs)}, {stamped}), QStringList(becomesSelection));
 }
 
 void tst_ProgramDifference::summaryCountsWhatIsBelow()

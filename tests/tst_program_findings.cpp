@@ -132,6 +132,7 @@ private Q_SLOTS:
 
     void addedDamage_data();
     void addedDamage();
+    void damageAddedToManyElementsIsFoundQuickly();
     void editAddsDamage_data();
     void editAddsDamage();
 
@@ -452,6 +453,31 @@ void tst_ProgramFindings::addedDamage()
         found << toText(finding.kind);
     }
     QCOMPARE(found, words);
+}
+
+void tst_ProgramFindings::damageAddedToManyElementsIsFoundQuickly()
+{
+    constexpr int count = 5000;
+    QJsonArray before;
+    QJsonArray after;
+    for (int i = 0; i < count; ++i) {
+        const QJsonObject element = selection(QString::number(i));
+        const QJsonArray child {selection(u"a"_qs)};
+        before.append(with(element, u"substructure"_qs, child));
+        after.append(with(element, u"substructure"_qs, QJsonArray {child.at(0), selection(u"b"_qs)}));
+    }
+    const QByteArray text = compact(before);
+    QElapsedTimer timer;
+    timer.start();
+    QCOMPARE(treeOf(QJsonDocument::fromJson(text).array()).size(), std::size_t(count));
+    const qint64 load = timer.restart();
+    QCOMPARE(added(before, after).size(), count);
+    QCOMPARE(added(after, before).size(), 0);
+    const qint64 comparison = timer.elapsed();
+    qInfo("loaded in %lld ms, compared in %lld ms", load, comparison);
+    // What is quadratic takes hundreds of loads, and more than this.
+    constexpr qint64 disturbance = 500;
+    QVERIFY(comparison < 50 * load + disturbance);
 }
 
 void tst_ProgramFindings::editAddsDamage_data()

@@ -395,6 +395,8 @@ void tst_ProgramMerge::whatBothSidesDidIsMerged_data()
     add("move of what the other removed", {n({a, b}), m({c})}, {n({b}), m({c, a})}, {n({b}), m({c})},
         {n({b}), m({c, a})});
     add("move out of what the other removed", {n({a}), m({c})}, {n({}), m({c, a})}, {m({c})}, {m({c, a})});
+    add("move to one of two places that the other has", {a, n({}), m({})}, {n({}), m({a})}, {n({a}), m({a})},
+        {n({a}), m({a})});
     add("children of a node that had none", {node(u"n"_qs)}, {n({a})}, {with(node(u"n"_qs), k, 1)},
         {with(n({a}), k, 1)});
     add("array of no children, unset by new", {n({})}, {n({})}, {node(u"n"_qs)}, {node(u"n"_qs)});
@@ -522,6 +524,11 @@ void tst_ProgramMerge::conflictsAreToldAndDecided_data()
                + ",\"by\":\"mine\",\"conflict\":\"moved\",\"element\":\"selection 'n/a'\",\"mine\":" + asText.toUtf8()
                + ",\"movedTo\":\"'m/a'\",\"new\":" + asChangedText.toUtf8() + "}]")
         << QJsonArray {n({}), m({c, a})} << QJsonArray {n({with(a, k, 1)}), m({c})};
+    QTest::newRow("moved by mine, children reordered by new")
+        << QJsonArray {n({a, b}), m({c})} << QJsonArray {m({c, n({a, b})})} << QJsonArray {n({b, a}), m({c})}
+        << QStringList(QString(u"node 'n', moved to 'm/n' by mine, changed by new: base "_qs + nodeText.arg(ab)
+               + u", mine "_qs + nodeText.arg(ab) + u", new "_qs + nodeText.arg(ba)))
+        << QByteArray() << QJsonArray {m({c, n({a, b})})} << QJsonArray {n({b, a}), m({c})};
     QTest::newRow("moved by new, changed by mine")
         << QJsonArray {n({a}), m({c})} << QJsonArray {n({with(a, k, 1)}), m({c})} << QJsonArray {n({}), m({c, a})}
         << QStringList(QString(u"selection 'n/a', moved to 'm/a' by new, changed by mine: base "_qs + asText

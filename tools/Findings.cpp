@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <map>
 #include <set>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -350,15 +351,22 @@ QByteArray reasonOf(const Finding& finding)
     return {};
 }
 
-// Takes a finding that has become no worse out of the known ones. False when there is none.
-bool takeNoWorse(KnownFindings& known, const Finding& finding)
+// Findings of elements that were changed: kind, reason and how many children it had, where that counts.
+using ChangedFindings = std::multiset<std::tuple<FindingKind, QByteArray, int>>;
+
+ChangedFindings::value_type badnessOf(const Finding& finding)
 {
-    const auto range = known.equal_range({finding.kind, reasonOf(finding)});
-    const auto found = std::find_if(range.first, range.second, [&](const auto& candidate) {
-        return finding.kind != FindingKind::ChildrenOfSelection
-            || childrenIn(finding) <= childrenIn(candidate.second.finding);
-    });
-    if (found == range.second) {
+    return {
+        finding.kind, reasonOf(finding), finding.kind == FindingKind::ChildrenOfSelection ? childrenIn(finding) : 0};
+}
+
+// Takes a finding that has become no worse out of the known ones. False when there is none.
+bool takeNoWorse(ChangedFindings& known, const Finding& finding)
+{
+    const ChangedFindings::value_type badness = badnessOf(finding);
+    const auto found = known.lower_bound(badness);
+    if (found == known.end() || std::get<FindingKind>(*found) != finding.kind
+        || std::get<QByteArray>(*found) != std::get<QByteArray>(badness)) {
         return false;
     }
     known.erase(found);
@@ -394,10 +402,10 @@ QVector<Finding> addedTo(const QJsonArray& before, const TreeElements& treeAfter
 
     // What both manifests hold was not changed, so its finding is a new one, or has gone.
     const Balance balance = balanceOf(treeBefore, contentsBefore, treeAfter, contentsAfter);
-    KnownFindings changed;
+    ChangedFindings changed;
     for (const auto& known : same) {
         if (balance.at(known.second.content) < 0) {
-            changed.emplace(std::make_pair(known.first.first, reasonOf(known.second.finding)), known.second);
+            changed.insert(badnessOf(known.second.finding));
         }
     }
     QVector<Finding> result;

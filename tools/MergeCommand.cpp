@@ -76,6 +76,11 @@ public:
         if (isSameFile(base.path, mine.path)) {
             remark(QStringLiteral("warning: BASE and MINE are the same file, so nothing in MINE counts as changed"));
         }
+        if (manifest.isToBeSaved() && isSet("keep-base") && isSameFile(mine.path, theirs.path)) {
+            remark(
+                QStringLiteral("warning: MINE and NEW are the same file, so the base has what was edited in MINE from "
+                               "now on"));
+        }
         const bool isWhole = isSet("force") || areWhole();
         const bool areRelated = !areUnrelated(Pairing(base.tree, theirs.tree, Stamps::DoNotCount), base, theirs);
 
