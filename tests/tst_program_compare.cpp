@@ -140,6 +140,7 @@ private Q_SLOTS:
     void mergeIsSavedOnRequest();
     void mergeWithNothingNewWritesNothing();
     void keptBaseServesTheNextMerge();
+    void keptBaseHasThePermissionsOfAnyFile();
     void mergePrintsWhatItWouldSave();
     void mergeKeepsABackup();
     void conflictsKeepFromSaving();
@@ -683,6 +684,24 @@ void tst_ProgramCompare::keptBaseServesTheNextMerge()
     QCOMPARE(place.run(u"diff %1.base folder"_qs.arg(manifest)), (ProgramRun {0, {}, {}}));
     QCOMPARE(place.run(u"diff folder %1"_qs.arg(manifest)),
         found("changed: selection 'page', key from nothing to \"value\"\n"));
+}
+
+void tst_ProgramCompare::keptBaseHasThePermissionsOfAnyFile()
+{
+    Workplace place;
+    writeThree(place);
+    const auto permissionsOfTheBase = [&] {
+        struct stat status = {};
+        return stat(qPrintable(place.path(u"mine.base"_qs)), &status) == 0 ? int(status.st_mode & ACCESSPERMS) : -1;
+    };
+    const Program guarded = place.program().prepared([] { umask(077); });
+    QCOMPARE(guarded.run(u"merge base mine new --save --keep-base"_qs).status, 0);
+    QCOMPARE(permissionsOfTheBase(), 0600);
+
+    QCOMPARE(chmod(qPrintable(place.path(u"mine.base"_qs)), 0660), 0);
+    QCOMPARE(place.run(u"merge mine.base mine base --save --keep-base"_qs).status, 0);
+    QCOMPARE(place.content(u"mine.base"_qs), compact(base()));
+    QCOMPARE(permissionsOfTheBase(), 0660);
 }
 
 void tst_ProgramCompare::mergePrintsWhatItWouldSave()

@@ -141,8 +141,7 @@ QString writeBase(const QString& manifestPath, const QByteArray& base)
     if (present.isThere() && present.content == base) {
         return {};
     }
-    constexpr mode_t usualPermissions = 0644;
-    return writeBeside(path, base, usualPermissions);
+    return writeBeside(path, base, {});
 }
 
 bool keepBase(const QString& manifestPath, const QByteArray& base)

@@ -154,7 +154,7 @@ Look lookAt(const QString& path)
     return look;
 }
 
-QString writeBeside(const QString& path, const QByteArray& content, mode_t permissions)
+QString writeBeside(const QString& path, const QByteArray& content, std::optional<mode_t> permissions)
 {
     const QByteArray encoded = QFile::encodeName(path);
     struct stat status = {};
@@ -168,7 +168,9 @@ QString writeBeside(const QString& path, const QByteArray& content, mode_t permi
     if (!file.open(QIODevice::WriteOnly)) {
         return file.errorString();
     }
-    fchmod(file.handle(), permissions);
+    if (permissions) {
+        fchmod(file.handle(), *permissions);
+    }
     // Not through QSaveFile, which looks at no error of a flush and keeps no number of an error.
     const int error = writeAll(file.handle(), content);
     if (error != 0) {

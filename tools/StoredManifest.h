@@ -6,6 +6,7 @@
 #include <QtCore/QString>
 
 #include <functional>
+#include <optional>
 
 #include <sys/types.h>
 
@@ -87,5 +88,6 @@ private:
     Look known;
 };
 
-/// Writes a file beside a manifest, as a whole or not at all. Returns what went wrong; null for nothing.
-QString writeBeside(const QString& path, const QByteArray& content, mode_t permissions);
+/// Writes a file beside a manifest, as a whole or not at all. Without permissions it gets those of the file that it
+/// replaces, or of any new one. Returns what went wrong; null for nothing.
+QString writeBeside(const QString& path, const QByteArray& content, std::optional<mode_t> permissions);
