@@ -752,6 +752,13 @@ void tst_ProgramCompare::conflictsKeepFromSaving()
             "configuration-manifest: 2 conflicts; --prefer mine or --prefer new decides\n"}));
     QCOMPARE(stateOf(place.path(u"mine"_qs)), before);
     QCOMPARE(everythingIn(place.path()).size(), 3);
+    // Where a manifest is asked for, nothing else is printed on standard output.
+    for (const QString& options : {u"--print"_qs, u"--print --json"_qs}) {
+        const ProgramRun printed = place.run(u"merge base mine new "_qs + options);
+        QCOMPARE(printed.status, 1);
+        QCOMPARE(printed.output, QByteArray());
+        QCOMPARE(printed.errors.count("conflict: "), 2);
+    }
     // Nor does --force decide them.
     QCOMPARE(place.run(u"merge base mine new --save --force"_qs).status, 1);
     QCOMPARE(stateOf(place.path(u"mine"_qs)), before);
