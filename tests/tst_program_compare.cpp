@@ -556,6 +556,8 @@ void tst_ProgramCompare::unrelatedManifestsAreWarnedOf()
     const ProgramRun run = place.run(u"diff old new"_qs);
     QCOMPARE(run.errors, warning);
     QCOMPARE(run.status, before == after ? 0 : 1);
+    // A base that belongs to another manifest.
+    QCOMPARE(place.run(u"merge old new old"_qs).errors, warning);
 }
 
 void tst_ProgramCompare::mergeThatTakesNearlyEverythingIsRefused_data()

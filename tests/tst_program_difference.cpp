@@ -236,6 +236,11 @@ void tst_ProgramDifference::movesToAnotherParentAreTold_data()
                              << QStringList(u"moved: selection 'n/p', to 'p', as position 0"_qs);
     QTest::newRow("leaf down") << QJsonArray {page(u"p"_qs), n({other})} << QJsonArray {n({other, page(u"n/p"_qs)})}
                                << QStringList(u"moved: selection 'p', to 'n/p', as position 1"_qs);
+    QTest::newRow("leaf with a name that does not follow from the place")
+        << QJsonArray {n({page(u"elsewhere/p"_qs)}), m({other})}
+        << QJsonArray {n({}), m({other, page(u"nowhere/p"_qs)})}
+        << QStringList {u"changed: selection 'm/p', instanceName from \"elsewhere/p\" to \"nowhere/p\""_qs,
+               u"moved: selection 'n/p', to 'm/p', as position 1"_qs};
     QTest::newRow("leaf with another name")
         << QJsonArray {n({page(u"n/p"_qs)}), m({other})} << QJsonArray {n({}), m({other, page(u"m/q"_qs)})}
         << QStringList {u"removed: selection 'n/p'"_qs, u"added: selection 'm/q', as position 1"_qs};

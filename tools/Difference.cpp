@@ -40,6 +40,12 @@ std::set<TreeElements::size_type> outOfOrder(const Indices& numbers)
     return result;
 }
 
+// Whether an element is named as a scan names what it finds there.
+bool followsFromThePlace(const TreeElement& element)
+{
+    return element.name == element.path || element.name == element.answersTo;
+}
+
 /// Compares two trees level by level.
 class Comparison {
 public:
@@ -145,7 +151,8 @@ private:
         const QJsonObject later = after.object();
         QVector<KeyChange> result;
         const auto compareKey = [&](const QString& key, const QJsonValue& valueBefore, const QJsonValue& valueAfter) {
-            const bool isOfThePlace = isElsewhere && key == Registry::getKeyInstanceName();
+            const bool isOfThePlace = isElsewhere && key == Registry::getKeyInstanceName()
+                && followsFromThePlace(before) && followsFromThePlace(after);
             const bool isUncountedStamp = !withStamps && (isStamp(key, before) || isStamp(key, after));
             if (!isChildren(key, valueBefore, valueAfter) && !isOfThePlace && !isUncountedStamp
                 && valueBefore != valueAfter) {

@@ -82,6 +82,7 @@ public:
                                "now on"));
         }
         const bool isWhole = isSet("force") || areWhole();
+        areUnrelated(Pairing(base.tree, mine.tree, Stamps::DoNotCount), base, mine);
         const bool areRelated = !areUnrelated(Pairing(base.tree, theirs.tree, Stamps::DoNotCount), base, theirs);
 
         MergeResult result = merge(base.tree, mine.tree, theirs.tree, decision);
