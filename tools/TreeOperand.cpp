@@ -11,6 +11,7 @@
 #include <QtCore/QJsonDocument>
 
 #include <algorithm>
+#include <cmath>
 #include <numeric>
 #include <utility>
 
@@ -22,7 +23,26 @@ int countOf(const TreeElements& tree)
         [](int count, const TreeElement& element) { return count + 1 + countBelow(element); });
 }
 
-// A manifest as it is read once it is saved. Large numbers are rounded on the way. What is too deep cannot be read.
+bool isRounded(const QJsonValue& value);
+
+template <typename Container>
+bool holdsRounded(const Container& container)
+{
+    return std::any_of(container.begin(), container.end(), [](const QJsonValue& item) { return isRounded(item); });
+}
+
+// Whether a value holds a number that is another one once it has been saved and read.
+bool isRounded(const QJsonValue& value)
+{
+    constexpr double mostExact = 9007199254740992.0;
+    if (value.isArray()) {
+        return holdsRounded(value.toArray());
+    }
+    return value.isObject() ? holdsRounded(value.toObject())
+                            : value.isDouble() && std::abs(value.toDouble()) >= mostExact;
+}
+
+// A manifest as it is read once it is saved. What is too deep cannot be read.
 QJsonArray asSaved(const QJsonArray& manifest)
 {
     const QJsonDocument saved = QJsonDocument::fromJson(QJsonDocument(manifest).toJson(QJsonDocument::Compact));
@@ -48,9 +68,14 @@ bool scan(const QString& folder, const QString& scheme, TreeOperand& operand)
         return false;
     }
     operand.isWhole = found.isWhole;
-    operand.manifest = asSaved(manifestOf(found.elements));
-    found.elements.clear();
-    operand.tree = treeOf(operand.manifest);
+    operand.manifest = manifestOf(found.elements);
+    if (holdsRounded(operand.manifest)) {
+        found.elements.clear();
+        operand.manifest = asSaved(operand.manifest);
+        operand.tree = treeOf(operand.manifest);
+    } else {
+        operand.tree = std::move(found.elements);
+    }
     return true;
 }
 
