@@ -117,7 +117,8 @@ def medians(folders):
         row = dict(first)
         for column, value in first.items():
             if isinstance(value, (int, float)):
-                row[column] = statistics.median(run[name][column] for run in runs)
+                # Not every run measures everything.
+                row[column] = statistics.median(run[name][column] for run in runs if column in run.get(name, {}))
         rows.append(row)
     return rows
 
