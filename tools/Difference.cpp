@@ -284,7 +284,7 @@ QString shownKey(const QString& key)
     return key.isEmpty() ? QStringLiteral("\"\"") : key;
 }
 
-QString shown(const QJsonValue& value, ValueLength length)
+QString jsonText(const QJsonValue& value, ValueLength length)
 {
     if (value.isUndefined()) {
         return QStringLiteral("nothing");
@@ -318,7 +318,7 @@ QString toLine(const ElementChange& change, ValueLength length)
     QStringList keys;
     for (const KeyChange& key : change.keys) {
         const QString name = key.key.isNull() ? QString() : QString(shownKey(key.key) % QLatin1String(" from "));
-        keys.append(name % shown(key.before, length) % QLatin1String(" to ") % shown(key.after, length));
+        keys.append(name % jsonText(key.before, length) % QLatin1String(" to ") % jsonText(key.after, length));
     }
     return start % QLatin1String(", ") % keys.join(QLatin1String(", "));
 }

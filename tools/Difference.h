@@ -61,7 +61,7 @@ enum class ValueLength { Short, Whole };
 QString shownKey(const QString& key);
 
 /// A value as JSON text; "nothing" for none.
-QString shown(const QJsonValue& value, ValueLength length);
+QString jsonText(const QJsonValue& value, ValueLength length);
 
 /// A change in one line. Not escaped for terminals.
 QString toLine(const ElementChange& change, ValueLength length);

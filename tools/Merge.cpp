@@ -610,8 +610,9 @@ MergeResult merge(const TreeElements& base, const TreeElements& mine, const Tree
 
 QString toLine(const MergeConflict& conflict, ValueLength length)
 {
-    return whatHappened(conflict) % QLatin1String(": base ") % shown(conflict.base, length) % QLatin1String(", mine ")
-        % shown(conflict.mine, length) % QLatin1String(", new ") % shown(conflict.theirs, length);
+    return whatHappened(conflict) % QLatin1String(": base ") % jsonText(conflict.base, length)
+        % QLatin1String(", mine ") % jsonText(conflict.mine, length) % QLatin1String(", new ")
+        % jsonText(conflict.theirs, length);
 }
 
 QJsonObject toJson(const MergeConflict& conflict)

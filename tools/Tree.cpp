@@ -84,11 +84,8 @@ QString pathOf(const TreeElement& element, const TreeElement* parent)
 // Fills in which siblings a sibling before them keeps look-ups from.
 void findShadowed(TreeElements& siblings)
 {
-    std::vector<TreeElement*> byName;
-    byName.reserve(siblings.size());
-    for (TreeElement& element : siblings) {
-        byName.push_back(&element);
-    }
+    std::vector<TreeElement*> byName(siblings.size());
+    std::transform(siblings.begin(), siblings.end(), byName.begin(), [](TreeElement& element) { return &element; });
     std::sort(byName.begin(), byName.end(), [](const TreeElement* a, const TreeElement* b) {
         const int order = QString::compare(a->answersTo, b->answersTo);
         return order != 0 ? order < 0 : a->position() < b->position();
