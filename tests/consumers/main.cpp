@@ -2,6 +2,7 @@
 
 // Headers are found by their names and by their folders alike.
 #include <ConfigurationManifestHandler.h>
+#include <ConfigurationManifestVersion.h>
 #include <ConfigurationStructureElement.h>
 #include <JsonDataIteratorConfigurationInstanceCollector.h>
 #include <JsonDataIteratorConfigurationInstanceListUpdater.h>
@@ -15,6 +16,10 @@
 
 #include <QtCore/QTextStream>
 
+#if CONFIGURATION_MANIFEST_VERSION < CONFIGURATION_MANIFEST_VERSION_CHECK(1, 0, 0)
+#error "An older version has been found than any that there is."
+#endif
+
 int main(int, char* argv[])
 {
     // Plain literals, which the project forbids itself and nobody else.
@@ -25,6 +30,8 @@ int main(int, char* argv[])
     if (!ConfigurationManifestCreator().create(basePath)) {
         return 1;
     }
+    // There is none, which the library reports.
+    ConfigurationManifestHandler(folder + "/missing", "Device", "device1").parseManifestFile();
 
     ConfigurationManifestHandler handler(folder + "/" + scheme + ".manifest.json", "Device", "device1");
     handler.parseManifestFile();
