@@ -12,7 +12,9 @@
 #include <definitions/SystemInformationManagerRegistryDefinitions.h>
 #include <manifest/ConfigurationManifestCreator.h>
 #include <manifest/ConfigurationStructureElementList.h>
+#if __has_include(<substitute/JsonWalk.h>)
 #include <substitute/JsonWalk.h>
+#endif
 
 #include <QtCore/QTextStream>
 
