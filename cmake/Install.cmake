@@ -56,10 +56,14 @@ install(FILES
     DESTINATION ${package} COMPONENT Development)
 
 # Where the linker looks by itself, as seen from the root of the system that is built for.
+set(root /)
+if(CMAKE_SYSROOT)
+    set(root ${CMAKE_SYSROOT})
+endif()
 set(system_libraries)
 foreach(folder IN LISTS CMAKE_CXX_IMPLICIT_LINK_DIRECTORIES)
-    file(RELATIVE_PATH folder_in_sysroot /${CMAKE_SYSROOT} ${folder})
-    list(APPEND system_libraries /${folder_in_sysroot})
+    file(RELATIVE_PATH folder_in_root ${root} ${folder})
+    list(APPEND system_libraries /${folder_in_root})
 endforeach()
 # Not those that the environment has added here.
 list(FILTER system_libraries INCLUDE REGEX "^(/usr)?/lib")
