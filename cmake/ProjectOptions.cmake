@@ -39,6 +39,10 @@ endif()
 if(CMAKE_SYSROOT)
     list(APPEND path_maps -ffile-prefix-map=${CMAKE_SYSROOT}/=/)
 endif()
+# What tells which lines were reached is to find their sources.
+if(CONFIGURATION_MANIFEST_FUZZ_COVERAGE)
+    list(TRANSFORM path_maps REPLACE "^-ffile-" -fmacro-)
+endif()
 target_compile_options(ConfigurationManifest_options INTERFACE ${path_maps})
 
 # What is installed is hardened: the stack is protected and never grown past its guard page, jumps land where functions
