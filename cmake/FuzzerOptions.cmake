@@ -3,9 +3,7 @@ if(NOT CMAKE_CXX_COMPILER_ID STREQUAL Clang)
     message(FATAL_ERROR "Fuzzers need clang: -DCMAKE_CXX_COMPILER=clang++-14")
 endif()
 
-option(FUZZ_COVERAGE "Measure what the fuzzers reach instead of looking for errors" OFF)
-
-if(FUZZ_COVERAGE)
+if(CONFIGURATION_MANIFEST_FUZZ_COVERAGE)
     set(instrumentation -fprofile-instr-generate -fcoverage-mapping)
 else()
     set(instrumentation -fsanitize=address,undefined,float-cast-overflow -fno-sanitize-recover=all

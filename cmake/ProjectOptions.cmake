@@ -1,7 +1,9 @@
 # How everything in this tree is compiled. Nothing of it reaches a consumer of the library.
-add_library(project_options INTERFACE)
+include(CheckCXXCompilerFlag)
 
-target_compile_definitions(project_options INTERFACE
+add_library(ConfigurationManifest_options INTERFACE)
+
+target_compile_definitions(ConfigurationManifest_options INTERFACE
     # Release builds of Qt drop file, line and function from messages; a device is debugged through its log.
     QT_MESSAGELOGCONTEXT
     QT_NO_CAST_FROM_ASCII
@@ -14,15 +16,59 @@ target_compile_definitions(project_options INTERFACE
     QT_STRICT_ITERATORS
     QT_DISABLE_DEPRECATED_BEFORE=0x050E00)
 
-target_compile_options(project_options INTERFACE
+target_compile_options(ConfigurationManifest_options INTERFACE
     -Wall -Wextra -Wpedantic -Wconversion -Wsign-conversion -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual
-    -Wold-style-cast -Wcast-qual -Wundef
-    # Messages name the source file as it lies in the project, wherever that was built.
-    -fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=)
+    -Wold-style-cast -Wcast-qual -Wundef)
+if(CONFIGURATION_MANIFEST_WARNINGS_AS_ERRORS)
+    add_compile_options(-Werror)
+endif()
 
-# What is installed is hardened: stack protector, checked calls to the C library, and nothing that the loader has bound can
-# be overwritten.
-add_library(hardened INTERFACE)
-target_compile_options(hardened INTERFACE -fstack-protector-strong)
-target_compile_definitions(hardened INTERFACE $<$<NOT:$<CONFIG:Debug>>:_FORTIFY_SOURCE=2>)
-target_link_options(hardened INTERFACE -Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack)
+# Messages and debug information name a source file as it lies in the project, wherever that was built. Of the options
+# that fit a path the last one counts. The compiler is told relative paths of sources that lie in the build folder.
+set(map_sources -ffile-prefix-map=${PROJECT_SOURCE_DIR}/=)
+set(map_build)
+foreach(folder IN ITEMS ${CMAKE_BINARY_DIR} ${PROJECT_BINARY_DIR})
+    list(APPEND map_build -ffile-prefix-map=${folder}=. -ffile-prefix-map=${folder}/=)
+endforeach()
+file(RELATIVE_PATH sources_in_build ${CMAKE_BINARY_DIR} ${PROJECT_SOURCE_DIR})
+if(sources_in_build MATCHES "^(\\.\\./|\\.\\.$|$)")
+    set(path_maps ${map_sources} ${map_build})
+else()
+    set(path_maps ${map_build} ${map_sources} -ffile-prefix-map=${sources_in_build}/=)
+endif()
+if(CMAKE_SYSROOT)
+    list(APPEND path_maps -ffile-prefix-map=${CMAKE_SYSROOT}/=/)
+endif()
+# What tells which lines were reached is to find their sources.
+if(CONFIGURATION_MANIFEST_FUZZ_COVERAGE)
+    list(TRANSFORM path_maps REPLACE "^-ffile-" -fmacro-)
+endif()
+target_compile_options(ConfigurationManifest_options INTERFACE ${path_maps})
+
+# What is installed is hardened: the stack is protected and never grown past its guard page, jumps land where functions
+# begin, variables begin as zeros, calls to the C library and uses of containers are checked, and nothing that the loader
+# has bound can be overwritten.
+add_library(ConfigurationManifest_hardened INTERFACE)
+target_compile_options(ConfigurationManifest_hardened INTERFACE
+    "SHELL:-include \"${CMAKE_CURRENT_LIST_DIR}/CheckedCalls.h\"")
+target_link_options(ConfigurationManifest_hardened INTERFACE -Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack)
+
+# Adds an option where the compiler has it for this architecture, and leaves alone what whoever builds this has decided.
+function(ConfigurationManifest_harden feature level)
+    string(TOUPPER ${feature} name)
+    string(REPLACE - _ variable CONFIGURATION_MANIFEST_HAS_${name})
+    if(NOT CMAKE_CXX_FLAGS MATCHES "-f(no-)?${feature}")
+        check_cxx_compiler_flag(-f${feature}${level} ${variable})
+        if(${variable})
+            target_compile_options(ConfigurationManifest_hardened INTERFACE -f${feature}${level})
+        endif()
+    endif()
+endfunction()
+
+ConfigurationManifest_harden(stack-protector -strong)
+ConfigurationManifest_harden(stack-clash-protection "")
+ConfigurationManifest_harden(cf-protection "")
+# A memory checker is to find what nobody has set.
+if(NOT CONFIGURATION_MANIFEST_MEMORY_CHECKED)
+    ConfigurationManifest_harden(trivial-auto-var-init =zero)
+endif()

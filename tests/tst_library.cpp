@@ -1,7 +1,7 @@
+#include "ConfigurationManifestVersion.h"
 #include "Patience.h"
 #include "TestMain.h"
 
-#include <QtCore/QFileInfo>
 #include <QtCore/QProcess>
 #include <QtCore/QRegularExpression>
 
@@ -42,8 +42,8 @@ private Q_SLOTS:
     void isLinkedAgainstQtCoreOnly();
     void exportsNothingButItsClasses();
     void isRefusedByAProcessThatProvidesNothing();
-    void installedFilesAreHardened_data();
-    void installedFilesAreHardened();
+    void versionOfTheHeadersIsTheProjects();
+    void versionsCompareAsOneNumber();
 };
 
 void tst_Library::leavesItsImportsUndefined_data()
@@ -149,40 +149,24 @@ void tst_Library::isRefusedByAProcessThatProvidesNothing()
     QVERIFY2(missing.match(said).hasMatch(), qPrintable(said));
 }
 
-void tst_Library::installedFilesAreHardened_data()
+void tst_Library::versionOfTheHeadersIsTheProjects()
 {
-    QTest::addColumn<QString>("file");
-    QTest::addColumn<QString>("part");
-    QTest::addColumn<QRegularExpression>("line");
-    const struct {
-        const char* name;
-        const char* part;
-        const char* line;
-    } properties[] = {
-        {"stack protector", "--dyn-syms", " __stack_chk_fail(@|$| )"},
-        {"what is bound cannot be overwritten", "--program-headers", "^ *GNU_RELRO "},
-        {"everything is bound at once", "--dynamic", "\\(FLAGS\\).*BIND_NOW"},
-        {"stack is not executed", "--program-headers", "^ *GNU_STACK .* RW +0x"},
-        {"can be loaded anywhere", "--file-header", "^ *Type: *DYN "},
-    };
-    for (const char* const file : {LIBRARY, SUBSTITUTE, PROGRAM}) {
-        const QString path = QString::fromLocal8Bit(file);
-        for (const auto& property : properties) {
-            QTest::addRow("%s, %s", qPrintable(QFileInfo(path).baseName()), property.name)
-                << path << QString::fromLatin1(property.part) << QRegularExpression(QString::fromLatin1(property.line));
-        }
-    }
-    QTest::newRow("calls are checked") << QStringLiteral(COPY) << QStringLiteral("--dyn-syms")
-                                       << QRegularExpression(QStringLiteral(" __memcpy_chk(@|$| )"));
+    const QString numbers = QStringLiteral("%1.%2.%3")
+                                .arg(CONFIGURATION_MANIFEST_VERSION_MAJOR)
+                                .arg(CONFIGURATION_MANIFEST_VERSION_MINOR)
+                                .arg(CONFIGURATION_MANIFEST_VERSION_PATCH);
+    QCOMPARE(numbers, QStringLiteral(PROJECT_VERSION));
+    QCOMPARE(QStringLiteral(CONFIGURATION_MANIFEST_VERSION_STRING), QStringLiteral(PROJECT_VERSION));
 }
 
-void tst_Library::installedFilesAreHardened()
+void tst_Library::versionsCompareAsOneNumber()
 {
-    QFETCH(const QString, file);
-    QFETCH(const QString, part);
-    QFETCH(const QRegularExpression, line);
-    const QStringList lines = linesOf(QStringLiteral(READELF), {part, QStringLiteral("--wide"), file});
-    QCOMPARE(lines.filter(line).size(), 1);
+    QCOMPARE(CONFIGURATION_MANIFEST_VERSION,
+        CONFIGURATION_MANIFEST_VERSION_CHECK(CONFIGURATION_MANIFEST_VERSION_MAJOR, CONFIGURATION_MANIFEST_VERSION_MINOR,
+            CONFIGURATION_MANIFEST_VERSION_PATCH));
+    QCOMPARE(CONFIGURATION_MANIFEST_VERSION_CHECK(1, 2, 3), 0x010203);
+    QVERIFY(CONFIGURATION_MANIFEST_VERSION_CHECK(1, 255, 255) < CONFIGURATION_MANIFEST_VERSION_CHECK(2, 0, 0));
+    QVERIFY(CONFIGURATION_MANIFEST_VERSION_CHECK(1, 0, 255) < CONFIGURATION_MANIFEST_VERSION_CHECK(1, 1, 0));
 }
 
 MANIFEST_TEST_MAIN(tst_Library)

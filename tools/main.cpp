@@ -1,4 +1,5 @@
 #include "CommandLine.h"
+#include "ConfigurationManifestVersion.h"
 #include "LibraryMessages.h"
 #include "Output.h"
 
@@ -48,7 +49,7 @@ int main(int argc, char* argv[])
     occupyClosedStreams();
     QCoreApplication application(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("configuration-manifest"));
-    QCoreApplication::setApplicationVersion(QStringLiteral(CONFIGURATION_MANIFEST_VERSION));
+    QCoreApplication::setApplicationVersion(QStringLiteral(CONFIGURATION_MANIFEST_VERSION_STRING));
     // File names are UTF-8 on the device. A Qt that asked the locale would not find all of them under another one.
     QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8"));
     printMessagesOfTheLibrary();

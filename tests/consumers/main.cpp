@@ -2,6 +2,7 @@
 
 // Headers are found by their names and by their folders alike.
 #include <ConfigurationManifestHandler.h>
+#include <ConfigurationManifestVersion.h>
 #include <ConfigurationStructureElement.h>
 #include <JsonDataIteratorConfigurationInstanceCollector.h>
 #include <JsonDataIteratorConfigurationInstanceListUpdater.h>
@@ -11,9 +12,15 @@
 #include <definitions/SystemInformationManagerRegistryDefinitions.h>
 #include <manifest/ConfigurationManifestCreator.h>
 #include <manifest/ConfigurationStructureElementList.h>
+#if __has_include(<substitute/JsonWalk.h>)
 #include <substitute/JsonWalk.h>
+#endif
 
 #include <QtCore/QTextStream>
+
+#if CONFIGURATION_MANIFEST_VERSION < CONFIGURATION_MANIFEST_VERSION_CHECK(1, 0, 0)
+#error "An older version has been found than any that there is."
+#endif
 
 int main(int, char* argv[])
 {
@@ -25,6 +32,8 @@ int main(int, char* argv[])
     if (!ConfigurationManifestCreator().create(basePath)) {
         return 1;
     }
+    // There is none, which the library reports.
+    ConfigurationManifestHandler(folder + "/missing", "Device", "device1").parseManifestFile();
 
     ConfigurationManifestHandler handler(folder + "/" + scheme + ".manifest.json", "Device", "device1");
     handler.parseManifestFile();

@@ -1,5 +1,7 @@
-// Copies as much as it is told to into an array of a known size: a call that is checked when the compiler is asked to.
+// What the compiler checks when it is asked to: a copy of as much as it is told into an array of a known size, and an index
+// into a container.
 
+#include <array>
 #include <cstddef>
 #include <cstring>
 
@@ -12,4 +14,9 @@ extern "C" __attribute__((visibility("default"))) int sumOfCopy(const char* byte
         sum += byte;
     }
     return sum;
+}
+
+extern "C" __attribute__((visibility("default"))) int elementOf(const std::array<int, 4>& numbers, std::size_t index)
+{
+    return numbers[index];
 }

@@ -1,0 +1,12 @@
+// Included before everything else in what is installed. Here and not on the command line, where it would contradict what a
+// distribution has set there or built into its compiler.
+
+// Only optimised code can be checked in this way, and the C library warns of the attempt to check other code. The address
+// sanitizer checks more by itself.
+#if defined(__OPTIMIZE__) && !defined(_FORTIFY_SOURCE) && !defined(__SANITIZE_ADDRESS__)
+#define _FORTIFY_SOURCE 2
+#endif
+
+#if !defined(_GLIBCXX_ASSERTIONS)
+#define _GLIBCXX_ASSERTIONS 1
+#endif
