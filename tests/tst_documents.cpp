@@ -158,36 +158,6 @@ QStringList blocks(const QString& text, const QString& kind)
     return found;
 }
 
-/// The name by which a heading is linked to.
-QString anchorOf(const QString& heading)
-{
-    static const QRegularExpression unused(u"[^\\w\\- ]"_qs, QRegularExpression::UseUnicodePropertiesOption);
-    return heading.toLower().remove(unused).replace(u' ', u'-');
-}
-
-bool hasAnchor(const QString& path, const QString& anchor)
-{
-    const QStringList headings = captures(textOf(path), u"^#+ (.*)$"_qs);
-    return std::any_of(
-        headings.begin(), headings.end(), [&](const QString& heading) { return anchorOf(heading) == anchor; });
-}
-
-/// The links of a document that lead nowhere.
-QStringList brokenLinks(const QString& path)
-{
-    static const QRegularExpression link(u"\\]\\(([^)#\\s]*)#?([^)\\s]*)\\)"_qs);
-    QStringList broken;
-    for (auto links = link.globalMatch(textOf(path)); links.hasNext();) {
-        const QRegularExpressionMatch match = links.next();
-        const QString target = match.captured(1).isEmpty() ? path : QFileInfo(path).path() + u'/' + match.captured(1);
-        const QString anchor = match.captured(2);
-        if (!QFileInfo::exists(target) || (!anchor.isEmpty() && !hasAnchor(target, anchor))) {
-            broken.append(QFileInfo(path).fileName() + u": " + match.captured(0));
-        }
-    }
-    return broken;
-}
-
 // The lines of the README, between the two marks.
 bool createAndHide(const QString& basePath, const QString& path)
 {
@@ -214,7 +184,6 @@ private Q_SLOTS:
     void readmeShowsWhatRunPrints();
     void readmesCodeDoesWhatItSays();
     void changelogHasThisVersion();
-    void linksLeadSomewhere();
 };
 
 void tst_Documents::everyMessageIsDescribed()
@@ -313,21 +282,6 @@ void tst_Documents::changelogHasThisVersion()
     const QStringList versions = captures(document(u"CHANGELOG.md"_qs), u"^## (\\d+\\.\\d+\\.\\d+) "_qs);
     QCOMPARE(versions.value(0), QStringLiteral(VERSION));
     QCOMPARE(versions.constLast(), u"1.0.0"_qs);
-}
-
-void tst_Documents::linksLeadSomewhere()
-{
-    QStringList broken;
-    int count = 0;
-    for (const QString& folder : {u""_qs, u"/docs"_qs, u"/examples"_qs, u"/fuzz"_qs}) {
-        QDirIterator documents(project + folder, {u"*.md"_qs}, QDir::Files);
-        while (documents.hasNext()) {
-            broken.append(brokenLinks(documents.next()));
-            ++count;
-        }
-    }
-    QVERIFY(count > 10);
-    QCOMPARE(broken.join(u'\n'), QString());
 }
 
 MANIFEST_TEST_MAIN(tst_Documents)
