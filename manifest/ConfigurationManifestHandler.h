@@ -117,7 +117,8 @@ public:
      * Manifest in memory.
      *
      * @return a copy that shares its data with the handler until one of them changes; empty before the first load and
-     *         after a failed one. While the copy exists, an edit copies the arrays that it changes.
+     *         after a failed load from the file. While the copy exists, an edit copies the arrays and objects that it
+     *         changes.
      *
      * Cost: constant.
      */

@@ -167,8 +167,8 @@ public:
     /**
      * The node or selection as it is in the manifest.
      *
-     * @return the object, without the children of a node. It shares its data with the element until one of them
-     *         changes.
+     * @return the object. Only the creator adds the children that a scan finds for a node. It shares its data with the
+     *         element until one of them changes.
      */
     QJsonObject getElementAsJsonObject() const;
     /**
