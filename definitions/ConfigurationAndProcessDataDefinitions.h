@@ -3,17 +3,17 @@
 #include <QtCore/QString>
 
 /**
- * Vocabulary of configuration and process data: the keys that description files share with the data they describe.
+ * Keys that description files share with the configuration and process data that they describe.
  *
- * Provided by the process that loads the library, under the rules of SystemInformationManagerRegistryDefinitions. All
- * texts are the provider's choice.
+ * The process that loads the library provides this class, under the rules of
+ * SystemInformationManagerRegistryDefinitions. All texts are the choice of the provider.
  *
  * | getter                                     | JSON type | meaning                                              |
  * |--------------------------------------------|-----------|------------------------------------------------------|
  * | getKeyDataPropertyBufferType               | string    | buffer that holds the data                           |
  * | getKeyDataPropertyConnectorId              | number    | connector of the data; an integer from 0 up          |
  * | getKeyDataPropertyDependencyFile           | string    | file that the data depends on                        |
- * | getKeyDataPropertyDependencyFileExtern     | string    | the same, outside the configuration folder           |
+ * | getKeyDataPropertyDependencyFileExtern     | string    | dependency outside the configuration folder          |
  * | getKeyDataPropertyLabelTextUrl             | string    | URL of the label's text                              |
  * | getKeyDataPropertySelectorTypeList         | array     | selector types                                       |
  * | getKeyDataPropertySelectorTypeListEndpoint | array     | selector types of an endpoint                        |
@@ -23,21 +23,74 @@
  */
 class Q_DECL_EXPORT ConfigurationAndProcessDataDefinitions {
 public:
+    /**
+     * Key of the buffer that holds the data, a string.
+     *
+     * @return the key; the provider's choice.
+     */
     static const QString& getKeyDataPropertyBufferType();
+    /**
+     * Key of the connector of the data, an integer from 0 up.
+     *
+     * @return the key; the provider's choice.
+     */
     static const QString& getKeyDataPropertyConnectorId();
+    /**
+     * Key of the file that the data depends on, a string.
+     *
+     * @return the key; the provider's choice.
+     */
     static const QString& getKeyDataPropertyDependencyFile();
+    /**
+     * Key of the file outside the configuration folder that the data depends on, a string.
+     *
+     * @return the key; the provider's choice.
+     */
     static const QString& getKeyDataPropertyDependencyFileExtern();
+    /**
+     * Key of the URL of the label's text, a string.
+     *
+     * @return the key; the provider's choice.
+     */
     static const QString& getKeyDataPropertyLabelTextUrl();
+    /**
+     * Key of the selector types, an array.
+     *
+     * @return the key; the provider's choice.
+     */
     static const QString& getKeyDataPropertySelectorTypeList();
+    /**
+     * Key of the selector types of an endpoint, an array.
+     *
+     * @return the key; the provider's choice.
+     */
     static const QString& getKeyDataPropertySelectorTypeListEndpoint();
+    /**
+     * Key of the template of the data, a string.
+     *
+     * @return the key; the provider's choice.
+     */
     static const QString& getKeyDataPropertyTemplateType();
+    /**
+     * Key of the version of a folder's configuration, of any type. It is removed from nodes.
+     *
+     * @return the key; the provider's choice.
+     */
     static const QString& getKeyDataPropertyConfigurationVersion();
+    /**
+     * Key of the Tolm version of a folder, of any type. It is removed from nodes.
+     *
+     * @return the key; the provider's choice.
+     */
     static const QString& getKeyDataPropertyTolmVersion();
 
     /**
-     * URL scheme of configurations, as opposed to processes. A scan under this scheme collects configuration files,
-     * a scan under any other one process files; and it is the first part of the manifest's file name, so it must be
-     * usable as one.
+     * URL scheme of configurations, as opposed to processes.
+     *
+     * A scan under this scheme collects configuration files. A scan under any other scheme collects process files. The
+     * scheme is also the first part of the manifest's file name.
+     *
+     * @return the scheme; the provider's choice. It must be usable in a file name.
      */
     static const QString& getSelectorUrlSchemeConfiguration();
 };

@@ -4,23 +4,25 @@
 #include <QtCore/QJsonValue>
 
 /**
- * A visitor of the JSON objects of a document.
+ * Base class of iterators: objects that a walk over a JSON document calls for each JSON object.
  *
- * Constructor, destructor, virtual table and type information are provided by the process that loads the library; the
- * library derives from this class and neither constructs a walk nor calls compute(). A provider keeps the two virtual
- * operations in this order and adds no data that a derived class would have to know.
+ * The process that loads the library provides the constructor, the destructor, the virtual table and the type
+ * information. The library derives from this class. It contains no walk and never calls compute(). A provider keeps the
+ * two virtual functions in this order and adds no data that a derived class would have to know.
  */
 class Q_DECL_EXPORT JsonDataIteratorObjectBase {
 public:
+    /// Constructs an iterator.
     JsonDataIteratorObjectBase();
+    /// Destroys the iterator.
     virtual ~JsonDataIteratorObjectBase();
 
     /**
      * Visits one object of a walk.
      *
-     * @param object the object; a walk stores it back to where it came from when compute() changed it.
-     * @param result the accumulator. It belongs to whoever started the walk, who hands in a Null value first and the
-     *               same value, unchanged, on every further call.
+     * @param[in,out] object the object. When compute() has changed it, the walk stores it back into the document.
+     * @param[in,out] result the accumulator. It belongs to the caller of the walk, who passes a Null value to the first
+     *                       call and passes that value, as the previous call left it, to every further one.
      */
     virtual void compute(QJsonObject& object, QJsonValue& result) = 0;
 };

@@ -4,21 +4,32 @@
 #include <QtCore/QJsonObject>
 #include <QtCore/QString>
 
-// Typed readers of the surrounding software. Provided by the process that loads the library; called on whatever thread
-// uses the library.
+/**
+ * @file
+ * Typed readers of JSON objects. The process that loads the library provides them. The library calls them on every
+ * thread that uses it.
+ */
 
 /**
- * Copies the array that `object` holds under `key` to `array`.
+ * Reads an array from an object.
  *
- * @return true when there was one. False when the key is missing or its value is not an array; a provider leaves
- *         `array` unchanged then. The library reports the failure itself, so a provider need not log it.
+ * The library reports a failure itself, so a provider need not log it.
+ *
+ * @param      key    key of the array.
+ * @param      object object to read from.
+ * @param[out] array  the array. A provider leaves it unchanged after a failure.
+ * @return true when `object` has an array under `key`; false when the key is missing or its value is not an array.
  */
 Q_DECL_EXPORT bool readJsonArrayFromJson(const QString& key, const QJsonObject& object, QJsonArray& array);
 
 /**
- * Copies the string that `object` holds under `key` to `value`.
+ * Reads a string from an object.
  *
- * @return true when there was one. False when the key is missing or its value is not a string; a provider leaves
- *         `value` unchanged then. The library reports the failure itself, so a provider need not log it.
+ * The library reports a failure itself, so a provider need not log it.
+ *
+ * @param      key    key of the string.
+ * @param      object object to read from.
+ * @param[out] value  the string. A provider leaves it unchanged after a failure.
+ * @return true when `object` has a string under `key`; false when the key is missing or its value is not a string.
  */
 Q_DECL_EXPORT bool readStringValueFromJson(const QString& key, const QJsonObject& object, QString& value);

@@ -9,56 +9,84 @@
 class ConfigurationStructureElementList;
 
 /**
- * Creates the manifest of a configuration folder: scans the folder with everything below it and writes one JSON array
- * into it, as <folder>/<scheme>.manifest.json.
+ * Creates the manifest of a configuration folder.
  *
- * | item of an array | when present                            | members                                            |
- * |------------------|-----------------------------------------|----------------------------------------------------|
- * | selection        | for every description file of the scan  | see ConfigurationStructureElement                  |
- * | node             | for every folder with a selection below | see there; the folder's items under "substructure" |
+ * A scan reads the folder with everything below it and writes one JSON array into it, as the file
+ * `<folder>/<scheme>.manifest.json`:
  *
- * Every array holds one folder's items in the order of ConfigurationStructureElementList. Hidden entries never appear.
- * Symbolic links count as what they point to; there is no guard against one that leads back up. Example, members
- * shortened:
+ * | item of an array | when present                            | members                                              |
+ * |------------------|-----------------------------------------|------------------------------------------------------|
+ * | selection        | for every description file of the scan  | see ConfigurationStructureElement                    |
+ * | node             | for every folder with a selection below | see there; the items of the folder as "substructure" |
+ *
+ * Every array holds the items of one folder, in the order of ConfigurationStructureElementList. Hidden entries are
+ * never included. A symbolic link counts as what it points to. A link that leads back up is not detected. Example, with
+ * most members left out:
  *
  *     [{"instanceName":"main","selectionType":"Selection"},
  *      {"instanceName":"Net","selectionType":"Node","substructure":[
  *        {"instanceName":"Net/port","selectionType":"Selection"}]}]
  *
- * The file is compact UTF-8 JSON without a line end. It is synced and then replaces the previous one atomically; that
- * is untouched after any failure that is reported. docs/limits.md says which failures go unnoticed, whose the new file
- * is and when a temporary one is left (Saving, Owner and permissions), and SECURITY.md which folders to scan.
+ * The file is compact UTF-8 JSON without a line break at its end. It is written to a temporary file, synced, and then
+ * replaces the previous manifest atomically. After every failure that is reported, the previous manifest is unchanged.
+ * [Saving](docs/limits.md#saving) lists the failures that are not reported and the cases in which a temporary file
+ * remains. [Owner and permissions](docs/limits.md#owner-and-permissions) describes who owns the new file.
+ * [SECURITY.md](SECURITY.md) says which folders may be scanned.
  *
- * A creator serves any number of scans, each from nothing. It reads the file system only within the two create
- * operations, on the caller's thread. Used by one thread at a time. Whoever takes its messages may scan with it as well
- * (docs/limits.md, Callbacks). When memory runs out, std::bad_alloc is thrown.
+ * A creator can make any number of scans. Each one starts from nothing. The creator accesses the file system only in
+ * create() and create2(), on the thread of the caller. It is used by one thread at a time. A message handler may scan
+ * with the creator whose message it receives, see [Callbacks](docs/limits.md#callbacks). When memory runs out,
+ * std::bad_alloc is thrown or Qt ends the process, see [Memory](docs/limits.md#memory).
  */
 class CONFIGURATION_MANIFEST_EXPORT ConfigurationManifestCreator : public QObject {
     Q_OBJECT
 
 public:
+    /**
+     * Constructs a creator without touching the file system.
+     *
+     * @param parent owner of the creator; null for none.
+     */
     explicit ConfigurationManifestCreator(QObject* parent = nullptr);
+    /// Destroys the creator. Writes nothing.
     ~ConfigurationManifestCreator() override;
 
     /**
-     * Creates the manifest of the configuration folder below the base path `path`, under the configuration scheme. The
-     * folder is `path`, "/" and PropertyManagerConst::getConfigurationFolderName(); the "/" is left out when the folder
-     * of this creator's previous scan ended with one, whatever `path` ends with.
+     * Creates the configuration manifest below a base path.
      *
-     * @return what create2() returns.
+     * Calls create2() for the folder `path`, "/" and PropertyManagerConst::getConfigurationFolderName(), with the
+     * scheme ConfigurationAndProcessDataDefinitions::getSelectorUrlSchemeConfiguration(). The "/" is inserted whether
+     * or not `path` ends with one. It is left out only when the folder of the previous scan of this creator ended with
+     * "/".
+     *
+     * @param path folder that contains the configuration folder.
+     * @return true when the manifest was written, and when the folder has nothing to scan; false when the manifest
+     *         could not be written. The previous manifest is then unchanged.
+     *
+     * Messages and cost: those of create2().
      */
     bool create(const QString& path);
 
     /**
-     * Creates the manifest of the folder `path`. Under the scheme of configurations it holds the ".config.json" files,
-     * under any other one the ".process.json" files. An empty `path` lists the current folder and writes to the root of
-     * the file system.
+     * Creates the manifest of a folder.
      *
-     * @return true when the manifest was written, and when there was nothing to do because the folder is missing,
-     *         unreadable or has no visible entry: then nothing is written. False after a warning: "Unable to open the
-     *         manifest file for writing:" with the file's name, or "Manifest file was not successful written:" with the
-     *         number of bytes written and needed; -1 written means that it is not sure of any, as after a failed sync.
-     *         A rename that fails at the very end goes unnoticed: true, with the previous file in place.
+     * When the folder is missing, unreadable or has no visible entry, nothing is written and no message is logged; the
+     * result is true. An empty `path` lists the current folder and writes to the root of the file system.
+     *
+     * @param path   folder to scan. The names of selections are right only for an absolute path without a "/" at its
+     *               end, see [Names](docs/limits.md#names).
+     * @param scheme first part of the manifest's file name. The scheme of configurations collects the files that end
+     *               with ".config.json", every other scheme, also an empty one, those that end with ".process.json".
+     * @return true when the manifest was written or nothing was to be done; false after one of the two warnings below.
+     *         The previous manifest is then unchanged. A rename that fails at the very end is not noticed: the result
+     *         is true and the previous file stays.
+     *
+     * Messages: "Unable to open the manifest file for writing:" with the file name; "Manifest file was not successful
+     * written:" with the numbers of bytes written and needed. -1 bytes written means that nothing was written or that a
+     * flush or sync failed. The messages about descriptions are those of ConfigurationStructureElement.
+     *
+     * Cost: one listing for each folder and one read for each folder description and description file. Sorting a folder
+     * takes n log n of its entries. The whole manifest is in memory. Saving takes as long as the disk takes to sync.
      */
     bool create2(const QString& path, const QString& scheme);
 

@@ -2,7 +2,7 @@
 
 #include <QtCore/qglobal.h>
 
-// Marks what the library exports; everything else in it is hidden.
+// Marks the classes that the library exports. All its other symbols are hidden.
 #if defined(CONFIGURATION_MANIFEST_LIBRARY)
 #define CONFIGURATION_MANIFEST_EXPORT Q_DECL_EXPORT
 #else

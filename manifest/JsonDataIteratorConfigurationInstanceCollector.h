@@ -4,15 +4,16 @@
 #include "JsonDataIteratorObjectBase.h"
 
 /**
- * Collects the instance names of all selections that a JSON walk presents.
+ * Collects the instance names of all selections in a walk over a JSON document.
  *
- * For a walk over a manifest or any other document that holds manifest elements. The accumulator of the walk becomes an
+ * The document is a manifest or any other one that contains manifest elements. The accumulator of the walk becomes an
  * array of strings, in the order of the walk, with duplicates:
  *
- * | item   | type   | when present                                             | meaning                              |
- * |--------|--------|----------------------------------------------------------|--------------------------------------|
- * | a name | string | for every object with the selection type "Selection" and | its instance name as it is stored,   |
- * |        |        | a string as its instance name                            | folder prefix included               |
+ * | item   | type   | when present                                           | meaning                               |
+ * |--------|--------|--------------------------------------------------------|---------------------------------------|
+ * | a name | string | for every selection with a string as its instance name | whole instance name, folders included |
+ *
+ * A selection is an object with the selection type "Selection".
  *
  * Example: the manifest
  *
@@ -22,28 +23,32 @@
  *
  * gives `["main","Net/port"]`.
  *
- * Has no state: what is gathered lives in the accumulator, which belongs to whoever started the walk. One collector
- * serves any number of walks, also at the same time, each with an accumulator of its own.
+ * A collector has no state. The names are in the accumulator, which belongs to the caller of the walk. One collector
+ * can be used by any number of walks, also at the same time, when each has its own accumulator.
  */
 class CONFIGURATION_MANIFEST_EXPORT JsonDataIteratorConfigurationInstanceCollector : public JsonDataIteratorObjectBase {
 public:
+    /// Constructs a collector.
     JsonDataIteratorConfigurationInstanceCollector();
+    /// Destroys the collector.
     ~JsonDataIteratorConfigurationInstanceCollector() override;
 
     /**
-     * Appends the instance name of `jsonObject` to `result` when the object is a selection. Never changes the object.
+     * Appends the instance name of an object to the accumulator if the object is a selection.
      *
-     * Cost: at most four lookups of a member, each logarithmic in the number of the object's members, and the
-     * appending, which is amortised constant as long as nothing else refers to the array. A warning writes out the
-     * object with everything below it.
+     * Objects without a selection type and objects of another selection type are skipped and not reported.
      *
-     * A Null `result` becomes an empty array first, whatever the object is. A `result` of any other type, Undefined
-     * included, is left as it is and gathers nothing. Objects without a selection type and objects of another selection
-     * type are skipped silently.
+     * @param         jsonObject the object. It is never changed.
+     * @param[in,out] result     the accumulator. Null becomes an empty array first, whatever the object is. A value of
+     *                           any other type, Undefined included, stays as it is, and nothing is collected.
      *
-     * Nothing is gathered after each of these warnings, followed by the object and "!": "Error on reading selection
-     * type from json object:", "Selection does not contain an instanceName:", "Error on reading instance name from
-     * selection:".
+     * Messages, each followed by the object and "!": "Error on reading selection type from json object:", "Selection
+     * does not contain an instanceName:", "Error on reading instance name from selection:". After a message nothing is
+     * appended.
+     *
+     * Cost: at most four look-ups of a member, each logarithmic in the number of the object's members. Appending takes
+     * amortised constant time as long as nothing else refers to the array. A message writes the object with everything
+     * below it.
      */
     void compute(QJsonObject& jsonObject, QJsonValue& result) override;
 };

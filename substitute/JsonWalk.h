@@ -5,21 +5,30 @@
 #include <QtCore/QJsonValue>
 
 /**
- * Visits every object of a document, at any depth: the substitute's own walk, so that iterators can be used where the
- * surrounding software is not there. The library never calls it.
+ * @file
+ * The walk of the substitute over a JSON document, for programs whose process has no other one.
+ */
+
+/**
+ * Visits every object of a document, at any depth.
  *
- * An object comes before what it holds; members come in the order of their keys, items in the order of their array.
- * What compute() makes of an object takes its place in the document and is walked next: with the members that the edit
- * added, without those that it removed. So an iterator that gives every object another object never comes to an end.
+ * This is the walk of the substitute. The library never calls it.
  *
- * Containers in which nothing changed are not rewritten; they keep sharing their data with their copies.
+ * An object is visited before the values in it. Members come in the order of their keys, items in the order of their
+ * array. The object as compute() leaves it is stored in the document and walked next: members that compute() has added
+ * are visited, members that it has removed are not. So a walk never ends when compute() inserts another object into
+ * every object.
  *
- * The cost is linear in the number of values. On top of that, each object that compute() has replaced or written to is
- * compared with what it was, with everything below it up to the first difference. Stack usage does not depend on the
- * depth of the document, except where Qt is recursive itself: in that comparison and in freeing what an edit replaced;
+ * Objects and arrays in which nothing has changed are not stored again. They keep sharing their data with their copies.
+ *
+ * @param[in,out] document the document. A value that is neither an object nor an array contains nothing to visit.
+ * @param[in,out] iterator its compute() is called once for each object.
+ * @param[in,out] result   the accumulator, passed to every compute() and otherwise not touched. Pass Null for a new
+ *                         one.
+ *
+ * Cost: linear in the number of values. In addition, each object that compute() has replaced or written to is compared
+ * with its previous state, with everything below it, up to the first difference. Stack usage does not depend on the
+ * depth of the document, except where Qt itself is recursive: in that comparison, and when replaced values are freed.
  * 60,000 levels fit into 8 MiB.
- *
- * @param document any value; one that is neither an object nor an array holds nothing to visit.
- * @param result   the accumulator, handed to every compute() and not touched otherwise. Null for a new one.
  */
 Q_DECL_EXPORT void walkJson(QJsonValue& document, JsonDataIteratorObjectBase& iterator, QJsonValue& result);
