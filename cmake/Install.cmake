@@ -38,6 +38,8 @@ install(FILES
     DESTINATION ${headers}/manifest COMPONENT Development)
 install(FILES cmake/toolchains/arm-linux-gnueabihf.cmake
     DESTINATION ${CMAKE_INSTALL_DATADIR}/configurationmanifest COMPONENT Development)
+install(PROGRAMS definitions/check-definitions
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/configurationmanifest COMPONENT Development)
 install(DIRECTORY definitions substitute DESTINATION ${headers} COMPONENT Development FILES_MATCHING PATTERN *.h)
 
 # The substitute is described by a file of its own: a device has the rest without it.

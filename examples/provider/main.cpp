@@ -1,0 +1,54 @@
+// The smallest process that brings its own definitions, which are in Definitions.cpp. It creates the manifest of a
+// configuration, loads it and lists its instances.
+
+#include <ConfigurationAndProcessDataDefinitions.h>
+#include <ConfigurationManifestCreator.h>
+#include <ConfigurationManifestHandler.h>
+#include <JsonReaders.h>
+#include <PropertyManagerConst.h>
+#include <SystemInformationManagerRegistryDefinitions.h>
+
+#include <QtCore/QCoreApplication>
+#include <QtCore/QDir>
+#include <QtCore/QTextStream>
+
+namespace {
+
+void list(const QJsonArray& elements, const QString& indentation, QTextStream& out)
+{
+    for (const QJsonValue& element : elements) {
+        const QJsonObject object = element.toObject();
+        QString name;
+        readStringValueFromJson(SystemInformationManagerRegistryDefinitions::getKeyInstanceName(), object, name);
+        out << indentation << name << '\n';
+        QJsonArray children;
+        readJsonArrayFromJson(SystemInformationManagerRegistryDefinitions::getKeySubstructure(), object, children);
+        list(children, indentation + QStringLiteral("  "), out);
+    }
+}
+
+} // namespace
+
+int main(int argc, char* argv[])
+{
+    const QCoreApplication application(argc, argv);
+    QTextStream out(stdout);
+    if (argc != 2) {
+        out << "usage: provider FOLDER, which has the configuration's folder in it\n";
+        return 2;
+    }
+
+    // Instance names are what is left of a path without the folder's, so that has to be a whole one.
+    const QString base = QDir(QString::fromLocal8Bit(argv[1])).canonicalPath();
+    if (base.isEmpty() || !ConfigurationManifestCreator().create(base)) {
+        return 1;
+    }
+
+    const QString path = base + QLatin1Char('/') + PropertyManagerConst::getConfigurationFolderName() + QLatin1Char('/')
+        + ConfigurationAndProcessDataDefinitions::getSelectorUrlSchemeConfiguration()
+        + QStringLiteral(".manifest.json");
+    ConfigurationManifestHandler handler(path, QStringLiteral("Device"), QStringLiteral("device1"));
+    handler.parseManifestFile();
+    list(handler.getManifestJsonArray(), QString(), out);
+    return 0;
+}

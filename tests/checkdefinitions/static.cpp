@@ -1,0 +1,7 @@
+// A program without any library.
+
+extern "C" void _start();
+
+extern "C" void _start()
+{
+}
