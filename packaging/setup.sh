@@ -1,3 +1,4 @@
+# shellcheck shell=bash
 # What the commands share. Sourced, with `set -euo pipefail` in force; not run.
 
 project=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")/.." && pwd)
