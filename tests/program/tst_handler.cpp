@@ -175,7 +175,7 @@ QString noElement(const QString& path)
 
 } // namespace
 
-class tst_ProgramHandler : public QObject {
+class tst_Handler : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
@@ -229,7 +229,7 @@ private Q_SLOTS:
     void jsonIsEscapedForTerminalsOnly();
 };
 
-void tst_ProgramHandler::queriesPrintTheirResults_data()
+void tst_Handler::queriesPrintTheirResults_data()
 {
     QTest::addColumn<QString>("commandLine");
     QTest::addColumn<QByteArray>("output");
@@ -252,7 +252,7 @@ void tst_ProgramHandler::queriesPrintTheirResults_data()
     QTest::newRow("get, object name") << u"get manifest.json a/first objectName --object O"_qs << QByteArray("O\n");
 }
 
-void tst_ProgramHandler::queriesPrintTheirResults()
+void tst_Handler::queriesPrintTheirResults()
 {
     QFETCH(QString, commandLine);
     QFETCH(QByteArray, output);
@@ -264,14 +264,14 @@ void tst_ProgramHandler::queriesPrintTheirResults()
     QVERIFY(file.isAlone());
 }
 
-void tst_ProgramHandler::listOfASelectionSaysThatItHasNoChildren()
+void tst_Handler::listOfASelectionSaysThatItHasNoChildren()
 {
     const ManifestFile file(compact(saveRuleManifest()));
     QCOMPARE(Program().in(file.folder()).run(u"list manifest.json a/first"_qs),
         (ProgramRun {0, QByteArray(), "configuration-manifest: 'a/first' is a selection, it has no children\n"}));
 }
 
-void tst_ProgramHandler::getPrintsAnElementAsJson()
+void tst_Handler::getPrintsAnElementAsJson()
 {
     const QJsonObject element = with(a(), u"key"_qs, everyKind());
     const ManifestFile file(compact({top, element}));
@@ -279,7 +279,7 @@ void tst_ProgramHandler::getPrintsAnElementAsJson()
         (ProgramRun {0, QJsonDocument(element).toJson(QJsonDocument::Indented), QByteArray()}));
 }
 
-void tst_ProgramHandler::getPrintsEveryKindOfValue_data()
+void tst_Handler::getPrintsEveryKindOfValue_data()
 {
     QTest::addColumn<QJsonValue>("value");
 
@@ -289,7 +289,7 @@ void tst_ProgramHandler::getPrintsEveryKindOfValue_data()
     }
 }
 
-void tst_ProgramHandler::getPrintsEveryKindOfValue()
+void tst_Handler::getPrintsEveryKindOfValue()
 {
     QFETCH(QJsonValue, value);
 
@@ -301,7 +301,7 @@ void tst_ProgramHandler::getPrintsEveryKindOfValue()
         value.isString() ? done(value.toString()) : (ProgramRun {0, json, QByteArray()}));
 }
 
-void tst_ProgramHandler::queriesThatLeadNowhereFail_data()
+void tst_Handler::queriesThatLeadNowhereFail_data()
 {
     addProgramFailureColumns();
     const auto lookup = [](const char* names, const char* path) -> QByteArray {
@@ -339,32 +339,32 @@ void tst_ProgramHandler::queriesThatLeadNowhereFail_data()
     addProgramFailure("get, empty key", u"get manifest.json top ''"_qs, failed(u"'top' has no key ''"_qs));
 }
 
-void tst_ProgramHandler::queriesThatLeadNowhereFail()
+void tst_Handler::queriesThatLeadNowhereFail()
 {
     checkProgramFailure();
 }
 
-void tst_ProgramHandler::editsAreNotSavedUnasked_data()
+void tst_Handler::editsAreNotSavedUnasked_data()
 {
     addEdits();
 }
 
-void tst_ProgramHandler::editsAreNotSavedUnasked()
+void tst_Handler::editsAreNotSavedUnasked()
 {
     checkEditIsNotSavedUnasked();
 }
 
-void tst_ProgramHandler::printShowsWhatWouldBeSaved_data()
+void tst_Handler::printShowsWhatWouldBeSaved_data()
 {
     addEdits();
 }
 
-void tst_ProgramHandler::printShowsWhatWouldBeSaved()
+void tst_Handler::printShowsWhatWouldBeSaved()
 {
     checkPrintShowsWhatWouldBeSaved();
 }
 
-void tst_ProgramHandler::printNeverSaves_data()
+void tst_Handler::printNeverSaves_data()
 {
     QTest::addColumn<QString>("commandLine");
 
@@ -373,7 +373,7 @@ void tst_ProgramHandler::printNeverSaves_data()
     QTest::newRow("beside --dry-run") << u"set --print manifest.json top key value --dry-run"_qs;
 }
 
-void tst_ProgramHandler::printNeverSaves()
+void tst_Handler::printNeverSaves()
 {
     QFETCH(QString, commandLine);
 
@@ -385,49 +385,49 @@ void tst_ProgramHandler::printNeverSaves()
     QVERIFY(file.isAlone());
 }
 
-void tst_ProgramHandler::editsAreSavedOnRequest_data()
+void tst_Handler::editsAreSavedOnRequest_data()
 {
     addEdits();
 }
 
-void tst_ProgramHandler::editsAreSavedOnRequest()
+void tst_Handler::editsAreSavedOnRequest()
 {
     checkEditIsSaved();
 }
 
-void tst_ProgramHandler::saveOnAFullDiskFails_data()
+void tst_Handler::saveOnAFullDiskFails_data()
 {
     addEdits();
 }
 
-void tst_ProgramHandler::saveOnAFullDiskFails()
+void tst_Handler::saveOnAFullDiskFails()
 {
     checkSaveFails(Program().prepared(onFullDisk), u"File too large"_qs,
         "warning: Error on writing instance list to manifest file!\n");
 }
 
-void tst_ProgramHandler::saveIntoAnUnwritableFolderFails_data()
+void tst_Handler::saveIntoAnUnwritableFolderFails_data()
 {
     addEdits();
 }
 
-void tst_ProgramHandler::saveIntoAnUnwritableFolderFails()
+void tst_Handler::saveIntoAnUnwritableFolderFails()
 {
     checkSaveFails(Program().prepared(asOrdinaryUser), u"Permission denied"_qs,
         "warning: Cannot open configuration manifest file for writing: \"manifest.json\" !\n", 0555);
 }
 
-void tst_ProgramHandler::saveThatFailsAtItsLastStepFails_data()
+void tst_Handler::saveThatFailsAtItsLastStepFails_data()
 {
     addEdits();
 }
 
-void tst_ProgramHandler::saveThatFailsAtItsLastStepFails()
+void tst_Handler::saveThatFailsAtItsLastStepFails()
 {
     checkSaveFails(Program().unableToRename(), u"cause unknown"_qs);
 }
 
-void tst_ProgramHandler::saveOverAReadOnlyFileFails()
+void tst_Handler::saveOverAReadOnlyFileFails()
 {
     const ManifestFile file(compact(saveRuleManifest()));
     const FileState before = stateOf(file.path());
@@ -439,7 +439,7 @@ void tst_ProgramHandler::saveOverAReadOnlyFileFails()
     QVERIFY(file.isAlone());
 }
 
-void tst_ProgramHandler::saveGoesWhereALinkLeads()
+void tst_Handler::saveGoesWhereALinkLeads()
 {
     const ManifestFile file(compact(saveRuleManifest()));
     const QString link = file.folder() + u"/link.json"_qs;
@@ -449,7 +449,7 @@ void tst_ProgramHandler::saveGoesWhereALinkLeads()
     QVERIFY(QFileInfo(link).isSymLink());
 }
 
-void tst_ProgramHandler::optionsStandAnywhereBehindTheCommand_data()
+void tst_Handler::optionsStandAnywhereBehindTheCommand_data()
 {
     QTest::addColumn<QString>("commandLine");
 
@@ -460,7 +460,7 @@ void tst_ProgramHandler::optionsStandAnywhereBehindTheCommand_data()
     QTest::newRow("before a double dash") << u"set --module=M --save --json -- manifest.json top key 1"_qs;
 }
 
-void tst_ProgramHandler::optionsStandAnywhereBehindTheCommand()
+void tst_Handler::optionsStandAnywhereBehindTheCommand()
 {
     QFETCH(QString, commandLine);
 
@@ -469,7 +469,7 @@ void tst_ProgramHandler::optionsStandAnywhereBehindTheCommand()
     QCOMPARE(file.content(), compact({with(stamped(top, u"M"_qs, {}), u"key"_qs, 1)}));
 }
 
-void tst_ProgramHandler::editsThatDoNotApplyFail_data()
+void tst_Handler::editsThatDoNotApplyFail_data()
 {
     addProgramFailureColumns();
     const QByteArray outOfBounds = "warning: Index out of bounds, move failed\n";
@@ -532,12 +532,12 @@ void tst_ProgramHandler::editsThatDoNotApplyFail_data()
     addProgramFailure("sort, whole names of selections", u"sort manifest.json a second a/first"_qs, namesOf("'a'"));
 }
 
-void tst_ProgramHandler::editsThatDoNotApplyFail()
+void tst_Handler::editsThatDoNotApplyFail()
 {
     checkEditFailure();
 }
 
-void tst_ProgramHandler::missingKeyIsNamedAlsoOfAnElementFoundByItsWholePath()
+void tst_Handler::missingKeyIsNamedAlsoOfAnElementFoundByItsWholePath()
 {
     const ManifestFile file(compact({a({node(u"a/b"_qs)})}));
     QCOMPARE(Program().in(file.folder()).run(u"update manifest.json a/b instanceName c --print"_qs),
@@ -546,7 +546,7 @@ void tst_ProgramHandler::missingKeyIsNamedAlsoOfAnElementFoundByItsWholePath()
         failed(u"'a/b' has no key 'none'"_qs));
 }
 
-void tst_ProgramHandler::valuesThatAreNoJsonAreWrongUsage_data()
+void tst_Handler::valuesThatAreNoJsonAreWrongUsage_data()
 {
     QTest::addColumn<QString>("value");
     QTest::addColumn<QString>("shown");
@@ -572,7 +572,7 @@ void tst_ProgramHandler::valuesThatAreNoJsonAreWrongUsage_data()
     QTest::newRow("control") << u"\x1b"_qs << u"\\u{1b}"_qs;
 }
 
-void tst_ProgramHandler::valuesThatAreNoJsonAreWrongUsage()
+void tst_Handler::valuesThatAreNoJsonAreWrongUsage()
 {
     QFETCH(QString, value);
     QFETCH(QString, shown);
@@ -590,7 +590,7 @@ void tst_ProgramHandler::valuesThatAreNoJsonAreWrongUsage()
     QVERIFY(file.isAlone());
 }
 
-void tst_ProgramHandler::descriptionIsReadFromAFile()
+void tst_Handler::descriptionIsReadFromAFile()
 {
     const ManifestFile file("[]");
     writeFile(file.folder() + u"/new node.json"_qs, "{\"displayPosition\":1,\"key\":[true]}");
@@ -609,7 +609,7 @@ void tst_ProgramHandler::descriptionIsReadFromAFile()
     QCOMPARE(file.content(), compact({description, description}));
 }
 
-void tst_ProgramHandler::descriptionsThatAreNoneFail_data()
+void tst_Handler::descriptionsThatAreNoneFail_data()
 {
     addProgramFailureColumns();
     addProgramFailure(
@@ -628,7 +628,7 @@ void tst_ProgramHandler::descriptionsThatAreNoneFail_data()
     addInput("two objects", "{}{}");
 }
 
-void tst_ProgramHandler::descriptionsThatAreNoneFail()
+void tst_Handler::descriptionsThatAreNoneFail()
 {
     QFETCH(QString, commandLine);
     QFETCH(QByteArray, input);
@@ -647,7 +647,7 @@ void tst_ProgramHandler::descriptionsThatAreNoneFail()
     QVERIFY(file.isAlone());
 }
 
-void tst_ProgramHandler::commandsFailWithoutAManifest_data()
+void tst_Handler::commandsFailWithoutAManifest_data()
 {
     QTest::addColumn<QString>("commandLine");
 
@@ -663,7 +663,7 @@ void tst_ProgramHandler::commandsFailWithoutAManifest_data()
     }
 }
 
-void tst_ProgramHandler::commandsFailWithoutAManifest()
+void tst_Handler::commandsFailWithoutAManifest()
 {
     QFETCH(QString, commandLine);
 
@@ -673,7 +673,7 @@ void tst_ProgramHandler::commandsFailWithoutAManifest()
     QCOMPARE(everythingIn(directory.path()), QStringList());
 }
 
-void tst_ProgramHandler::whatIsNoManifestIsSaidSo_data()
+void tst_Handler::whatIsNoManifestIsSaidSo_data()
 {
     QTest::addColumn<QByteArray>("content");
     QTest::addColumn<QString>("problem");
@@ -683,7 +683,7 @@ void tst_ProgramHandler::whatIsNoManifestIsSaidSo_data()
     QTest::newRow("object") << QByteArray("{}") << u"its root is not an array"_qs;
 }
 
-void tst_ProgramHandler::whatIsNoManifestIsSaidSo()
+void tst_Handler::whatIsNoManifestIsSaidSo()
 {
     QFETCH(QByteArray, content);
     QFETCH(QString, problem);
@@ -700,7 +700,7 @@ void tst_ProgramHandler::whatIsNoManifestIsSaidSo()
     QVERIFY(file.isAlone());
 }
 
-void tst_ProgramHandler::emptyManifestIsOne()
+void tst_Handler::emptyManifestIsOne()
 {
     const ManifestFile file("[]");
     const Program program = Program().in(file.folder());
@@ -715,7 +715,7 @@ void tst_ProgramHandler::emptyManifestIsOne()
     QCOMPARE(file.content(), QByteArray("[]"));
 }
 
-void tst_ProgramHandler::deepManifestsCanBeEdited()
+void tst_Handler::deepManifestsCanBeEdited()
 {
     constexpr int levels = 500;
     QJsonArray before {selection(u"end"_qs)};
@@ -757,7 +757,7 @@ QByteArray hostileManifest()
 
 } // namespace
 
-void tst_ProgramHandler::nothingHostileIsPrinted_data()
+void tst_Handler::nothingHostileIsPrinted_data()
 {
     QTest::addColumn<QStringList>("arguments");
     QTest::addColumn<int>("status");
@@ -791,7 +791,7 @@ void tst_ProgramHandler::nothingHostileIsPrinted_data()
     QTest::newRow("no manifest") << QStringList {u"list"_qs, hostile()} << 2;
 }
 
-void tst_ProgramHandler::nothingHostileIsPrinted()
+void tst_Handler::nothingHostileIsPrinted()
 {
     QFETCH(QStringList, arguments);
     QFETCH(int, status);
@@ -811,7 +811,7 @@ void tst_ProgramHandler::nothingHostileIsPrinted()
     QCOMPARE(lines.constLast(), QByteArray());
 }
 
-void tst_ProgramHandler::jsonIsEscapedForTerminalsOnly_data()
+void tst_Handler::jsonIsEscapedForTerminalsOnly_data()
 {
     QTest::addColumn<QStringList>("arguments");
 
@@ -822,7 +822,7 @@ void tst_ProgramHandler::jsonIsEscapedForTerminalsOnly_data()
     QTest::newRow("print") << QStringList {u"stamp"_qs, file, u"--module"_qs, u"M"_qs, u"--print"_qs};
 }
 
-void tst_ProgramHandler::jsonIsEscapedForTerminalsOnly()
+void tst_Handler::jsonIsEscapedForTerminalsOnly()
 {
     QFETCH(QStringList, arguments);
 
@@ -837,6 +837,6 @@ void tst_ProgramHandler::jsonIsEscapedForTerminalsOnly()
     QCOMPARE(QJsonDocument::fromJson(shown.output), QJsonDocument::fromJson(plain.output));
 }
 
-MANIFEST_TEST_MAIN(tst_ProgramHandler)
+MANIFEST_TEST_MAIN(tst_Handler)
 
-#include "tst_program_handler.moc"
+#include "tst_handler.moc"

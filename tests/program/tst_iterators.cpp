@@ -73,7 +73,7 @@ QStringList selectionsOf(const QJsonArray& elements)
 
 } // namespace
 
-class tst_ProgramIterators : public QObject {
+class tst_Iterators : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
@@ -104,7 +104,7 @@ private Q_SLOTS:
     void rewriteOfNothingFails();
 };
 
-void tst_ProgramIterators::instancesAreThoseOfAllSelectionsOfTheExamples_data()
+void tst_Iterators::instancesAreThoseOfAllSelectionsOfTheExamples_data()
 {
     QTest::addColumn<QString>("scheme");
     QTest::addColumn<QString>("one");
@@ -113,7 +113,7 @@ void tst_ProgramIterators::instancesAreThoseOfAllSelectionsOfTheExamples_data()
     QTest::newRow("process") << u"process"_qs << u"diagnostics/log/events"_qs;
 }
 
-void tst_ProgramIterators::instancesAreThoseOfAllSelectionsOfTheExamples()
+void tst_Iterators::instancesAreThoseOfAllSelectionsOfTheExamples()
 {
     QFETCH(QString, scheme);
     QFETCH(QString, one);
@@ -129,7 +129,7 @@ void tst_ProgramIterators::instancesAreThoseOfAllSelectionsOfTheExamples()
     QCOMPARE(program.run(u"instances "_qs + manifest), done(names.join(u'\n')));
 }
 
-void tst_ProgramIterators::instancesPrintsWholeNamesInTheOrderOfTheManifest()
+void tst_Iterators::instancesPrintsWholeNamesInTheOrderOfTheManifest()
 {
     const ManifestFile file(compact({
         selection(u"b/x"_qs),
@@ -150,7 +150,7 @@ void tst_ProgramIterators::instancesPrintsWholeNamesInTheOrderOfTheManifest()
     QVERIFY(file.isAlone());
 }
 
-void tst_ProgramIterators::instancesPassesOverWhatHasNoName()
+void tst_Iterators::instancesPassesOverWhatHasNoName()
 {
     const ManifestFile file("[{\"selectionType\":\"Selection\",\"key\":\"\x7f\"},{\"selectionType\":7},"
                             "{\"instanceName\":null,\"selectionType\":\"Selection\"},"
@@ -164,69 +164,69 @@ void tst_ProgramIterators::instancesPassesOverWhatHasNoName()
             "QJsonObject({\"instanceName\":null,\"selectionType\":\"Selection\"}) !\n"));
 }
 
-void tst_ProgramIterators::rewritesAreNotSavedUnasked_data()
+void tst_Iterators::rewritesAreNotSavedUnasked_data()
 {
     addRewrites();
 }
 
-void tst_ProgramIterators::rewritesAreNotSavedUnasked()
+void tst_Iterators::rewritesAreNotSavedUnasked()
 {
     checkEditIsNotSavedUnasked();
 }
 
-void tst_ProgramIterators::printShowsWhatWouldBeSaved_data()
+void tst_Iterators::printShowsWhatWouldBeSaved_data()
 {
     addRewrites();
 }
 
-void tst_ProgramIterators::printShowsWhatWouldBeSaved()
+void tst_Iterators::printShowsWhatWouldBeSaved()
 {
     checkPrintShowsWhatWouldBeSaved();
 }
 
-void tst_ProgramIterators::rewritesAreSavedOnRequest_data()
+void tst_Iterators::rewritesAreSavedOnRequest_data()
 {
     addRewrites();
 }
 
-void tst_ProgramIterators::rewritesAreSavedOnRequest()
+void tst_Iterators::rewritesAreSavedOnRequest()
 {
     checkEditIsSaved();
 }
 
-void tst_ProgramIterators::saveOnAFullDiskFails_data()
+void tst_Iterators::saveOnAFullDiskFails_data()
 {
     addRewrites();
 }
 
-void tst_ProgramIterators::saveOnAFullDiskFails()
+void tst_Iterators::saveOnAFullDiskFails()
 {
     checkSaveFails(Program().prepared(onFullDisk), u"File too large"_qs,
         "warning: Error on writing instance list to manifest file!\n");
 }
 
-void tst_ProgramIterators::saveIntoAnUnwritableFolderFails_data()
+void tst_Iterators::saveIntoAnUnwritableFolderFails_data()
 {
     addRewrites();
 }
 
-void tst_ProgramIterators::saveIntoAnUnwritableFolderFails()
+void tst_Iterators::saveIntoAnUnwritableFolderFails()
 {
     checkSaveFails(Program().prepared(asOrdinaryUser), u"Permission denied"_qs,
         "warning: Cannot open configuration manifest file for writing: \"manifest.json\" !\n", 0555);
 }
 
-void tst_ProgramIterators::saveThatFailsAtItsLastStepFails_data()
+void tst_Iterators::saveThatFailsAtItsLastStepFails_data()
 {
     addRewrites();
 }
 
-void tst_ProgramIterators::saveThatFailsAtItsLastStepFails()
+void tst_Iterators::saveThatFailsAtItsLastStepFails()
 {
     checkSaveFails(Program().unableToRename(), u"cause unknown"_qs);
 }
 
-void tst_ProgramIterators::rewriteChangesAndCountsEveryMatch_data()
+void tst_Iterators::rewriteChangesAndCountsEveryMatch_data()
 {
     QTest::addColumn<QString>("commandLine");
     QTest::addColumn<QByteArray>("after");
@@ -249,7 +249,7 @@ void tst_ProgramIterators::rewriteChangesAndCountsEveryMatch_data()
                             << done(u"2 changed; saved"_qs, keyIsMissing);
 }
 
-void tst_ProgramIterators::rewriteChangesAndCountsEveryMatch()
+void tst_Iterators::rewriteChangesAndCountsEveryMatch()
 {
     QFETCH(QString, commandLine);
     QFETCH(QByteArray, after);
@@ -263,7 +263,7 @@ void tst_ProgramIterators::rewriteChangesAndCountsEveryMatch()
     QVERIFY(file.isAlone());
 }
 
-void tst_ProgramIterators::rewriteKeepsEverythingElse()
+void tst_Iterators::rewriteKeepsEverythingElse()
 {
     const QJsonArray everyKind = arrayFrom("[null,true,0,-1.5,1e300,\"\",\"text\",[[1]],{},{\"key\":{\"key\":2}}]");
     const QJsonObject element = with(top, u"kept"_qs, everyKind);
@@ -273,7 +273,7 @@ void tst_ProgramIterators::rewriteKeepsEverythingElse()
     QCOMPARE(file.content(), compact({with(element, u"key"_qs, u"value"_qs), 1, QJsonValue::Null, everyKind}));
 }
 
-void tst_ProgramIterators::rewriteWithinItsOwnValueFails_data()
+void tst_Iterators::rewriteWithinItsOwnValueFails_data()
 {
     addProgramFailureColumns();
     const QString element = u"{\"instanceName\":\"top\",\"selectionType\":null}"_qs;
@@ -287,12 +287,12 @@ void tst_ProgramIterators::rewriteWithinItsOwnValueFails_data()
     add("deep inside", u"top key [{\"a\":{\"b\":[[],%1]}}] --add"_qs);
 }
 
-void tst_ProgramIterators::rewriteWithinItsOwnValueFails()
+void tst_Iterators::rewriteWithinItsOwnValueFails()
 {
     checkEditFailure();
 }
 
-void tst_ProgramIterators::rewriteOfNothingFails_data()
+void tst_Iterators::rewriteOfNothingFails_data()
 {
     addProgramFailureColumns();
     const auto noElement = [](const QString& instance, const QString& key) {
@@ -321,11 +321,11 @@ void tst_ProgramIterators::rewriteOfNothingFails_data()
         failed(noElement(u"none"_qs, u"selectionType"_qs)));
 }
 
-void tst_ProgramIterators::rewriteOfNothingFails()
+void tst_Iterators::rewriteOfNothingFails()
 {
     checkEditFailure();
 }
 
-MANIFEST_TEST_MAIN(tst_ProgramIterators)
+MANIFEST_TEST_MAIN(tst_Iterators)
 
-#include "tst_program_iterators.moc"
+#include "tst_iterators.moc"

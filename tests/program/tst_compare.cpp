@@ -110,7 +110,7 @@ QJsonArray manySelections(int count, const QString& start)
 
 } // namespace
 
-class tst_ProgramCompare : public QObject {
+class tst_Compare : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
@@ -159,7 +159,7 @@ private Q_SLOTS:
     void parallelMergesLoseNothing();
 };
 
-void tst_ProgramCompare::everyOperandMayBeAFileAFolderOrStandardInput_data()
+void tst_Compare::everyOperandMayBeAFileAFolderOrStandardInput_data()
 {
     QTest::addColumn<QString>("commandLine");
     QTest::addColumn<QByteArray>("input");
@@ -207,7 +207,7 @@ void tst_ProgramCompare::everyOperandMayBeAFileAFolderOrStandardInput_data()
     QTest::newRow("merge of standard input with itself") << u"merge - file -"_qs << text << twice;
 }
 
-void tst_ProgramCompare::everyOperandMayBeAFileAFolderOrStandardInput()
+void tst_Compare::everyOperandMayBeAFileAFolderOrStandardInput()
 {
     QFETCH(QString, commandLine);
     QFETCH(QByteArray, input);
@@ -221,7 +221,7 @@ void tst_ProgramCompare::everyOperandMayBeAFileAFolderOrStandardInput()
     QCOMPARE(everythingIn(place.path(u"folder"_qs)), QStringList(u"page.config.json"_qs));
 }
 
-void tst_ProgramCompare::folderOfTheNameOfStandardInputIsNotRead()
+void tst_Compare::folderOfTheNameOfStandardInputIsNotRead()
 {
     Workplace place;
     place.write(u"file"_qs, {a()}).describe(u"-/page.config.json"_qs, 1);
@@ -229,7 +229,7 @@ void tst_ProgramCompare::folderOfTheNameOfStandardInputIsNotRead()
     QCOMPARE(place.run(u"diff ./- file"_qs).status, 1);
 }
 
-void tst_ProgramCompare::schemeChoosesWhatAFolderHolds()
+void tst_Compare::schemeChoosesWhatAFolderHolds()
 {
     Workplace place;
     place.write(u"empty"_qs, {}).describe(u"folder/page.config.json"_qs, 1).describe(u"folder/job.process.json"_qs, 1);
@@ -246,7 +246,7 @@ void tst_ProgramCompare::schemeChoosesWhatAFolderHolds()
     QCOMPARE(place.run(u"diff empty folder --scheme other --any-scheme"_qs), found(job));
 }
 
-void tst_ProgramCompare::stampsCountWhenAskedFor()
+void tst_Compare::stampsCountWhenAskedFor()
 {
     Workplace place;
     place.describe(u"folder/page.config.json"_qs, 1);
@@ -262,7 +262,7 @@ void tst_ProgramCompare::stampsCountWhenAskedFor()
     QCOMPARE(place.run(u"merge new stamped folder"_qs), done(u"unchanged"_qs));
 }
 
-void tst_ProgramCompare::roundedNumbersAreNoDrift()
+void tst_Compare::roundedNumbersAreNoDrift()
 {
     Workplace place;
     place.describe(u"folder/Net/page.config.json"_qs, 1);
@@ -275,7 +275,7 @@ void tst_ProgramCompare::roundedNumbersAreNoDrift()
     QCOMPARE(place.run(u"merge %1.base %1 folder"_qs.arg(manifest)), done(u"unchanged"_qs));
 }
 
-void tst_ProgramCompare::checkTellsWhereWhatAndWhatToDo()
+void tst_Compare::checkTellsWhereWhatAndWhatToDo()
 {
     Workplace place;
     place.write(u"file"_qs, {1, node(u"n"_qs), node(u"m"_qs, {a(), a(), QJsonObject()})});
@@ -291,7 +291,7 @@ void tst_ProgramCompare::checkTellsWhereWhatAndWhatToDo()
               "editor. [name-missing]\n"));
 }
 
-void tst_ProgramCompare::checkTellsDrift()
+void tst_Compare::checkTellsDrift()
 {
     Workplace place;
     place.describe(u"folder/page.config.json"_qs, 1).write(u"file"_qs, {node(u"n"_qs)});
@@ -304,7 +304,7 @@ void tst_ProgramCompare::checkTellsDrift()
     QCOMPARE(place.run(u"check file --folder file"_qs), misused(u"cannot read file: it is not a folder"_qs));
 }
 
-void tst_ProgramCompare::resultsAreTheSameAsJson()
+void tst_Compare::resultsAreTheSameAsJson()
 {
     Workplace place;
     writeThree(place)
@@ -343,7 +343,7 @@ void tst_ProgramCompare::resultsAreTheSameAsJson()
     QCOMPARE(run.errors, QByteArray("configuration-manifest: 1 conflict; --prefer mine or --prefer new decides\n"));
 }
 
-void tst_ProgramCompare::terminalShowsTheStartOfLongValues()
+void tst_Compare::terminalShowsTheStartOfLongValues()
 {
     Workplace place;
     const QString longText(1000, u'x');
@@ -356,7 +356,7 @@ void tst_ProgramCompare::terminalShowsTheStartOfLongValues()
     }
 }
 
-void tst_ProgramCompare::hostileTextsAreHarmless()
+void tst_Compare::hostileTextsAreHarmless()
 {
     Workplace place;
     const QString hostile = QString::fromUtf8("\x1b]0;x\x07\n\r\u202e\u2028");
@@ -378,7 +378,7 @@ void tst_ProgramCompare::hostileTextsAreHarmless()
     QCOMPARE(place.run(u"diff base mine"_qs).output.count('\n'), 2);
 }
 
-void tst_ProgramCompare::foreignItemsInAnyOperandAreMerged()
+void tst_Compare::foreignItemsInAnyOperandAreMerged()
 {
     Workplace place;
     const QJsonArray foreign {1, QJsonValue::Null, QJsonArray {1}, QJsonObject(), QJsonObject {{u"instanceName"_qs, 1}},
@@ -397,7 +397,7 @@ void tst_ProgramCompare::foreignItemsInAnyOperandAreMerged()
     QCOMPARE(place.run(u"diff base mine"_qs), found("changed: selection 'a', key from nothing to 1\n"));
 }
 
-void tst_ProgramCompare::badOperandsAreTrouble_data()
+void tst_Compare::badOperandsAreTrouble_data()
 {
     QTest::addColumn<QString>("commandLine");
     QTest::addColumn<ProgramRun>("run");
@@ -439,7 +439,7 @@ void tst_ProgramCompare::badOperandsAreTrouble_data()
         << u"merge file file file --wait x"_qs << misused(u"'x' is not a whole number"_qs);
 }
 
-void tst_ProgramCompare::badOperandsAreTrouble()
+void tst_Compare::badOperandsAreTrouble()
 {
     QFETCH(QString, commandLine);
     QFETCH(ProgramRun, run);
@@ -461,7 +461,7 @@ void tst_ProgramCompare::badOperandsAreTrouble()
     QCOMPARE(everythingIn(place.path()), entries);
 }
 
-void tst_ProgramCompare::mergeWithWhatCannotBeReadIsRefused_data()
+void tst_Compare::mergeWithWhatCannotBeReadIsRefused_data()
 {
     QTest::addColumn<QString>("unreadable");
     QTest::addColumn<QByteArray>("warning");
@@ -472,7 +472,7 @@ void tst_ProgramCompare::mergeWithWhatCannotBeReadIsRefused_data()
                           << QByteArray("warning: folder/in/a.config.json: Can't open file  \"");
 }
 
-void tst_ProgramCompare::mergeWithWhatCannotBeReadIsRefused()
+void tst_Compare::mergeWithWhatCannotBeReadIsRefused()
 {
     QFETCH(QString, unreadable);
     QFETCH(QByteArray, warning);
@@ -504,7 +504,7 @@ void tst_ProgramCompare::mergeWithWhatCannotBeReadIsRefused()
     chmod(qPrintable(place.path(unreadable)), 0755);
 }
 
-void tst_ProgramCompare::damagedDescriptionsAreWarnedOf()
+void tst_Compare::damagedDescriptionsAreWarnedOf()
 {
     Workplace place;
     place.write(u"empty"_qs, {}).describe(u"folder/page.config.json"_qs, 1);
@@ -519,7 +519,7 @@ void tst_ProgramCompare::damagedDescriptionsAreWarnedOf()
               "nothing in MINE counts as changed\n");
 }
 
-void tst_ProgramCompare::unrelatedManifestsAreWarnedOf_data()
+void tst_Compare::unrelatedManifestsAreWarnedOf_data()
 {
     QTest::addColumn<QJsonArray>("before");
     QTest::addColumn<QJsonArray>("after");
@@ -545,7 +545,7 @@ void tst_ProgramCompare::unrelatedManifestsAreWarnedOf_data()
     QTest::newRow("everything in another place") << many << QJsonArray {node(u"n"_qs, many)} << QByteArray();
 }
 
-void tst_ProgramCompare::unrelatedManifestsAreWarnedOf()
+void tst_Compare::unrelatedManifestsAreWarnedOf()
 {
     QFETCH(QJsonArray, before);
     QFETCH(QJsonArray, after);
@@ -560,7 +560,7 @@ void tst_ProgramCompare::unrelatedManifestsAreWarnedOf()
     QCOMPARE(place.run(u"merge old new old"_qs).errors, warning);
 }
 
-void tst_ProgramCompare::mergeThatTakesNearlyEverythingIsRefused_data()
+void tst_Compare::mergeThatTakesNearlyEverythingIsRefused_data()
 {
     QTest::addColumn<QJsonArray>("theirs");
     QTest::addColumn<QString>("option");
@@ -572,7 +572,7 @@ void tst_ProgramCompare::mergeThatTakesNearlyEverythingIsRefused_data()
     QTest::newRow("whoever decides") << QJsonArray() << u"--prefer new"_qs;
 }
 
-void tst_ProgramCompare::mergeThatTakesNearlyEverythingIsRefused()
+void tst_Compare::mergeThatTakesNearlyEverythingIsRefused()
 {
     QFETCH(QJsonArray, theirs);
     QFETCH(QString, option);
@@ -592,7 +592,7 @@ void tst_ProgramCompare::mergeThatTakesNearlyEverythingIsRefused()
     QCOMPARE(place.content(u"mine"_qs), compact(theirs));
 }
 
-void tst_ProgramCompare::folderThatCannotBeListedIsNoRemoval_data()
+void tst_Compare::folderThatCannotBeListedIsNoRemoval_data()
 {
     QTest::addColumn<QString>("faults");
     QTest::addColumn<QString>("option");
@@ -605,7 +605,7 @@ void tst_ProgramCompare::folderThatCannotBeListedIsNoRemoval_data()
     QTest::newRow("on request") << list << u"--force"_qs << 0;
 }
 
-void tst_ProgramCompare::folderThatCannotBeListedIsNoRemoval()
+void tst_Compare::folderThatCannotBeListedIsNoRemoval()
 {
     QFETCH(QString, faults);
     QFETCH(QString, option);
@@ -632,7 +632,7 @@ void tst_ProgramCompare::folderThatCannotBeListedIsNoRemoval()
     QVERIFY(faulty.run(u"explain folder sub"_qs).output.contains("\tabsent\tunreadable: Input/output error\n"));
 }
 
-void tst_ProgramCompare::mergeIsSavedOnRequest()
+void tst_Compare::mergeIsSavedOnRequest()
 {
     Workplace place;
     writeThree(place);
@@ -649,7 +649,7 @@ void tst_ProgramCompare::mergeIsSavedOnRequest()
     QCOMPARE(everythingIn(place.path()).size(), 3);
 }
 
-void tst_ProgramCompare::mergeWithNothingNewWritesNothing()
+void tst_Compare::mergeWithNothingNewWritesNothing()
 {
     Workplace place;
     writeThree(place);
@@ -668,7 +668,7 @@ void tst_ProgramCompare::mergeWithNothingNewWritesNothing()
     QCOMPARE(everythingIn(place.path()), (QStringList {u"base"_qs, u"mine"_qs, u"mine.base"_qs, u"new"_qs}));
 }
 
-void tst_ProgramCompare::keptBaseServesTheNextMerge()
+void tst_Compare::keptBaseServesTheNextMerge()
 {
     Workplace place;
     const QString manifest = u"folder/configuration.manifest.json"_qs;
@@ -688,7 +688,7 @@ void tst_ProgramCompare::keptBaseServesTheNextMerge()
         found("changed: selection 'page', key from nothing to \"value\"\n"));
 }
 
-void tst_ProgramCompare::keptBaseHasThePermissionsOfAnyFile()
+void tst_Compare::keptBaseHasThePermissionsOfAnyFile()
 {
     Workplace place;
     writeThree(place);
@@ -706,7 +706,7 @@ void tst_ProgramCompare::keptBaseHasThePermissionsOfAnyFile()
     QCOMPARE(permissionsOfTheBase(), 0660);
 }
 
-void tst_ProgramCompare::mergePrintsWhatItWouldSave()
+void tst_Compare::mergePrintsWhatItWouldSave()
 {
     Workplace place;
     writeThree(place);
@@ -727,7 +727,7 @@ void tst_ProgramCompare::mergePrintsWhatItWouldSave()
         done(QString::fromUtf8(place.content(u"new"_qs)), "decided for new: " + conflict));
 }
 
-void tst_ProgramCompare::mergeKeepsABackup()
+void tst_Compare::mergeKeepsABackup()
 {
     Workplace place;
     writeThree(place);
@@ -736,7 +736,7 @@ void tst_ProgramCompare::mergeKeepsABackup()
     QCOMPARE(place.content(u"mine"_qs), compact(merged()));
 }
 
-void tst_ProgramCompare::conflictsKeepFromSaving()
+void tst_Compare::conflictsKeepFromSaving()
 {
     Workplace place;
     const auto n = [](const QJsonArray& children) { return node(u"n"_qs, children); };
@@ -766,7 +766,7 @@ void tst_ProgramCompare::conflictsKeepFromSaving()
     QCOMPARE(stateOf(place.path(u"mine"_qs)), before);
 }
 
-void tst_ProgramCompare::preferDecidesConflicts()
+void tst_Compare::preferDecidesConflicts()
 {
     const QByteArray conflict = "selection 'a', key: base nothing, mine 1, new 2\n";
     const auto run = [](const QString& options, QByteArray& content) {
@@ -790,7 +790,7 @@ void tst_ProgramCompare::preferDecidesConflicts()
     QCOMPARE(content, compact({with(a(), key, 2), b(), selection(u"c"_qs)}));
 }
 
-void tst_ProgramCompare::mergeThatAddsAFindingIsRefused()
+void tst_Compare::mergeThatAddsAFindingIsRefused()
 {
     Workplace place;
     // Each side removes another child, which leaves an empty node.
@@ -810,7 +810,7 @@ void tst_ProgramCompare::mergeThatAddsAFindingIsRefused()
     QCOMPARE(place.content(u"mine"_qs), compact({node(u"n"_qs, QJsonArray())}));
 }
 
-void tst_ProgramCompare::damageOfTheNewManifestIsTakenOver()
+void tst_Compare::damageOfTheNewManifestIsTakenOver()
 {
     Workplace place;
     const QJsonArray damaged {a(), a(), node(u"n"_qs)};
@@ -819,7 +819,7 @@ void tst_ProgramCompare::damageOfTheNewManifestIsTakenOver()
     QCOMPARE(place.content(u"mine"_qs), compact({with(a(), key, 1), a(), node(u"n"_qs)}));
 }
 
-void tst_ProgramCompare::operandsThatAreTheSameFile()
+void tst_Compare::operandsThatAreTheSameFile()
 {
     Workplace place;
     writeThree(place);
@@ -843,7 +843,7 @@ void tst_ProgramCompare::operandsThatAreTheSameFile()
     QCOMPARE(place.run(u"diff mine link"_qs), (ProgramRun {0, {}, {}}));
 }
 
-void tst_ProgramCompare::manifestThatChangesMeanwhileIsNotReplaced()
+void tst_Compare::manifestThatChangesMeanwhileIsNotReplaced()
 {
     for (const bool overwrites : {false, true}) {
         Workplace place;
@@ -864,7 +864,7 @@ void tst_ProgramCompare::manifestThatChangesMeanwhileIsNotReplaced()
     }
 }
 
-void tst_ProgramCompare::changeOfTheManifestBeforeTheTurnIsMerged()
+void tst_Compare::changeOfTheManifestBeforeTheTurnIsMerged()
 {
     Workplace place;
     writeThree(place);
@@ -880,7 +880,7 @@ void tst_ProgramCompare::changeOfTheManifestBeforeTheTurnIsMerged()
     QCOMPARE(place.content(u"mine"_qs), compact({with(a(), key, 7), b(), selection(u"c"_qs)}));
 }
 
-void tst_ProgramCompare::saveThatFailsLeavesEverything_data()
+void tst_Compare::saveThatFailsLeavesEverything_data()
 {
     QTest::addColumn<Program>("program");
     QTest::addColumn<mode_t>("permissions");
@@ -894,7 +894,7 @@ void tst_ProgramCompare::saveThatFailsLeavesEverything_data()
                                       << QByteArray("Permission denied");
 }
 
-void tst_ProgramCompare::saveThatFailsLeavesEverything()
+void tst_Compare::saveThatFailsLeavesEverything()
 {
     QFETCH(Program, program);
     QFETCH(mode_t, permissions);
@@ -915,7 +915,7 @@ void tst_ProgramCompare::saveThatFailsLeavesEverything()
     QCOMPARE(everythingIn(place.path()), (QStringList {u"base"_qs, u"mine"_qs, u"new"_qs}));
 }
 
-void tst_ProgramCompare::baseThatCannotBeWrittenIsSaid()
+void tst_Compare::baseThatCannotBeWrittenIsSaid()
 {
     Workplace place;
     writeThree(place);
@@ -926,7 +926,7 @@ void tst_ProgramCompare::baseThatCannotBeWrittenIsSaid()
     QCOMPARE(place.content(u"mine"_qs), compact(merged()));
 }
 
-void tst_ProgramCompare::savedMergeThatCannotBePrintedIsSaid()
+void tst_Compare::savedMergeThatCannotBePrintedIsSaid()
 {
     Workplace place;
     writeThree(place);
@@ -942,7 +942,7 @@ void tst_ProgramCompare::savedMergeThatCannotBePrintedIsSaid()
     }
 }
 
-void tst_ProgramCompare::mergeSavesBehindALink()
+void tst_Compare::mergeSavesBehindALink()
 {
     Workplace place;
     place.write(u"base"_qs, base()).write(u"there/mine"_qs, mine()).write(u"new"_qs, theirs());
@@ -953,7 +953,7 @@ void tst_ProgramCompare::mergeSavesBehindALink()
     QCOMPARE(place.content(u"link.base"_qs), compact(theirs()));
 }
 
-void tst_ProgramCompare::lockedFolderIsWaitedFor()
+void tst_Compare::lockedFolderIsWaitedFor()
 {
     Workplace place;
     writeThree(place);
@@ -972,7 +972,7 @@ void tst_ProgramCompare::lockedFolderIsWaitedFor()
     QCOMPARE(waiting->finish(), (ProgramRun {0, change + "saved\n", {}}));
 }
 
-void tst_ProgramCompare::parallelMergesLoseNothing()
+void tst_Compare::parallelMergesLoseNothing()
 {
     constexpr int merges = 8;
     Workplace place;
@@ -997,6 +997,6 @@ void tst_ProgramCompare::parallelMergesLoseNothing()
     QVERIFY(content.contains("\"key\":1"));
 }
 
-MANIFEST_TEST_MAIN(tst_ProgramCompare)
+MANIFEST_TEST_MAIN(tst_Compare)
 
-#include "tst_program_compare.moc"
+#include "tst_compare.moc"

@@ -34,7 +34,7 @@ QJsonObject shown(const char* kind, const QString& name, const QJsonValue& path,
 
 } // namespace
 
-class tst_ProgramPaths : public QObject {
+class tst_Paths : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
@@ -52,7 +52,7 @@ private Q_SLOTS:
     void existsAnswersByItsStatus();
 };
 
-void tst_ProgramPaths::printedPathsAreWhatOtherCommandsTake_data()
+void tst_Paths::printedPathsAreWhatOtherCommandsTake_data()
 {
     QTest::addColumn<QString>("command");
     QTest::addColumn<int>("column");
@@ -63,7 +63,7 @@ void tst_ProgramPaths::printedPathsAreWhatOtherCommandsTake_data()
     QTest::newRow("instances") << u"instances"_qs << 1 << 49;
 }
 
-void tst_ProgramPaths::printedPathsAreWhatOtherCommandsTake()
+void tst_Paths::printedPathsAreWhatOtherCommandsTake()
 {
     QFETCH(QString, command);
     QFETCH(int, column);
@@ -100,7 +100,7 @@ void tst_ProgramPaths::printedPathsAreWhatOtherCommandsTake()
     QVERIFY(unreachable > 0);
 }
 
-void tst_ProgramPaths::linesArePrintedAsAskedFor_data()
+void tst_Paths::linesArePrintedAsAskedFor_data()
 {
     QTest::addColumn<QString>("commandLine");
     QTest::addColumn<QString>("lines");
@@ -174,7 +174,7 @@ void tst_ProgramPaths::linesArePrintedAsAskedFor_data()
                                              "QJsonObject({\"selectionType\":\"Selection\"}) !\n");
 }
 
-void tst_ProgramPaths::linesArePrintedAsAskedFor()
+void tst_Paths::linesArePrintedAsAskedFor()
 {
     QFETCH(QString, commandLine);
     QFETCH(QString, lines);
@@ -184,7 +184,7 @@ void tst_ProgramPaths::linesArePrintedAsAskedFor()
     QCOMPARE(Program().in(file.folder()).run(commandLine), done(lines, messages));
 }
 
-void tst_ProgramPaths::jsonHoldsWhatIsKnown_data()
+void tst_Paths::jsonHoldsWhatIsKnown_data()
 {
     QTest::addColumn<QString>("commandLine");
     QTest::addColumn<QJsonArray>("elements");
@@ -210,7 +210,7 @@ void tst_ProgramPaths::jsonHoldsWhatIsKnown_data()
                                      << QJsonArray {shown("node", u"net"_qs, u"net"_qs, 1)};
 }
 
-void tst_ProgramPaths::jsonHoldsWhatIsKnown()
+void tst_Paths::jsonHoldsWhatIsKnown()
 {
     QFETCH(QString, commandLine);
     QFETCH(QJsonArray, elements);
@@ -222,7 +222,7 @@ void tst_ProgramPaths::jsonHoldsWhatIsKnown()
     QVERIFY(run.output.startsWith('['));
 }
 
-void tst_ProgramPaths::jsonOfATreeHoldsItsChildren()
+void tst_Paths::jsonOfATreeHoldsItsChildren()
 {
     const ManifestFile file(oddManifest());
     const QJsonArray tree = jsonOf(Program().in(file.folder()).run(u"show manifest.json --json"_qs));
@@ -235,7 +235,7 @@ void tst_ProgramPaths::jsonOfATreeHoldsItsChildren()
             QJsonArray {with(shown("selection", u"lost"_qs, QJsonValue::Null, 0), u"children"_qs, none)}));
 }
 
-void tst_ProgramPaths::pathsThatCannotBePrintedAreMarked()
+void tst_Paths::pathsThatCannotBePrintedAreMarked()
 {
     const QJsonArray below {selection(u"a/\\n"_qs), selection(u"a/\u200b"_qs)};
     const ManifestFile file(
@@ -254,7 +254,7 @@ void tst_ProgramPaths::pathsThatCannotBePrintedAreMarked()
         QJsonValue(u"back\nslash"_qs));
 }
 
-void tst_ProgramPaths::showOfWhatIsNotThereFails_data()
+void tst_Paths::showOfWhatIsNotThereFails_data()
 {
     addProgramFailureColumns();
     addProgramFailure("no element", u"show manifest.json none"_qs, failed(u"there is no element 'none'"_qs));
@@ -265,12 +265,12 @@ void tst_ProgramPaths::showOfWhatIsNotThereFails_data()
         "depth is a word", u"show manifest.json --depth all"_qs, misused(u"'all' is not a whole number"_qs));
 }
 
-void tst_ProgramPaths::showOfWhatIsNotThereFails()
+void tst_Paths::showOfWhatIsNotThereFails()
 {
     checkProgramFailure();
 }
 
-void tst_ProgramPaths::existsAnswersByItsStatus_data()
+void tst_Paths::existsAnswersByItsStatus_data()
 {
     QTest::addColumn<QString>("path");
     QTest::addColumn<ProgramRun>("run");
@@ -289,7 +289,7 @@ void tst_ProgramPaths::existsAnswersByItsStatus_data()
     QTest::newRow("no name") << u"//"_qs << misused(u"PATH is empty"_qs);
 }
 
-void tst_ProgramPaths::existsAnswersByItsStatus()
+void tst_Paths::existsAnswersByItsStatus()
 {
     QFETCH(QString, path);
     QFETCH(ProgramRun, run);
@@ -298,6 +298,6 @@ void tst_ProgramPaths::existsAnswersByItsStatus()
     QCOMPARE(Program().in(file.folder()).run(u"exists manifest.json "_qs + path), run);
 }
 
-MANIFEST_TEST_MAIN(tst_ProgramPaths)
+MANIFEST_TEST_MAIN(tst_Paths)
 
-#include "tst_program_paths.moc"
+#include "tst_paths.moc"

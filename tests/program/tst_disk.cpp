@@ -125,7 +125,7 @@ int numberOfKeys(const QString& path)
 
 } // namespace
 
-class tst_ProgramDisk : public QObject {
+class tst_Disk : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
@@ -205,7 +205,7 @@ private Q_SLOTS:
     void outputThatDoesNotArriveAfterASaveIsToldApart();
 };
 
-void tst_ProgramDisk::parallelEditsAreAllKept()
+void tst_Disk::parallelEditsAreAllKept()
 {
     const ManifestFile file(before());
     const QString link = file.folder() + u"/elsewhere/link.json"_qs;
@@ -230,7 +230,7 @@ void tst_ProgramDisk::parallelEditsAreAllKept()
     QCOMPARE(everythingIn(file.folder()), QStringList({u"elsewhere"_qs, u"manifest.json"_qs}));
 }
 
-void tst_ProgramDisk::turnIsWaitedFor()
+void tst_Disk::turnIsWaitedFor()
 {
     const ManifestFile file(before());
     std::unique_ptr<RunningProgram> program;
@@ -248,7 +248,7 @@ void tst_ProgramDisk::turnIsWaitedFor()
     QCOMPARE(file.content(), compact({with(selection(u"top"_qs), u"key"_qs, u"value"_qs)}));
 }
 
-void tst_ProgramDisk::turnIsNotWaitedForLongerThanAsked_data()
+void tst_Disk::turnIsNotWaitedForLongerThanAsked_data()
 {
     QTest::addColumn<int>("seconds");
 
@@ -256,7 +256,7 @@ void tst_ProgramDisk::turnIsNotWaitedForLongerThanAsked_data()
     QTest::newRow("one second") << 1;
 }
 
-void tst_ProgramDisk::turnIsNotWaitedForLongerThanAsked()
+void tst_Disk::turnIsNotWaitedForLongerThanAsked()
 {
     QFETCH(int, seconds);
 
@@ -270,7 +270,7 @@ void tst_ProgramDisk::turnIsNotWaitedForLongerThanAsked()
     QCOMPARE(run.status, 1);
     QCOMPARE(run.output, QByteArray());
     const QByteArray complaint = "configuration-manifest: somebody else is saving in " + file.folder().toUtf8()
-        + ": process " + QByteArray::number(getpid()) + " (tst_program_dis) holds the lock; gave up after "
+        + ": process " + QByteArray::number(getpid()) + " (tst_disk) holds the lock; gave up after "
         + QByteArray::number(seconds) + " s\n";
 #if defined(EMULATED) || defined(MEMORY_CHECKED)
     QVERIFY2(run.errors.contains(": process " + QByteArray::number(getpid()) + " ("), run.errors.constData());
@@ -281,7 +281,7 @@ void tst_ProgramDisk::turnIsNotWaitedForLongerThanAsked()
     QVERIFY(file.isAlone());
 }
 
-void tst_ProgramDisk::turnWhoseHolderIsUnknownIsGivenUp()
+void tst_Disk::turnWhoseHolderIsUnknownIsGivenUp()
 {
     const ManifestFile file(before());
     QCOMPARE(Program()
@@ -291,7 +291,7 @@ void tst_ProgramDisk::turnWhoseHolderIsUnknownIsGivenUp()
     QCOMPARE(file.content(), before());
 }
 
-void tst_ProgramDisk::holderOfTheTurnIsNamed()
+void tst_Disk::holderOfTheTurnIsNamed()
 {
     // One that has been stopped holds it as well.
     const ManifestFile file(before());
@@ -306,7 +306,7 @@ void tst_ProgramDisk::holderOfTheTurnIsNamed()
     QCOMPARE(file.content(), afterSettingKey());
 }
 
-void tst_ProgramDisk::heirOfTheTurnIsNamed()
+void tst_Disk::heirOfTheTurnIsNamed()
 {
     const ManifestFile file(before());
     // flock(1) locks what the shell has open, and is gone.
@@ -322,7 +322,7 @@ void tst_ProgramDisk::heirOfTheTurnIsNamed()
     QCOMPARE(Program().run(editOf(file.path()) + u" --wait 0"_qs), (ProgramRun {0, saved, QByteArray()}));
 }
 
-void tst_ProgramDisk::turnIsTakenWhereALinkLeads()
+void tst_Disk::turnIsTakenWhereALinkLeads()
 {
     const ManifestFile file(before());
     const QTemporaryDir other;
@@ -336,7 +336,7 @@ void tst_ProgramDisk::turnIsTakenWhereALinkLeads()
     QCOMPARE(Program().run(editOf(link) + u" --wait 0"_qs).status, 1);
 }
 
-void tst_ProgramDisk::turnIsTakenByWhoSavesOnly_data()
+void tst_Disk::turnIsTakenByWhoSavesOnly_data()
 {
     QTest::addColumn<QString>("commandLine");
     QTest::addColumn<int>("status");
@@ -352,7 +352,7 @@ void tst_ProgramDisk::turnIsTakenByWhoSavesOnly_data()
     QTest::newRow("creation") << u"create-folder . --wait 0"_qs << 1;
 }
 
-void tst_ProgramDisk::turnIsTakenByWhoSavesOnly()
+void tst_Disk::turnIsTakenByWhoSavesOnly()
 {
     QFETCH(QString, commandLine);
     QFETCH(int, status);
@@ -365,7 +365,7 @@ void tst_ProgramDisk::turnIsTakenByWhoSavesOnly()
     QVERIFY(file.isAlone());
 }
 
-void tst_ProgramDisk::turnOfTheCallerIsSharedByWhatItStarts()
+void tst_Disk::turnOfTheCallerIsSharedByWhatItStarts()
 {
     const ManifestFile file(before());
     const QString edit = u"'%1' set '%2' top key value --save --wait 0"_qs.arg(QStringLiteral(PROGRAM), file.path());
@@ -381,7 +381,7 @@ void tst_ProgramDisk::turnOfTheCallerIsSharedByWhatItStarts()
         done(u"unchanged; saved\nstill held"_qs));
 }
 
-void tst_ProgramDisk::editsThatShareATurnAreAllKept()
+void tst_Disk::editsThatShareATurnAreAllKept()
 {
     constexpr int edits = editsOfALoop / 5;
     const ManifestFile file(before());
@@ -395,7 +395,7 @@ void tst_ProgramDisk::editsThatShareATurnAreAllKept()
     QVERIFY(file.isAlone());
 }
 
-void tst_ProgramDisk::runThatSharesTheTurnIsNamed()
+void tst_Disk::runThatSharesTheTurnIsNamed()
 {
     const ManifestFile file(before());
     const OpenFolder folder(file.folder());
@@ -409,7 +409,7 @@ void tst_ProgramDisk::runThatSharesTheTurnIsNamed()
     QCOMPARE(first->finish(), (ProgramRun {0, saved, QByteArray()}));
 }
 
-void tst_ProgramDisk::locksOfOthersStayAsTheyAre_data()
+void tst_Disk::locksOfOthersStayAsTheyAre_data()
 {
     QTest::addColumn<int>("lock");
     QTest::addColumn<bool>("isShared");
@@ -421,7 +421,7 @@ void tst_ProgramDisk::locksOfOthersStayAsTheyAre_data()
     QTest::newRow("no lock") << LOCK_UN << true << 1;
 }
 
-void tst_ProgramDisk::locksOfOthersStayAsTheyAre()
+void tst_Disk::locksOfOthersStayAsTheyAre()
 {
     QFETCH(int, lock);
     QFETCH(bool, isShared);
@@ -443,7 +443,7 @@ void tst_ProgramDisk::locksOfOthersStayAsTheyAre()
     QCOMPARE(locks(), state);
 }
 
-void tst_ProgramDisk::withoutLocksItWarnsAndGoesOn()
+void tst_Disk::withoutLocksItWarnsAndGoesOn()
 {
     const ManifestFile file(before());
     const ProgramRun run = Program().withFaultyCalls(u"lock %1"_qs.arg(EOPNOTSUPP)).run(editOf(file.path()));
@@ -455,7 +455,7 @@ void tst_ProgramDisk::withoutLocksItWarnsAndGoesOn()
     QCOMPARE(file.content(), afterSettingKey());
 }
 
-void tst_ProgramDisk::folderThatCannotBeListedIsSavedInWithAWarning()
+void tst_Disk::folderThatCannotBeListedIsSavedInWithAWarning()
 {
     const ManifestFile file(before());
     chmod(qPrintable(file.folder()), 0333);
@@ -467,7 +467,7 @@ void tst_ProgramDisk::folderThatCannotBeListedIsSavedInWithAWarning()
     QCOMPARE(file.content(), afterSettingKey());
 }
 
-void tst_ProgramDisk::wrongWaitIsWrongUsage_data()
+void tst_Disk::wrongWaitIsWrongUsage_data()
 {
     QTest::addColumn<QString>("seconds");
     QTest::addColumn<QString>("complaint");
@@ -478,7 +478,7 @@ void tst_ProgramDisk::wrongWaitIsWrongUsage_data()
     QTest::newRow("too long") << u"1000001"_qs << u"--wait takes from 0 to 1000000 seconds"_qs;
 }
 
-void tst_ProgramDisk::wrongWaitIsWrongUsage()
+void tst_Disk::wrongWaitIsWrongUsage()
 {
     QFETCH(QString, seconds);
     QFETCH(QString, complaint);
@@ -535,7 +535,7 @@ Q_DECLARE_METATYPE(Change)
 constexpr int lookBeforeTheSave = 3;
 constexpr int lookAfterTheSave = 4;
 
-void tst_ProgramDisk::changeBetweenLoadAndSaveIsNotOverwritten_data()
+void tst_Disk::changeBetweenLoadAndSaveIsNotOverwritten_data()
 {
     QTest::addColumn<Change>("change");
     QTest::addColumn<QString>("reason");
@@ -548,7 +548,7 @@ void tst_ProgramDisk::changeBetweenLoadAndSaveIsNotOverwritten_data()
     QTest::newRow("becomes unreadable") << Change(becomeUnreadable) << u": Permission denied"_qs;
 }
 
-void tst_ProgramDisk::changeBetweenLoadAndSaveIsNotOverwritten()
+void tst_Disk::changeBetweenLoadAndSaveIsNotOverwritten()
 {
     QFETCH(Change, change);
     QFETCH(QString, reason);
@@ -572,7 +572,7 @@ void tst_ProgramDisk::changeBetweenLoadAndSaveIsNotOverwritten()
     QVERIFY(everythingIn(file.folder()).size() <= 1);
 }
 
-void tst_ProgramDisk::changeIsOverwrittenOnRequest()
+void tst_Disk::changeIsOverwrittenOnRequest()
 {
     const ManifestFile file(before());
     const auto program = Program()
@@ -586,7 +586,7 @@ void tst_ProgramDisk::changeIsOverwrittenOnRequest()
     QCOMPARE(readFile(file.path() + u".old"_qs), QByteArray("[\"somebody else\"]"));
 }
 
-void tst_ProgramDisk::manifestThatIsGoneIsNotMadeAnewOnRequest()
+void tst_Disk::manifestThatIsGoneIsNotMadeAnewOnRequest()
 {
     const ManifestFile file(before());
     const auto program = Program()
@@ -601,7 +601,7 @@ void tst_ProgramDisk::manifestThatIsGoneIsNotMadeAnewOnRequest()
     QCOMPARE(everythingIn(file.folder()), QStringList());
 }
 
-void tst_ProgramDisk::changeBetweenScanAndCreationIsNotOverwritten()
+void tst_Disk::changeBetweenScanAndCreationIsNotOverwritten()
 {
     const QTemporaryDir directory;
     const QString path = directory.filePath(u"configuration.manifest.json"_qs);
@@ -614,7 +614,7 @@ void tst_ProgramDisk::changeBetweenScanAndCreationIsNotOverwritten()
     QCOMPARE(readFile(path), QByteArray("[]"));
 }
 
-void tst_ProgramDisk::replacementAfterTheSaveIsNoticed()
+void tst_Disk::replacementAfterTheSaveIsNoticed()
 {
     const ManifestFile file(before());
     const auto program = Program().stoppingAt(u"open"_qs, lookAfterTheSave, file.path()).start(editOf(file.path()));
@@ -624,7 +624,7 @@ void tst_ProgramDisk::replacementAfterTheSaveIsNoticed()
     QCOMPARE(program->finish(), overtaken(file.path()));
 }
 
-void tst_ProgramDisk::lookThatFailsAfterTheSaveIsSaidSo_data()
+void tst_Disk::lookThatFailsAfterTheSaveIsSaidSo_data()
 {
     QTest::addColumn<QString>("fault");
     QTest::addColumn<QString>("reason");
@@ -634,7 +634,7 @@ void tst_ProgramDisk::lookThatFailsAfterTheSaveIsSaidSo_data()
     QTest::newRow("read error") << u"open %1"_qs.arg(EIO) << u"Input/output error"_qs;
 }
 
-void tst_ProgramDisk::lookThatFailsAfterTheSaveIsSaidSo()
+void tst_Disk::lookThatFailsAfterTheSaveIsSaidSo()
 {
     QFETCH(QString, fault);
     QFETCH(QString, reason);
@@ -647,7 +647,7 @@ void tst_ProgramDisk::lookThatFailsAfterTheSaveIsSaidSo()
     QCOMPARE(file.content(), afterSettingKey());
 }
 
-void tst_ProgramDisk::manifestThatIsGoneAfterTheSaveIsSaidSo()
+void tst_Disk::manifestThatIsGoneAfterTheSaveIsSaidSo()
 {
     const QTemporaryDir directory;
     const QString folder = directory.filePath(u"folder"_qs);
@@ -662,7 +662,7 @@ void tst_ProgramDisk::manifestThatIsGoneAfterTheSaveIsSaidSo()
     }
 }
 
-void tst_ProgramDisk::manifestThatGoesBeforeTheSaveIsSaidSo()
+void tst_Disk::manifestThatGoesBeforeTheSaveIsSaidSo()
 {
     const ManifestFile file(before());
     const ProgramRun run = Program()
@@ -675,7 +675,7 @@ void tst_ProgramDisk::manifestThatGoesBeforeTheSaveIsSaidSo()
     QCOMPARE(everythingIn(file.folder()), QStringList());
 }
 
-void tst_ProgramDisk::folderThatIsRemovedIsSaidSo()
+void tst_Disk::folderThatIsRemovedIsSaidSo()
 {
     const QTemporaryDir directory;
     const QString folder = directory.filePath(u"folder"_qs);
@@ -689,7 +689,7 @@ void tst_ProgramDisk::folderThatIsRemovedIsSaidSo()
     QCOMPARE(everythingIn(directory.path()), QStringList());
 }
 
-void tst_ProgramDisk::contentThatIsThereAlreadyIsNoProofOfASave()
+void tst_Disk::contentThatIsThereAlreadyIsNoProofOfASave()
 {
     const ManifestFile file(before());
     const auto program = Program()
@@ -700,7 +700,7 @@ void tst_ProgramDisk::contentThatIsThereAlreadyIsNoProofOfASave()
     QVERIFY(file.isAlone());
 }
 
-void tst_ProgramDisk::backupIsTheReplacedManifest_data()
+void tst_Disk::backupIsTheReplacedManifest_data()
 {
     QTest::addColumn<QString>("option");
     QTest::addColumn<QString>("name");
@@ -710,7 +710,7 @@ void tst_ProgramDisk::backupIsTheReplacedManifest_data()
     QTest::newRow("blanks in it") << u"'--backup= 1 2'"_qs << u"manifest.json 1 2"_qs;
 }
 
-void tst_ProgramDisk::backupIsTheReplacedManifest()
+void tst_Disk::backupIsTheReplacedManifest()
 {
     QFETCH(QString, option);
     QFETCH(QString, name);
@@ -738,7 +738,7 @@ void tst_ProgramDisk::backupIsTheReplacedManifest()
     QCOMPARE(readFile(backup), afterSettingKey(u"1"_qs));
 }
 
-void tst_ProgramDisk::backupThatCannotBeMadeIsNoSave_data()
+void tst_Disk::backupThatCannotBeMadeIsNoSave_data()
 {
     QTest::addColumn<Change>("obstacle");
     QTest::addColumn<QString>("reason");
@@ -753,7 +753,7 @@ void tst_ProgramDisk::backupThatCannotBeMadeIsNoSave_data()
     }) << u"Permission denied"_qs;
 }
 
-void tst_ProgramDisk::backupThatCannotBeMadeIsNoSave()
+void tst_Disk::backupThatCannotBeMadeIsNoSave()
 {
     QFETCH(Change, obstacle);
     QFETCH(QString, reason);
@@ -768,7 +768,7 @@ void tst_ProgramDisk::backupThatCannotBeMadeIsNoSave()
     QCOMPARE(everythingIn(file.folder()).size(), 2);
 }
 
-void tst_ProgramDisk::wrongSuffixIsWrongUsage_data()
+void tst_Disk::wrongSuffixIsWrongUsage_data()
 {
     QTest::addColumn<QString>("option");
 
@@ -776,7 +776,7 @@ void tst_ProgramDisk::wrongSuffixIsWrongUsage_data()
     QTest::newRow("another folder") << u"--backup=/../b"_qs;
 }
 
-void tst_ProgramDisk::wrongSuffixIsWrongUsage()
+void tst_Disk::wrongSuffixIsWrongUsage()
 {
     QFETCH(QString, option);
 
@@ -786,7 +786,7 @@ void tst_ProgramDisk::wrongSuffixIsWrongUsage()
     QVERIFY(file.isAlone());
 }
 
-void tst_ProgramDisk::baseIsTheManifestAsCreated()
+void tst_Disk::baseIsTheManifestAsCreated()
 {
     const QTemporaryDir directory;
     const QString path = directory.filePath(u"configuration.manifest.json"_qs);
@@ -811,7 +811,7 @@ void tst_ProgramDisk::baseIsTheManifestAsCreated()
             "pipe\n"}));
 }
 
-void tst_ProgramDisk::baseIsKeptBeforeAFirstManifestAndAfterALaterOne()
+void tst_Disk::baseIsKeptBeforeAFirstManifestAndAfterALaterOne()
 {
     const QTemporaryDir directory;
     const QString path = directory.filePath(u"configuration.manifest.json"_qs);
@@ -839,7 +839,7 @@ void tst_ProgramDisk::baseIsKeptBeforeAFirstManifestAndAfterALaterOne()
     QCOMPARE(readFile(base), first);
 }
 
-void tst_ProgramDisk::causeOfAFailedSaveIsNamed_data()
+void tst_Disk::causeOfAFailedSaveIsNamed_data()
 {
     QTest::addColumn<QString>("faults");
     QTest::addColumn<QString>("cause");
@@ -850,7 +850,7 @@ void tst_ProgramDisk::causeOfAFailedSaveIsNamed_data()
     QTest::newRow("new file does not get the name") << u"rename %1"_qs.arg(EIO) << u"cause unknown"_qs;
 }
 
-void tst_ProgramDisk::causeOfAFailedSaveIsNamed()
+void tst_Disk::causeOfAFailedSaveIsNamed()
 {
     QFETCH(QString, faults);
     QFETCH(QString, cause);
@@ -867,7 +867,7 @@ void tst_ProgramDisk::causeOfAFailedSaveIsNamed()
     QVERIFY(file.isAlone());
 }
 
-void tst_ProgramDisk::manifestOfAnotherUserInAStickyFolderIsNamed()
+void tst_Disk::manifestOfAnotherUserInAStickyFolderIsNamed()
 {
     constexpr uid_t somebody = 65534;
     const ManifestFile file(before());
@@ -882,7 +882,7 @@ void tst_ProgramDisk::manifestOfAnotherUserInAStickyFolderIsNamed()
     QCOMPARE(file.content() == before(), isForeign);
 }
 
-void tst_ProgramDisk::mountPointIsNamed()
+void tst_Disk::mountPointIsNamed()
 {
     const ManifestFile file(before());
     const QString path = file.folder() + u"/a file.json"_qs;
@@ -896,7 +896,7 @@ void tst_ProgramDisk::mountPointIsNamed()
     QCOMPARE(file.content(), before());
 }
 
-void tst_ProgramDisk::sizeLimitAtTheBackupIsNamed()
+void tst_Disk::sizeLimitAtTheBackupIsNamed()
 {
     const ManifestFile file(compact({with(selection(u"top"_qs), u"filler"_qs, QString(10000, u'x'))}));
     const FileState state = stateOf(file.path());
@@ -911,7 +911,7 @@ void tst_ProgramDisk::sizeLimitAtTheBackupIsNamed()
     QVERIFY(file.isAlone());
 }
 
-void tst_ProgramDisk::fullDiskIsNamed()
+void tst_Disk::fullDiskIsNamed()
 {
     const QTemporaryDir directory;
     const SmallDisk disk(directory.path(), "64k");
@@ -932,7 +932,7 @@ void tst_ProgramDisk::fullDiskIsNamed()
     QCOMPARE(everythingIn(directory.path()), QStringList(u"manifest.json"_qs));
 }
 
-void tst_ProgramDisk::fullDiskAtTheBackupIsNoSave()
+void tst_Disk::fullDiskAtTheBackupIsNoSave()
 {
     const QTemporaryDir directory;
     const SmallDisk disk(directory.path(), "64k");
@@ -968,12 +968,12 @@ void addEndingSignals()
 
 } // namespace
 
-void tst_ProgramDisk::signalWaitsForTheEndOfASave_data()
+void tst_Disk::signalWaitsForTheEndOfASave_data()
 {
     addEndingSignals();
 }
 
-void tst_ProgramDisk::signalWaitsForTheEndOfASave()
+void tst_Disk::signalWaitsForTheEndOfASave()
 {
     QFETCH(int, signal);
 
@@ -989,12 +989,12 @@ void tst_ProgramDisk::signalWaitsForTheEndOfASave()
     QVERIFY(file.isAlone());
 }
 
-void tst_ProgramDisk::signalBeforeTheSaveLeavesNothing_data()
+void tst_Disk::signalBeforeTheSaveLeavesNothing_data()
 {
     addEndingSignals();
 }
 
-void tst_ProgramDisk::signalBeforeTheSaveLeavesNothing()
+void tst_Disk::signalBeforeTheSaveLeavesNothing()
 {
     QFETCH(int, signal);
 
@@ -1032,7 +1032,7 @@ void checkWhatAKillLeft(const ManifestFile& file)
 
 } // namespace
 
-void tst_ProgramDisk::killAtAnyStepLeavesAWholeManifest_data()
+void tst_Disk::killAtAnyStepLeavesAWholeManifest_data()
 {
     QTest::addColumn<QString>("call");
 
@@ -1041,7 +1041,7 @@ void tst_ProgramDisk::killAtAnyStepLeavesAWholeManifest_data()
     }
 }
 
-void tst_ProgramDisk::killAtAnyStepLeavesAWholeManifest()
+void tst_Disk::killAtAnyStepLeavesAWholeManifest()
 {
     QFETCH(QString, call);
 
@@ -1062,7 +1062,7 @@ void tst_ProgramDisk::killAtAnyStepLeavesAWholeManifest()
     QVERIFY2(kills > 0 || call == u"unlink"_qs || call == u"sync"_qs, "the save makes no such call");
 }
 
-void tst_ProgramDisk::killAtAnyTimeLeavesAWholeManifest()
+void tst_Disk::killAtAnyTimeLeavesAWholeManifest()
 {
     for (int number = 0; number < randomKills; ++number) {
         const ManifestFile file(before());
@@ -1101,14 +1101,14 @@ void makeSpecialFiles(const QTemporaryDir& directory)
 
 } // namespace
 
-void tst_ProgramDisk::editsTakeNothingButRegularFiles_data()
+void tst_Disk::editsTakeNothingButRegularFiles_data()
 {
     addSpecialFiles();
     QTest::newRow("pipe") << u"pipe"_qs << u"cannot edit pipe: it is a pipe"_qs;
     QTest::newRow("standard input") << u"-"_qs << u"cannot read -: No such file or directory"_qs;
 }
 
-void tst_ProgramDisk::editsTakeNothingButRegularFiles()
+void tst_Disk::editsTakeNothingButRegularFiles()
 {
     QFETCH(QString, path);
     QFETCH(QString, complaint);
@@ -1125,7 +1125,7 @@ void tst_ProgramDisk::editsTakeNothingButRegularFiles()
     QCOMPARE(everythingIn(directory.path()), content);
 }
 
-void tst_ProgramDisk::editsSaveToNoOpenFile_data()
+void tst_Disk::editsSaveToNoOpenFile_data()
 {
     QTest::addColumn<QString>("path");
 
@@ -1135,7 +1135,7 @@ void tst_ProgramDisk::editsSaveToNoOpenFile_data()
     QTest::newRow("link to a descriptor") << u"link"_qs;
 }
 
-void tst_ProgramDisk::editsSaveToNoOpenFile()
+void tst_Disk::editsSaveToNoOpenFile()
 {
     QFETCH(QString, path);
 
@@ -1153,7 +1153,7 @@ void tst_ProgramDisk::editsSaveToNoOpenFile()
     QCOMPARE(shell.run({u"-c"_qs, edit.arg(QString())}), done(u"changed; not saved"_qs));
 }
 
-void tst_ProgramDisk::queriesTakePipes_data()
+void tst_Disk::queriesTakePipes_data()
 {
     QTest::addColumn<QString>("commandLine");
     QTest::addColumn<QByteArray>("output");
@@ -1169,7 +1169,7 @@ void tst_ProgramDisk::queriesTakePipes_data()
     QTest::newRow("instances") << u"instances pipe"_qs << QByteArray("top\na/first\n");
 }
 
-void tst_ProgramDisk::queriesTakePipes()
+void tst_Disk::queriesTakePipes()
 {
     QFETCH(QString, commandLine);
     QFETCH(QByteArray, output);
@@ -1189,7 +1189,7 @@ void tst_ProgramDisk::queriesTakePipes()
     QCOMPARE(Program().in(directory.path()).run(commandLine), (ProgramRun {0, output, QByteArray()}));
 }
 
-void tst_ProgramDisk::queriesTakeStandardInput_data()
+void tst_Disk::queriesTakeStandardInput_data()
 {
     QTest::addColumn<QString>("file");
 
@@ -1198,7 +1198,7 @@ void tst_ProgramDisk::queriesTakeStandardInput_data()
     QTest::newRow("/proc/self/fd/0") << u"/proc/self/fd/0"_qs;
 }
 
-void tst_ProgramDisk::queriesTakeStandardInput()
+void tst_Disk::queriesTakeStandardInput()
 {
     QFETCH(QString, file);
 
@@ -1216,12 +1216,12 @@ void tst_ProgramDisk::queriesTakeStandardInput()
         done(u"3"_qs));
 }
 
-void tst_ProgramDisk::queriesTakeNoDevices_data()
+void tst_Disk::queriesTakeNoDevices_data()
 {
     addSpecialFiles();
 }
 
-void tst_ProgramDisk::queriesTakeNoDevices()
+void tst_Disk::queriesTakeNoDevices()
 {
     QFETCH(QString, path);
     QFETCH(QString, complaint);
@@ -1237,7 +1237,7 @@ void tst_ProgramDisk::queriesTakeNoDevices()
         misused(u"cannot read -: it is a device"_qs));
 }
 
-void tst_ProgramDisk::manifestThatCannotBeReadToItsEndIsNoManifest_data()
+void tst_Disk::manifestThatCannotBeReadToItsEndIsNoManifest_data()
 {
     QTest::addColumn<QString>("commandLine");
     QTest::addColumn<int>("number");
@@ -1248,7 +1248,7 @@ void tst_ProgramDisk::manifestThatCannotBeReadToItsEndIsNoManifest_data()
     QTest::newRow("edit, only the beginning") << u"set %1 top key value --save"_qs << 2;
 }
 
-void tst_ProgramDisk::manifestThatCannotBeReadToItsEndIsNoManifest()
+void tst_Disk::manifestThatCannotBeReadToItsEndIsNoManifest()
 {
     QFETCH(QString, commandLine);
     QFETCH(int, number);
@@ -1264,7 +1264,7 @@ void tst_ProgramDisk::manifestThatCannotBeReadToItsEndIsNoManifest()
     QVERIFY(file.isAlone());
 }
 
-void tst_ProgramDisk::descriptionBehindALinkToADeviceIsRefused()
+void tst_Disk::descriptionBehindALinkToADeviceIsRefused()
 {
     const QTemporaryDir directory;
     QVERIFY(QDir().mkpath(directory.filePath(u"folder/sub"_qs)));
@@ -1283,7 +1283,7 @@ void tst_ProgramDisk::descriptionBehindALinkToADeviceIsRefused()
         misused(u"cannot read /dev/zero: it is a device"_qs));
 }
 
-void tst_ProgramDisk::outputThatDoesNotArriveAfterASaveIsToldApart_data()
+void tst_Disk::outputThatDoesNotArriveAfterASaveIsToldApart_data()
 {
     QTest::addColumn<QString>("commandLine");
     QTest::addColumn<QString>("savedName");
@@ -1293,7 +1293,7 @@ void tst_ProgramDisk::outputThatDoesNotArriveAfterASaveIsToldApart_data()
     QTest::newRow("creation") << u"create-folder ."_qs << u"configuration.manifest.json"_qs;
 }
 
-void tst_ProgramDisk::outputThatDoesNotArriveAfterASaveIsToldApart()
+void tst_Disk::outputThatDoesNotArriveAfterASaveIsToldApart()
 {
     QFETCH(QString, commandLine);
     QFETCH(QString, savedName);
@@ -1306,6 +1306,6 @@ void tst_ProgramDisk::outputThatDoesNotArriveAfterASaveIsToldApart()
     }
 }
 
-MANIFEST_TEST_MAIN(tst_ProgramDisk)
+MANIFEST_TEST_MAIN(tst_Disk)
 
-#include "tst_program_disk.moc"
+#include "tst_disk.moc"

@@ -98,7 +98,7 @@ QJsonArray shuffled(RandomManifest& random, const QJsonArray& siblings, int& mov
 
 } // namespace
 
-class tst_ProgramDifference : public QObject {
+class tst_Difference : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
@@ -125,7 +125,7 @@ private Q_SLOTS:
     void nearestWordIsWhatWasMeant();
 };
 
-void tst_ProgramDifference::differencesAreTold_data()
+void tst_Difference::differencesAreTold_data()
 {
     QTest::addColumn<QJsonArray>("before");
     QTest::addColumn<QJsonArray>("after");
@@ -209,7 +209,7 @@ void tst_ProgramDifference::differencesAreTold_data()
                                 << QStringList(u"changed: no object at position 1 of the top level, 2 to 3"_qs);
 }
 
-void tst_ProgramDifference::differencesAreTold()
+void tst_Difference::differencesAreTold()
 {
     QFETCH(QJsonArray, before);
     QFETCH(QJsonArray, after);
@@ -219,7 +219,7 @@ void tst_ProgramDifference::differencesAreTold()
     QCOMPARE(linesBetween(after, before).isEmpty(), lines.isEmpty());
 }
 
-void tst_ProgramDifference::movesToAnotherParentAreTold_data()
+void tst_Difference::movesToAnotherParentAreTold_data()
 {
     QTest::addColumn<QJsonArray>("before");
     QTest::addColumn<QJsonArray>("after");
@@ -341,7 +341,7 @@ void tst_ProgramDifference::movesToAnotherParentAreTold_data()
         << QStringList(u"moved: node 'n', to 'm/n', as position 1"_qs);
 }
 
-void tst_ProgramDifference::movesToAnotherParentAreTold()
+void tst_Difference::movesToAnotherParentAreTold()
 {
     QFETCH(QJsonArray, before);
     QFETCH(QJsonArray, after);
@@ -350,7 +350,7 @@ void tst_ProgramDifference::movesToAnotherParentAreTold()
     QCOMPARE(linesBetween(before, after), lines);
 }
 
-void tst_ProgramDifference::changesAreTheSameAsJson_data()
+void tst_Difference::changesAreTheSameAsJson_data()
 {
     QTest::addColumn<QJsonArray>("before");
     QTest::addColumn<QJsonArray>("after");
@@ -387,7 +387,7 @@ void tst_ProgramDifference::changesAreTheSameAsJson_data()
                       "\"kind\":\"selection\",\"path\":\"n/a\",\"positions\":[0,1]}");
 }
 
-void tst_ProgramDifference::changesAreTheSameAsJson()
+void tst_Difference::changesAreTheSameAsJson()
 {
     QFETCH(QJsonArray, before);
     QFETCH(QJsonArray, after);
@@ -396,7 +396,7 @@ void tst_ProgramDifference::changesAreTheSameAsJson()
     QCOMPARE(jsonBetween(before, after), json);
 }
 
-void tst_ProgramDifference::stampsDoNotKeepAMoveFromBeingFound()
+void tst_Difference::stampsDoNotKeepAMoveFromBeingFound()
 {
     const QJsonObject other = page(u"other"_qs);
     const QJsonObject stampedPage = with(page(u"p"_qs), u"moduleName"_qs, u"M"_qs);
@@ -411,7 +411,7 @@ void tst_ProgramDifference::stampsDoNotKeepAMoveFromBeingFound()
         linesBetween({k}, {node(u"k"_qs)}), QStringList(u"changed: node 'k', moduleName from \"M\" to nothing"_qs));
 }
 
-void tst_ProgramDifference::equalTreesHaveNoDifference_data()
+void tst_Difference::equalTreesHaveNoDifference_data()
 {
     QTest::addColumn<RandomManifest::Names>("names");
 
@@ -419,7 +419,7 @@ void tst_ProgramDifference::equalTreesHaveNoDifference_data()
     QTest::newRow("unique names") << RandomManifest::Names::Unique;
 }
 
-void tst_ProgramDifference::equalTreesHaveNoDifference()
+void tst_Difference::equalTreesHaveNoDifference()
 {
     QFETCH(RandomManifest::Names, names);
 
@@ -431,12 +431,12 @@ void tst_ProgramDifference::equalTreesHaveNoDifference()
     }
 }
 
-void tst_ProgramDifference::everyDifferenceIsTold_data()
+void tst_Difference::everyDifferenceIsTold_data()
 {
     equalTreesHaveNoDifference_data();
 }
 
-void tst_ProgramDifference::everyDifferenceIsTold()
+void tst_Difference::everyDifferenceIsTold()
 {
     QFETCH(RandomManifest::Names, names);
 
@@ -466,7 +466,7 @@ void tst_ProgramDifference::everyDifferenceIsTold()
     QVERIFY(unequal > seeds / 2);
 }
 
-void tst_ProgramDifference::fewestElementsOfRandomTreesAreMoved()
+void tst_Difference::fewestElementsOfRandomTreesAreMoved()
 {
     static const QRegularExpression move(u"^moved: "_qs);
     int allMoves = 0;
@@ -484,7 +484,7 @@ void tst_ProgramDifference::fewestElementsOfRandomTreesAreMoved()
     QVERIFY(allMoves > 0);
 }
 
-void tst_ProgramDifference::hugeTreesAreComparedQuickly_data()
+void tst_Difference::hugeTreesAreComparedQuickly_data()
 {
     QTest::addColumn<QJsonArray>("before");
     QTest::addColumn<QJsonArray>("after");
@@ -537,7 +537,7 @@ void tst_ProgramDifference::hugeTreesAreComparedQuickly_data()
     QTest::newRow("reversed below many levels") << inChain(numbers) << inChain(reversed(numbers)) << many - 1;
 }
 
-void tst_ProgramDifference::hugeTreesAreComparedQuickly()
+void tst_Difference::hugeTreesAreComparedQuickly()
 {
     QFETCH(QJsonArray, before);
     QFETCH(QJsonArray, after);
@@ -558,7 +558,7 @@ void tst_ProgramDifference::hugeTreesAreComparedQuickly()
     QVERIFY(comparison < 10 * load + disturbance);
 }
 
-void tst_ProgramDifference::stampsCountOnlyWhenTheyAreToCount()
+void tst_Difference::stampsCountOnlyWhenTheyAreToCount()
 {
     const QJsonObject stamped = with(with(selection(u"a"_qs), u"moduleName"_qs, u"M"_qs), u"objectName"_qs, u"O"_qs);
     const QJsonArray before {selection(u"a"_qs)};
@@ -574,7 +574,7 @@ void tst_ProgramDifference::stampsCountOnlyWhenTheyAreToCount()
     QCOMPARE(linesBetween({node(u"a"_qs)}, {stamped}), QStringList(becomesSelection));
 }
 
-void tst_ProgramDifference::summaryCountsWhatIsBelow()
+void tst_Difference::summaryCountsWhatIsBelow()
 {
     const QJsonObject tree = node(u"n"_qs, {selection(u"a"_qs), node(u"m"_qs, {selection(u"b"_qs)})});
     const auto summary = [](const QJsonArray& before, const QJsonArray& after) {
@@ -589,7 +589,7 @@ void tst_ProgramDifference::summaryCountsWhatIsBelow()
         u"0 added, 0 removed, 1 changed, 1 moved"_qs);
 }
 
-void tst_ProgramDifference::fewestElementsAreMoved_data()
+void tst_Difference::fewestElementsAreMoved_data()
 {
     QTest::addColumn<QString>("after");
     QTest::addColumn<int>("moved");
@@ -603,7 +603,7 @@ void tst_ProgramDifference::fewestElementsAreMoved_data()
     QTest::newRow("with others among them") << u"xaybzc"_qs << 0;
 }
 
-void tst_ProgramDifference::fewestElementsAreMoved()
+void tst_Difference::fewestElementsAreMoved()
 {
     QFETCH(QString, after);
     QFETCH(int, moved);
@@ -620,7 +620,7 @@ void tst_ProgramDifference::fewestElementsAreMoved()
     QCOMPARE(lines.filter(isMove).size(), moved);
 }
 
-void tst_ProgramDifference::longValuesAreCutShort()
+void tst_Difference::longValuesAreCutShort()
 {
     const QString line =
         linesBetween({selection(u"a"_qs)}, {with(selection(u"a"_qs), u"key"_qs, QString(1000, u'x'))}).constFirst();
@@ -633,7 +633,7 @@ void tst_ProgramDifference::longValuesAreCutShort()
     QCOMPARE(whole, QString(u"changed: selection 'a', key from nothing to \""_qs + QString(1000, u'x') + u'"'));
 }
 
-void tst_ProgramDifference::nearestWordIsWhatWasMeant_data()
+void tst_Difference::nearestWordIsWhatWasMeant_data()
 {
     QTest::addColumn<QString>("word");
     QTest::addColumn<QString>("nearest");
@@ -651,7 +651,7 @@ void tst_ProgramDifference::nearestWordIsWhatWasMeant_data()
     QTest::newRow("very much") << QString(100000, u's') << QString();
 }
 
-void tst_ProgramDifference::nearestWordIsWhatWasMeant()
+void tst_Difference::nearestWordIsWhatWasMeant()
 {
     QFETCH(QString, word);
     QFETCH(QString, nearest);
@@ -659,6 +659,6 @@ void tst_ProgramDifference::nearestWordIsWhatWasMeant()
     QCOMPARE(nearestWord(word, {u"show"_qs, u"set"_qs, u"update"_qs, u"add-node"_qs, u"add-selection"_qs}), nearest);
 }
 
-MANIFEST_TEST_MAIN(tst_ProgramDifference)
+MANIFEST_TEST_MAIN(tst_Difference)
 
-#include "tst_program_difference.moc"
+#include "tst_difference.moc"

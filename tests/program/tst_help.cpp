@@ -60,7 +60,7 @@ QString readable(const QByteArray& manual)
 
 } // namespace
 
-class tst_ProgramHelp : public QObject {
+class tst_Help : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
@@ -74,7 +74,7 @@ private Q_SLOTS:
     void wordsNearToRightOnesAreNamed();
 };
 
-void tst_ProgramHelp::helpIsACommandAndAnOption()
+void tst_Help::helpIsACommandAndAnOption()
 {
     const QStringList names = commandNames();
     QVERIFY(names.size() > 20);
@@ -92,7 +92,7 @@ void tst_ProgramHelp::helpIsACommandAndAnOption()
         misused(u"unknown command 'shw' (did you mean 'show'?); see 'configuration-manifest --help'"_qs));
 }
 
-void tst_ProgramHelp::newcomersSeeWhatThereIs()
+void tst_Help::newcomersSeeWhatThereIs()
 {
     const ProgramRun run = Program().run(QString());
     QCOMPARE(run.status, 2);
@@ -105,7 +105,7 @@ void tst_ProgramHelp::newcomersSeeWhatThereIs()
     QVERIFY(run.errors.contains("configuration-manifest --help says what each command does."));
 }
 
-void tst_ProgramHelp::helpOfShowSaysWhatPathsAdds()
+void tst_Help::helpOfShowSaysWhatPathsAdds()
 {
     const QString help = simplified(QString::fromUtf8(Program().run(u"show --help"_qs).output));
     const QString description = help.section(u"Options:"_qs, 0, 0);
@@ -113,7 +113,7 @@ void tst_ProgramHelp::helpOfShowSaysWhatPathsAdds()
         qPrintable(description));
 }
 
-void tst_ProgramHelp::manualPageNamesEverything()
+void tst_Help::manualPageNamesEverything()
 {
     const ProgramRun run = Program().run(u"help --man"_qs);
     QCOMPARE(run.status, 0);
@@ -137,12 +137,12 @@ void tst_ProgramHelp::manualPageNamesEverything()
     }
 }
 
-void tst_ProgramHelp::manualPageIsTheInstalledOne()
+void tst_Help::manualPageIsTheInstalledOne()
 {
     QCOMPARE(readFile(project + u"/tools/configuration-manifest.1"_qs), Program().run(u"help --man"_qs).output);
 }
 
-void tst_ProgramHelp::readmeHasTheExitStatusesOfEveryCommand()
+void tst_Help::readmeHasTheExitStatusesOfEveryCommand()
 {
     // One row for commands that end in the same ways.
     QStringList rows;
@@ -172,7 +172,7 @@ void tst_ProgramHelp::readmeHasTheExitStatusesOfEveryCommand()
         rows.size());
 }
 
-void tst_ProgramHelp::wordsNearToRightOnesAreNamed_data()
+void tst_Help::wordsNearToRightOnesAreNamed_data()
 {
     QTest::addColumn<QString>("commandLine");
     QTest::addColumn<QString>("problem");
@@ -189,7 +189,7 @@ void tst_ProgramHelp::wordsNearToRightOnesAreNamed_data()
         << u"--versoin"_qs << u"Unknown option 'versoin' (did you mean '--version'?)"_qs;
 }
 
-void tst_ProgramHelp::wordsNearToRightOnesAreNamed()
+void tst_Help::wordsNearToRightOnesAreNamed()
 {
     QFETCH(QString, commandLine);
     QFETCH(QString, problem);
@@ -200,6 +200,6 @@ void tst_ProgramHelp::wordsNearToRightOnesAreNamed()
         run.errors.constData());
 }
 
-MANIFEST_TEST_MAIN(tst_ProgramHelp)
+MANIFEST_TEST_MAIN(tst_Help)
 
-#include "tst_program_help.moc"
+#include "tst_help.moc"

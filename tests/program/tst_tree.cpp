@@ -262,7 +262,7 @@ void checkPaths(const TreeElements& tree, const TreeElements& siblings, const QS
 Q_DECLARE_METATYPE(Kind)
 
 // The model of a tree, read from manifests and from folders.
-class tst_ProgramTree : public QObject {
+class tst_Tree : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
@@ -295,7 +295,7 @@ private Q_SLOTS:
     void refusedScanLeavesMessagesAlone();
 };
 
-void tst_ProgramTree::kindOfAnElement_data()
+void tst_Tree::kindOfAnElement_data()
 {
     QTest::addColumn<QJsonValue>("value");
     QTest::addColumn<Kind>("kind");
@@ -311,7 +311,7 @@ void tst_ProgramTree::kindOfAnElement_data()
     QTest::newRow("null") << QJsonValue(QJsonValue::Null) << Kind::NoObject << u"no object"_qs;
 }
 
-void tst_ProgramTree::kindOfAnElement()
+void tst_Tree::kindOfAnElement()
 {
     QFETCH(const QJsonValue, value);
     QFETCH(const Kind, kind);
@@ -323,7 +323,7 @@ void tst_ProgramTree::kindOfAnElement()
     QCOMPARE(tree.at(0).value, value);
 }
 
-void tst_ProgramTree::pathOfAnElement_data()
+void tst_Tree::pathOfAnElement_data()
 {
     // The elements of the manifest, those of every level in front of what is below them.
     QTest::addColumn<QJsonArray>("manifest");
@@ -361,7 +361,7 @@ void tst_ProgramTree::pathOfAnElement_data()
     row("children that are no array", {with(node(u"a"_qs), u"substructure"_qs, node(u"x"_qs))}, {u"a"_qs});
 }
 
-void tst_ProgramTree::pathOfAnElement()
+void tst_Tree::pathOfAnElement()
 {
     QFETCH(const QJsonArray, manifest);
     QFETCH(const QStringList, paths);
@@ -379,7 +379,7 @@ void tst_ProgramTree::pathOfAnElement()
     checkPaths(tree, tree, QString());
 }
 
-void tst_ProgramTree::everyPathIsOneThatLookupsTake()
+void tst_Tree::everyPathIsOneThatLookupsTake()
 {
     std::mt19937 engine(1);
     const auto below = [&](int bound) { return static_cast<int>(engine() % static_cast<uint>(bound)); };
@@ -411,7 +411,7 @@ void tst_ProgramTree::everyPathIsOneThatLookupsTake()
     QVERIFY(unreachable > 500);
 }
 
-void tst_ProgramTree::elementKnowsItsPlace()
+void tst_Tree::elementKnowsItsPlace()
 {
     const TreeElements tree =
         treeOf({node(u"a"_qs), node(u"b"_qs, {node(u"c"_qs), node(u"c"_qs, {node(u"d"_qs)})}), 1});
@@ -434,7 +434,7 @@ void tst_ProgramTree::elementKnowsItsPlace()
     QCOMPARE(tree.at(2).place(), u"position 2 of the top level"_qs);
 }
 
-void tst_ProgramTree::labelAndHiddenAreThoseOfTheElement()
+void tst_Tree::labelAndHiddenAreThoseOfTheElement()
 {
     const TreeElements tree = treeOf(arrayFrom(
         R"([{"labelTextId":"TXT","hide":true},{"labelTextId":1,"hide":1},{"instanceName":"Net/port"},{"hide":false}])"));
@@ -446,14 +446,14 @@ void tst_ProgramTree::labelAndHiddenAreThoseOfTheElement()
     QCOMPARE(tree.at(3).isHidden(), false);
 }
 
-void tst_ProgramTree::treeGivesItsManifestBack()
+void tst_Tree::treeGivesItsManifestBack()
 {
     const QJsonArray manifest = {node(u"a"_qs, {1, node(u"b"_qs, {})}), QJsonArray {1}, selection(u"s"_qs)};
     QCOMPARE(compact(manifestOf(treeOf(manifest))), compact(manifest));
     QCOMPARE(manifestOf(treeOf({})), QJsonArray());
 }
 
-void tst_ProgramTree::editsFindWhatQueriesDoNot_data()
+void tst_Tree::editsFindWhatQueriesDoNot_data()
 {
     QTest::addColumn<QString>("path");
     QTest::addColumn<QVector<int>>("query");
@@ -469,7 +469,7 @@ void tst_ProgramTree::editsFindWhatQueriesDoNot_data()
     QTest::newRow("first name missing") << u"c/a"_qs << nothing << nothing;
 }
 
-void tst_ProgramTree::editsFindWhatQueriesDoNot()
+void tst_Tree::editsFindWhatQueriesDoNot()
 {
     QFETCH(const QString, path);
     QFETCH(const QVector<int>, query);
@@ -488,7 +488,7 @@ void tst_ProgramTree::editsFindWhatQueriesDoNot()
     QCOMPARE(marked != nullptr && marked->object().contains(u"mark"_qs), edited != nullptr);
 }
 
-void tst_ProgramTree::scanOfTheExampleIsWhatTheCreatorWrites_data()
+void tst_Tree::scanOfTheExampleIsWhatTheCreatorWrites_data()
 {
     QTest::addColumn<QString>("scheme");
     QTest::newRow("configuration") << configurationScheme;
@@ -496,7 +496,7 @@ void tst_ProgramTree::scanOfTheExampleIsWhatTheCreatorWrites_data()
     QTest::newRow("another one") << u"Configuration"_qs;
 }
 
-void tst_ProgramTree::scanOfTheExampleIsWhatTheCreatorWrites()
+void tst_Tree::scanOfTheExampleIsWhatTheCreatorWrites()
 {
     QFETCH(const QString, scheme);
     const QTemporaryDir base;
@@ -506,7 +506,7 @@ void tst_ProgramTree::scanOfTheExampleIsWhatTheCreatorWrites()
     QCOMPARE(scan.elements.empty(), false);
 }
 
-void tst_ProgramTree::scansOfRandomTreesAreWhatTheCreatorWrites()
+void tst_Tree::scansOfRandomTreesAreWhatTheCreatorWrites()
 {
     Frequencies frequencies;
     const QStringList schemes {configurationScheme, configurationScheme, u"process"_qs, u"x"_qs};
@@ -538,7 +538,7 @@ void tst_ProgramTree::scansOfRandomTreesAreWhatTheCreatorWrites()
     QVERIFY2(frequencies.unreachable > 100, qPrintable(QString::number(frequencies.unreachable)));
 }
 
-void tst_ProgramTree::remarksNameTheirFiles_data()
+void tst_Tree::remarksNameTheirFiles_data()
 {
     using Files = QVector<QPair<QString, QByteArray>>;
     QTest::addColumn<Files>("files");
@@ -577,7 +577,7 @@ void tst_ProgramTree::remarksNameTheirFiles_data()
     row("file of the other kind", {{u"a.process.json"_qs, "{"}}, {});
 }
 
-void tst_ProgramTree::remarksNameTheirFiles()
+void tst_Tree::remarksNameTheirFiles()
 {
     using Files = QVector<QPair<QString, QByteArray>>;
     QFETCH(const Files, files);
@@ -590,7 +590,7 @@ void tst_ProgramTree::remarksNameTheirFiles()
     QCOMPARE(lines(scan.remarks), remarks);
 }
 
-void tst_ProgramTree::everyElementKnowsItsSource()
+void tst_Tree::everyElementKnowsItsSource()
 {
     const QTemporaryDir base;
     copyTree(QStringLiteral(EXAMPLE_TREE), base.path());
@@ -623,7 +623,7 @@ void tst_ProgramTree::everyElementKnowsItsSource()
     QCOMPARE(old->name, u"network"_qs);
 }
 
-void tst_ProgramTree::scanWritesNothing()
+void tst_Tree::scanWritesNothing()
 {
     const QTemporaryDir base;
     writeFile(base.filePath(u"a.config.json"_qs), "{}");
@@ -631,7 +631,7 @@ void tst_ProgramTree::scanWritesNothing()
     QCOMPARE(everythingIn(base.path()), QStringList({u"a.config.json"_qs}));
 }
 
-void tst_ProgramTree::folderWithNothingToDo_data()
+void tst_Tree::folderWithNothingToDo_data()
 {
     QTest::addColumn<QStringList>("files");
     QTest::addColumn<bool>("isEmpty");
@@ -640,7 +640,7 @@ void tst_ProgramTree::folderWithNothingToDo_data()
     QTest::newRow("no description") << QStringList(u"readme.txt"_qs) << false;
 }
 
-void tst_ProgramTree::folderWithNothingToDo()
+void tst_Tree::folderWithNothingToDo()
 {
     QFETCH(const QStringList, files);
     QFETCH(const bool, isEmpty);
@@ -654,7 +654,7 @@ void tst_ProgramTree::folderWithNothingToDo()
     QCOMPARE(scan.refusal, QString());
 }
 
-void tst_ProgramTree::folderThatMayNotBeReadIsDamage()
+void tst_Tree::folderThatMayNotBeReadIsDamage()
 {
     const QTemporaryDir base;
     writeFile(base.filePath(u"x/a.config.json"_qs), "{}");
@@ -676,7 +676,7 @@ void tst_ProgramTree::folderThatMayNotBeReadIsDamage()
     QVERIFY2(remarks.filter(u"damage z.config.json: Can't open file"_qs).size() == 1, qPrintable(remarks.join(u'\n')));
 }
 
-void tst_ProgramTree::deviceIsRefusedUnread_data()
+void tst_Tree::deviceIsRefusedUnread_data()
 {
     QTest::addColumn<QString>("name");
     QTest::addColumn<QString>("target");
@@ -690,7 +690,7 @@ void tst_ProgramTree::deviceIsRefusedUnread_data()
         << u"x/Folder.menu.json"_qs << QString() << u"x/Folder.menu.json: is a pipe"_qs;
 }
 
-void tst_ProgramTree::deviceIsRefusedUnread()
+void tst_Tree::deviceIsRefusedUnread()
 {
     QFETCH(const QString, name);
     QFETCH(QString, target);
@@ -707,7 +707,7 @@ void tst_ProgramTree::deviceIsRefusedUnread()
     QVERIFY(scan.elements.empty());
 }
 
-void tst_ProgramTree::deviceThatIsNoDescriptionIsNotRefused()
+void tst_Tree::deviceThatIsNoDescriptionIsNotRefused()
 {
     const QTemporaryDir base;
     writeFile(base.filePath(u"tree/a.config.json"_qs), "{}");
@@ -722,7 +722,7 @@ void tst_ProgramTree::deviceThatIsNoDescriptionIsNotRefused()
     QCOMPARE(scan.elements.size(), std::size_t(1));
 }
 
-void tst_ProgramTree::linkThatLeadsBackIsRefused_data()
+void tst_Tree::linkThatLeadsBackIsRefused_data()
 {
     QTest::addColumn<QString>("target");
     QTest::addColumn<QString>("path");
@@ -736,7 +736,7 @@ void tst_ProgramTree::linkThatLeadsBackIsRefused_data()
     QTest::newRow("to a folder beside it") << u"other"_qs << u"x/y/other"_qs << QString();
 }
 
-void tst_ProgramTree::linkThatLeadsBackIsRefused()
+void tst_Tree::linkThatLeadsBackIsRefused()
 {
     QFETCH(const QString, target);
     QFETCH(const QString, path);
@@ -751,7 +751,7 @@ void tst_ProgramTree::linkThatLeadsBackIsRefused()
     QCOMPARE(scan.elements.empty(), !refusal.isNull());
 }
 
-void tst_ProgramTree::refusedScanLeavesMessagesAlone()
+void tst_Tree::refusedScanLeavesMessagesAlone()
 {
     const QTemporaryDir base;
     link(base.path(), base.filePath(u"up"_qs));
@@ -763,6 +763,6 @@ void tst_ProgramTree::refusedScanLeavesMessagesAlone()
     QCOMPARE(messages.at(0).text, u"afterwards"_qs);
 }
 
-MANIFEST_TEST_MAIN(tst_ProgramTree)
+MANIFEST_TEST_MAIN(tst_Tree)
 
-#include "tst_program_tree.moc"
+#include "tst_tree.moc"

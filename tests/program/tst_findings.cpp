@@ -111,7 +111,7 @@ Q_DECLARE_METATYPE(Change)
 Q_DECLARE_METATYPE(QVector<QVector<int>>)
 
 // What is wrong with a manifest, and what an edit made of it.
-class tst_ProgramFindings : public QObject {
+class tst_Findings : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
@@ -154,7 +154,7 @@ private Q_SLOTS:
     void messageNamesBothTypesAndTheOption();
 };
 
-void tst_ProgramFindings::everyKindHasAWordOfItsOwn_data()
+void tst_Findings::everyKindHasAWordOfItsOwn_data()
 {
     QTest::addColumn<FindingKind>("kind");
     QTest::addColumn<QString>("word");
@@ -171,14 +171,14 @@ void tst_ProgramFindings::everyKindHasAWordOfItsOwn_data()
     QTest::newRow("NoChildren") << FindingKind::NoChildren << u"no-children"_qs;
 }
 
-void tst_ProgramFindings::everyKindHasAWordOfItsOwn()
+void tst_Findings::everyKindHasAWordOfItsOwn()
 {
     QFETCH(const FindingKind, kind);
     QFETCH(const QString, word);
     QCOMPARE(toText(kind), word);
 }
 
-void tst_ProgramFindings::onlyMissingChildrenAreNoDamage()
+void tst_Findings::onlyMissingChildrenAreNoDamage()
 {
     QVERIFY(!isDamage(FindingKind::NoChildren));
     for (const FindingKind kind : {FindingKind::NoObject, FindingKind::UnknownKind, FindingKind::NameMissing,
@@ -188,7 +188,7 @@ void tst_ProgramFindings::onlyMissingChildrenAreNoDamage()
     }
 }
 
-void tst_ProgramFindings::findingsOfAManifest_data()
+void tst_Findings::findingsOfAManifest_data()
 {
     QTest::addColumn<QJsonArray>("manifest");
     QTest::addColumn<QStringList>("findings");
@@ -255,14 +255,14 @@ void tst_ProgramFindings::findingsOfAManifest_data()
             u"no-children: position 0 below position 0 of the top level is a node without children"_qs});
 }
 
-void tst_ProgramFindings::findingsOfAManifest()
+void tst_Findings::findingsOfAManifest()
 {
     QFETCH(const QJsonArray, manifest);
     QFETCH(const QStringList, findings);
     QCOMPARE(lines(check(manifest)), findings);
 }
 
-void tst_ProgramFindings::findingKnowsItsElement()
+void tst_Findings::findingKnowsItsElement()
 {
     const QJsonObject child = selection(u"s"_qs);
     const QJsonArray manifest {selection(u"x"_qs), with(selection(u"a"_qs), u"substructure"_qs, QJsonArray {child, 1})};
@@ -278,7 +278,7 @@ void tst_ProgramFindings::findingKnowsItsElement()
     QVERIFY(!findings.at(1).advice.isEmpty());
 }
 
-void tst_ProgramFindings::everyUnreachableElementHasAReason()
+void tst_Findings::everyUnreachableElementHasAReason()
 {
     std::mt19937 engine(1);
     const auto below = [&](int bound) { return static_cast<int>(engine() % static_cast<uint>(bound)); };
@@ -312,7 +312,7 @@ void tst_ProgramFindings::everyUnreachableElementHasAReason()
     QVERIFY(number > 500);
 }
 
-void tst_ProgramFindings::tooDeepIsWhatCannotBeLoaded_data()
+void tst_Findings::tooDeepIsWhatCannotBeLoaded_data()
 {
     QTest::addColumn<QJsonArray>("manifest");
     QTest::addColumn<bool>("isTooDeep");
@@ -335,7 +335,7 @@ void tst_ProgramFindings::tooDeepIsWhatCannotBeLoaded_data()
         << QJsonArray {with(node(u"n"_qs), u"substructure"_qs, QJsonObject {{u"k"_qs, nested(1022)}})} << true;
 }
 
-void tst_ProgramFindings::tooDeepIsWhatCannotBeLoaded()
+void tst_Findings::tooDeepIsWhatCannotBeLoaded()
 {
     QFETCH(const QJsonArray, manifest);
     QFETCH(const bool, isTooDeep);
@@ -346,7 +346,7 @@ void tst_ProgramFindings::tooDeepIsWhatCannotBeLoaded()
     QCOMPARE(isLoadable(manifest), !isTooDeep);
 }
 
-void tst_ProgramFindings::tooDeepIsReportedOncePerBranch()
+void tst_Findings::tooDeepIsReportedOncePerBranch()
 {
     const QJsonArray manifest {
         chain(520, selection(u"s"_qs)), with(chain(515, selection(u"s"_qs)), u"instanceName"_qs, u"m"_qs)};
@@ -357,7 +357,7 @@ void tst_ProgramFindings::tooDeepIsReportedOncePerBranch()
     QCOMPARE(findings.at(1).positions, QVector<int>({1}) + QVector<int>(511));
 }
 
-void tst_ProgramFindings::exampleHasTheKnownFindings_data()
+void tst_Findings::exampleHasTheKnownFindings_data()
 {
     QTest::addColumn<QString>("scheme");
     QTest::addColumn<QStringList>("findings");
@@ -369,7 +369,7 @@ void tst_ProgramFindings::exampleHasTheKnownFindings_data()
     QTest::newRow("process") << u"process"_qs << QStringList();
 }
 
-void tst_ProgramFindings::exampleHasTheKnownFindings()
+void tst_Findings::exampleHasTheKnownFindings()
 {
     QFETCH(const QString, scheme);
     QFETCH(const QStringList, findings);
@@ -378,7 +378,7 @@ void tst_ProgramFindings::exampleHasTheKnownFindings()
     QCOMPARE(lines(check(arrayFrom(manifest.constData()))), findings);
 }
 
-void tst_ProgramFindings::addedDamage_data()
+void tst_Findings::addedDamage_data()
 {
     QTest::addColumn<QJsonArray>("before");
     QTest::addColumn<QJsonArray>("after");
@@ -442,7 +442,7 @@ void tst_ProgramFindings::addedDamage_data()
     row("too deep as before", {chain(512, selection(u"s"_qs))}, {chain(512, selection(u"t"_qs))}, {});
 }
 
-void tst_ProgramFindings::addedDamage()
+void tst_Findings::addedDamage()
 {
     QFETCH(const QJsonArray, before);
     QFETCH(const QJsonArray, after);
@@ -455,7 +455,7 @@ void tst_ProgramFindings::addedDamage()
     QCOMPARE(found, words);
 }
 
-void tst_ProgramFindings::damageAddedToManyElementsIsFoundQuickly()
+void tst_Findings::damageAddedToManyElementsIsFoundQuickly()
 {
     constexpr int count = 5000;
     QJsonArray before;
@@ -480,7 +480,7 @@ void tst_ProgramFindings::damageAddedToManyElementsIsFoundQuickly()
     QVERIFY(comparison < 50 * load + disturbance);
 }
 
-void tst_ProgramFindings::editAddsDamage_data()
+void tst_Findings::editAddsDamage_data()
 {
     QTest::addColumn<Change>("change");
     QTest::addColumn<QStringList>("added");
@@ -517,7 +517,7 @@ void tst_ProgramFindings::editAddsDamage_data()
             u"name-missing: position 1 of the top level has no 'instanceName'"_qs});
 }
 
-void tst_ProgramFindings::editAddsDamage()
+void tst_Findings::editAddsDamage()
 {
     QFETCH(const Change, change);
     QFETCH(const QStringList, added);
@@ -528,7 +528,7 @@ void tst_ProgramFindings::editAddsDamage()
     QCOMPARE(lines(::added(network(), handler.getManifestJsonArray())), added);
 }
 
-void tst_ProgramFindings::lostElementsOfTwoManifests_data()
+void tst_Findings::lostElementsOfTwoManifests_data()
 {
     QTest::addColumn<QJsonArray>("before");
     QTest::addColumn<QJsonArray>("after");
@@ -570,7 +570,7 @@ void tst_ProgramFindings::lostElementsOfTwoManifests_data()
         {u"a"_qs});
 }
 
-void tst_ProgramFindings::lostElementsOfTwoManifests()
+void tst_Findings::lostElementsOfTwoManifests()
 {
     QFETCH(const QJsonArray, before);
     QFETCH(const QJsonArray, after);
@@ -579,7 +579,7 @@ void tst_ProgramFindings::lostElementsOfTwoManifests()
     QCOMPARE(namesOf(lostElements(before, after, edited)), lost);
 }
 
-void tst_ProgramFindings::editLosesElements_data()
+void tst_Findings::editLosesElements_data()
 {
     QTest::addColumn<QString>("path");
     QTest::addColumn<Change>("change");
@@ -622,7 +622,7 @@ void tst_ProgramFindings::editLosesElements_data()
                           << QStringList();
 }
 
-void tst_ProgramFindings::editLosesElements()
+void tst_Findings::editLosesElements()
 {
     QFETCH(const QString, path);
     QFETCH(const Change, change);
@@ -641,7 +641,7 @@ void tst_ProgramFindings::editLosesElements()
     QCOMPARE(namesOf(lostElements(before, handler.getManifestJsonArray(), edited)), lost);
 }
 
-void tst_ProgramFindings::permutation_data()
+void tst_Findings::permutation_data()
 {
     QTest::addColumn<QJsonArray>("before");
     QTest::addColumn<QJsonArray>("after");
@@ -667,7 +667,7 @@ void tst_ProgramFindings::permutation_data()
     row("no object made one", {1}, {QJsonObject()}, false);
 }
 
-void tst_ProgramFindings::permutation()
+void tst_Findings::permutation()
 {
     QFETCH(const QJsonArray, before);
     QFETCH(const QJsonArray, after);
@@ -676,7 +676,7 @@ void tst_ProgramFindings::permutation()
     QCOMPARE(::isPermutation(after, before), isPermutation);
 }
 
-void tst_ProgramFindings::sortThatNamesOneTwiceIsNoPermutation()
+void tst_Findings::sortThatNamesOneTwiceIsNoPermutation()
 {
     const QJsonArray before {node(u"network"_qs, {selection(u"a"_qs)}), node(u"network"_qs, {selection(u"b"_qs)})};
     HandlerWithoutFile handler(before);
@@ -688,7 +688,7 @@ void tst_ProgramFindings::sortThatNamesOneTwiceIsNoPermutation()
     QCOMPARE(namesOf(lostElements(before, after)), QStringList(u"b"_qs));
 }
 
-void tst_ProgramFindings::typeOfAVocabularyKey_data()
+void tst_Findings::typeOfAVocabularyKey_data()
 {
     QTest::addColumn<QString>("key");
     QTest::addColumn<QJsonValue>("value");
@@ -709,7 +709,7 @@ void tst_ProgramFindings::typeOfAVocabularyKey_data()
     row("selectorTypeListEndpoint", QJsonArray());
 }
 
-void tst_ProgramFindings::typeOfAVocabularyKey()
+void tst_Findings::typeOfAVocabularyKey()
 {
     QFETCH(const QString, key);
     QFETCH(const QJsonValue, value);
@@ -723,7 +723,7 @@ void tst_ProgramFindings::typeOfAVocabularyKey()
     }
 }
 
-void tst_ProgramFindings::typeOfAnyOtherKey_data()
+void tst_Findings::typeOfAnyOtherKey_data()
 {
     QTest::addColumn<QString>("key");
     QTest::addColumn<QJsonValue>("present");
@@ -742,7 +742,7 @@ void tst_ProgramFindings::typeOfAnyOtherKey_data()
     QTest::newRow("other key of any type") << u"configurationVersion"_qs << QJsonValue(1) << QJsonValue(true) << true;
 }
 
-void tst_ProgramFindings::typeOfAnyOtherKey()
+void tst_Findings::typeOfAnyOtherKey()
 {
     QFETCH(const QString, key);
     QFETCH(const QJsonValue, present);
@@ -751,7 +751,7 @@ void tst_ProgramFindings::typeOfAnyOtherKey()
     QCOMPARE(typeProblem(key, present, given).isNull(), isRight);
 }
 
-void tst_ProgramFindings::typesOfElementsInAValue_data()
+void tst_Findings::typesOfElementsInAValue_data()
 {
     QTest::addColumn<QJsonArray>("present");
     QTest::addColumn<QJsonArray>("given");
@@ -774,7 +774,7 @@ void tst_ProgramFindings::typesOfElementsInAValue_data()
     row("another one wrong before", {with(selection(u"b"_qs), u"hide"_qs, u"true"_qs)}, {wrong}, message);
 }
 
-void tst_ProgramFindings::typesOfElementsInAValue()
+void tst_Findings::typesOfElementsInAValue()
 {
     QFETCH(const QJsonArray, present);
     QFETCH(const QJsonArray, given);
@@ -783,7 +783,7 @@ void tst_ProgramFindings::typesOfElementsInAValue()
     QCOMPARE(typeProblem(u"own"_qs, present, given), QString());
 }
 
-void tst_ProgramFindings::messageNamesBothTypesAndTheOption_data()
+void tst_Findings::messageNamesBothTypesAndTheOption_data()
 {
     QTest::addColumn<QString>("key");
     QTest::addColumn<QJsonValue>("present");
@@ -801,7 +801,7 @@ void tst_ProgramFindings::messageNamesBothTypesAndTheOption_data()
         << u"'own' takes an array, not an object; look at what --json was given"_qs;
 }
 
-void tst_ProgramFindings::messageNamesBothTypesAndTheOption()
+void tst_Findings::messageNamesBothTypesAndTheOption()
 {
     QFETCH(const QString, key);
     QFETCH(const QJsonValue, present);
@@ -810,7 +810,7 @@ void tst_ProgramFindings::messageNamesBothTypesAndTheOption()
     QCOMPARE(typeProblem(key, present, given), message);
 }
 
-void tst_ProgramFindings::findingsDeepDownAreComparedQuickly()
+void tst_Findings::findingsDeepDownAreComparedQuickly()
 {
     constexpr int levels = 400;
     constexpr int leaves = 5000;
@@ -841,7 +841,7 @@ void tst_ProgramFindings::findingsDeepDownAreComparedQuickly()
     QVERIFY(comparison < 20 * load + disturbance);
 }
 
-void tst_ProgramFindings::findingOfNeitherManifestIsAdded()
+void tst_Findings::findingOfNeitherManifestIsAdded()
 {
     const QJsonObject empty = node(u"n"_qs);
     const QJsonArray healthy {selection(u"a"_qs)};
@@ -858,6 +858,6 @@ void tst_ProgramFindings::findingOfNeitherManifestIsAdded()
     QCOMPARE(addedToBoth(damaged, damaged, treeOf(twice)).size(), 1);
 }
 
-MANIFEST_TEST_MAIN(tst_ProgramFindings)
+MANIFEST_TEST_MAIN(tst_Findings)
 
-#include "tst_program_findings.moc"
+#include "tst_findings.moc"

@@ -258,7 +258,7 @@ private:
 
 } // namespace
 
-class tst_ProgramMerge : public QObject {
+class tst_Merge : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
@@ -274,7 +274,7 @@ private Q_SLOTS:
     void hugeTreesAreMergedQuickly();
 };
 
-void tst_ProgramMerge::mergingObeysItsLaws_data()
+void tst_Merge::mergingObeysItsLaws_data()
 {
     QTest::addColumn<RandomManifest::Names>("names");
 
@@ -282,7 +282,7 @@ void tst_ProgramMerge::mergingObeysItsLaws_data()
     QTest::newRow("unique names") << RandomManifest::Names::Unique;
 }
 
-void tst_ProgramMerge::mergingObeysItsLaws()
+void tst_Merge::mergingObeysItsLaws()
 {
     QFETCH(RandomManifest::Names, names);
 
@@ -329,7 +329,7 @@ void tst_ProgramMerge::mergingObeysItsLaws()
     qInfo("%d of %u merges have conflicts", conflicting, seeds);
 }
 
-void tst_ProgramMerge::nothingIsLostWithoutALine()
+void tst_Merge::nothingIsLostWithoutALine()
 {
     for (unsigned seed = 0; seed < 3 * seeds; ++seed) {
         RandomManifest random(seed, RandomManifest::Names::Unique);
@@ -346,7 +346,7 @@ void tst_ProgramMerge::nothingIsLostWithoutALine()
     }
 }
 
-void tst_ProgramMerge::whatBothSidesDidIsMerged_data()
+void tst_Merge::whatBothSidesDidIsMerged_data()
 {
     QTest::addColumn<QJsonArray>("base");
     QTest::addColumn<QJsonArray>("mine");
@@ -414,7 +414,7 @@ void tst_ProgramMerge::whatBothSidesDidIsMerged_data()
     add("nothing left", {a, b}, {a, b}, {}, {});
 }
 
-void tst_ProgramMerge::whatBothSidesDidIsMerged()
+void tst_Merge::whatBothSidesDidIsMerged()
 {
     QFETCH(QJsonArray, base);
     QFETCH(QJsonArray, mine);
@@ -428,7 +428,7 @@ void tst_ProgramMerge::whatBothSidesDidIsMerged()
     }
 }
 
-void tst_ProgramMerge::conflictsAreToldAndDecided_data()
+void tst_Merge::conflictsAreToldAndDecided_data()
 {
     QTest::addColumn<QJsonArray>("base");
     QTest::addColumn<QJsonArray>("mine");
@@ -584,7 +584,7 @@ void tst_ProgramMerge::conflictsAreToldAndDecided_data()
         << QByteArray() << QJsonArray {with(a, k, 2)} << QJsonArray {with(a, k, 2), with(a, k, 3)};
 }
 
-void tst_ProgramMerge::conflictsAreToldAndDecided()
+void tst_Merge::conflictsAreToldAndDecided()
 {
     QFETCH(QJsonArray, base);
     QFETCH(QJsonArray, mine);
@@ -610,7 +610,7 @@ void tst_ProgramMerge::conflictsAreToldAndDecided()
     }
 }
 
-void tst_ProgramMerge::stampsOfMineStay()
+void tst_Merge::stampsOfMineStay()
 {
     const auto stamp = [](const QJsonObject& element, const QString& text) {
         return with(with(element, u"moduleName"_qs, text), u"objectName"_qs, text);
@@ -638,7 +638,7 @@ void tst_ProgramMerge::stampsOfMineStay()
         compact({1}));
 }
 
-void tst_ProgramMerge::hugeTreesAreMergedQuickly_data()
+void tst_Merge::hugeTreesAreMergedQuickly_data()
 {
     QTest::addColumn<QJsonArray>("base");
     QTest::addColumn<QJsonArray>("mine");
@@ -691,7 +691,7 @@ void tst_ProgramMerge::hugeTreesAreMergedQuickly_data()
         << QJsonArray {a(inChain(before))} << QJsonArray {a(inChain(after))} << QJsonArray();
 }
 
-void tst_ProgramMerge::hugeTreesAreMergedQuickly()
+void tst_Merge::hugeTreesAreMergedQuickly()
 {
     QFETCH(QJsonArray, base);
     QFETCH(QJsonArray, mine);
@@ -715,6 +715,6 @@ void tst_ProgramMerge::hugeTreesAreMergedQuickly()
     }
 }
 
-MANIFEST_TEST_MAIN(tst_ProgramMerge)
+MANIFEST_TEST_MAIN(tst_Merge)
 
-#include "tst_program_merge.moc"
+#include "tst_merge.moc"

@@ -292,7 +292,7 @@ void tst_Documents::readmeShowsWhatRunPrints()
 
 void tst_Documents::readmesCodeDoesWhatItSays()
 {
-    const QString here = document(u"tests/tst_documents.cpp"_qs);
+    const QString here = document(u"tests/system/tst_documents.cpp"_qs);
     const QString tested = here.section(u"    // README\n"_qs, 1, 1).section(u"    // END\n"_qs, 0, 0);
     const QString shown = blocks(document(u"README.md"_qs), u"cpp"_qs).value(0);
     QVERIFY(!shown.isEmpty());

@@ -131,7 +131,7 @@ QVector<Fence> fencesOf(const QString& path)
 
 } // namespace
 
-class tst_ProgramCreate : public QObject {
+class tst_Create : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
@@ -203,7 +203,7 @@ private Q_SLOTS:
     void tourShowsWhatItSays();
 };
 
-void tst_ProgramCreate::createWritesTheManifestOfTheConfigurationFolder()
+void tst_Create::createWritesTheManifestOfTheConfigurationFolder()
 {
     const QTemporaryDir directory;
     describe(directory.filePath(u"base/configuration/main.config.json"_qs));
@@ -224,7 +224,7 @@ void tst_ProgramCreate::createWritesTheManifestOfTheConfigurationFolder()
              "  selection Net/port"_qs));
 }
 
-void tst_ProgramCreate::createCountsTheElementsOfTheExamples()
+void tst_Create::createCountsTheElementsOfTheExamples()
 {
     const QTemporaryDir directory;
     copyFolder(QStringLiteral(EXAMPLES "/device"), directory.filePath(u"device"_qs));
@@ -240,7 +240,7 @@ void tst_ProgramCreate::createCountsTheElementsOfTheExamples()
             .arg(countOf(manifest, u"Node"_qs)));
 }
 
-void tst_ProgramCreate::countsAgreeWithTheirNouns_data()
+void tst_Create::countsAgreeWithTheirNouns_data()
 {
     QTest::addColumn<QStringList>("files");
     QTest::addColumn<QString>("counts");
@@ -256,7 +256,7 @@ void tst_ProgramCreate::countsAgreeWithTheirNouns_data()
                                << u"1 selection, 2 nodes"_qs;
 }
 
-void tst_ProgramCreate::countsAgreeWithTheirNouns()
+void tst_Create::countsAgreeWithTheirNouns()
 {
     QFETCH(QStringList, files);
     QFETCH(QString, counts);
@@ -269,7 +269,7 @@ void tst_ProgramCreate::countsAgreeWithTheirNouns()
         Program().in(directory.path()).run(u"create-folder ."_qs), done(u"configuration.manifest.json\n"_qs + counts));
 }
 
-void tst_ProgramCreate::schemeNamesTheFileAndChoosesWhatIsCollected_data()
+void tst_Create::schemeNamesTheFileAndChoosesWhatIsCollected_data()
 {
     QTest::addColumn<QString>("commandLine");
     QTest::addColumn<QString>("manifest");
@@ -285,7 +285,7 @@ void tst_ProgramCreate::schemeNamesTheFileAndChoosesWhatIsCollected_data()
                                << u"Configuration.manifest.json"_qs << process;
 }
 
-void tst_ProgramCreate::schemeNamesTheFileAndChoosesWhatIsCollected()
+void tst_Create::schemeNamesTheFileAndChoosesWhatIsCollected()
 {
     QFETCH(QString, commandLine);
     QFETCH(QString, manifest);
@@ -300,7 +300,7 @@ void tst_ProgramCreate::schemeNamesTheFileAndChoosesWhatIsCollected()
     QCOMPARE(everythingIn(directory.filePath(u"folder"_qs)).size(), 3);
 }
 
-void tst_ProgramCreate::schemeOfOnesOwnHasToBeMeant_data()
+void tst_Create::schemeOfOnesOwnHasToBeMeant_data()
 {
     QTest::addColumn<QString>("options");
     QTest::addColumn<QString>("complaint");
@@ -314,7 +314,7 @@ void tst_ProgramCreate::schemeOfOnesOwnHasToBeMeant_data()
     QTest::newRow("another folder") << u"--scheme ../process --any-scheme"_qs << empty;
 }
 
-void tst_ProgramCreate::schemeOfOnesOwnHasToBeMeant()
+void tst_Create::schemeOfOnesOwnHasToBeMeant()
 {
     QFETCH(QString, options);
     QFETCH(QString, complaint);
@@ -326,7 +326,7 @@ void tst_ProgramCreate::schemeOfOnesOwnHasToBeMeant()
     QCOMPARE(everythingIn(directory.filePath(u"folder"_qs)), QStringList(u"page.config.json"_qs));
 }
 
-void tst_ProgramCreate::creationTellsWhatItReplaces()
+void tst_Create::creationTellsWhatItReplaces()
 {
     const QTemporaryDir directory;
     const QString path = directory.filePath(u"configuration.manifest.json"_qs);
@@ -357,7 +357,7 @@ void tst_ProgramCreate::creationTellsWhatItReplaces()
         program.run(u"create-folder ."_qs), misused(u"cannot replace configuration.manifest.json: it is a folder"_qs));
 }
 
-void tst_ProgramCreate::stampsAreNoChangeUnlessAskedFor()
+void tst_Create::stampsAreNoChangeUnlessAskedFor()
 {
     const QTemporaryDir directory;
     describe(directory.filePath(u"a.config.json"_qs));
@@ -374,7 +374,7 @@ void tst_ProgramCreate::stampsAreNoChangeUnlessAskedFor()
     QCOMPARE(program.run(u"create-folder . --stamps"_qs), done(counts + u"the same as before"_qs));
 }
 
-void tst_ProgramCreate::dryCreationWritesNothing()
+void tst_Create::dryCreationWritesNothing()
 {
     const QTemporaryDir directory;
     const QString path = directory.filePath(u"configuration.manifest.json"_qs);
@@ -398,7 +398,7 @@ void tst_ProgramCreate::dryCreationWritesNothing()
     QCOMPARE(everythingIn(directory.path()).size(), 2);
 }
 
-void tst_ProgramCreate::folderThatChangesMeanwhileIsCreatedAsItIsThen()
+void tst_Create::folderThatChangesMeanwhileIsCreatedAsItIsThen()
 {
     const QTemporaryDir directory;
     describe(directory.filePath(u"a.config.json"_qs));
@@ -412,7 +412,7 @@ void tst_ProgramCreate::folderThatChangesMeanwhileIsCreatedAsItIsThen()
     QVERIFY(readFile(path).contains("\"b\""));
 }
 
-void tst_ProgramCreate::folderThatGoesOnChangingIsSaidSo()
+void tst_Create::folderThatGoesOnChangingIsSaidSo()
 {
     const QTemporaryDir directory;
     const QString path = directory.filePath(u"configuration.manifest.json"_qs);
@@ -432,7 +432,7 @@ void tst_ProgramCreate::folderThatGoesOnChangingIsSaidSo()
     QVERIFY(readFile(path).contains("\"page1\""));
 }
 
-void tst_ProgramCreate::creationTellsWhatItReallyReplaces()
+void tst_Create::creationTellsWhatItReallyReplaces()
 {
     const QTemporaryDir directory;
     describe(directory.filePath(u"a.config.json"_qs));
@@ -450,7 +450,7 @@ void tst_ProgramCreate::creationTellsWhatItReallyReplaces()
         run.output.contains("\ncompared with before: ") && run.output.contains("1 removed"), run.output.constData());
 }
 
-void tst_ProgramCreate::damageIsToldFromOrdinaryRemarks()
+void tst_Create::damageIsToldFromOrdinaryRemarks()
 {
     const QTemporaryDir directory;
     copyFolder(QStringLiteral(EXAMPLES "/device"), directory.path());
@@ -474,7 +474,7 @@ void tst_ProgramCreate::damageIsToldFromOrdinaryRemarks()
     QVERIFY(damaged.size() > 5);
 }
 
-void tst_ProgramCreate::wayOfWritingAFolderMakesNoDifference_data()
+void tst_Create::wayOfWritingAFolderMakesNoDifference_data()
 {
     QTest::addColumn<QString>("currentFolder");
     QTest::addColumn<QString>("folder");
@@ -492,7 +492,7 @@ void tst_ProgramCreate::wayOfWritingAFolderMakesNoDifference_data()
     QTest::newRow("back from a link") << u"beside"_qs << u"link/.."_qs << u"link/../"_qs + name;
 }
 
-void tst_ProgramCreate::wayOfWritingAFolderMakesNoDifference()
+void tst_Create::wayOfWritingAFolderMakesNoDifference()
 {
     QFETCH(QString, currentFolder);
     QFETCH(QString, folder);
@@ -517,7 +517,7 @@ void tst_ProgramCreate::wayOfWritingAFolderMakesNoDifference()
     QCOMPARE(readFile(path), expected);
 }
 
-void tst_ProgramCreate::wayOfWritingABaseMakesNoDifference_data()
+void tst_Create::wayOfWritingABaseMakesNoDifference_data()
 {
     QTest::addColumn<QString>("currentFolder");
     QTest::addColumn<QString>("base");
@@ -530,7 +530,7 @@ void tst_ProgramCreate::wayOfWritingABaseMakesNoDifference_data()
     QTest::newRow("the folder above") << u"base/configuration"_qs << u".."_qs << u"../"_qs + name;
 }
 
-void tst_ProgramCreate::wayOfWritingABaseMakesNoDifference()
+void tst_Create::wayOfWritingABaseMakesNoDifference()
 {
     QFETCH(QString, currentFolder);
     QFETCH(QString, base);
@@ -545,7 +545,7 @@ void tst_ProgramCreate::wayOfWritingABaseMakesNoDifference()
     QVERIFY(readFile(folder + u"/configuration.manifest.json"_qs).contains("\"sub/port\""));
 }
 
-void tst_ProgramCreate::messagesOfTheLibraryNameTheirFile()
+void tst_Create::messagesOfTheLibraryNameTheirFile()
 {
     const QTemporaryDir directory;
     writeFile(directory.filePath(u"sub/cut.config.json"_qs), "{");
@@ -558,7 +558,7 @@ void tst_ProgramCreate::messagesOfTheLibraryNameTheirFile()
             "remark: sub/cut.config.json: Cannot find key \"hide\" in Json object!\n"));
 }
 
-void tst_ProgramCreate::debugMessagesCanBeSwitchedOff()
+void tst_Create::debugMessagesCanBeSwitchedOff()
 {
     const QTemporaryDir directory;
     describe(directory.filePath(u"sub/page.config.json"_qs));
@@ -570,7 +570,7 @@ void tst_ProgramCreate::debugMessagesCanBeSwitchedOff()
             "remark: sub: Cannot find key displayPosition in Json object!\n"));
 }
 
-void tst_ProgramCreate::nothingToWriteIsAFailure_data()
+void tst_Create::nothingToWriteIsAFailure_data()
 {
     QTest::addColumn<QString>("commandLine");
     QTest::addColumn<QString>("complaint");
@@ -589,7 +589,7 @@ void tst_ProgramCreate::nothingToWriteIsAFailure_data()
         << u"create empty"_qs << u"nothing to write in empty/configuration: there is no such folder"_qs;
 }
 
-void tst_ProgramCreate::nothingToWriteIsAFailure()
+void tst_Create::nothingToWriteIsAFailure()
 {
     QFETCH(QString, commandLine);
     QFETCH(QString, complaint);
@@ -603,7 +603,7 @@ void tst_ProgramCreate::nothingToWriteIsAFailure()
     QCOMPARE(everythingIn(directory.filePath(u"hidden"_qs)), QStringList(u".file"_qs));
 }
 
-void tst_ProgramCreate::folderThatCannotBeReadIsAFailure_data()
+void tst_Create::folderThatCannotBeReadIsAFailure_data()
 {
     QTest::addColumn<int>("permissions");
 
@@ -613,7 +613,7 @@ void tst_ProgramCreate::folderThatCannotBeReadIsAFailure_data()
     QTest::newRow("may be listed") << 0444;
 }
 
-void tst_ProgramCreate::folderThatCannotBeReadIsAFailure()
+void tst_Create::folderThatCannotBeReadIsAFailure()
 {
     QFETCH(int, permissions);
 
@@ -666,13 +666,13 @@ QByteArray messageOfFailingWrite(const QTemporaryDir& directory, int size)
 
 } // namespace
 
-void tst_ProgramCreate::failedWriteLeavesThePreviousManifest_data()
+void tst_Create::failedWriteLeavesThePreviousManifest_data()
 {
     addFailingWrites();
     QTest::newRow("last step fails") << Program().unableToRename() << 0700 << u"cause unknown"_qs << QString();
 }
 
-void tst_ProgramCreate::failedWriteLeavesThePreviousManifest()
+void tst_Create::failedWriteLeavesThePreviousManifest()
 {
     const QTemporaryDir directory;
     const QString path = directory.filePath(u"configuration.manifest.json"_qs);
@@ -689,12 +689,12 @@ void tst_ProgramCreate::failedWriteLeavesThePreviousManifest()
     QCOMPARE(everythingIn(directory.path()), QStringList({u"configuration.manifest.json"_qs, u"page.config.json"_qs}));
 }
 
-void tst_ProgramCreate::failedFirstWriteLeavesNothing_data()
+void tst_Create::failedFirstWriteLeavesNothing_data()
 {
     addFailingWrites();
 }
 
-void tst_ProgramCreate::failedFirstWriteLeavesNothing()
+void tst_Create::failedFirstWriteLeavesNothing()
 {
     const QTemporaryDir directory;
     writeFile(directory.filePath(u"readme.txt"_qs), "");
@@ -704,7 +704,7 @@ void tst_ProgramCreate::failedFirstWriteLeavesNothing()
     QCOMPARE(everythingIn(directory.path()), QStringList(u"readme.txt"_qs));
 }
 
-void tst_ProgramCreate::folderInPlaceOfTheManifestIsAFailure()
+void tst_Create::folderInPlaceOfTheManifestIsAFailure()
 {
     const QTemporaryDir directory;
     const QString path = directory.filePath(u"process.manifest.json"_qs);
@@ -715,7 +715,7 @@ void tst_ProgramCreate::folderInPlaceOfTheManifestIsAFailure()
     QCOMPARE(everythingIn(path), QStringList(u"Folder.menu.json"_qs));
 }
 
-void tst_ProgramCreate::showPrintsTheTree()
+void tst_Create::showPrintsTheTree()
 {
     const QString label = u"labelTextId"_qs;
     const ManifestFile file(compact({
@@ -745,7 +745,7 @@ void tst_ProgramCreate::showPrintsTheTree()
     QVERIFY(file.isAlone());
 }
 
-void tst_ProgramCreate::showPrintsEveryElementOfTheExamples()
+void tst_Create::showPrintsEveryElementOfTheExamples()
 {
     const QTemporaryDir directory;
     copyFolder(QStringLiteral(EXAMPLES "/device"), directory.path());
@@ -762,7 +762,7 @@ void tst_ProgramCreate::showPrintsEveryElementOfTheExamples()
     QCOMPARE(lines.size(), countOf(manifest, u"Selection"_qs) + countOf(manifest, u"Node"_qs));
 }
 
-void tst_ProgramCreate::showPrintsWhatCanBeLoaded_data()
+void tst_Create::showPrintsWhatCanBeLoaded_data()
 {
     QTest::addColumn<QByteArray>("manifest");
     QTest::addColumn<QByteArray>("tree");
@@ -789,7 +789,7 @@ void tst_ProgramCreate::showPrintsWhatCanBeLoaded_data()
     QTest::newRow("byte order mark") << QByteArray("\xef\xbb\xbf[{}]") << QByteArray("unknown   \n");
 }
 
-void tst_ProgramCreate::showPrintsWhatCanBeLoaded()
+void tst_Create::showPrintsWhatCanBeLoaded()
 {
     QFETCH(QByteArray, manifest);
     QFETCH(QByteArray, tree);
@@ -798,7 +798,7 @@ void tst_ProgramCreate::showPrintsWhatCanBeLoaded()
     QCOMPARE(Program().in(file.folder()).run(u"show manifest.json"_qs), (ProgramRun {0, tree, QByteArray()}));
 }
 
-void tst_ProgramCreate::showEscapesWhatATerminalWouldActOn_data()
+void tst_Create::showEscapesWhatATerminalWouldActOn_data()
 {
     QTest::addColumn<QByteArray>("json");
     QTest::addColumn<QByteArray>("shown");
@@ -829,7 +829,7 @@ void tst_ProgramCreate::showEscapesWhatATerminalWouldActOn_data()
     QTest::newRow("tag character") << QByteArray("\\udb40\\udc41") << QByteArray("\\u{e0041}");
 }
 
-void tst_ProgramCreate::showEscapesWhatATerminalWouldActOn()
+void tst_Create::showEscapesWhatATerminalWouldActOn()
 {
     QFETCH(QByteArray, json);
     QFETCH(QByteArray, shown);
@@ -841,14 +841,14 @@ void tst_ProgramCreate::showEscapesWhatATerminalWouldActOn()
     QVERIFY(isHarmless(run.output));
 }
 
-void tst_ProgramCreate::showKeepsWhatATerminalShows()
+void tst_Create::showKeepsWhatATerminalShows()
 {
     const QString name = u"Grüße \\ ' \" \u00a0 Ελληνικά 日本語 \U0001f600 e\u0301"_qs;
     const ManifestFile file(compact({selection(name)}));
     QCOMPARE(Program().in(file.folder()).run(u"show manifest.json"_qs), done(u"selection "_qs + name));
 }
 
-void tst_ProgramCreate::showPrintsDeepManifests()
+void tst_Create::showPrintsDeepManifests()
 {
     QString tree;
     for (int level = 0; level < 500; ++level) {
@@ -858,7 +858,7 @@ void tst_ProgramCreate::showPrintsDeepManifests()
     QCOMPARE(Program().in(file.folder()).run(u"show manifest.json"_qs), (ProgramRun {0, tree.toUtf8(), QByteArray()}));
 }
 
-void tst_ProgramCreate::showRefusesWhatIsNoManifest_data()
+void tst_Create::showRefusesWhatIsNoManifest_data()
 {
     QTest::addColumn<QByteArray>("content");
     QTest::addColumn<QString>("problem");
@@ -875,7 +875,7 @@ void tst_ProgramCreate::showRefusesWhatIsNoManifest_data()
     QTest::newRow("nested too deeply") << nodesBelowEachOther(600) << u"too deeply nested document at byte 30209"_qs;
 }
 
-void tst_ProgramCreate::showRefusesWhatIsNoManifest()
+void tst_Create::showRefusesWhatIsNoManifest()
 {
     QFETCH(QByteArray, content);
     QFETCH(QString, problem);
@@ -887,7 +887,7 @@ void tst_ProgramCreate::showRefusesWhatIsNoManifest()
     QVERIFY(file.isAlone());
 }
 
-void tst_ProgramCreate::showRefusesAFileThatCannotBeRead()
+void tst_Create::showRefusesAFileThatCannotBeRead()
 {
     const ManifestFile file("[]");
     const Program program = Program().in(file.folder()).prepared(asOrdinaryUser);
@@ -899,7 +899,7 @@ void tst_ProgramCreate::showRefusesAFileThatCannotBeRead()
     QCOMPARE(program.run(u"show manifest.json"_qs), misused(u"cannot read manifest.json: Permission denied"_qs));
 }
 
-void tst_ProgramCreate::pathsInComplaintsAreEscaped()
+void tst_Create::pathsInComplaintsAreEscaped()
 {
     const QTemporaryDir directory;
     const Program program = Program().in(directory.path());
@@ -920,7 +920,7 @@ void tst_ProgramCreate::pathsInComplaintsAreEscaped()
         program.run({u"show"_qs, hostile}), misused(shown + u" is not a manifest: unterminated object at byte 1"_qs));
 }
 
-void tst_ProgramCreate::pathsInResultsAreEscaped()
+void tst_Create::pathsInResultsAreEscaped()
 {
     const QTemporaryDir directory;
     describe(directory.filePath(u"a\x1b[31m\nb/page.config.json"_qs));
@@ -928,7 +928,7 @@ void tst_ProgramCreate::pathsInResultsAreEscaped()
         done(u"a\\u{1b}[31m\\nb/configuration.manifest.json\n1 selection, 0 nodes"_qs));
 }
 
-void tst_ProgramCreate::coloursAreForTerminalsThatWantThem_data()
+void tst_Create::coloursAreForTerminalsThatWantThem_data()
 {
     QTest::addColumn<Program>("program");
     QTest::addColumn<QByteArray>("tree");
@@ -944,7 +944,7 @@ void tst_ProgramCreate::coloursAreForTerminalsThatWantThem_data()
     QTest::newRow("dumb terminal") << Program().onTerminal().with(u"TERM"_qs, u"dumb"_qs) << plain;
 }
 
-void tst_ProgramCreate::coloursAreForTerminalsThatWantThem()
+void tst_Create::coloursAreForTerminalsThatWantThem()
 {
     QFETCH(Program, program);
     QFETCH(QByteArray, tree);
@@ -957,7 +957,7 @@ void tst_ProgramCreate::coloursAreForTerminalsThatWantThem()
     QCOMPARE(program.in(file.folder()).run(u"show manifest.json"_qs), (ProgramRun {0, tree, QByteArray()}));
 }
 
-void tst_ProgramCreate::terminalIsActedOnByNothingButTheColours()
+void tst_Create::terminalIsActedOnByNothingButTheColours()
 {
     const ManifestFile file("[{\"selectionType\":\"Selection\",\"instanceName\":\"\\u001b[5m\xc2\x9b\x7f\\u202e\","
                             "\"labelTextId\":\"\\n\\r\\u0008\"}]");
@@ -965,7 +965,7 @@ void tst_ProgramCreate::terminalIsActedOnByNothingButTheColours()
         done(u"\x1b[32mselection\x1b[0m \\u{1b}[5m\\u{9b}\\u{7f}\\u{202e}\x1b[2m  [\\n\\r\\u{8}]\x1b[0m"_qs));
 }
 
-void tst_ProgramCreate::localeMakesNoDifference_data()
+void tst_Create::localeMakesNoDifference_data()
 {
     QTest::addColumn<QString>("locale");
 
@@ -974,7 +974,7 @@ void tst_ProgramCreate::localeMakesNoDifference_data()
     QTest::newRow("none that there is") << u"none_NONE.ISO-8859-1"_qs;
 }
 
-void tst_ProgramCreate::localeMakesNoDifference()
+void tst_Create::localeMakesNoDifference()
 {
     QFETCH(QString, locale);
 
@@ -1003,7 +1003,7 @@ void tst_ProgramCreate::localeMakesNoDifference()
     runBoth(u"create-folder configuration/Überwachung --dry-run"_qs);
 }
 
-void tst_ProgramCreate::outputThatDoesNotArriveIsAFailure_data()
+void tst_Create::outputThatDoesNotArriveIsAFailure_data()
 {
     QTest::addColumn<QString>("commandLine");
 
@@ -1021,7 +1021,7 @@ void tst_ProgramCreate::outputThatDoesNotArriveIsAFailure_data()
     QTest::newRow("version") << u"--version"_qs;
 }
 
-void tst_ProgramCreate::outputThatDoesNotArriveIsAFailure()
+void tst_Create::outputThatDoesNotArriveIsAFailure()
 {
     QFETCH(QString, commandLine);
 
@@ -1033,7 +1033,7 @@ void tst_ProgramCreate::outputThatDoesNotArriveIsAFailure()
     QCOMPARE(Program(program).prepared(withClosedOutput).run(commandLine), failed(u"cannot write the results"_qs));
 }
 
-void tst_ProgramCreate::helpNamesEveryCommand_data()
+void tst_Create::helpNamesEveryCommand_data()
 {
     QTest::addColumn<QString>("commandLine");
 
@@ -1042,7 +1042,7 @@ void tst_ProgramCreate::helpNamesEveryCommand_data()
     QTest::newRow("before a command") << u"--help show"_qs;
 }
 
-void tst_ProgramCreate::helpNamesEveryCommand()
+void tst_Create::helpNamesEveryCommand()
 {
     QFETCH(QString, commandLine);
 
@@ -1061,12 +1061,12 @@ void tst_ProgramCreate::helpNamesEveryCommand()
     }
 }
 
-void tst_ProgramCreate::helpOfACommandNamesItsArgumentsAndOptions_data()
+void tst_Create::helpOfACommandNamesItsArgumentsAndOptions_data()
 {
     addCommandRows();
 }
 
-void tst_ProgramCreate::helpOfACommandNamesItsArgumentsAndOptions()
+void tst_Create::helpOfACommandNamesItsArgumentsAndOptions()
 {
     QFETCH(QString, name);
     QFETCH(QString, syntax);
@@ -1091,7 +1091,7 @@ void tst_ProgramCreate::helpOfACommandNamesItsArgumentsAndOptions()
     QCOMPARE(everythingIn(directory.path()), QStringList());
 }
 
-void tst_ProgramCreate::versionIsPrinted_data()
+void tst_Create::versionIsPrinted_data()
 {
     QTest::addColumn<QString>("commandLine");
 
@@ -1099,7 +1099,7 @@ void tst_ProgramCreate::versionIsPrinted_data()
     QTest::newRow("short") << u"-v"_qs;
 }
 
-void tst_ProgramCreate::versionIsPrinted()
+void tst_Create::versionIsPrinted()
 {
     QFETCH(QString, commandLine);
 
@@ -1110,7 +1110,7 @@ void tst_ProgramCreate::versionIsPrinted()
     QVERIFY2(version.match(QString::fromUtf8(run.output)).hasMatch(), run.output.constData());
 }
 
-void tst_ProgramCreate::wrongUsageIsToldFromFailure_data()
+void tst_Create::wrongUsageIsToldFromFailure_data()
 {
     addProgramFailureColumns();
     const auto add = [](const char* name, const char16_t* commandLine, const QString& complaint) {
@@ -1153,17 +1153,17 @@ void tst_ProgramCreate::wrongUsageIsToldFromFailure_data()
     add("before the file is looked for", u"move-node none.json a first", u"'first' is not a whole number"_qs);
 }
 
-void tst_ProgramCreate::wrongUsageIsToldFromFailure()
+void tst_Create::wrongUsageIsToldFromFailure()
 {
     checkProgramFailure();
 }
 
-void tst_ProgramCreate::commandsTakeTheirArgumentsAndNoOthers_data()
+void tst_Create::commandsTakeTheirArgumentsAndNoOthers_data()
 {
     addCommandRows();
 }
 
-void tst_ProgramCreate::commandsTakeTheirArgumentsAndNoOthers()
+void tst_Create::commandsTakeTheirArgumentsAndNoOthers()
 {
     QFETCH(QString, name);
     QFETCH(QString, syntax);
@@ -1191,7 +1191,7 @@ void tst_ProgramCreate::commandsTakeTheirArgumentsAndNoOthers()
     QCOMPARE(everythingIn(directory.path()), QStringList());
 }
 
-void tst_ProgramCreate::examplesDoWhatTheirDescriptionSays()
+void tst_Create::examplesDoWhatTheirDescriptionSays()
 {
     const QTemporaryDir project;
     layOutProject(project.path());
@@ -1217,7 +1217,7 @@ void tst_ProgramCreate::examplesDoWhatTheirDescriptionSays()
     QVERIFY(outputWasShown && !output.isEmpty());
 }
 
-void tst_ProgramCreate::tourShowsWhatItSays()
+void tst_Create::tourShowsWhatItSays()
 {
     const QTemporaryDir project;
     layOutProject(project.path());
@@ -1244,6 +1244,6 @@ void tst_ProgramCreate::tourShowsWhatItSays()
         run.output.constData());
 }
 
-MANIFEST_TEST_MAIN(tst_ProgramCreate)
+MANIFEST_TEST_MAIN(tst_Create)
 
-#include "tst_program_create.moc"
+#include "tst_create.moc"

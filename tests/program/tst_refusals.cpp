@@ -56,7 +56,7 @@ void withClosedErrors()
 
 } // namespace
 
-class tst_ProgramRefusals : public QObject {
+class tst_Refusals : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
@@ -84,7 +84,7 @@ private Q_SLOTS:
     void dryRunSaysWhatWouldChange();
 };
 
-void tst_ProgramRefusals::damageIsRefusedAndCanBeForced_data()
+void tst_Refusals::damageIsRefusedAndCanBeForced_data()
 {
     QTest::addColumn<QString>("commandLine");
     QTest::addColumn<QByteArray>("input");
@@ -145,7 +145,7 @@ void tst_ProgramRefusals::damageIsRefusedAndCanBeForced_data()
         complaint(u"selection at position 4 of the top level would be lost"_qs));
 }
 
-void tst_ProgramRefusals::damageIsRefusedAndCanBeForced()
+void tst_Refusals::damageIsRefusedAndCanBeForced()
 {
     QFETCH(QString, commandLine);
     QFETCH(QByteArray, input);
@@ -166,7 +166,7 @@ void tst_ProgramRefusals::damageIsRefusedAndCanBeForced()
     QVERIFY(file.content() != manifest());
 }
 
-void tst_ProgramRefusals::whatIsNoDamageIsDone_data()
+void tst_Refusals::whatIsNoDamageIsDone_data()
 {
     QTest::addColumn<QString>("commandLine");
     QTest::addColumn<QByteArray>("input");
@@ -190,7 +190,7 @@ void tst_ProgramRefusals::whatIsNoDamageIsDone_data()
     QTest::newRow("stamps") << u"stamp manifest.json --module M"_qs << QByteArray();
 }
 
-void tst_ProgramRefusals::whatIsNoDamageIsDone()
+void tst_Refusals::whatIsNoDamageIsDone()
 {
     QFETCH(QString, commandLine);
     QFETCH(QByteArray, input);
@@ -202,7 +202,7 @@ void tst_ProgramRefusals::whatIsNoDamageIsDone()
     QVERIFY(file.content() != manifest());
 }
 
-void tst_ProgramRefusals::damageThatIsThereBlamesNobody_data()
+void tst_Refusals::damageThatIsThereBlamesNobody_data()
 {
     QTest::addColumn<QString>("commandLine");
 
@@ -212,7 +212,7 @@ void tst_ProgramRefusals::damageThatIsThereBlamesNobody_data()
     QTest::newRow("what moves the damaged one") << u"delete manifest.json main --save"_qs;
 }
 
-void tst_ProgramRefusals::damageThatIsThereBlamesNobody()
+void tst_Refusals::damageThatIsThereBlamesNobody()
 {
     QFETCH(QString, commandLine);
 
@@ -221,7 +221,7 @@ void tst_ProgramRefusals::damageThatIsThereBlamesNobody()
     QCOMPARE(Program().in(file.folder()).run(commandLine), done(u"changed; saved"_qs));
 }
 
-void tst_ProgramRefusals::rewriteThatReplacesWhatItWouldRewriteIsRefused()
+void tst_Refusals::rewriteThatReplacesWhatItWouldRewriteIsRefused()
 {
     const QByteArray content =
         compact({node(u"x"_qs, {with(selection(u"x"_qs), u"important"_qs, 1), selection(u"z"_qs)})});
@@ -235,7 +235,7 @@ void tst_ProgramRefusals::rewriteThatReplacesWhatItWouldRewriteIsRefused()
         done(u"2 changed; saved"_qs));
 }
 
-void tst_ProgramRefusals::deletionOfOneOfSeveralIsSaid()
+void tst_Refusals::deletionOfOneOfSeveralIsSaid()
 {
     const ManifestFile file(manifest());
     const Program program = Program().in(file.folder());
@@ -246,7 +246,7 @@ void tst_ProgramRefusals::deletionOfOneOfSeveralIsSaid()
     QCOMPARE(program.run(u"delete manifest.json twin --save"_qs), failed(u"there is no element 'twin'"_qs));
 }
 
-void tst_ProgramRefusals::sortOfTheExamplesByTheirPrintedNamesIsRefused()
+void tst_Refusals::sortOfTheExamplesByTheirPrintedNamesIsRefused()
 {
     const QTemporaryDir directory;
     copyFolder(QStringLiteral(EXAMPLES "/device/configuration"), directory.path());
@@ -265,7 +265,7 @@ void tst_ProgramRefusals::sortOfTheExamplesByTheirPrintedNamesIsRefused()
     QCOMPARE(readFile(path), created);
 }
 
-void tst_ProgramRefusals::treeThatIsTooDeepToBeLoadedIsRefused()
+void tst_Refusals::treeThatIsTooDeepToBeLoadedIsRefused()
 {
     constexpr int deepest = 512;
     QJsonArray nodes {node(u"n"_qs)};
@@ -280,7 +280,7 @@ void tst_ProgramRefusals::treeThatIsTooDeepToBeLoadedIsRefused()
     QCOMPARE(file.content(), compact(nodes));
 }
 
-void tst_ProgramRefusals::dryRunSaysWhatWouldChange_data()
+void tst_Refusals::dryRunSaysWhatWouldChange_data()
 {
     QTest::addColumn<QString>("commandLine");
     QTest::addColumn<QString>("lines");
@@ -313,7 +313,7 @@ void tst_ProgramRefusals::dryRunSaysWhatWouldChange_data()
         u"changed: selection 'main', limit from 1.5 to 2\n1 changed; not saved");
 }
 
-void tst_ProgramRefusals::dryRunSaysWhatWouldChange()
+void tst_Refusals::dryRunSaysWhatWouldChange()
 {
     QFETCH(QString, commandLine);
     QFETCH(QString, lines);
@@ -326,7 +326,7 @@ void tst_ProgramRefusals::dryRunSaysWhatWouldChange()
     QVERIFY(file.isAlone());
 }
 
-void tst_ProgramRefusals::readerThatHasGoneIsNoReasonToDie()
+void tst_Refusals::readerThatHasGoneIsNoReasonToDie()
 {
     const ManifestFile file(manifest());
     const Program program = Program().in(file.folder()).prepared(withoutReader);
@@ -336,7 +336,7 @@ void tst_ProgramRefusals::readerThatHasGoneIsNoReasonToDie()
     QCOMPARE(program.run(u"show manifest.json"_qs), failed(u"cannot write the results"_qs));
 }
 
-void tst_ProgramRefusals::closedOutputIsAnErrorForEveryLength()
+void tst_Refusals::closedOutputIsAnErrorForEveryLength()
 {
     QJsonObject texts = selection(u"main"_qs);
     constexpr int longest = 17;
@@ -353,7 +353,7 @@ void tst_ProgramRefusals::closedOutputIsAnErrorForEveryLength()
     QCOMPARE(Program(program).prepared(withClosedErrors).run(u"get manifest.json none"_qs).status, 1);
 }
 
-void tst_ProgramRefusals::closedInputIsSaidToBeClosed()
+void tst_Refusals::closedInputIsSaidToBeClosed()
 {
     const ManifestFile file(manifest());
     const Program program = Program().in(file.folder()).prepared(withClosedInput);
@@ -363,7 +363,7 @@ void tst_ProgramRefusals::closedInputIsSaidToBeClosed()
     QCOMPARE(program.run(u"count manifest.json"_qs), done(u"5"_qs));
 }
 
-void tst_ProgramRefusals::namesThatBeginWithAColonAreFiles()
+void tst_Refusals::namesThatBeginWithAColonAreFiles()
 {
     const ManifestFile file(manifest());
     const Program program = Program().in(file.folder());
@@ -378,7 +378,7 @@ void tst_ProgramRefusals::namesThatBeginWithAColonAreFiles()
     QCOMPARE(program.run(u"help :m"_qs), misused(u"unknown command ':m'; see 'configuration-manifest --help'"_qs));
 }
 
-void tst_ProgramRefusals::argumentsThatAreNoTextAreRefused_data()
+void tst_Refusals::argumentsThatAreNoTextAreRefused_data()
 {
     QTest::addColumn<QString>("arguments");
     QTest::addColumn<QString>("shown");
@@ -391,7 +391,7 @@ void tst_ProgramRefusals::argumentsThatAreNoTextAreRefused_data()
     QTest::newRow("surrogate") << u"get manifest.json $(printf '\\355\\240\\200')"_qs << u"\\xed\\xa0\\x80"_qs;
 }
 
-void tst_ProgramRefusals::argumentsThatAreNoTextAreRefused()
+void tst_Refusals::argumentsThatAreNoTextAreRefused()
 {
     QFETCH(QString, arguments);
     QFETCH(QString, shown);
@@ -404,7 +404,7 @@ void tst_ProgramRefusals::argumentsThatAreNoTextAreRefused()
     QVERIFY(file.isAlone());
 }
 
-void tst_ProgramRefusals::emptyPathIsWrongUsage_data()
+void tst_Refusals::emptyPathIsWrongUsage_data()
 {
     QTest::addColumn<QString>("command");
     QTest::addColumn<QString>("rest");
@@ -428,7 +428,7 @@ void tst_ProgramRefusals::emptyPathIsWrongUsage_data()
     QTest::newRow("update-selection") << u"update-selection"_qs << u"--description -"_qs << false;
 }
 
-void tst_ProgramRefusals::emptyPathIsWrongUsage()
+void tst_Refusals::emptyPathIsWrongUsage()
 {
     QFETCH(QString, command);
     QFETCH(QString, rest);
@@ -449,7 +449,7 @@ void tst_ProgramRefusals::emptyPathIsWrongUsage()
     QCOMPARE(file.content(), manifest());
 }
 
-void tst_ProgramRefusals::emptyPathOfWhatTakesTheTopLevelIsTheTopLevel()
+void tst_Refusals::emptyPathOfWhatTakesTheTopLevelIsTheTopLevel()
 {
     const ManifestFile file(manifest());
     const Program program = Program().in(file.folder());
@@ -460,7 +460,7 @@ void tst_ProgramRefusals::emptyPathOfWhatTakesTheTopLevelIsTheTopLevel()
     }
 }
 
-void tst_ProgramRefusals::socketIsSaidToBeOne()
+void tst_Refusals::socketIsSaidToBeOne()
 {
     const ManifestFile file(manifest());
     const QByteArray path = QFile::encodeName(file.folder() + u"/sock"_qs);
@@ -477,6 +477,6 @@ void tst_ProgramRefusals::socketIsSaidToBeOne()
     close(socketFile);
 }
 
-MANIFEST_TEST_MAIN(tst_ProgramRefusals)
+MANIFEST_TEST_MAIN(tst_Refusals)
 
-#include "tst_program_refusals.moc"
+#include "tst_refusals.moc"

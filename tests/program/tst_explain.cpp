@@ -157,7 +157,7 @@ int numberOf(const TreeElements& elements)
 
 Q_DECLARE_METATYPE(Preparer)
 
-class tst_ProgramExplain : public QObject {
+class tst_Explain : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
@@ -197,7 +197,7 @@ private Q_SLOTS:
     void strangeNamesStayInTheirLine();
 };
 
-void tst_ProgramExplain::everyAbsenceHasItsReason_data()
+void tst_Explain::everyAbsenceHasItsReason_data()
 {
     QTest::addColumn<Preparer>("prepare");
     QTest::addColumn<QString>("path");
@@ -297,7 +297,7 @@ void tst_ProgramExplain::everyAbsenceHasItsReason_data()
         u"x/Folder.menu.json"_qs, u"description 'x'"_qs);
 }
 
-void tst_ProgramExplain::everyAbsenceHasItsReason()
+void tst_Explain::everyAbsenceHasItsReason()
 {
     QFETCH(const Preparer, prepare);
     QFETCH(const QString, path);
@@ -315,7 +315,7 @@ void tst_ProgramExplain::everyAbsenceHasItsReason()
     QCOMPARE(entry.instancePath, QString());
 }
 
-void tst_ProgramExplain::whatMayNotBeReadIsSaid()
+void tst_Explain::whatMayNotBeReadIsSaid()
 {
     const Folder folder;
     folder.add(u"closed/a.config.json"_qs);
@@ -340,7 +340,7 @@ void tst_ProgramExplain::whatMayNotBeReadIsSaid()
     QCOMPARE(explanation.entries.at(0).isDescribed, false);
 }
 
-void tst_ProgramExplain::whatIsRefusedIsLeftOutOfTheRest_data()
+void tst_Explain::whatIsRefusedIsLeftOutOfTheRest_data()
 {
     QTest::addColumn<QString>("target");
     QTest::addColumn<QString>("path");
@@ -349,7 +349,7 @@ void tst_ProgramExplain::whatIsRefusedIsLeftOutOfTheRest_data()
     QTest::newRow("device") << u"/dev/zero"_qs << u"x/b.config.json"_qs << u"x/b.config.json is a device"_qs;
 }
 
-void tst_ProgramExplain::whatIsRefusedIsLeftOutOfTheRest()
+void tst_Explain::whatIsRefusedIsLeftOutOfTheRest()
 {
     QFETCH(const QString, target);
     QFETCH(const QString, path);
@@ -367,7 +367,7 @@ void tst_ProgramExplain::whatIsRefusedIsLeftOutOfTheRest()
     QCOMPARE(run.errors, QByteArray("warning: no manifest is created: " + refused.toUtf8() + '\n'));
 }
 
-void tst_ProgramExplain::damageHasItsPlace_data()
+void tst_Explain::damageHasItsPlace_data()
 {
     QTest::addColumn<QByteArray>("content");
     QTest::addColumn<int>("line");
@@ -391,7 +391,7 @@ void tst_ProgramExplain::damageHasItsPlace_data()
     row("list", "[{}]", 0, 0, u"holds a JSON array instead of an object"_qs);
 }
 
-void tst_ProgramExplain::damageHasItsPlace()
+void tst_Explain::damageHasItsPlace()
 {
     QFETCH(const QByteArray, content);
     QFETCH(const int, line);
@@ -407,7 +407,7 @@ void tst_ProgramExplain::damageHasItsPlace()
     QCOMPARE(entry.isDescribed, text.isNull());
 }
 
-void tst_ProgramExplain::damageOfFolderDescriptionsIsSaidOnce()
+void tst_Explain::damageOfFolderDescriptionsIsSaidOnce()
 {
     const Folder folder;
     folder.add(u"x/a.config.json"_qs);
@@ -425,7 +425,7 @@ void tst_ProgramExplain::damageOfFolderDescriptionsIsSaidOnce()
         linesOf(run.output).contains(u"x\tnode\t'x', position 0, no display position, its description is damaged"_qs));
 }
 
-void tst_ProgramExplain::everyKeyHasItsFate_data()
+void tst_Explain::everyKeyHasItsFate_data()
 {
     QTest::addColumn<QString>("file");
     QTest::addColumn<QByteArray>("content");
@@ -483,7 +483,7 @@ void tst_ProgramExplain::everyKeyHasItsFate_data()
             u"substructure: is made of what the folder holds"_qs});
 }
 
-void tst_ProgramExplain::everyKeyHasItsFate()
+void tst_Explain::everyKeyHasItsFate()
 {
     QFETCH(const QString, file);
     QFETCH(const QByteArray, content);
@@ -500,7 +500,7 @@ void tst_ProgramExplain::everyKeyHasItsFate()
     QCOMPARE(entry.damage.text, QString());
 }
 
-void tst_ProgramExplain::displayPositionIsExplained_data()
+void tst_Explain::displayPositionIsExplained_data()
 {
     QTest::addColumn<QByteArray>("value");
     QTest::addColumn<QString>("words");
@@ -513,7 +513,7 @@ void tst_ProgramExplain::displayPositionIsExplained_data()
     QTest::newRow("text") << QByteArray("\"1\"") << u"defaulted displayPosition: is a string, not a number"_qs << -1;
 }
 
-void tst_ProgramExplain::displayPositionIsExplained()
+void tst_Explain::displayPositionIsExplained()
 {
     QFETCH(const QByteArray, value);
     QFETCH(const QString, words);
@@ -528,7 +528,7 @@ void tst_ProgramExplain::displayPositionIsExplained()
     QCOMPARE(entry.damage.text, QString());
 }
 
-void tst_ProgramExplain::unreachableElementsNameTheirReason_data()
+void tst_Explain::unreachableElementsNameTheirReason_data()
 {
     QTest::addColumn<QStringList>("files");
     QTest::addColumn<QString>("path");
@@ -545,7 +545,7 @@ void tst_ProgramExplain::unreachableElementsNameTheirReason_data()
     QTest::newRow("reachable") << QStringList {u"a.config.json"_qs} << u"a.config.json"_qs << QString();
 }
 
-void tst_ProgramExplain::unreachableElementsNameTheirReason()
+void tst_Explain::unreachableElementsNameTheirReason()
 {
     QFETCH(const QStringList, files);
     QFETCH(const QString, path);
@@ -559,7 +559,7 @@ void tst_ProgramExplain::unreachableElementsNameTheirReason()
     QCOMPARE(entry.instancePath.isNull(), !reason.isNull());
 }
 
-void tst_ProgramExplain::entriesComeInTheOrderOfTheTree()
+void tst_Explain::entriesComeInTheOrderOfTheTree()
 {
     const Folder folder;
     folder.add(u"a.config.json"_qs, R"({"displayPosition":2})");
@@ -577,14 +577,14 @@ void tst_ProgramExplain::entriesComeInTheOrderOfTheTree()
     QCOMPARE(explanation.entries.at(2).position, 2);
 }
 
-void tst_ProgramExplain::everythingInTheExampleIsExplainedOnce_data()
+void tst_Explain::everythingInTheExampleIsExplainedOnce_data()
 {
     QTest::addColumn<QString>("scheme");
     QTest::newRow("configuration") << configurationScheme;
     QTest::newRow("process") << u"process"_qs;
 }
 
-void tst_ProgramExplain::everythingInTheExampleIsExplainedOnce()
+void tst_Explain::everythingInTheExampleIsExplainedOnce()
 {
     QFETCH(const QString, scheme);
     const QString folder = QStringLiteral(EXAMPLES "/device/configuration");
@@ -602,7 +602,7 @@ void tst_ProgramExplain::everythingInTheExampleIsExplainedOnce()
     QCOMPARE(elements, numberOf(scanFolder(folder, scheme).elements));
 }
 
-void tst_ProgramExplain::whatChangesMeanwhileIsSaid_data()
+void tst_Explain::whatChangesMeanwhileIsSaid_data()
 {
     QTest::addColumn<QByteArray>("before");
     QTest::addColumn<QByteArray>("after");
@@ -619,7 +619,7 @@ void tst_ProgramExplain::whatChangesMeanwhileIsSaid_data()
                                     << false;
 }
 
-void tst_ProgramExplain::whatChangesMeanwhileIsSaid()
+void tst_Explain::whatChangesMeanwhileIsSaid()
 {
     QFETCH(const QByteArray, before);
     QFETCH(const QByteArray, after);
@@ -639,7 +639,7 @@ void tst_ProgramExplain::whatChangesMeanwhileIsSaid()
     QVERIFY(run.output.startsWith("a.config.json\tselection\t'a', position 0, "));
 }
 
-void tst_ProgramExplain::manyLinksAndLevelsComeToAnEnd()
+void tst_Explain::manyLinksAndLevelsComeToAnEnd()
 {
     const Folder folder;
     QString deep = u"d"_qs;
@@ -657,7 +657,7 @@ void tst_ProgramExplain::manyLinksAndLevelsComeToAnEnd()
     QCOMPARE(explanation.entries.size(), std::size_t(301 + 1 + 2 + 3));
 }
 
-void tst_ProgramExplain::deadEndsNameWhatIsThere_data()
+void tst_Explain::deadEndsNameWhatIsThere_data()
 {
     QTest::addColumn<QString>("path");
     QTest::addColumn<QString>("reached");
@@ -678,7 +678,7 @@ void tst_ProgramExplain::deadEndsNameWhatIsThere_data()
     QTest::newRow("nothing like it") << u"zzzzzz"_qs << QString() << u"zzzzzz"_qs << QString() << QStringList();
 }
 
-void tst_ProgramExplain::deadEndsNameWhatIsThere()
+void tst_Explain::deadEndsNameWhatIsThere()
 {
     QFETCH(const QString, path);
     QFETCH(const QString, reached);
@@ -704,7 +704,7 @@ void tst_ProgramExplain::deadEndsNameWhatIsThere()
     QCOMPARE(found, namesakes);
 }
 
-void tst_ProgramExplain::importedFolderIsExplained()
+void tst_Explain::importedFolderIsExplained()
 {
     const ProgramRun run = Program().in(QStringLiteral(EXAMPLES "/device")).run(u"explain configuration imported"_qs);
     QCOMPARE(run.status, 0);
@@ -713,7 +713,7 @@ void tst_ProgramExplain::importedFolderIsExplained()
         QString::fromUtf8(readFile(QStringLiteral(TEST_DATA "/explained-imported.txt"))).split(u'\n'));
 }
 
-void tst_ProgramExplain::oneEntryIsFound_data()
+void tst_Explain::oneEntryIsFound_data()
 {
     QTest::addColumn<QString>("what");
     QTest::addColumn<QStringList>("files");
@@ -736,7 +736,7 @@ void tst_ProgramExplain::oneEntryIsFound_data()
     QTest::newRow("nothing given") << u"''"_qs << QStringList {u"*"_qs};
 }
 
-void tst_ProgramExplain::oneEntryIsFound()
+void tst_Explain::oneEntryIsFound()
 {
     QFETCH(const QString, what);
     QFETCH(const QStringList, files);
@@ -764,7 +764,7 @@ void tst_ProgramExplain::oneEntryIsFound()
     QCOMPARE(found, files);
 }
 
-void tst_ProgramExplain::whatLeadsNowhereIsExplained_data()
+void tst_Explain::whatLeadsNowhereIsExplained_data()
 {
     QTest::addColumn<QString>("what");
     QTest::addColumn<ProgramRun>("run");
@@ -783,7 +783,7 @@ void tst_ProgramExplain::whatLeadsNowhereIsExplained_data()
     row("outside", u"/etc/passwd"_qs, u"nothing answers to 'etc' at the top level"_qs, {});
 }
 
-void tst_ProgramExplain::whatLeadsNowhereIsExplained()
+void tst_Explain::whatLeadsNowhereIsExplained()
 {
     QFETCH(const QString, what);
     QFETCH(const ProgramRun, run);
@@ -794,7 +794,7 @@ void tst_ProgramExplain::whatLeadsNowhereIsExplained()
     QCOMPARE(Program().run(QStringList {u"explain"_qs, folder.path(), what}), run);
 }
 
-void tst_ProgramExplain::troubleIsTrouble_data()
+void tst_Explain::troubleIsTrouble_data()
 {
     QTest::addColumn<QString>("commandLine");
     QTest::addColumn<QByteArray>("complaint");
@@ -808,7 +808,7 @@ void tst_ProgramExplain::troubleIsTrouble_data()
     QTest::newRow("too much given") << u"open a b"_qs << QByteArray("explain takes FOLDER [PATH|FILE]; see ");
 }
 
-void tst_ProgramExplain::troubleIsTrouble()
+void tst_Explain::troubleIsTrouble()
 {
     QFETCH(const QString, commandLine);
     QFETCH(const QByteArray, complaint);
@@ -828,7 +828,7 @@ void tst_ProgramExplain::troubleIsTrouble()
     QCOMPARE(empty.errors, QByteArray("warning: no manifest is created: the folder holds no visible entry\n"));
 }
 
-void tst_ProgramExplain::jsonSaysWhatLinesSay()
+void tst_Explain::jsonSaysWhatLinesSay()
 {
     const QString folder = QStringLiteral(EXAMPLES "/device/configuration");
     const ProgramRun lines = Program().run(u"explain "_qs + folder);
@@ -857,7 +857,7 @@ void tst_ProgramExplain::jsonSaysWhatLinesSay()
     QCOMPARE(Program().run(u"explain --json "_qs + folder + u" zzzzzz"_qs).output, QByteArray("[\n]\n"));
 }
 
-void tst_ProgramExplain::outputThatIsLostIsAFailure()
+void tst_Explain::outputThatIsLostIsAFailure()
 {
     const Folder folder;
     folder.add(u"a.config.json"_qs);
@@ -865,7 +865,7 @@ void tst_ProgramExplain::outputThatIsLostIsAFailure()
         Program().prepared(withFullOutput).run(u"explain "_qs + folder.path()), failed(u"cannot write the results"_qs));
 }
 
-void tst_ProgramExplain::keyWithoutALetterIsListed()
+void tst_Explain::keyWithoutALetterIsListed()
 {
     const Folder folder;
     folder.add(u"a.config.json"_qs, R"({"hide":false,"displayPosition":1,"":1})");
@@ -874,7 +874,7 @@ void tst_ProgramExplain::keyWithoutALetterIsListed()
     QVERIFY2(run.output.endsWith("a.config.json\tignored\t\"\"\n"), run.output.constData());
 }
 
-void tst_ProgramExplain::strangeNamesStayInTheirLine()
+void tst_Explain::strangeNamesStayInTheirLine()
 {
     const Folder folder;
     folder.add(u"a\nb\t\u001B[31m.config.json"_qs, "{\"a\\nb\":1}");
@@ -886,6 +886,6 @@ void tst_ProgramExplain::strangeNamesStayInTheirLine()
     }
 }
 
-MANIFEST_TEST_MAIN(tst_ProgramExplain)
+MANIFEST_TEST_MAIN(tst_Explain)
 
-#include "tst_program_explain.moc"
+#include "tst_explain.moc"
