@@ -4,6 +4,7 @@
 #include "ConfigurationStructureElementList.h"
 #include "ElementMessages.h"
 #include "Files.h"
+#include "Literals.h"
 #include "MessageRecorder.h"
 #include "PropertyManagerConst.h"
 #include "TestMain.h"
@@ -39,8 +40,7 @@ constexpr auto writeManifestFile = "bool ConfigurationManifestCreator::writeMani
 
 Message cannotOpen(const QString& path)
 {
-    return warning(
-        QStringLiteral("Unable to open the manifest file for writing: \"%1\" !").arg(path), writeManifestFile);
+    return warning(u"Unable to open the manifest file for writing: \"%1\" !"_qs.arg(path), writeManifestFile);
 }
 
 // What is said of a folder without a description file.
@@ -132,11 +132,11 @@ QString outline(const QJsonArray& elements)
 {
     QStringList names;
     for (const QJsonValue& element : elements) {
-        const QJsonValue children = element[QStringLiteral("substructure")];
-        names.append(element[QStringLiteral("instanceName")].toString()
-            + (children.isArray() ? QLatin1Char('[') + outline(children.toArray()) + QLatin1Char(']') : QString()));
+        const QJsonValue children = element[u"substructure"_qs];
+        names.append(element[u"instanceName"_qs].toString()
+            + (children.isArray() ? u'[' + outline(children.toArray()) + u']' : QString()));
     }
-    return names.join(QLatin1Char(' '));
+    return names.join(u' ');
 }
 
 } // namespace
@@ -208,11 +208,11 @@ private Q_SLOTS:
 private:
     QString at(const QString& name) const
     {
-        return folder + QLatin1Char('/') + name;
+        return folder + u'/' + name;
     }
     QByteArray manifest() const
     {
-        return readFile(at(QStringLiteral("configuration.manifest.json")));
+        return readFile(at(u"configuration.manifest.json"_qs));
     }
     QString outlineOfManifest() const
     {
@@ -226,7 +226,7 @@ private:
 void tst_ConfigurationManifestCreator::init()
 {
     temporary.reset(new QTemporaryDir);
-    folder = temporary->filePath(QStringLiteral("cfg"));
+    folder = temporary->filePath(u"cfg"_qs);
     QVERIFY(QDir().mkpath(folder));
     chmod(QFile::encodeName(temporary->path()).constData(), 0755);
 }
@@ -258,13 +258,13 @@ void tst_ConfigurationManifestCreator::hasNothingOfItsOwnInTheMetaObject()
 
 void tst_ConfigurationManifestCreator::writesTheTreeOfSelectionsAndNodesByteForByte()
 {
-    writeFile(at(QStringLiteral("main.config.json")), description(2));
-    writeFile(at(QStringLiteral("a.config.json")), description(1));
-    writeFile(at(QStringLiteral("Net/Folder.menu.json")), folderDescription(1));
-    writeFile(at(QStringLiteral("Net/port.config.json")), description(1));
-    writeFile(at(QStringLiteral("readme.txt")), "text");
-    QVERIFY(QDir().mkpath(at(QStringLiteral("Spare"))));
-    writeFile(at(QStringLiteral("Spare/Folder.menu.json")), folderDescription(0));
+    writeFile(at(u"main.config.json"_qs), description(2));
+    writeFile(at(u"a.config.json"_qs), description(1));
+    writeFile(at(u"Net/Folder.menu.json"_qs), folderDescription(1));
+    writeFile(at(u"Net/port.config.json"_qs), description(1));
+    writeFile(at(u"readme.txt"_qs), "text");
+    QVERIFY(QDir().mkpath(at(u"Spare"_qs)));
+    writeFile(at(u"Spare/Folder.menu.json"_qs), folderDescription(0));
 
     MessageRecorder log;
     QVERIFY(createConfiguration(folder));
@@ -272,36 +272,35 @@ void tst_ConfigurationManifestCreator::writesTheTreeOfSelectionsAndNodesByteForB
     QCOMPARE(manifest(),
         QByteArray('[' + selection("a") + ',' + selection("main") + ',' + node("Net", selection("Net/port")) + ']'));
     QCOMPARE(everythingIn(folder),
-        QStringList({QStringLiteral("Net"), QStringLiteral("Spare"), QStringLiteral("a.config.json"),
-            QStringLiteral("configuration.manifest.json"), QStringLiteral("main.config.json"),
-            QStringLiteral("readme.txt")}));
+        QStringList({u"Net"_qs, u"Spare"_qs, u"a.config.json"_qs, u"configuration.manifest.json"_qs,
+            u"main.config.json"_qs, u"readme.txt"_qs}));
 }
 
 void tst_ConfigurationManifestCreator::elementsOfOneKindAndPositionKeepTheListingOrder()
 {
     // Ignoring case, and with the empty folder x among the sixteen.
     for (const char* name : {"b", "A", "c", "D", "e", "F", "g", "H", "i"}) {
-        writeFile(at(QString::fromLatin1(name) + QStringLiteral(".config.json")), description(7));
+        writeFile(at(QString::fromLatin1(name) + u".config.json"_qs), description(7));
     }
     for (const char* name : {"t", "S", "u", "V", "w", "X"}) {
-        writeFile(at(QString::fromLatin1(name) + QStringLiteral("/Folder.menu.json")), folderDescription(7));
-        writeFile(at(QString::fromLatin1(name) + QStringLiteral("/f.config.json")), description(1));
+        writeFile(at(QString::fromLatin1(name) + u"/Folder.menu.json"_qs), folderDescription(7));
+        writeFile(at(QString::fromLatin1(name) + u"/f.config.json"_qs), description(1));
     }
-    writeFile(at(QStringLiteral("xx/Folder.menu.json")), folderDescription(7));
+    writeFile(at(u"xx/Folder.menu.json"_qs), folderDescription(7));
     MessageRecorder log;
     QVERIFY(createConfiguration(folder));
-    QCOMPARE(outlineOfManifest(), QStringLiteral("A b c D e F g H i S[S/f] t[t/f] u[u/f] V[V/f] w[w/f] X[X/f]"));
+    QCOMPARE(outlineOfManifest(), u"A b c D e F g H i S[S/f] t[t/f] u[u/f] V[V/f] w[w/f] X[X/f]"_qs);
 }
 
 void tst_ConfigurationManifestCreator::listingOrderIgnoresTheLocale()
 {
     const QString umlaut = QString::fromUtf8("ä");
-    const QString last = QStringLiteral("z");
+    const QString last = u"z"_qs;
     for (const QString& name : {umlaut, last}) {
-        writeFile(at(name + QStringLiteral(".config.json")), description(1));
-        writeFile(at(name + QStringLiteral("/Folder.menu.json")), folderDescription(1));
+        writeFile(at(name + u".config.json"_qs), description(1));
+        writeFile(at(name + u"/Folder.menu.json"_qs), folderDescription(1));
         for (const QString& below : {umlaut, last}) {
-            writeFile(at(name + QLatin1Char('/') + below + QStringLiteral(".config.json")), description(1));
+            writeFile(at(name + u'/' + below + u".config.json"_qs), description(1));
         }
     }
 
@@ -328,49 +327,49 @@ void tst_ConfigurationManifestCreator::hundredElementsOfOnePositionAreAllThere()
 {
     QStringList expected;
     for (int i = 0; i < 100; ++i) {
-        expected.append(QStringLiteral("f%1").arg(i, 3, 10, QLatin1Char('0')));
-        writeFile(at(expected.constLast() + QStringLiteral(".config.json")), description(3));
+        expected.append(u"f%1"_qs.arg(i, 3, 10, u'0'));
+        writeFile(at(expected.constLast() + u".config.json"_qs), description(3));
     }
     MessageRecorder log;
     QVERIFY(createConfiguration(folder));
-    QStringList names = outlineOfManifest().split(QLatin1Char(' '));
+    QStringList names = outlineOfManifest().split(u' ');
     names.sort();
     QCOMPARE(names, expected);
 }
 
 void tst_ConfigurationManifestCreator::displayPositionsOrderEachKindButAreNotStored()
 {
-    writeFile(at(QStringLiteral("a.config.json")), description(30));
-    writeFile(at(QStringLiteral("b.config.json")), description(-5));
-    writeFile(at(QStringLiteral("c.config.json")), description(4));
-    writeFile(at(QStringLiteral("m/Folder.menu.json")), folderDescription(9));
-    writeFile(at(QStringLiteral("m/x.config.json")), description(1));
-    writeFile(at(QStringLiteral("n/Folder.menu.json")), folderDescription(2));
-    writeFile(at(QStringLiteral("n/x.config.json")), description(1));
+    writeFile(at(u"a.config.json"_qs), description(30));
+    writeFile(at(u"b.config.json"_qs), description(-5));
+    writeFile(at(u"c.config.json"_qs), description(4));
+    writeFile(at(u"m/Folder.menu.json"_qs), folderDescription(9));
+    writeFile(at(u"m/x.config.json"_qs), description(1));
+    writeFile(at(u"n/Folder.menu.json"_qs), folderDescription(2));
+    writeFile(at(u"n/x.config.json"_qs), description(1));
     MessageRecorder log;
     QVERIFY(createConfiguration(folder));
-    QCOMPARE(outlineOfManifest(), QStringLiteral("b c a n[n/x] m[m/x]"));
+    QCOMPARE(outlineOfManifest(), u"b c a n[n/x] m[m/x]"_qs);
     QVERIFY(!manifest().contains("displayPosition"));
 }
 
 void tst_ConfigurationManifestCreator::selectionNamesCarryThePathFromTheScannedFolderAtEveryLevel()
 {
-    writeFile(at(QStringLiteral("one.old/two/three/f.v2.config.json")), description(1));
-    writeFile(at(QStringLiteral("one.old/two/named.config.json")),
-        "{\"hide\":true,\"displayPosition\":1,\"instanceName\":\"Custom\"}");
+    writeFile(at(u"one.old/two/three/f.v2.config.json"_qs), description(1));
+    writeFile(
+        at(u"one.old/two/named.config.json"_qs), "{\"hide\":true,\"displayPosition\":1,\"instanceName\":\"Custom\"}");
     for (const char* name : {"one.old", "one.old/two", "one.old/two/three"}) {
-        writeFile(at(QString::fromLatin1(name) + QStringLiteral("/Folder.menu.json")), folderDescription(1));
+        writeFile(at(QString::fromLatin1(name) + u"/Folder.menu.json"_qs), folderDescription(1));
     }
     MessageRecorder log;
     QVERIFY(createConfiguration(folder));
-    QCOMPARE(outlineOfManifest(), QStringLiteral("one[two[Custom three[one.old/two/three/f]]]"));
+    QCOMPARE(outlineOfManifest(), u"one[two[Custom three[one.old/two/three/f]]]"_qs);
 }
 
 void tst_ConfigurationManifestCreator::substructureOfAFolderDescriptionIsReplacedByTheScan()
 {
-    writeFile(at(QStringLiteral("n/Folder.menu.json")),
-        "{\"displayPosition\":1,\"substructure\":[{\"instanceName\":\"described\"}]}");
-    writeFile(at(QStringLiteral("n/x.config.json")), description(1));
+    writeFile(
+        at(u"n/Folder.menu.json"_qs), "{\"displayPosition\":1,\"substructure\":[{\"instanceName\":\"described\"}]}");
+    writeFile(at(u"n/x.config.json"_qs), description(1));
     MessageRecorder log;
     QVERIFY(createConfiguration(folder));
     QCOMPARE(manifest(), QByteArray('[' + node("n", selection("n/x")) + ']'));
@@ -378,8 +377,8 @@ void tst_ConfigurationManifestCreator::substructureOfAFolderDescriptionIsReplace
 
 void tst_ConfigurationManifestCreator::substructureOfAFolderDescriptionKeepsNoEmptyFolder()
 {
-    writeFile(at(QStringLiteral("n/Folder.menu.json")),
-        "{\"displayPosition\":1,\"substructure\":[{\"instanceName\":\"described\"}]}");
+    writeFile(
+        at(u"n/Folder.menu.json"_qs), "{\"displayPosition\":1,\"substructure\":[{\"instanceName\":\"described\"}]}");
     MessageRecorder log;
     QVERIFY(createConfiguration(folder));
     QCOMPARE(manifest(), QByteArrayLiteral("[]"));
@@ -387,11 +386,11 @@ void tst_ConfigurationManifestCreator::substructureOfAFolderDescriptionKeepsNoEm
 
 void tst_ConfigurationManifestCreator::foldersWithoutMatchingFilesLeaveNoTrace()
 {
-    writeFile(at(QStringLiteral("p/Folder.menu.json")), folderDescription(1));
-    writeFile(at(QStringLiteral("p/x.process.json")), description(1));
-    writeFile(at(QStringLiteral("p/q/Folder.menu.json")), folderDescription(1));
-    writeFile(at(QStringLiteral("p/q/x.CONFIG.JSON")), description(1));
-    writeFile(at(QStringLiteral("f.config.json")), description(1));
+    writeFile(at(u"p/Folder.menu.json"_qs), folderDescription(1));
+    writeFile(at(u"p/x.process.json"_qs), description(1));
+    writeFile(at(u"p/q/Folder.menu.json"_qs), folderDescription(1));
+    writeFile(at(u"p/q/x.CONFIG.JSON"_qs), description(1));
+    writeFile(at(u"f.config.json"_qs), description(1));
     MessageRecorder log;
     QVERIFY(createConfiguration(folder));
     QCOMPARE(manifest(), QByteArray('[' + selection("f") + ']'));
@@ -399,11 +398,11 @@ void tst_ConfigurationManifestCreator::foldersWithoutMatchingFilesLeaveNoTrace()
 
 void tst_ConfigurationManifestCreator::hiddenEntriesNeverAppear()
 {
-    writeFile(at(QStringLiteral(".hidden.config.json")), description(1));
-    writeFile(at(QStringLiteral(".config.json")), description(1));
-    writeFile(at(QStringLiteral(".folder/x.config.json")), description(1));
-    writeFile(at(QStringLiteral("n/Folder.menu.json")), folderDescription(1));
-    writeFile(at(QStringLiteral("n/.hidden.config.json")), description(1));
+    writeFile(at(u".hidden.config.json"_qs), description(1));
+    writeFile(at(u".config.json"_qs), description(1));
+    writeFile(at(u".folder/x.config.json"_qs), description(1));
+    writeFile(at(u"n/Folder.menu.json"_qs), folderDescription(1));
+    writeFile(at(u"n/.hidden.config.json"_qs), description(1));
     MessageRecorder log;
     QVERIFY(createConfiguration(folder));
     QCOMPARE(manifest(), QByteArrayLiteral("[]"));
@@ -411,8 +410,8 @@ void tst_ConfigurationManifestCreator::hiddenEntriesNeverAppear()
 
 void tst_ConfigurationManifestCreator::onlyEmptyFoldersGiveAnEmptyArray()
 {
-    QVERIFY(QDir().mkpath(at(QStringLiteral("a/b"))));
-    QVERIFY(QDir().mkpath(at(QStringLiteral("c"))));
+    QVERIFY(QDir().mkpath(at(u"a/b"_qs)));
+    QVERIFY(QDir().mkpath(at(u"c"_qs)));
     MessageRecorder log;
     QVERIFY(createConfiguration(folder));
     QCOMPARE(log.take(), undescribedFolder() + undescribedFolder() + undescribedFolder());
@@ -421,7 +420,7 @@ void tst_ConfigurationManifestCreator::onlyEmptyFoldersGiveAnEmptyArray()
 
 void tst_ConfigurationManifestCreator::manifestIsNoDescriptionOfALaterScan()
 {
-    writeFile(at(QStringLiteral("a.config.json")), description(1));
+    writeFile(at(u"a.config.json"_qs), description(1));
     MessageRecorder log;
     QVERIFY(createConfiguration(folder));
     const QByteArray first = manifest();
@@ -432,12 +431,12 @@ void tst_ConfigurationManifestCreator::manifestIsNoDescriptionOfALaterScan()
 
 void tst_ConfigurationManifestCreator::laterScanReplacesTheManifestCompletely()
 {
-    writeFile(at(QStringLiteral("a.config.json")), description(1));
-    writeFile(at(QStringLiteral("b.config.json")), description(2));
+    writeFile(at(u"a.config.json"_qs), description(1));
+    writeFile(at(u"b.config.json"_qs), description(2));
     MessageRecorder log;
     ConfigurationManifestCreator creator;
     QVERIFY(creator.create2(folder, configuration));
-    QVERIFY(QFile::remove(at(QStringLiteral("a.config.json"))));
+    QVERIFY(QFile::remove(at(u"a.config.json"_qs)));
     QVERIFY(creator.create2(folder, configuration));
     QCOMPARE(manifest(), QByteArray('[' + selection("b") + ']'));
 }
@@ -445,36 +444,34 @@ void tst_ConfigurationManifestCreator::laterScanReplacesTheManifestCompletely()
 void tst_ConfigurationManifestCreator::scanBegunByAMessageOfAnotherDisturbsNeither()
 {
     // Each of these has a message, above and below a folder.
-    writeFile(at(QStringLiteral("outer/a.config.json")), description(1) + '}');
-    writeFile(at(QStringLiteral("outer/Net/Deep/port.config.json")), description(1) + '}');
-    writeFile(at(QStringLiteral("inner/b.process.json")), description(1));
-    const QString outer = at(QStringLiteral("outer"));
+    writeFile(at(u"outer/a.config.json"_qs), description(1) + '}');
+    writeFile(at(u"outer/Net/Deep/port.config.json"_qs), description(1) + '}');
+    writeFile(at(u"inner/b.process.json"_qs), description(1));
+    const QString outer = at(u"outer"_qs);
 
     static ConfigurationManifestCreator* creator = nullptr;
     static QString inner;
     static int scans = 0;
     ConfigurationManifestCreator scanning;
     creator = &scanning;
-    inner = at(QStringLiteral("inner"));
+    inner = at(u"inner"_qs);
     scans = 0;
-    const QtMessageHandler previous = qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {
-        scans += creator->create2(inner, QStringLiteral("process"));
-    });
+    const QtMessageHandler previous = qInstallMessageHandler(
+        [](QtMsgType, const QMessageLogContext&, const QString&) { scans += creator->create2(inner, u"process"_qs); });
     const bool created = scanning.create2(outer, configuration);
     qInstallMessageHandler(previous);
     QVERIFY(created);
     QVERIFY(scans >= 6);
-    QCOMPARE(readFile(outer + QStringLiteral("/configuration.manifest.json")),
+    QCOMPARE(readFile(outer + u"/configuration.manifest.json"_qs),
         QByteArray('[' + selection("a") + ',' + node("Net", node("Deep", selection("Net/Deep/port"))) + ']'));
-    QCOMPARE(readFile(inner + QStringLiteral("/process.manifest.json")), QByteArray('[' + selection("b") + ']'));
-    QCOMPARE(
-        everythingIn(inner), QStringList({QStringLiteral("b.process.json"), QStringLiteral("process.manifest.json")}));
+    QCOMPARE(readFile(inner + u"/process.manifest.json"_qs), QByteArray('[' + selection("b") + ']'));
+    QCOMPARE(everythingIn(inner), QStringList({u"b.process.json"_qs, u"process.manifest.json"_qs}));
 }
 
 void tst_ConfigurationManifestCreator::everyListOfAScanRefersToTheSameSuffix()
 {
     // The last message comes while the list of the innermost folder is made, and those above wait for it.
-    writeFile(at(QStringLiteral("n/m/f.config.json")), "{}");
+    writeFile(at(u"n/m/f.config.json"_qs), "{}");
 
     static QVector<const QString*> suffixes;
     suffixes.clear();
@@ -487,7 +484,7 @@ void tst_ConfigurationManifestCreator::everyListOfAScanRefersToTheSameSuffix()
         qInstallMessageHandler(previous);
     }
     QVERIFY(created);
-    QCOMPARE(outlineOfManifest(), QStringLiteral("n[m[n/m/f]]"));
+    QCOMPARE(outlineOfManifest(), u"n[m[n/m/f]]"_qs);
     QCOMPARE(suffixes.size(), 3);
     QCOMPARE(suffixes.at(1), suffixes.at(0));
     QCOMPARE(suffixes.at(2), suffixes.at(0));
@@ -498,11 +495,11 @@ void tst_ConfigurationManifestCreator::schemeChoosesSuffixAndFileName_data()
     QTest::addColumn<QString>("scheme");
     QTest::addColumn<QString>("outlineOfScheme");
 
-    QTest::newRow("configuration") << configuration << QStringLiteral("c n[n/c]");
-    QTest::newRow("process") << QStringLiteral("process") << QStringLiteral("p m[m/p] n[n/p]");
-    QTest::newRow("configuration in capitals") << configuration.toUpper() << QStringLiteral("p m[m/p] n[n/p]");
-    QTest::newRow("configuration and a blank") << configuration + QLatin1Char(' ') << QStringLiteral("p m[m/p] n[n/p]");
-    QTest::newRow("empty") << QString() << QStringLiteral("p m[m/p] n[n/p]");
+    QTest::newRow("configuration") << configuration << u"c n[n/c]"_qs;
+    QTest::newRow("process") << u"process"_qs << u"p m[m/p] n[n/p]"_qs;
+    QTest::newRow("configuration in capitals") << configuration.toUpper() << u"p m[m/p] n[n/p]"_qs;
+    QTest::newRow("configuration and a blank") << configuration + u' ' << u"p m[m/p] n[n/p]"_qs;
+    QTest::newRow("empty") << QString() << u"p m[m/p] n[n/p]"_qs;
 }
 
 void tst_ConfigurationManifestCreator::schemeChoosesSuffixAndFileName()
@@ -510,19 +507,19 @@ void tst_ConfigurationManifestCreator::schemeChoosesSuffixAndFileName()
     QFETCH(const QString, scheme);
     QFETCH(const QString, outlineOfScheme);
 
-    writeFile(at(QStringLiteral("c.config.json")), description(1));
-    writeFile(at(QStringLiteral("p.process.json")), description(1));
-    writeFile(at(QStringLiteral("n/Folder.menu.json")), folderDescription(2));
-    writeFile(at(QStringLiteral("n/c.config.json")), description(1));
-    writeFile(at(QStringLiteral("n/p.process.json")), description(1));
-    writeFile(at(QStringLiteral("m/Folder.menu.json")), folderDescription(1));
-    writeFile(at(QStringLiteral("m/p.process.json")), description(1));
+    writeFile(at(u"c.config.json"_qs), description(1));
+    writeFile(at(u"p.process.json"_qs), description(1));
+    writeFile(at(u"n/Folder.menu.json"_qs), folderDescription(2));
+    writeFile(at(u"n/c.config.json"_qs), description(1));
+    writeFile(at(u"n/p.process.json"_qs), description(1));
+    writeFile(at(u"m/Folder.menu.json"_qs), folderDescription(1));
+    writeFile(at(u"m/p.process.json"_qs), description(1));
     const QStringList before = everythingIn(folder);
 
     MessageRecorder log;
     QVERIFY(ConfigurationManifestCreator().create2(folder, scheme));
     QCOMPARE(log.take(), QVector<Message>());
-    const QString manifestName = scheme + QStringLiteral(".manifest.json");
+    const QString manifestName = scheme + u".manifest.json"_qs;
     QCOMPARE(outline(QJsonDocument::fromJson(readFile(at(manifestName))).array()), outlineOfScheme);
     QStringList after = everythingIn(folder);
     QVERIFY(after.removeOne(manifestName));
@@ -531,136 +528,133 @@ void tst_ConfigurationManifestCreator::schemeChoosesSuffixAndFileName()
 
 void tst_ConfigurationManifestCreator::createScansTheConfigurationFolderBelowTheBase()
 {
-    writeFile(at(folderName + QStringLiteral("/a.config.json")), description(1));
-    writeFile(at(folderName + QStringLiteral("/p.process.json")), description(1));
+    writeFile(at(folderName + u"/a.config.json"_qs), description(1));
+    writeFile(at(folderName + u"/p.process.json"_qs), description(1));
     MessageRecorder log;
     QVERIFY(ConfigurationManifestCreator().create(folder));
-    QCOMPARE(readFile(at(folderName + QStringLiteral("/configuration.manifest.json"))),
-        QByteArray('[' + selection("a") + ']'));
+    QCOMPARE(readFile(at(folderName + u"/configuration.manifest.json"_qs)), QByteArray('[' + selection("a") + ']'));
     QCOMPARE(everythingIn(folder), QStringList(folderName));
 }
 
 void tst_ConfigurationManifestCreator::createKeepsASeparatorOfTheBaseDoubled()
 {
     // A folder in the manifest's place makes the library say which file it wanted.
-    QVERIFY(QDir().mkpath(at(folderName + QStringLiteral("/configuration.manifest.json"))));
+    QVERIFY(QDir().mkpath(at(folderName + u"/configuration.manifest.json"_qs)));
     MessageRecorder log;
-    QVERIFY(!ConfigurationManifestCreator().create(folder + QLatin1Char('/')));
+    QVERIFY(!ConfigurationManifestCreator().create(folder + u'/'));
     QCOMPARE(log.take(),
-        undescribedFolder() << cannotOpen(
-            folder + QStringLiteral("//") + folderName + QStringLiteral("/configuration.manifest.json")));
+        undescribedFolder() << cannotOpen(folder + u"//"_qs + folderName + u"/configuration.manifest.json"_qs));
 }
 
 void tst_ConfigurationManifestCreator::createLeavesOutTheSeparatorAfterAFolderThatEndedInOne()
 {
-    writeFile(at(QStringLiteral("other/a.config.json")), description(1));
-    writeFile(folder + folderName + QStringLiteral("/joined.config.json"), description(1));
-    writeFile(at(folderName + QStringLiteral("/below.config.json")), description(1));
+    writeFile(at(u"other/a.config.json"_qs), description(1));
+    writeFile(folder + folderName + u"/joined.config.json"_qs, description(1));
+    writeFile(at(folderName + u"/below.config.json"_qs), description(1));
     MessageRecorder log;
     ConfigurationManifestCreator creator;
-    QVERIFY(creator.create2(at(QStringLiteral("other/")), configuration));
+    QVERIFY(creator.create2(at(u"other/"_qs), configuration));
     QVERIFY(creator.create(folder));
-    QCOMPARE(readFile(folder + folderName + QStringLiteral("/configuration.manifest.json")),
+    QCOMPARE(readFile(folder + folderName + u"/configuration.manifest.json"_qs),
         QByteArray('[' + selection("joined") + ']'));
-    QCOMPARE(everythingIn(at(folderName)), QStringList(QStringLiteral("below.config.json")));
+    QCOMPARE(everythingIn(at(folderName)), QStringList(u"below.config.json"_qs));
 }
 
 void tst_ConfigurationManifestCreator::createSeparatesAgainAfterAFolderThatDidNot()
 {
-    writeFile(at(QStringLiteral("other/a.config.json")), description(1));
-    writeFile(at(folderName + QStringLiteral("/below.config.json")), description(1));
+    writeFile(at(u"other/a.config.json"_qs), description(1));
+    writeFile(at(folderName + u"/below.config.json"_qs), description(1));
     MessageRecorder log;
     ConfigurationManifestCreator creator;
-    QVERIFY(creator.create2(at(QStringLiteral("other/")), configuration));
-    QVERIFY(creator.create2(at(QStringLiteral("other")), configuration));
+    QVERIFY(creator.create2(at(u"other/"_qs), configuration));
+    QVERIFY(creator.create2(at(u"other"_qs), configuration));
     QVERIFY(creator.create(folder));
-    QCOMPARE(readFile(at(folderName + QStringLiteral("/configuration.manifest.json"))),
-        QByteArray('[' + selection("below") + ']'));
+    QCOMPARE(readFile(at(folderName + u"/configuration.manifest.json"_qs)), QByteArray('[' + selection("below") + ']'));
 }
 
 void tst_ConfigurationManifestCreator::folderOfAScanThatFoundNothingCountsAsThePrevious()
 {
-    writeFile(folder + folderName + QStringLiteral("/joined.config.json"), description(1));
+    writeFile(folder + folderName + u"/joined.config.json"_qs, description(1));
     MessageRecorder log;
     ConfigurationManifestCreator creator;
-    QVERIFY(creator.create2(QStringLiteral("/missing/"), QStringLiteral("process")));
+    QVERIFY(creator.create2(u"/missing/"_qs, u"process"_qs));
     QVERIFY(creator.create(folder));
-    QCOMPARE(readFile(folder + folderName + QStringLiteral("/configuration.manifest.json")),
+    QCOMPARE(readFile(folder + folderName + u"/configuration.manifest.json"_qs),
         QByteArray('[' + selection("joined") + ']'));
 }
 
 void tst_ConfigurationManifestCreator::trailingSeparatorStaysInTheFileName()
 {
-    QVERIFY(QDir().mkpath(at(QStringLiteral("configuration.manifest.json"))));
+    QVERIFY(QDir().mkpath(at(u"configuration.manifest.json"_qs)));
     MessageRecorder log;
-    QVERIFY(!createConfiguration(folder + QLatin1Char('/')));
-    QCOMPARE(log.take(), undescribedFolder() << cannotOpen(folder + QStringLiteral("//configuration.manifest.json")));
+    QVERIFY(!createConfiguration(folder + u'/'));
+    QCOMPARE(log.take(), undescribedFolder() << cannotOpen(folder + u"//configuration.manifest.json"_qs));
 }
 
 void tst_ConfigurationManifestCreator::namesBelowAFolderWithTrailingSeparatorAreTheWholeFolder()
 {
-    writeFile(at(QStringLiteral("a.config.json")), description(1));
-    writeFile(at(QStringLiteral("n/Folder.menu.json")), folderDescription(1));
-    writeFile(at(QStringLiteral("n/b.config.json")), description(1));
+    writeFile(at(u"a.config.json"_qs), description(1));
+    writeFile(at(u"n/Folder.menu.json"_qs), folderDescription(1));
+    writeFile(at(u"n/b.config.json"_qs), description(1));
     MessageRecorder log;
-    QVERIFY(createConfiguration(folder + QLatin1Char('/')));
+    QVERIFY(createConfiguration(folder + u'/'));
     // Of a file directly in the folder the path does not end with "/", so nothing is removed from it; of one below,
     // what is left does not start with one.
-    QCOMPARE(outlineOfManifest(), folder.mid(1) + QStringLiteral("/a n[b]"));
+    QCOMPARE(outlineOfManifest(), folder.mid(1) + u"/a n[b]"_qs);
 }
 
 void tst_ConfigurationManifestCreator::relativeFolderStaysRelativeAtEveryLevel()
 {
-    writeFile(at(QStringLiteral("a.config.json")), description(1));
+    writeFile(at(u"a.config.json"_qs), description(1));
     for (const char* name : {"n", "n/m"}) {
-        writeFile(at(QString::fromLatin1(name) + QStringLiteral("/Folder.menu.json")), folderDescription(1));
-        writeFile(at(QString::fromLatin1(name) + QStringLiteral("/f.config.json")), description(1));
+        writeFile(at(QString::fromLatin1(name) + u"/Folder.menu.json"_qs), folderDescription(1));
+        writeFile(at(QString::fromLatin1(name) + u"/f.config.json"_qs), description(1));
     }
     QVERIFY(QDir::setCurrent(temporary->path()));
     MessageRecorder log;
-    const bool created = createConfiguration(QStringLiteral("cfg"));
+    const bool created = createConfiguration(u"cfg"_qs);
     QVERIFY(QDir::setCurrent(QDir::rootPath()));
     QVERIFY(created);
     QCOMPARE(log.take(), QVector<Message>());
     // What is removed from the path of a file is the folder as it was given: no absolute path may meet it.
-    QCOMPARE(outlineOfManifest(), QStringLiteral("a n[n/f m[n/m/f]]"));
+    QCOMPARE(outlineOfManifest(), u"a n[n/f m[n/m/f]]"_qs);
 }
 
 void tst_ConfigurationManifestCreator::emptyPathListsTheCurrentFolderAndWritesToTheRoot()
 {
-    writeFile(at(QStringLiteral("a.config.json")), description(1));
+    writeFile(at(u"a.config.json"_qs), description(1));
     QVERIFY(QDir::setCurrent(folder));
     MessageRecorder log;
     {
         const AsOrdinaryUser nobodyWritesToTheRoot;
-        QVERIFY(!ConfigurationManifestCreator().create2(QString(), QStringLiteral("tst-scheme")));
+        QVERIFY(!ConfigurationManifestCreator().create2(QString(), u"tst-scheme"_qs));
     }
     QVERIFY(QDir::setCurrent(QDir::rootPath()));
-    QCOMPARE(log.take(), QVector<Message>({cannotOpen(QStringLiteral("/tst-scheme.manifest.json"))}));
-    QCOMPARE(everythingIn(folder), QStringList(QStringLiteral("a.config.json")));
+    QCOMPARE(log.take(), QVector<Message>({cannotOpen(u"/tst-scheme.manifest.json"_qs)}));
+    QCOMPARE(everythingIn(folder), QStringList(u"a.config.json"_qs));
 }
 
 void tst_ConfigurationManifestCreator::nothingToListIsASuccessThatWritesNothing_data()
 {
     QTest::addColumn<QString>("path");
-    QTest::newRow("missing") << QStringLiteral("missing");
-    QTest::newRow("empty") << QStringLiteral("empty");
-    QTest::newRow("only hidden entries") << QStringLiteral("hidden");
-    QTest::newRow("a file") << QStringLiteral("file.config.json");
-    QTest::newRow("unreadable") << QStringLiteral("unreadable");
-    QTest::newRow("only a dangling link") << QStringLiteral("dangling");
+    QTest::newRow("missing") << u"missing"_qs;
+    QTest::newRow("empty") << u"empty"_qs;
+    QTest::newRow("only hidden entries") << u"hidden"_qs;
+    QTest::newRow("a file") << u"file.config.json"_qs;
+    QTest::newRow("unreadable") << u"unreadable"_qs;
+    QTest::newRow("only a dangling link") << u"dangling"_qs;
 }
 
 void tst_ConfigurationManifestCreator::nothingToListIsASuccessThatWritesNothing()
 {
     QFETCH(const QString, path);
-    QVERIFY(QDir().mkpath(at(QStringLiteral("empty"))));
-    writeFile(at(QStringLiteral("hidden/.x.config.json")), description(1));
-    writeFile(at(QStringLiteral("file.config.json")), description(1));
-    writeFile(at(QStringLiteral("unreadable/a.config.json")), description(1));
-    chmod(QFile::encodeName(at(QStringLiteral("unreadable"))).constData(), 0333);
-    QVERIFY(QDir().mkpath(at(QStringLiteral("dangling"))));
-    QVERIFY(QFile::link(QStringLiteral("nowhere"), at(QStringLiteral("dangling/x.config.json"))));
+    QVERIFY(QDir().mkpath(at(u"empty"_qs)));
+    writeFile(at(u"hidden/.x.config.json"_qs), description(1));
+    writeFile(at(u"file.config.json"_qs), description(1));
+    writeFile(at(u"unreadable/a.config.json"_qs), description(1));
+    chmod(QFile::encodeName(at(u"unreadable"_qs)).constData(), 0333);
+    QVERIFY(QDir().mkpath(at(u"dangling"_qs)));
+    QVERIFY(QFile::link(u"nowhere"_qs, at(u"dangling/x.config.json"_qs)));
     const QStringList before = everythingIn(folder);
     const QStringList beforeBelow = everythingIn(at(path));
 
@@ -670,20 +664,20 @@ void tst_ConfigurationManifestCreator::nothingToListIsASuccessThatWritesNothing(
         QVERIFY(createConfiguration(at(path)));
     }
     QCOMPARE(log.take(), QVector<Message>());
-    chmod(QFile::encodeName(at(QStringLiteral("unreadable"))).constData(), 0755);
+    chmod(QFile::encodeName(at(u"unreadable"_qs)).constData(), 0755);
     QCOMPARE(everythingIn(folder), before);
-    if (path != QStringLiteral("unreadable")) {
+    if (path != u"unreadable"_qs) {
         QCOMPARE(everythingIn(at(path)), beforeBelow);
     } else {
-        QCOMPARE(everythingIn(at(path)), QStringList(QStringLiteral("a.config.json")));
+        QCOMPARE(everythingIn(at(path)), QStringList(u"a.config.json"_qs));
     }
 }
 
 void tst_ConfigurationManifestCreator::messagesOfAScanComeInListingOrder()
 {
-    writeFile(at(QStringLiteral("b.config.json")), "{\"displayPosition\":1}");
-    writeFile(at(QStringLiteral("a/x.config.json")), "{\"hide\":true}");
-    writeFile(at(QStringLiteral("c/Folder.menu.json")), "{");
+    writeFile(at(u"b.config.json"_qs), "{\"displayPosition\":1}");
+    writeFile(at(u"a/x.config.json"_qs), "{\"hide\":true}");
+    writeFile(at(u"c/Folder.menu.json"_qs), "{");
     MessageRecorder log;
     QVERIFY(createConfiguration(folder));
     // A whole level first, in the order of its listing; then level by level in display order.
@@ -694,8 +688,8 @@ void tst_ConfigurationManifestCreator::messagesOfAScanComeInListingOrder()
 
 void tst_ConfigurationManifestCreator::brokenDescriptionsKeepTheirElements()
 {
-    writeFile(at(QStringLiteral("n/Folder.menu.json")), "no json");
-    writeFile(at(QStringLiteral("n/x.config.json")), "no json");
+    writeFile(at(u"n/Folder.menu.json"_qs), "no json");
+    writeFile(at(u"n/x.config.json"_qs), "no json");
     MessageRecorder log;
     QVERIFY(createConfiguration(folder));
     QCOMPARE(log.take(),
@@ -706,12 +700,11 @@ void tst_ConfigurationManifestCreator::brokenDescriptionsKeepTheirElements()
 
 void tst_ConfigurationManifestCreator::unreadableDescriptionsKeepTheirElements()
 {
-    writeFile(at(QStringLiteral("n/Folder.menu.json")), folderDescription(7));
-    writeFile(
-        at(QStringLiteral("n/x.config.json")), "{\"hide\":true,\"displayPosition\":7,\"instanceName\":\"unread\"}");
-    writeFile(at(QStringLiteral("n/y.config.json")), description(0));
-    const QString ofFolder = at(QStringLiteral("n/Folder.menu.json"));
-    const QString ofFile = at(QStringLiteral("n/x.config.json"));
+    writeFile(at(u"n/Folder.menu.json"_qs), folderDescription(7));
+    writeFile(at(u"n/x.config.json"_qs), "{\"hide\":true,\"displayPosition\":7,\"instanceName\":\"unread\"}");
+    writeFile(at(u"n/y.config.json"_qs), description(0));
+    const QString ofFolder = at(u"n/Folder.menu.json"_qs);
+    const QString ofFile = at(u"n/x.config.json"_qs);
     for (const QString& path : {ofFolder, ofFile}) {
         chmod(QFile::encodeName(path).constData(), 0);
     }
@@ -730,27 +723,27 @@ void tst_ConfigurationManifestCreator::unreadableDescriptionsKeepTheirElements()
 
 void tst_ConfigurationManifestCreator::unreadableSubfolderIsLeftOut()
 {
-    writeFile(at(QStringLiteral("a.config.json")), description(1));
-    writeFile(at(QStringLiteral("n/Folder.menu.json")), folderDescription(1));
-    writeFile(at(QStringLiteral("n/x.config.json")), description(1));
-    chmod(QFile::encodeName(at(QStringLiteral("n"))).constData(), 0311);
+    writeFile(at(u"a.config.json"_qs), description(1));
+    writeFile(at(u"n/Folder.menu.json"_qs), folderDescription(1));
+    writeFile(at(u"n/x.config.json"_qs), description(1));
+    chmod(QFile::encodeName(at(u"n"_qs)).constData(), 0311);
     chmod(QFile::encodeName(folder).constData(), 0777);
     MessageRecorder log;
     {
         const AsOrdinaryUser permissionsCount;
         QVERIFY(createConfiguration(folder));
     }
-    chmod(QFile::encodeName(at(QStringLiteral("n"))).constData(), 0755);
+    chmod(QFile::encodeName(at(u"n"_qs)).constData(), 0755);
     QCOMPARE(log.take(), QVector<Message>());
     QCOMPARE(manifest(), QByteArray('[' + selection("a") + ']'));
 }
 
 void tst_ConfigurationManifestCreator::unwritableFolderIsReportedAndKeepsThePreviousManifest()
 {
-    writeFile(at(QStringLiteral("a.config.json")), description(1));
-    writeFile(at(QStringLiteral("configuration.manifest.json")), "previous");
+    writeFile(at(u"a.config.json"_qs), description(1));
+    writeFile(at(u"configuration.manifest.json"_qs), "previous");
     // The file itself could be written to, but not replaced.
-    chmod(QFile::encodeName(at(QStringLiteral("configuration.manifest.json"))).constData(), 0666);
+    chmod(QFile::encodeName(at(u"configuration.manifest.json"_qs)).constData(), 0666);
     chmod(QFile::encodeName(folder).constData(), 0555);
     MessageRecorder log;
     {
@@ -758,29 +751,27 @@ void tst_ConfigurationManifestCreator::unwritableFolderIsReportedAndKeepsThePrev
         QVERIFY(!createConfiguration(folder));
     }
     chmod(QFile::encodeName(folder).constData(), 0755);
-    QCOMPARE(log.take(), QVector<Message>({cannotOpen(at(QStringLiteral("configuration.manifest.json")))}));
+    QCOMPARE(log.take(), QVector<Message>({cannotOpen(at(u"configuration.manifest.json"_qs))}));
     QCOMPARE(manifest(), QByteArrayLiteral("previous"));
-    QCOMPARE(everythingIn(folder),
-        QStringList({QStringLiteral("a.config.json"), QStringLiteral("configuration.manifest.json")}));
+    QCOMPARE(everythingIn(folder), QStringList({u"a.config.json"_qs, u"configuration.manifest.json"_qs}));
 }
 
 void tst_ConfigurationManifestCreator::folderInPlaceOfTheManifestIsReported()
 {
-    writeFile(at(QStringLiteral("a.config.json")), description(1));
-    writeFile(at(QStringLiteral("process.manifest.json/Folder.menu.json")), folderDescription(1));
+    writeFile(at(u"a.config.json"_qs), description(1));
+    writeFile(at(u"process.manifest.json/Folder.menu.json"_qs), folderDescription(1));
     MessageRecorder log;
-    QVERIFY(!ConfigurationManifestCreator().create2(folder, QStringLiteral("process")));
-    QCOMPARE(log.take(), QVector<Message>({cannotOpen(at(QStringLiteral("process.manifest.json")))}));
-    QCOMPARE(
-        everythingIn(folder), QStringList({QStringLiteral("a.config.json"), QStringLiteral("process.manifest.json")}));
+    QVERIFY(!ConfigurationManifestCreator().create2(folder, u"process"_qs));
+    QCOMPARE(log.take(), QVector<Message>({cannotOpen(at(u"process.manifest.json"_qs))}));
+    QCOMPARE(everythingIn(folder), QStringList({u"a.config.json"_qs, u"process.manifest.json"_qs}));
 }
 
 void tst_ConfigurationManifestCreator::missingFolderOfTheSchemeIsReported()
 {
-    writeFile(at(QStringLiteral("a.config.json")), description(1));
+    writeFile(at(u"a.config.json"_qs), description(1));
     MessageRecorder log;
-    QVERIFY(!ConfigurationManifestCreator().create2(folder, QStringLiteral("missing/x")));
-    QCOMPARE(log.take(), QVector<Message>({cannotOpen(at(QStringLiteral("missing/x.manifest.json")))}));
+    QVERIFY(!ConfigurationManifestCreator().create2(folder, u"missing/x"_qs));
+    QCOMPARE(log.take(), QVector<Message>({cannotOpen(at(u"missing/x.manifest.json"_qs))}));
 }
 
 void tst_ConfigurationManifestCreator::incompleteWriteKeepsThePreviousManifest_data()
@@ -802,14 +793,14 @@ void tst_ConfigurationManifestCreator::incompleteWriteKeepsThePreviousManifest()
     QFETCH(const int, limit);
     QFETCH(const int, bytesWritten);
 
-    writeFile(at(QStringLiteral("n/Folder.menu.json")),
+    writeFile(at(u"n/Folder.menu.json"_qs),
         QByteArrayLiteral("{\"displayPosition\":1,\"text\":\"") + QByteArray(padding, 'x') + "\"}");
-    writeFile(at(QStringLiteral("n/f.config.json")), description(1));
+    writeFile(at(u"n/f.config.json"_qs), description(1));
     MessageRecorder log;
     QVERIFY(createConfiguration(folder));
     const int size = manifest().size();
     QVERIFY(size > padding);
-    writeFile(at(QStringLiteral("configuration.manifest.json")), "previous");
+    writeFile(at(u"configuration.manifest.json"_qs), "previous");
 
     bool result = true;
     {
@@ -818,17 +809,16 @@ void tst_ConfigurationManifestCreator::incompleteWriteKeepsThePreviousManifest()
     }
     QVERIFY(!result);
     QCOMPARE(log.take(),
-        QVector<Message>(
-            {warning(QStringLiteral("Manifest file was not successful written: %1 , %2 !").arg(bytesWritten).arg(size),
-                writeManifestFile)}));
+        QVector<Message>({warning(u"Manifest file was not successful written: %1 , %2 !"_qs.arg(bytesWritten).arg(size),
+            writeManifestFile)}));
     QCOMPARE(manifest(), QByteArrayLiteral("previous"));
-    QCOMPARE(everythingIn(folder), QStringList({QStringLiteral("configuration.manifest.json"), QStringLiteral("n")}));
+    QCOMPARE(everythingIn(folder), QStringList({u"configuration.manifest.json"_qs, u"n"_qs}));
 }
 
 void tst_ConfigurationManifestCreator::incompleteWriteIsReportedWhenItsTemporaryFileIsGone()
 {
-    writeFile(at(QStringLiteral("a.config.json")), description(1));
-    writeFile(at(QStringLiteral("configuration.manifest.json")), "previous");
+    writeFile(at(u"a.config.json"_qs), description(1));
+    writeFile(at(u"configuration.manifest.json"_qs), "previous");
 
     static QString watched;
     static QStringList found;
@@ -842,25 +832,25 @@ void tst_ConfigurationManifestCreator::incompleteWriteIsReportedWhenItsTemporary
         const FaultyCalls faulty(folder.toStdString(), faults);
         const QtMessageHandler previous =
             qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {
-                found.append(everythingIn(watched).join(QLatin1Char(' ')));
+                found.append(everythingIn(watched).join(u' '));
             });
         result = createConfiguration(folder);
         qInstallMessageHandler(previous);
         hadTemporaryFile = std::any_of(faulty.made().begin(), faulty.made().end(), [](const FaultyCalls::Call& call) {
             return call.name == "make" && call.result >= 0
-                && isTemporaryFileOf(QStringLiteral("configuration.manifest.json"),
-                    QFileInfo(QString::fromStdString(call.path)).fileName());
+                && isTemporaryFileOf(
+                    u"configuration.manifest.json"_qs, QFileInfo(QString::fromStdString(call.path)).fileName());
         });
     }
     QVERIFY(!result);
     QVERIFY(hadTemporaryFile);
-    QCOMPARE(found, QStringList(QStringLiteral("a.config.json configuration.manifest.json")));
+    QCOMPARE(found, QStringList(u"a.config.json configuration.manifest.json"_qs));
     QCOMPARE(manifest(), QByteArrayLiteral("previous"));
 }
 
 void tst_ConfigurationManifestCreator::incompleteFirstWriteLeavesNothing()
 {
-    QVERIFY(QDir().mkpath(at(QStringLiteral("empty"))));
+    QVERIFY(QDir().mkpath(at(u"empty"_qs)));
     MessageRecorder log;
     bool result = true;
     {
@@ -869,15 +859,14 @@ void tst_ConfigurationManifestCreator::incompleteFirstWriteLeavesNothing()
     }
     QVERIFY(!result);
     QCOMPARE(log.take(),
-        undescribedFolder() << warning(
-            QStringLiteral("Manifest file was not successful written: -1 , 2 !"), writeManifestFile));
-    QCOMPARE(everythingIn(folder), QStringList(QStringLiteral("empty")));
+        undescribedFolder() << warning(u"Manifest file was not successful written: -1 , 2 !"_qs, writeManifestFile));
+    QCOMPARE(everythingIn(folder), QStringList(u"empty"_qs));
 }
 
 void tst_ConfigurationManifestCreator::failingCommitGoesUnnoticedAndKeepsThePreviousManifest()
 {
-    writeFile(at(QStringLiteral("a.config.json")), description(1));
-    writeFile(at(QStringLiteral("configuration.manifest.json")), "previous");
+    writeFile(at(u"a.config.json"_qs), description(1));
+    writeFile(at(u"configuration.manifest.json"_qs), "previous");
     MessageRecorder log;
     {
         const FaultyCalls faulty(folder.toStdString(), {{"rename", 1, 1, EIO}});
@@ -885,87 +874,83 @@ void tst_ConfigurationManifestCreator::failingCommitGoesUnnoticedAndKeepsThePrev
     }
     QCOMPARE(log.take(), QVector<Message>());
     QCOMPARE(manifest(), QByteArrayLiteral("previous"));
-    QCOMPARE(everythingIn(folder),
-        QStringList({QStringLiteral("a.config.json"), QStringLiteral("configuration.manifest.json")}));
+    QCOMPARE(everythingIn(folder), QStringList({u"a.config.json"_qs, u"configuration.manifest.json"_qs}));
 }
 
 void tst_ConfigurationManifestCreator::manifestThatIsALinkIsWrittenWhereItPoints()
 {
-    writeFile(at(QStringLiteral("a.config.json")), description(1));
-    writeFile(temporary->filePath(QStringLiteral("elsewhere.json")), "previous");
-    QVERIFY(QFile::link(
-        temporary->filePath(QStringLiteral("elsewhere.json")), at(QStringLiteral("configuration.manifest.json"))));
+    writeFile(at(u"a.config.json"_qs), description(1));
+    writeFile(temporary->filePath(u"elsewhere.json"_qs), "previous");
+    QVERIFY(QFile::link(temporary->filePath(u"elsewhere.json"_qs), at(u"configuration.manifest.json"_qs)));
     MessageRecorder log;
     QVERIFY(createConfiguration(folder));
-    QVERIFY(QFileInfo(at(QStringLiteral("configuration.manifest.json"))).isSymLink());
-    QCOMPARE(readFile(temporary->filePath(QStringLiteral("elsewhere.json"))), QByteArray('[' + selection("a") + ']'));
+    QVERIFY(QFileInfo(at(u"configuration.manifest.json"_qs)).isSymLink());
+    QCOMPARE(readFile(temporary->filePath(u"elsewhere.json"_qs)), QByteArray('[' + selection("a") + ']'));
 }
 
 void tst_ConfigurationManifestCreator::linksCountAsWhatTheyPointTo()
 {
-    writeFile(temporary->filePath(QStringLiteral("outside/Folder.menu.json")), folderDescription(1));
-    writeFile(temporary->filePath(QStringLiteral("outside/x.config.json")), description(1));
-    QVERIFY(QFile::link(temporary->filePath(QStringLiteral("outside")), at(QStringLiteral("linked"))));
-    QVERIFY(QFile::link(
-        temporary->filePath(QStringLiteral("outside/x.config.json")), at(QStringLiteral("other.config.json"))));
+    writeFile(temporary->filePath(u"outside/Folder.menu.json"_qs), folderDescription(1));
+    writeFile(temporary->filePath(u"outside/x.config.json"_qs), description(1));
+    QVERIFY(QFile::link(temporary->filePath(u"outside"_qs), at(u"linked"_qs)));
+    QVERIFY(QFile::link(temporary->filePath(u"outside/x.config.json"_qs), at(u"other.config.json"_qs)));
     MessageRecorder log;
     QVERIFY(createConfiguration(folder));
-    QCOMPARE(outlineOfManifest(), QStringLiteral("other linked[linked/x]"));
+    QCOMPARE(outlineOfManifest(), u"other linked[linked/x]"_qs);
     QCOMPARE(log.take(), QVector<Message>());
 }
 
 void tst_ConfigurationManifestCreator::danglingLinksNeverAppear()
 {
-    writeFile(at(QStringLiteral("a.config.json")), description(1));
-    QVERIFY(QFile::link(QStringLiteral("nowhere"), at(QStringLiteral("b.config.json"))));
-    QVERIFY(QFile::link(QStringLiteral("c.config.json"), at(QStringLiteral("c.config.json"))));
+    writeFile(at(u"a.config.json"_qs), description(1));
+    QVERIFY(QFile::link(u"nowhere"_qs, at(u"b.config.json"_qs)));
+    QVERIFY(QFile::link(u"c.config.json"_qs, at(u"c.config.json"_qs)));
     MessageRecorder log;
     QVERIFY(createConfiguration(folder));
-    QCOMPARE(outlineOfManifest(), QStringLiteral("a"));
+    QCOMPARE(outlineOfManifest(), u"a"_qs);
     QCOMPARE(log.take(), QVector<Message>());
 }
 
 void tst_ConfigurationManifestCreator::linkBackUpEnds()
 {
-    writeFile(at(QStringLiteral("n/Folder.menu.json")), folderDescription(1));
-    writeFile(at(QStringLiteral("n/a.config.json")), description(1));
-    QVERIFY(QFile::link(at(QStringLiteral("n")), at(QStringLiteral("n/up"))));
+    writeFile(at(u"n/Folder.menu.json"_qs), folderDescription(1));
+    writeFile(at(u"n/a.config.json"_qs), description(1));
+    QVERIFY(QFile::link(at(u"n"_qs), at(u"n/up"_qs)));
     MessageRecorder log;
     QVERIFY(createConfiguration(folder));
     // The system follows a limited number of links in one path; there the scan turns back.
     const QString names = outlineOfManifest();
-    QVERIFY(names.startsWith(QStringLiteral("n[n/a up[n/up/a up[n/up/up/a up[")));
-    QCOMPARE(names.count(QStringLiteral("/a")), 41);
+    QVERIFY(names.startsWith(u"n[n/a up[n/up/a up[n/up/up/a up["_qs));
+    QCOMPARE(names.count(u"/a"_qs), 41);
 }
 
 void tst_ConfigurationManifestCreator::awkwardNames_data()
 {
     QTest::addColumn<QString>("name");
-    QTest::newRow("blank") << QStringLiteral("a b");
-    QTest::newRow("newline") << QStringLiteral("a\nb");
-    QTest::newRow("quotes") << QStringLiteral("a\"'b");
-    QTest::newRow("backslash") << QStringLiteral("a\\b");
-    QTest::newRow("escape") << QStringLiteral("a\x1b[31mb");
+    QTest::newRow("blank") << u"a b"_qs;
+    QTest::newRow("newline") << u"a\nb"_qs;
+    QTest::newRow("quotes") << u"a\"'b"_qs;
+    QTest::newRow("backslash") << u"a\\b"_qs;
+    QTest::newRow("escape") << u"a\x1b[31mb"_qs;
     QTest::newRow("UTF-8") << QString::fromUtf8("Überwachung 日本語 𝄞");
-    QTest::newRow("longest") << QString(255 - 12, QLatin1Char('x'));
+    QTest::newRow("longest") << QString(255 - 12, u'x');
 }
 
 void tst_ConfigurationManifestCreator::awkwardNames()
 {
     QFETCH(const QString, name);
-    writeFile(at(name + QStringLiteral(".config.json")), description(1));
-    writeFile(at(name + QStringLiteral("/Folder.menu.json")), folderDescription(1));
-    writeFile(at(name + QLatin1Char('/') + name + QStringLiteral(".config.json")), description(1));
+    writeFile(at(name + u".config.json"_qs), description(1));
+    writeFile(at(name + u"/Folder.menu.json"_qs), folderDescription(1));
+    writeFile(at(name + u'/' + name + u".config.json"_qs), description(1));
     MessageRecorder log;
     QVERIFY(createConfiguration(folder));
     QCOMPARE(log.take(), QVector<Message>());
-    QCOMPARE(outlineOfManifest(),
-        name + QLatin1Char(' ') + name + QLatin1Char('[') + name + QLatin1Char('/') + name + QLatin1Char(']'));
+    QCOMPARE(outlineOfManifest(), name + u' ' + name + u'[' + name + u'/' + name + u']');
 }
 
 void tst_ConfigurationManifestCreator::nameThatIsNotUtf8IsPassedOver()
 {
-    writeFile(at(QStringLiteral("a.config.json")), description(1));
+    writeFile(at(u"a.config.json"_qs), description(1));
     const QByteArray path = QFile::encodeName(folder) + "/\xff.config.json";
     const int file = open(path.constData(), O_CREAT | O_WRONLY | O_CLOEXEC, 0644);
     QVERIFY(file >= 0);
@@ -974,7 +959,7 @@ void tst_ConfigurationManifestCreator::nameThatIsNotUtf8IsPassedOver()
     QVERIFY(createConfiguration(folder));
     // Qt lists no such name.
     QCOMPARE(log.take(), QVector<Message>());
-    QCOMPARE(outlineOfManifest(), QStringLiteral("a"));
+    QCOMPARE(outlineOfManifest(), u"a"_qs);
     QCOMPARE(unlink(path.constData()), 0);
 }
 
@@ -983,15 +968,15 @@ void tst_ConfigurationManifestCreator::longestPathsOfTheSystemAreScanned()
     QString path = folder;
     int levels = 0;
     while (path.size() + 205 < 4000) {
-        path += QLatin1Char('/') + QString(200, QLatin1Char('d'));
-        writeFile(path + QStringLiteral("/Folder.menu.json"), folderDescription(1));
+        path += u'/' + QString(200, u'd');
+        writeFile(path + u"/Folder.menu.json"_qs, folderDescription(1));
         ++levels;
     }
-    writeFile(path + QStringLiteral("/f.config.json"), description(1));
+    writeFile(path + u"/f.config.json"_qs, description(1));
     MessageRecorder log;
     QVERIFY(createConfiguration(folder));
-    QCOMPARE(outlineOfManifest().count(QLatin1Char('[')), levels);
-    QVERIFY(outlineOfManifest().contains(path.mid(folder.size() + 1) + QStringLiteral("/f]")));
+    QCOMPARE(outlineOfManifest().count(u'['), levels);
+    QVERIFY(outlineOfManifest().contains(path.mid(folder.size() + 1) + u"/f]"_qs));
 }
 
 MANIFEST_TEST_MAIN(tst_ConfigurationManifestCreator)

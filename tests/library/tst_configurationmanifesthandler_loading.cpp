@@ -1,3 +1,4 @@
+#include "Literals.h"
 #include "ManifestFixture.h"
 #include "SystemInformationManagerRegistryDefinitions.h"
 #include "TestMain.h"
@@ -74,7 +75,7 @@ void loadBefore(Handler& handler, bool modified)
 // One element with a text of the given length.
 QJsonArray manifestWithText(int length)
 {
-    return {with(node(u"a"_qs), u"text"_qs, QString(length, QLatin1Char('x')))};
+    return {with(node(u"a"_qs), u"text"_qs, QString(length, u'x'))};
 }
 
 // `depth` elements below each other, the last one a selection.
@@ -869,7 +870,7 @@ void tst_ConfigurationManifestHandler_loading::aFullDiskKeepsTheFile()
     MessageRecorder log;
     Handler handler(file.path(), module, object);
     handler.parseManifestFile();
-    const QString text(size - compact(manifestWithText(0)).size(), QLatin1Char('x'));
+    const QString text(size - compact(manifestWithText(0)).size(), u'x');
     bool result = false;
     {
         const FileSizeLimit disk(static_cast<unsigned long>(limit));

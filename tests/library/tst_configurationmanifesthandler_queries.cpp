@@ -1,3 +1,4 @@
+#include "Literals.h"
 #include "ManifestFixture.h"
 #include "TestMain.h"
 

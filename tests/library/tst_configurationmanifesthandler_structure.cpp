@@ -1,4 +1,5 @@
 #include "ElementMessages.h"
+#include "Literals.h"
 #include "ManifestFixture.h"
 #include "TestMain.h"
 

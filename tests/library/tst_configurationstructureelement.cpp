@@ -1,6 +1,7 @@
 #include "ConfigurationStructureElement.h"
 #include "ElementMessages.h"
 #include "Files.h"
+#include "Literals.h"
 #include "MessageRecorder.h"
 #include "TestMain.h"
 
@@ -40,34 +41,34 @@ constexpr auto arrayReader =
 
 Message positionNotANumber()
 {
-    return warning(QStringLiteral("Property displayPosition is not of type double!"), positionReader);
+    return warning(u"Property displayPosition is not of type double!"_qs, positionReader);
 }
 
 Message iconNameNotAString()
 {
-    return warning(QStringLiteral("Property iconName is not of type string!"),
-        "QString ConfigurationStructureElement::getIconName() const");
+    return warning(
+        u"Property iconName is not of type string!"_qs, "QString ConfigurationStructureElement::getIconName() const");
 }
 
 // `key` is given as it is printed.
 Message notAString(const QString& key)
 {
-    return warning(QLatin1String("Property \"") % key % QLatin1String("\" is not of type string!"), stringReader);
+    return warning(u"Property \""_qs % key % u"\" is not of type string!"_qs, stringReader);
 }
 
 Message boolMissing(const QString& key)
 {
-    return warning(QLatin1String("Cannot find key \"") % key % QLatin1String("\" in Json object!"), boolReader);
+    return warning(u"Cannot find key \""_qs % key % u"\" in Json object!"_qs, boolReader);
 }
 
 Message notABool(const QString& key)
 {
-    return warning(QLatin1String("Property \"") % key % QLatin1String("\" is not of type bool!"), boolReader);
+    return warning(u"Property \""_qs % key % u"\" is not of type bool!"_qs, boolReader);
 }
 
 Message notAnArray(const QString& key)
 {
-    return warning(QLatin1String("Property \"") % key % QLatin1String("\" is not of type array!"), arrayReader);
+    return warning(u"Property \""_qs % key % u"\" is not of type array!"_qs, arrayReader);
 }
 
 bool haveTheSameState(const Element& a, const Element& b)
@@ -85,7 +86,7 @@ Element configurationElement(const QString& path, const QString& root)
 // Complete enough to be silent.
 QJsonObject description(int position)
 {
-    return {{QStringLiteral("displayPosition"), position}, {QStringLiteral("hide"), false}};
+    return {{u"displayPosition"_qs, position}, {u"hide"_qs, false}};
 }
 
 Element elementAt(bool isNode, int position)
@@ -98,19 +99,19 @@ QJsonObject leastSelection(const QString& instanceName)
 {
     QJsonObject selection = objectFrom(R"({"closeMode":"Manual","dataModel":"","hide":false,"iconName":"",
         "labelTextId":"","lastModified":"","selectionType":"Selection","uiJob":"OpenConfiguration"})");
-    selection.insert(QStringLiteral("instanceName"), instanceName);
+    selection.insert(u"instanceName"_qs, instanceName);
     return selection;
 }
 
 QJsonObject leastNode(const QString& instanceName)
 {
-    return {{QStringLiteral("dataSourceType"), QStringLiteral("JsonData")},
-        {QStringLiteral("instanceName"), instanceName}, {QStringLiteral("selectionType"), QStringLiteral("Node")}};
+    return {
+        {u"dataSourceType"_qs, u"JsonData"_qs}, {u"instanceName"_qs, instanceName}, {u"selectionType"_qs, u"Node"_qs}};
 }
 
 QString instanceNameOf(const Element& element)
 {
-    return element.getElementAsJsonObject().value(QStringLiteral("instanceName")).toString();
+    return element.getElementAsJsonObject().value(u"instanceName"_qs).toString();
 }
 
 } // namespace
@@ -182,28 +183,26 @@ void tst_ConfigurationStructureElement::membershipIsDecidedByKindAndEnding_data(
     QTest::addColumn<QString>("suffix");
     QTest::addColumn<bool>("belongs");
 
-    const QString configuration = QStringLiteral(".config.json");
-    const QString process = QStringLiteral(".process.json");
-    QTest::newRow("folder") << QStringLiteral("Net") << configuration << true;
-    QTest::newRow("folder named like a file") << QStringLiteral("x.config.json") << configuration << true;
-    QTest::newRow("folder under a suffix that it does not have") << QStringLiteral("x.config.json") << process << true;
-    QTest::newRow("link to a folder") << QStringLiteral("link to Net") << configuration << true;
-    QTest::newRow("configuration file") << QStringLiteral("a.config.json") << configuration << true;
-    QTest::newRow("configuration file in a scan for processes") << QStringLiteral("a.config.json") << process << false;
-    QTest::newRow("process file") << QStringLiteral("a.process.json") << process << true;
-    QTest::newRow("process file in a scan for configurations")
-        << QStringLiteral("a.process.json") << configuration << false;
-    QTest::newRow("whole name is the suffix") << QStringLiteral(".config.json") << configuration << true;
-    QTest::newRow("other file") << QStringLiteral("notes.txt") << configuration << false;
-    QTest::newRow("capitals") << QStringLiteral("b.CONFIG.JSON") << configuration << false;
-    QTest::newRow("suffix not at the end") << QStringLiteral("a.config.json.old") << configuration << false;
-    QTest::newRow("suffix without its dot") << QStringLiteral("aconfig.json") << configuration << false;
-    QTest::newRow("empty suffix") << QStringLiteral("notes.txt") << QString() << true;
-    QTest::newRow("suffix that begins with the folder")
-        << QStringLiteral("a.config.json") << QStringLiteral("/a.config.json") << false;
-    QTest::newRow("file that does not exist") << QStringLiteral("ghost.config.json") << configuration << true;
-    QTest::newRow("link that leads nowhere") << QStringLiteral("dangling.config.json") << configuration << true;
-    QTest::newRow("link counts by its own name") << QStringLiteral("renamed.config.json") << configuration << true;
+    const QString configuration = u".config.json"_qs;
+    const QString process = u".process.json"_qs;
+    QTest::newRow("folder") << u"Net"_qs << configuration << true;
+    QTest::newRow("folder named like a file") << u"x.config.json"_qs << configuration << true;
+    QTest::newRow("folder under a suffix that it does not have") << u"x.config.json"_qs << process << true;
+    QTest::newRow("link to a folder") << u"link to Net"_qs << configuration << true;
+    QTest::newRow("configuration file") << u"a.config.json"_qs << configuration << true;
+    QTest::newRow("configuration file in a scan for processes") << u"a.config.json"_qs << process << false;
+    QTest::newRow("process file") << u"a.process.json"_qs << process << true;
+    QTest::newRow("process file in a scan for configurations") << u"a.process.json"_qs << configuration << false;
+    QTest::newRow("whole name is the suffix") << u".config.json"_qs << configuration << true;
+    QTest::newRow("other file") << u"notes.txt"_qs << configuration << false;
+    QTest::newRow("capitals") << u"b.CONFIG.JSON"_qs << configuration << false;
+    QTest::newRow("suffix not at the end") << u"a.config.json.old"_qs << configuration << false;
+    QTest::newRow("suffix without its dot") << u"aconfig.json"_qs << configuration << false;
+    QTest::newRow("empty suffix") << u"notes.txt"_qs << QString() << true;
+    QTest::newRow("suffix that begins with the folder") << u"a.config.json"_qs << u"/a.config.json"_qs << false;
+    QTest::newRow("file that does not exist") << u"ghost.config.json"_qs << configuration << true;
+    QTest::newRow("link that leads nowhere") << u"dangling.config.json"_qs << configuration << true;
+    QTest::newRow("link counts by its own name") << u"renamed.config.json"_qs << configuration << true;
 }
 
 void tst_ConfigurationStructureElement::membershipIsDecidedByKindAndEnding()
@@ -213,17 +212,16 @@ void tst_ConfigurationStructureElement::membershipIsDecidedByKindAndEnding()
     QFETCH(bool, belongs);
 
     const QTemporaryDir folder;
-    const QStringList files = {QStringLiteral("a.config.json"), QStringLiteral("a.process.json"),
-        QStringLiteral(".config.json"), QStringLiteral("notes.txt"), QStringLiteral("b.CONFIG.JSON"),
-        QStringLiteral("a.config.json.old"), QStringLiteral("aconfig.json")};
+    const QStringList files = {u"a.config.json"_qs, u"a.process.json"_qs, u".config.json"_qs, u"notes.txt"_qs,
+        u"b.CONFIG.JSON"_qs, u"a.config.json.old"_qs, u"aconfig.json"_qs};
     for (const QString& file : files) {
         writeFile(folder.filePath(file), "{}");
     }
-    writeFile(folder.filePath(QStringLiteral("Net/Folder.menu.json")), "{}");
-    writeFile(folder.filePath(QStringLiteral("x.config.json/Folder.menu.json")), "{}");
-    QVERIFY(QFile::link(QStringLiteral("Net"), folder.filePath(QStringLiteral("link to Net"))));
-    QVERIFY(QFile::link(QStringLiteral("nowhere"), folder.filePath(QStringLiteral("dangling.config.json"))));
-    QVERIFY(QFile::link(QStringLiteral("notes.txt"), folder.filePath(QStringLiteral("renamed.config.json"))));
+    writeFile(folder.filePath(u"Net/Folder.menu.json"_qs), "{}");
+    writeFile(folder.filePath(u"x.config.json/Folder.menu.json"_qs), "{}");
+    QVERIFY(QFile::link(u"Net"_qs, folder.filePath(u"link to Net"_qs)));
+    QVERIFY(QFile::link(u"nowhere"_qs, folder.filePath(u"dangling.config.json"_qs)));
+    QVERIFY(QFile::link(u"notes.txt"_qs, folder.filePath(u"renamed.config.json"_qs)));
 
     MessageRecorder log;
     const QFileInfo entry(folder.filePath(name));
@@ -240,7 +238,7 @@ void tst_ConfigurationStructureElement::membershipIsDecidedByKindAndEnding()
 void tst_ConfigurationStructureElement::anInvalidEntryIsNotRead()
 {
     const QTemporaryDir folder;
-    const QString path = folder.filePath(QStringLiteral("Net/notes.txt"));
+    const QString path = folder.filePath(u"Net/notes.txt"_qs);
     writeFile(path, R"({"displayPosition":"no number","hide":false,"labelTextId":"TXT"})");
 
     MessageRecorder log;
@@ -255,26 +253,26 @@ void tst_ConfigurationStructureElement::anInvalidEntryIsNotRead()
     // The root is kept all the same.
     element.generateSelectionData(element.getFileInfo());
     QCOMPARE(log.take(), Messages({positionNotANumber()}));
-    QCOMPARE(instanceNameOf(element), QStringLiteral("Net/notes"));
+    QCOMPARE(instanceNameOf(element), u"Net/notes"_qs);
 }
 
 void tst_ConfigurationStructureElement::anElementFromJsonIsNeverValid()
 {
     const MessageRecorder log;
     for (const bool isNode : {true, false}) {
-        const Element element(description(3), QStringLiteral("name.config.json"), isNode);
+        const Element element(description(3), u"name.config.json"_qs, isNode);
         QCOMPARE(element.isValid(), false);
         QCOMPARE(element.isDirectory(), isNode);
         QCOMPARE(element.getDisplayPosition(), 3);
         QCOMPARE(element.getFileInfo().filePath(), QString());
-        QCOMPARE(instanceNameOf(element), QStringLiteral("name.config.json"));
+        QCOMPARE(instanceNameOf(element), u"name.config.json"_qs);
     }
 }
 
 void tst_ConfigurationStructureElement::aFileBecomesASelection()
 {
     const QTemporaryDir folder;
-    const QString path = folder.filePath(QStringLiteral("Net/port.config.json"));
+    const QString path = folder.filePath(u"Net/port.config.json"_qs);
     writeFile(path, R"({"labelTextId":"TXT_PORT","hide":false,"displayPosition":2,"connectorId":0})");
 
     const MessageRecorder log;
@@ -292,8 +290,8 @@ void tst_ConfigurationStructureElement::aFileBecomesASelection()
 void tst_ConfigurationStructureElement::aFolderBecomesANode()
 {
     const QTemporaryDir folder;
-    const QString path = folder.filePath(QStringLiteral("Sub/x.config.json"));
-    writeFile(path + QStringLiteral("/Folder.menu.json"), R"({"displayPosition":4,"iconName":"net.svg"})");
+    const QString path = folder.filePath(u"Sub/x.config.json"_qs);
+    writeFile(path + u"/Folder.menu.json"_qs, R"({"displayPosition":4,"iconName":"net.svg"})");
 
     const MessageRecorder log;
     const Element element = configurationElement(path, folder.path());
@@ -301,31 +299,31 @@ void tst_ConfigurationStructureElement::aFolderBecomesANode()
     QCOMPARE(element.isDirectory(), true);
     QCOMPARE(element.getDisplayPosition(), 4);
     QCOMPARE(element.getFileInfo(), QFileInfo(path));
-    QCOMPARE(element.getIconName(), QStringLiteral("net.svg"));
+    QCOMPARE(element.getIconName(), u"net.svg"_qs);
     // Without the path that a selection's name has.
-    QCOMPARE(instanceNameOf(element), QStringLiteral("x"));
+    QCOMPARE(instanceNameOf(element), u"x"_qs);
 }
 
 void tst_ConfigurationStructureElement::initObjectChangesKindObjectAndPositionOnly()
 {
     const QTemporaryDir folder;
-    const QString filePath = folder.filePath(QStringLiteral("a.config.json"));
+    const QString filePath = folder.filePath(u"a.config.json"_qs);
     writeFile(filePath, R"({"displayPosition":7,"hide":false})");
-    writeFile(folder.filePath(QStringLiteral("Net/Folder.menu.json")), R"({"displayPosition":8})");
+    writeFile(folder.filePath(u"Net/Folder.menu.json"_qs), R"({"displayPosition":8})");
 
     const MessageRecorder log;
     Element element;
-    element.initObject(QFileInfo(folder.filePath(QStringLiteral("Net"))));
+    element.initObject(QFileInfo(folder.filePath(u"Net"_qs)));
     QCOMPARE(element.isDirectory(), true);
     QCOMPARE(element.getDisplayPosition(), 8);
-    QCOMPARE(element.getElementAsJsonObject(), leastNode(QStringLiteral("Net")));
+    QCOMPARE(element.getElementAsJsonObject(), leastNode(u"Net"_qs));
     QCOMPARE(element.isValid(), false);
     QCOMPARE(element.getFileInfo().filePath(), QString());
 
     element.initObject(QFileInfo(filePath));
     QCOMPARE(element.isDirectory(), false);
     QCOMPARE(element.getDisplayPosition(), 7);
-    QCOMPARE(instanceNameOf(element), folder.path().mid(1) + QStringLiteral("/a"));
+    QCOMPARE(instanceNameOf(element), folder.path().mid(1) + u"/a"_qs);
     QCOMPARE(element.isValid(), false);
     QCOMPARE(element.getFileInfo().filePath(), QString());
 }
@@ -359,22 +357,21 @@ void tst_ConfigurationStructureElement::everyTransferKeepsEveryField()
 {
     QFETCH(Transfer, transfer);
     const QTemporaryDir folder;
-    const QString path = folder.filePath(QStringLiteral("Net/a.config.json"));
+    const QString path = folder.filePath(u"Net/a.config.json"_qs);
     writeFile(path, R"({"displayPosition":5,"hide":true})");
-    writeFile(folder.filePath(QStringLiteral("Net/Folder.menu.json")), R"({"displayPosition":6,"any":[1,2]})");
+    writeFile(folder.filePath(u"Net/Folder.menu.json"_qs), R"({"displayPosition":6,"any":[1,2]})");
 
     const MessageRecorder log;
     const QVector<Element> originals = {Element(), configurationElement(path, folder.path()),
-        configurationElement(folder.filePath(QStringLiteral("Net")), folder.path()),
-        configurationElement(folder.filePath(QStringLiteral("notes.txt")), folder.path()), elementAt(true, 3),
-        elementAt(false, 4)};
+        configurationElement(folder.filePath(u"Net"_qs), folder.path()),
+        configurationElement(folder.filePath(u"notes.txt"_qs), folder.path()), elementAt(true, 3), elementAt(false, 4)};
     for (const Element& original : originals) {
         QVERIFY(haveTheSameState(transfer(original), original));
     }
 
     Element transferred = transfer(originals.at(1));
     transferred.generateSelectionData(QFileInfo(path));
-    QCOMPARE(instanceNameOf(transferred), QStringLiteral("Net/a"));
+    QCOMPARE(instanceNameOf(transferred), u"Net/a"_qs);
 }
 
 void tst_ConfigurationStructureElement::copiesAreIndependent()
@@ -382,15 +379,15 @@ void tst_ConfigurationStructureElement::copiesAreIndependent()
     const MessageRecorder log;
     const Element original = elementAt(false, 1);
     Element copy = original;
-    copy.setIconName(QStringLiteral("new.svg"));
-    copy.generateSelectionData(description(2), QStringLiteral("new"));
+    copy.setIconName(u"new.svg"_qs);
+    copy.generateSelectionData(description(2), u"new"_qs);
     QCOMPARE(original.getElementAsJsonObject(), leastSelection(QString()));
     QCOMPARE(original.getDisplayPosition(), 1);
     QCOMPARE(copy.getDisplayPosition(), 2);
-    QCOMPARE(instanceNameOf(copy), QStringLiteral("new"));
+    QCOMPARE(instanceNameOf(copy), u"new"_qs);
 
     QJsonObject object = original.getElementAsJsonObject();
-    object.insert(QStringLiteral("hide"), true);
+    object.insert(u"hide"_qs, true);
     QCOMPARE(original.getElementAsJsonObject(), leastSelection(QString()));
 }
 
@@ -442,7 +439,7 @@ void tst_ConfigurationStructureElement::displayPositionIsANumberCutToInt_data()
     QTest::newRow("far below") << QJsonValue(-1e308) << intMinimum << silent;
     QTest::newRow("infinite") << QJsonValue(qInf()) << intMaximum << silent;
     QTest::newRow("no number") << QJsonValue(qQNaN()) << 0 << silent;
-    QTest::newRow("number as a string") << QJsonValue(QStringLiteral("2")) << unchanged << refused;
+    QTest::newRow("number as a string") << QJsonValue(u"2"_qs) << unchanged << refused;
     QTest::newRow("bool") << QJsonValue(true) << unchanged << refused;
     QTest::newRow("null") << QJsonValue(QJsonValue::Null) << unchanged << refused;
     QTest::newRow("array") << QJsonValue(QJsonArray {2}) << unchanged << refused;
@@ -456,8 +453,8 @@ void tst_ConfigurationStructureElement::displayPositionIsANumberCutToInt()
     QFETCH(int, position);
     QFETCH(Messages, messages);
 
-    const QString key = QStringLiteral("displayPosition");
-    QJsonObject object = {{QStringLiteral("hide"), false}, {QStringLiteral("other"), 1}};
+    const QString key = u"displayPosition"_qs;
+    QJsonObject object = {{u"hide"_qs, false}, {u"other"_qs, 1}};
     const QJsonObject withoutPosition = object;
     object.insert(key, value);
 
@@ -477,12 +474,12 @@ void tst_ConfigurationStructureElement::displayPositionIsANumberCutToInt()
     QVERIFY(haveTheSameState(element, Element()));
 
     const int builtPosition = messages.isEmpty() ? position : -1;
-    const Element node(object, QStringLiteral("n"), true);
+    const Element node(object, u"n"_qs, true);
     QCOMPARE(log.take(), messages);
     QCOMPARE(node.getDisplayPosition(), builtPosition);
     QVERIFY(!node.getElementAsJsonObject().contains(key));
 
-    const Element selection(object, QStringLiteral("s"), false);
+    const Element selection(object, u"s"_qs, false);
     QCOMPARE(log.take(), messages);
     QCOMPARE(selection.getDisplayPosition(), builtPosition);
     QVERIFY(!selection.getElementAsJsonObject().contains(key));
@@ -585,7 +582,7 @@ void tst_ConfigurationStructureElement::instanceNameIsThePathBelowTheRoot()
 
     const MessageRecorder log;
     Element element;
-    QString instanceName = QStringLiteral("former");
+    QString instanceName = u"former"_qs;
     element.extractInstanceNameFromPath(root, QFileInfo(file), instanceName);
     QCOMPARE(instanceName, name);
     QVERIFY(haveTheSameState(element, Element()));
@@ -599,12 +596,12 @@ void tst_ConfigurationStructureElement::iconNameIsAStringOrEmpty_data()
 
     const Messages refused = {iconNameNotAString()};
     QTest::newRow("missing") << missing << QString() << Messages();
-    QTest::newRow("string") << QJsonValue(QStringLiteral("a.svg")) << QStringLiteral("a.svg") << Messages();
+    QTest::newRow("string") << QJsonValue(u"a.svg"_qs) << u"a.svg"_qs << Messages();
     QTest::newRow("empty string") << QJsonValue(QString()) << QString() << Messages();
     QTest::newRow("number") << QJsonValue(7) << QString() << refused;
     QTest::newRow("bool") << QJsonValue(true) << QString() << refused;
     QTest::newRow("null") << QJsonValue(QJsonValue::Null) << QString() << refused;
-    QTest::newRow("array") << QJsonValue(QJsonArray {QStringLiteral("a.svg")}) << QString() << refused;
+    QTest::newRow("array") << QJsonValue(QJsonArray {u"a.svg"_qs}) << QString() << refused;
     QTest::newRow("object") << QJsonValue(QJsonObject()) << QString() << refused;
 }
 
@@ -614,7 +611,7 @@ void tst_ConfigurationStructureElement::iconNameIsAStringOrEmpty()
     QFETCH(QString, iconName);
     QFETCH(Messages, messages);
 
-    const QString key = QStringLiteral("iconName");
+    const QString key = u"iconName"_qs;
     QJsonObject object = description(0);
     object.insert(key, value);
     MessageRecorder log;
@@ -629,19 +626,19 @@ void tst_ConfigurationStructureElement::setIconNameReplacesWhateverWasThere()
 {
     const MessageRecorder log;
     Element element;
-    element.setIconName(QStringLiteral("x"));
-    QCOMPARE(element.getIconName(), QStringLiteral("x"));
+    element.setIconName(u"x"_qs);
+    QCOMPARE(element.getIconName(), u"x"_qs);
     QCOMPARE(element.getElementAsJsonObject(), objectFrom(R"({"iconName":"x"})"));
 
     element.setIconName(QString());
     QCOMPARE(element.getIconName(), QString());
     QCOMPARE(element.getElementAsJsonObject(), objectFrom(R"({"iconName":""})"));
 
-    Element node(objectFrom(R"({"displayPosition":1,"iconName":7,"other":[]})"), QStringLiteral("n"), true);
-    node.setIconName(QStringLiteral("y"));
-    QJsonObject expected = leastNode(QStringLiteral("n"));
-    expected.insert(QStringLiteral("iconName"), QStringLiteral("y"));
-    expected.insert(QStringLiteral("other"), QJsonArray());
+    Element node(objectFrom(R"({"displayPosition":1,"iconName":7,"other":[]})"), u"n"_qs, true);
+    node.setIconName(u"y"_qs);
+    QJsonObject expected = leastNode(u"n"_qs);
+    expected.insert(u"iconName"_qs, u"y"_qs);
+    expected.insert(u"other"_qs, QJsonArray());
     QCOMPARE(node.getElementAsJsonObject(), expected);
     QCOMPARE(node.getDisplayPosition(), 1);
 }
@@ -650,12 +647,12 @@ void tst_ConfigurationStructureElement::nodeInstanceNameEndsAtTheFirstDot_data()
 {
     QTest::addColumn<QString>("folderName");
     QTest::addColumn<QString>("instanceName");
-    QTest::newRow("no dot") << QStringLiteral("Net") << QStringLiteral("Net");
-    QTest::newRow("one dot") << QStringLiteral("Net.old") << QStringLiteral("Net");
-    QTest::newRow("many dots") << QStringLiteral("Net.2.config.json") << QStringLiteral("Net");
-    QTest::newRow("dot first") << QStringLiteral(".hidden") << QString();
-    QTest::newRow("below another folder") << QStringLiteral("Sub/Net.old") << QStringLiteral("Net");
-    QTest::newRow("trailing slash") << QStringLiteral("Net/") << QString();
+    QTest::newRow("no dot") << u"Net"_qs << u"Net"_qs;
+    QTest::newRow("one dot") << u"Net.old"_qs << u"Net"_qs;
+    QTest::newRow("many dots") << u"Net.2.config.json"_qs << u"Net"_qs;
+    QTest::newRow("dot first") << u".hidden"_qs << QString();
+    QTest::newRow("below another folder") << u"Sub/Net.old"_qs << u"Net"_qs;
+    QTest::newRow("trailing slash") << u"Net/"_qs << QString();
 }
 
 void tst_ConfigurationStructureElement::nodeInstanceNameEndsAtTheFirstDot()
@@ -665,7 +662,7 @@ void tst_ConfigurationStructureElement::nodeInstanceNameEndsAtTheFirstDot()
 
     const QTemporaryDir folder;
     const QString path = folder.filePath(folderName);
-    writeFile(path + QStringLiteral("/Folder.menu.json"), R"({"displayPosition":1,"instanceName":"Other"})");
+    writeFile(path + u"/Folder.menu.json"_qs, R"({"displayPosition":1,"instanceName":"Other"})");
     const MessageRecorder log;
     const Element element = configurationElement(path, folder.path());
     QCOMPARE(element.getElementAsJsonObject(), leastNode(instanceName));
@@ -710,35 +707,35 @@ void tst_ConfigurationStructureElement::nodeCarriesItsDescription()
     QFETCH(QByteArray, node);
 
     const QTemporaryDir folder;
-    writeFile(folder.filePath(QStringLiteral("Net/Folder.menu.json")), description);
+    writeFile(folder.filePath(u"Net/Folder.menu.json"_qs), description);
     const MessageRecorder log;
     const QJsonObject expected = objectFrom(node.constData());
-    const Element scanned = configurationElement(folder.filePath(QStringLiteral("Net")), folder.path());
+    const Element scanned = configurationElement(folder.filePath(u"Net"_qs), folder.path());
     QCOMPARE(scanned.getElementAsJsonObject(), expected);
-    const Element given(objectFrom(description.constData()), QStringLiteral("Net"), true);
+    const Element given(objectFrom(description.constData()), u"Net"_qs, true);
     QCOMPARE(given.getElementAsJsonObject(), expected);
 }
 
 void tst_ConfigurationStructureElement::nodeBuiltAgainReplacesTheObject()
 {
     MessageRecorder log;
-    Element element(objectFrom(R"({"displayPosition":5,"first":1})"), QStringLiteral("first"), true);
-    element.setIconName(QStringLiteral("first.svg"));
+    Element element(objectFrom(R"({"displayPosition":5,"first":1})"), u"first"_qs, true);
+    element.setIconName(u"first.svg"_qs);
     QCOMPARE(log.take(), Messages());
 
     element.generateNodeData(objectFrom(R"({"second":2})"), QString());
     QCOMPARE(log.take(), Messages({positionMissing()}));
     QJsonObject expected = leastNode(QString());
-    expected.insert(QStringLiteral("second"), 2);
+    expected.insert(u"second"_qs, 2);
     QCOMPARE(element.getElementAsJsonObject(), expected);
     QCOMPARE(element.getDisplayPosition(), 5);
 
-    element.generateNodeData(objectFrom(R"({"displayPosition":"6"})"), QStringLiteral("third"));
+    element.generateNodeData(objectFrom(R"({"displayPosition":"6"})"), u"third"_qs);
     QCOMPARE(log.take(), Messages({positionNotANumber()}));
-    QCOMPARE(element.getElementAsJsonObject(), leastNode(QStringLiteral("third")));
+    QCOMPARE(element.getElementAsJsonObject(), leastNode(u"third"_qs));
     QCOMPARE(element.getDisplayPosition(), 5);
 
-    element.generateNodeData(objectFrom(R"({"displayPosition":7})"), QStringLiteral("fourth"));
+    element.generateNodeData(objectFrom(R"({"displayPosition":7})"), u"fourth"_qs);
     QCOMPARE(element.getDisplayPosition(), 7);
 }
 
@@ -751,7 +748,7 @@ void tst_ConfigurationStructureElement::typedReadersFallBackToTheirDefaults_data
     QTest::addColumn<int>("asInt");
     QTest::addColumn<Messages>("messages");
 
-    const QString key = QStringLiteral("key");
+    const QString key = u"key"_qs;
     const Messages number = {notAString(key), notABool(key), notAnArray(key)};
     const QString noString;
     const QJsonArray noArray;
@@ -770,7 +767,7 @@ void tst_ConfigurationStructureElement::typedReadersFallBackToTheirDefaults_data
     QTest::newRow("fraction") << QJsonValue(2.5) << noString << false << noArray << -1 << number;
     QTest::newRow("above int") << QJsonValue(1e10) << noString << false << noArray << -1 << number;
     QTest::newRow("below int") << QJsonValue(-1e10) << noString << false << noArray << -1 << number;
-    QTest::newRow("string") << QJsonValue(QStringLiteral("5")) << QStringLiteral("5") << false << noArray << -1
+    QTest::newRow("string") << QJsonValue(u"5"_qs) << u"5"_qs << false << noArray << -1
                             << Messages({notABool(key), notAnArray(key)});
     QTest::newRow("empty string") << QJsonValue(QString()) << noString << false << noArray << -1
                                   << Messages({notABool(key), notAnArray(key)});
@@ -791,8 +788,8 @@ void tst_ConfigurationStructureElement::typedReadersFallBackToTheirDefaults()
     QFETCH(int, asInt);
     QFETCH(Messages, messages);
 
-    const QString key = QStringLiteral("key");
-    QJsonObject object = {{QStringLiteral("other"), QStringLiteral("not read")}};
+    const QString key = u"key"_qs;
+    QJsonObject object = {{u"other"_qs, u"not read"_qs}};
     object.insert(key, value);
     MessageRecorder log;
     const Element element;
@@ -806,8 +803,8 @@ void tst_ConfigurationStructureElement::typedReadersFallBackToTheirDefaults()
 
 void tst_ConfigurationStructureElement::keyIsQuotedInMessages()
 {
-    const QString key = QStringLiteral("a \"b\"\n");
-    const QString printed = QStringLiteral(R"(a \"b\"\n)");
+    const QString key = u"a \"b\"\n"_qs;
+    const QString printed = uR"(a \"b\"\n)"_qs;
     const QJsonObject object = {{key, 1}};
     MessageRecorder log;
     const Element element;
@@ -820,21 +817,21 @@ void tst_ConfigurationStructureElement::keyIsQuotedInMessages()
 
 void tst_ConfigurationStructureElement::emptyStringsAreNotInserted()
 {
-    const QString taken = QStringLiteral("taken");
-    const QString free = QStringLiteral("free");
+    const QString taken = u"taken"_qs;
+    const QString free = u"free"_qs;
     const MessageRecorder log;
-    Element element(objectFrom(R"({"displayPosition":1,"taken":7})"), QStringLiteral("n"), true);
+    Element element(objectFrom(R"({"displayPosition":1,"taken":7})"), u"n"_qs, true);
     QJsonObject expected = element.getElementAsJsonObject();
-    for (const QString& empty : {QString(), QStringLiteral("")}) {
+    for (const QString& empty : {QString(), u""_qs}) {
         element.insertStringPropertyIfNotEmpty(taken, empty);
         element.insertStringPropertyIfNotEmpty(free, empty);
         QCOMPARE(element.getElementAsJsonObject(), expected);
     }
 
-    element.insertStringPropertyIfNotEmpty(taken, QStringLiteral("x"));
-    element.insertStringPropertyIfNotEmpty(free, QStringLiteral(" "));
-    expected.insert(taken, QStringLiteral("x"));
-    expected.insert(free, QStringLiteral(" "));
+    element.insertStringPropertyIfNotEmpty(taken, u"x"_qs);
+    element.insertStringPropertyIfNotEmpty(free, u" "_qs);
+    expected.insert(taken, u"x"_qs);
+    expected.insert(free, u" "_qs);
     QCOMPARE(element.getElementAsJsonObject(), expected);
 }
 
@@ -851,11 +848,10 @@ void tst_ConfigurationStructureElement::selectionMemberRules_data()
     };
     const QJsonValue null(QJsonValue::Null);
     const QJsonValue empty = QString();
-    const QJsonValue text = QStringLiteral("text");
-    const QJsonValue blank = QStringLiteral(" ");
+    const QJsonValue text = u"text"_qs;
+    const QJsonValue blank = u" "_qs;
 
-    for (const QString& key : {QStringLiteral("labelTextId"), QStringLiteral("dataModel"),
-             QStringLiteral("lastModified"), QStringLiteral("iconName")}) {
+    for (const QString& key : {u"labelTextId"_qs, u"dataModel"_qs, u"lastModified"_qs, u"iconName"_qs}) {
         row(key, "missing", missing, empty);
         row(key, "empty", empty, empty);
         row(key, "string", text, text);
@@ -864,9 +860,9 @@ void tst_ConfigurationStructureElement::selectionMemberRules_data()
     }
 
     const std::pair<QString, QJsonValue> forced[] = {
-        {QStringLiteral("selectionType"), QStringLiteral("Selection")},
-        {QStringLiteral("closeMode"), QStringLiteral("Manual")},
-        {QStringLiteral("uiJob"), QStringLiteral("OpenConfiguration")},
+        {u"selectionType"_qs, u"Selection"_qs},
+        {u"closeMode"_qs, u"Manual"_qs},
+        {u"uiJob"_qs, u"OpenConfiguration"_qs},
     };
     for (const auto& [key, value] : forced) {
         row(key, "missing", missing, value);
@@ -874,16 +870,16 @@ void tst_ConfigurationStructureElement::selectionMemberRules_data()
         row(key, "number", 7, value);
     }
 
-    const QString hide = QStringLiteral("hide");
+    const QString hide = u"hide"_qs;
     row(hide, "missing", missing, false, {boolMissing(hide)});
     row(hide, "true", true, true);
     row(hide, "false", false, false);
     row(hide, "number", 1, false, {notABool(hide)});
-    row(hide, "string", QStringLiteral("true"), false, {notABool(hide)});
+    row(hide, "string", u"true"_qs, false, {notABool(hide)});
     row(hide, "null", null, false, {notABool(hide)});
 
     const QJsonArray items = arrayFrom(R"(["a",1,null,{"b":[]},[]])");
-    for (const QString& key : {QStringLiteral("selectorTypeList"), QStringLiteral("selectorTypeListEndpoint")}) {
+    for (const QString& key : {u"selectorTypeList"_qs, u"selectorTypeListEndpoint"_qs}) {
         row(key, "missing", missing, missing);
         row(key, "empty", QJsonArray(), missing);
         row(key, "one item", QJsonArray {null}, QJsonArray {null});
@@ -893,7 +889,7 @@ void tst_ConfigurationStructureElement::selectionMemberRules_data()
         row(key, "null", null, missing, {notAnArray(key)});
     }
 
-    const QString connectorId = QStringLiteral("connectorId");
+    const QString connectorId = u"connectorId"_qs;
     row(connectorId, "missing", missing, missing);
     row(connectorId, "zero", 0, 0);
     row(connectorId, "one", 1, 1);
@@ -903,13 +899,12 @@ void tst_ConfigurationStructureElement::selectionMemberRules_data()
     row(connectorId, "minus one", -1, missing);
     row(connectorId, "minus two", -2, missing);
     row(connectorId, "fraction", 2.5, missing);
-    row(connectorId, "string", QStringLiteral("5"), missing);
+    row(connectorId, "string", u"5"_qs, missing);
     row(connectorId, "bool", true, missing);
     row(connectorId, "null", null, missing);
 
-    for (const QString& key : {QStringLiteral("templateType"), QStringLiteral("labelTextUrl"),
-             QStringLiteral("dependencyFile"), QStringLiteral("dependencyFileExtern"), QStringLiteral("moduleName"),
-             QStringLiteral("objectName"), QStringLiteral("bufferType")}) {
+    for (const QString& key : {u"templateType"_qs, u"labelTextUrl"_qs, u"dependencyFile"_qs, u"dependencyFileExtern"_qs,
+             u"moduleName"_qs, u"objectName"_qs, u"bufferType"_qs}) {
         row(key, "missing", missing, missing);
         row(key, "empty", empty, missing);
         row(key, "string", text, text);
@@ -918,11 +913,11 @@ void tst_ConfigurationStructureElement::selectionMemberRules_data()
         row(key, "null", null, missing, {notAString(key)});
     }
 
-    const QString instanceName = QStringLiteral("instanceName");
-    const QJsonValue fallback = QStringLiteral("fallback");
+    const QString instanceName = u"instanceName"_qs;
+    const QJsonValue fallback = u"fallback"_qs;
     row(instanceName, "missing", missing, fallback);
     row(instanceName, "empty", empty, fallback);
-    row(instanceName, "string", QStringLiteral("Custom"), QStringLiteral("Custom"));
+    row(instanceName, "string", u"Custom"_qs, u"Custom"_qs);
     row(instanceName, "blank", blank, blank);
     row(instanceName, "number", 7, fallback, {notAString(instanceName)});
     row(instanceName, "null", null, fallback, {notAString(instanceName)});
@@ -937,11 +932,11 @@ void tst_ConfigurationStructureElement::selectionMemberRules()
 
     QJsonObject object = description(3);
     object.insert(key, described);
-    QJsonObject expected = leastSelection(QStringLiteral("fallback"));
+    QJsonObject expected = leastSelection(u"fallback"_qs);
     expected.insert(key, stored);
 
     MessageRecorder log;
-    const Element element(object, QStringLiteral("fallback"), false);
+    const Element element(object, u"fallback"_qs, false);
     QCOMPARE(log.take(), messages);
     QCOMPARE(element.getElementAsJsonObject(), expected);
     QCOMPARE(element.getDisplayPosition(), 3);
@@ -957,7 +952,7 @@ void tst_ConfigurationStructureElement::selectionHoldsNothingButItsMembers()
         "moduleName":"m","objectName":"o","instanceName":"n","bufferType":"b",
         "displayPosition":9,"dataSourceType":"JsonData","substructure":[{"instanceName":"child"}],
         "tolmVersion":"1","configurationVersion":"2","unknown":{"hide":true}})"),
-        QStringLiteral("fallback"), false);
+        u"fallback"_qs, false);
     QCOMPARE(element.getElementAsJsonObject(), objectFrom(R"({
         "labelTextId":"TXT","dataModel":"model","lastModified":"2020-01-01","selectionType":"Selection",
         "closeMode":"Manual","uiJob":"OpenConfiguration","hide":true,"selectorTypeList":["a"],
@@ -965,7 +960,7 @@ void tst_ConfigurationStructureElement::selectionHoldsNothingButItsMembers()
         "labelTextUrl":"url","dependencyFile":"d","dependencyFileExtern":"e","moduleName":"m","objectName":"o",
         "instanceName":"n","bufferType":"b"})"));
     QCOMPARE(element.getDisplayPosition(), 9);
-    QCOMPARE(element.getIconName(), QStringLiteral("i.svg"));
+    QCOMPARE(element.getIconName(), u"i.svg"_qs);
 }
 
 void tst_ConfigurationStructureElement::messagesOfASelectionComeInTheOrderOfItsMembers()
@@ -976,17 +971,15 @@ void tst_ConfigurationStructureElement::messagesOfASelectionComeInTheOrderOfItsM
         "hide":1,"selectorTypeList":1,"selectorTypeListEndpoint":1,"connectorId":"","iconName":1,"templateType":1,
         "labelTextUrl":1,"dependencyFile":1,"dependencyFileExtern":1,"moduleName":1,"objectName":1,"instanceName":1,
         "bufferType":1})"),
-        QStringLiteral("fallback"), false);
-    const Messages expected = {positionNotANumber(), notAString(QStringLiteral("labelTextId")),
-        notAString(QStringLiteral("dataModel")), notAString(QStringLiteral("lastModified")),
-        notABool(QStringLiteral("hide")), notAnArray(QStringLiteral("selectorTypeList")),
-        notAnArray(QStringLiteral("selectorTypeListEndpoint")), notAString(QStringLiteral("iconName")),
-        notAString(QStringLiteral("templateType")), notAString(QStringLiteral("labelTextUrl")),
-        notAString(QStringLiteral("dependencyFile")), notAString(QStringLiteral("dependencyFileExtern")),
-        notAString(QStringLiteral("moduleName")), notAString(QStringLiteral("objectName")),
-        notAString(QStringLiteral("instanceName")), notAString(QStringLiteral("bufferType"))};
+        u"fallback"_qs, false);
+    const Messages expected = {positionNotANumber(), notAString(u"labelTextId"_qs), notAString(u"dataModel"_qs),
+        notAString(u"lastModified"_qs), notABool(u"hide"_qs), notAnArray(u"selectorTypeList"_qs),
+        notAnArray(u"selectorTypeListEndpoint"_qs), notAString(u"iconName"_qs), notAString(u"templateType"_qs),
+        notAString(u"labelTextUrl"_qs), notAString(u"dependencyFile"_qs), notAString(u"dependencyFileExtern"_qs),
+        notAString(u"moduleName"_qs), notAString(u"objectName"_qs), notAString(u"instanceName"_qs),
+        notAString(u"bufferType"_qs)};
     QCOMPARE(log.take(), expected);
-    QCOMPARE(element.getElementAsJsonObject(), leastSelection(QStringLiteral("fallback")));
+    QCOMPARE(element.getElementAsJsonObject(), leastSelection(u"fallback"_qs));
     QCOMPARE(element.getDisplayPosition(), -1);
 }
 
@@ -1024,12 +1017,11 @@ void tst_ConfigurationStructureElement::selectionOfAFileIsNamedByItsDescriptionO
     const QByteArray nameless = R"({"displayPosition":0,"hide":false})";
     const QByteArray named = R"({"displayPosition":0,"hide":false,"instanceName":"Custom"})";
     const QByteArray namedEmpty = R"({"displayPosition":0,"hide":false,"instanceName":""})";
-    QTest::newRow("path") << QStringLiteral("Net/a.config.json") << nameless << QStringLiteral("Net/a");
-    QTest::newRow("path, in the root") << QStringLiteral("a.config.json") << nameless << QStringLiteral("a");
-    QTest::newRow("path, deep") << QStringLiteral("A/B.x/C/a.b.config.json") << nameless << QStringLiteral("A/B.x/C/a");
-    QTest::newRow("description") << QStringLiteral("Net/a.config.json") << named << QStringLiteral("Custom");
-    QTest::newRow("empty in the description")
-        << QStringLiteral("Net/a.config.json") << namedEmpty << QStringLiteral("Net/a");
+    QTest::newRow("path") << u"Net/a.config.json"_qs << nameless << u"Net/a"_qs;
+    QTest::newRow("path, in the root") << u"a.config.json"_qs << nameless << u"a"_qs;
+    QTest::newRow("path, deep") << u"A/B.x/C/a.b.config.json"_qs << nameless << u"A/B.x/C/a"_qs;
+    QTest::newRow("description") << u"Net/a.config.json"_qs << named << u"Custom"_qs;
+    QTest::newRow("empty in the description") << u"Net/a.config.json"_qs << namedEmpty << u"Net/a"_qs;
 }
 
 void tst_ConfigurationStructureElement::selectionOfAFileIsNamedByItsDescriptionOrItsPath()
@@ -1051,25 +1043,24 @@ void tst_ConfigurationStructureElement::selectionBuiltAgainOnlyInserts()
     Element element(objectFrom(R"({"displayPosition":5,"hide":true,"labelTextId":"TXT","selectorTypeList":["a"],
         "connectorId":3,"bufferType":"b","instanceName":"first"})"),
         QString(), false);
-    element.setIconName(QStringLiteral("first.svg"));
+    element.setIconName(u"first.svg"_qs);
     QCOMPARE(log.take(), Messages());
 
     // What is always inserted falls back to its default, what is inserted under a condition stays.
     element.generateSelectionData(
         objectFrom(R"({"hide":false,"selectorTypeList":[],"connectorId":-1,"bufferType":"","moduleName":"m"})"),
-        QStringLiteral("second"));
+        u"second"_qs);
     QCOMPARE(log.take(), Messages({positionMissing()}));
-    QJsonObject expected = leastSelection(QStringLiteral("second"));
-    expected.insert(QStringLiteral("selectorTypeList"), QJsonArray {QStringLiteral("a")});
-    expected.insert(QStringLiteral("connectorId"), 3);
-    expected.insert(QStringLiteral("bufferType"), QStringLiteral("b"));
-    expected.insert(QStringLiteral("moduleName"), QStringLiteral("m"));
+    QJsonObject expected = leastSelection(u"second"_qs);
+    expected.insert(u"selectorTypeList"_qs, QJsonArray {u"a"_qs});
+    expected.insert(u"connectorId"_qs, 3);
+    expected.insert(u"bufferType"_qs, u"b"_qs);
+    expected.insert(u"moduleName"_qs, u"m"_qs);
     QCOMPARE(element.getElementAsJsonObject(), expected);
     QCOMPARE(element.getDisplayPosition(), 5);
 
-    element.generateSelectionData(
-        objectFrom(R"({"displayPosition":6,"hide":false,"connectorId":0})"), QStringLiteral("second"));
-    expected.insert(QStringLiteral("connectorId"), 0);
+    element.generateSelectionData(objectFrom(R"({"displayPosition":6,"hide":false,"connectorId":0})"), u"second"_qs);
+    expected.insert(u"connectorId"_qs, 0);
     QCOMPARE(element.getElementAsJsonObject(), expected);
     QCOMPARE(element.getDisplayPosition(), 6);
 }
@@ -1077,14 +1068,14 @@ void tst_ConfigurationStructureElement::selectionBuiltAgainOnlyInserts()
 void tst_ConfigurationStructureElement::buildersLeaveKindAndValidityAlone()
 {
     const QTemporaryDir folder;
-    const QString path = folder.filePath(QStringLiteral("a.config.json"));
+    const QString path = folder.filePath(u"a.config.json"_qs);
     writeFile(path, R"({"displayPosition":1,"hide":false,"bufferType":"b"})");
 
     const MessageRecorder log;
     Element element = configurationElement(path, folder.path());
-    element.generateNodeData(objectFrom(R"({"displayPosition":2,"other":[]})"), QStringLiteral("n"));
-    QJsonObject expected = leastNode(QStringLiteral("n"));
-    expected.insert(QStringLiteral("other"), QJsonArray());
+    element.generateNodeData(objectFrom(R"({"displayPosition":2,"other":[]})"), u"n"_qs);
+    QJsonObject expected = leastNode(u"n"_qs);
+    expected.insert(u"other"_qs, QJsonArray());
     QCOMPARE(element.getElementAsJsonObject(), expected);
     QCOMPARE(element.getDisplayPosition(), 2);
     QCOMPARE(element.isDirectory(), false);
@@ -1092,10 +1083,10 @@ void tst_ConfigurationStructureElement::buildersLeaveKindAndValidityAlone()
     QCOMPARE(element.getFileInfo(), QFileInfo(path));
 
     // A selection made of a node keeps what the node held beside.
-    element.generateSelectionData(description(3), QStringLiteral("s"));
-    expected = leastSelection(QStringLiteral("s"));
-    expected.insert(QStringLiteral("other"), QJsonArray());
-    expected.insert(QStringLiteral("dataSourceType"), QStringLiteral("JsonData"));
+    element.generateSelectionData(description(3), u"s"_qs);
+    expected = leastSelection(u"s"_qs);
+    expected.insert(u"other"_qs, QJsonArray());
+    expected.insert(u"dataSourceType"_qs, u"JsonData"_qs);
     QCOMPARE(element.getElementAsJsonObject(), expected);
     QCOMPARE(element.getDisplayPosition(), 3);
     QCOMPARE(element.isDirectory(), false);

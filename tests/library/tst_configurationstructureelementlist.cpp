@@ -1,6 +1,7 @@
 #include "ConfigurationStructureElementList.h"
 #include "ElementMessages.h"
 #include "Files.h"
+#include "Literals.h"
 #include "MessageRecorder.h"
 #include "TestMain.h"
 
@@ -26,7 +27,7 @@ namespace {
 
 Message noSuchElement(int index, int count)
 {
-    return warning(QStringLiteral("Received invalid index for element list: %1 , %2 !").arg(index).arg(count),
+    return warning(u"Received invalid index for element list: %1 , %2 !"_qs.arg(index).arg(count),
         "ConfigurationStructureElement ConfigurationStructureElementList::getElement(int) const");
 }
 
@@ -41,7 +42,7 @@ public:
 
     void addFolder(const QString& name, int position)
     {
-        writeFile(root.filePath(name) + QStringLiteral("/Folder.menu.json"), content(position));
+        writeFile(root.filePath(name) + u"/Folder.menu.json"_qs, content(position));
         listed.append(QFileInfo(root.filePath(name)));
     }
 
@@ -73,7 +74,7 @@ private:
 
 QString instanceNameOf(const Element& element)
 {
-    return element.getElementAsJsonObject().value(QStringLiteral("instanceName")).toString();
+    return element.getElementAsJsonObject().value(u"instanceName"_qs).toString();
 }
 
 QStringList instanceNames(const ElementList& list)
@@ -86,7 +87,7 @@ QStringList instanceNames(const ElementList& list)
     return names;
 }
 
-const QString suffix = QStringLiteral(".config.json");
+const QString suffix = u".config.json"_qs;
 
 } // namespace
 
@@ -120,7 +121,7 @@ private Q_SLOTS:
 void tst_ConfigurationStructureElementList::anEmptyListingGivesNoElements()
 {
     MessageRecorder log;
-    const ElementList list({}, QStringLiteral("/data/cfg"), suffix);
+    const ElementList list({}, u"/data/cfg"_qs, suffix);
     QCOMPARE(list.getCountElements(), 0);
     QVERIFY(list.getElementList().isEmpty());
     QCOMPARE(log.take(), Messages());
@@ -132,85 +133,80 @@ void tst_ConfigurationStructureElementList::anEmptyListingGivesNoElements()
 void tst_ConfigurationStructureElementList::filesWithTheSuffixAndFoldersAreKept()
 {
     Listing listing;
-    listing.addFolder(QStringLiteral("Net"), -5);
-    listing.addFile(QStringLiteral("b.process.json"), 1);
-    listing.addFile(QStringLiteral("a.config.json"), 9);
+    listing.addFolder(u"Net"_qs, -5);
+    listing.addFile(u"b.process.json"_qs, 1);
+    listing.addFile(u"a.config.json"_qs, 9);
     const MessageRecorder log;
-    QCOMPARE(instanceNames(ElementList(listing.entries(), listing.path(), suffix)),
-        QStringList({QStringLiteral("a"), QStringLiteral("Net")}));
-    QCOMPARE(instanceNames(ElementList(listing.entries(), listing.path(), QStringLiteral(".process.json"))),
-        QStringList({QStringLiteral("b"), QStringLiteral("Net")}));
+    QCOMPARE(instanceNames(ElementList(listing.entries(), listing.path(), suffix)), QStringList({u"a"_qs, u"Net"_qs}));
+    QCOMPARE(instanceNames(ElementList(listing.entries(), listing.path(), u".process.json"_qs)),
+        QStringList({u"b"_qs, u"Net"_qs}));
 }
 
 void tst_ConfigurationStructureElementList::otherEntriesAreDroppedUnread()
 {
     Listing listing;
-    for (const QString& name : {QStringLiteral("notes.txt"), QStringLiteral("a.CONFIG.JSON"),
-             QStringLiteral("a.config.json.old"), QStringLiteral("a.process.json")}) {
-        writeFile(listing.path() % QLatin1Char('/') % name, "{");
+    for (const QString& name : {u"notes.txt"_qs, u"a.CONFIG.JSON"_qs, u"a.config.json.old"_qs, u"a.process.json"_qs}) {
+        writeFile(listing.path() % u'/' % name, "{");
         listing.addEntry(name);
     }
-    listing.addFolder(QStringLiteral("x.config.json"), 1);
+    listing.addFolder(u"x.config.json"_qs, 1);
     const MessageRecorder log;
     const ElementList list(listing.entries(), listing.path(), suffix);
     QCOMPARE(list.getCountElements(), 1);
     QCOMPARE(list.getElement(0).isDirectory(), true);
     QCOMPARE(list.getElement(0).isValid(), true);
-    QCOMPARE(instanceNames(list), QStringList({QStringLiteral("x")}));
+    QCOMPARE(instanceNames(list), QStringList({u"x"_qs}));
 }
 
 void tst_ConfigurationStructureElementList::elementsWithoutAUsefulDescriptionAreKept()
 {
     Listing listing;
-    writeFile(listing.path() + QStringLiteral("/broken.config.json"), "{");
-    QVERIFY(QDir(listing.path()).mkdir(QStringLiteral("Empty")));
-    listing.addEntry(QStringLiteral("Empty"));
-    listing.addEntry(QStringLiteral("broken.config.json"));
-    listing.addFile(QStringLiteral("a.config.json"), 0);
-    listing.addEntry(QStringLiteral("gone.config.json"));
+    writeFile(listing.path() + u"/broken.config.json"_qs, "{");
+    QVERIFY(QDir(listing.path()).mkdir(u"Empty"_qs));
+    listing.addEntry(u"Empty"_qs);
+    listing.addEntry(u"broken.config.json"_qs);
+    listing.addFile(u"a.config.json"_qs, 0);
+    listing.addEntry(u"gone.config.json"_qs);
 
     MessageRecorder log;
     const ElementList list(listing.entries(), listing.path(), suffix);
     QCOMPARE(log.take(),
         Messages({noFolderDescription(), positionMissing(), fileNotJson(), positionMissing(), hideMissing(), noFile(),
             positionMissing(), hideMissing()}));
-    QCOMPARE(instanceNames(list),
-        QStringList({QStringLiteral("broken"), QStringLiteral("gone"), QStringLiteral("a"), QStringLiteral("Empty")}));
+    QCOMPARE(instanceNames(list), QStringList({u"broken"_qs, u"gone"_qs, u"a"_qs, u"Empty"_qs}));
 }
 
 void tst_ConfigurationStructureElementList::entriesAreReadInTheOrderOfTheListing()
 {
     Listing listing;
-    QVERIFY(QDir(listing.path()).mkdir(QStringLiteral("Net")));
-    writeFile(listing.path() + QStringLiteral("/b.config.json"), R"({"displayPosition":2})");
-    writeFile(listing.path() + QStringLiteral("/a.config.json"), R"({"hide":true})");
-    listing.addEntry(QStringLiteral("b.config.json"));
-    listing.addEntry(QStringLiteral("Net"));
-    listing.addEntry(QStringLiteral("a.config.json"));
+    QVERIFY(QDir(listing.path()).mkdir(u"Net"_qs));
+    writeFile(listing.path() + u"/b.config.json"_qs, R"({"displayPosition":2})");
+    writeFile(listing.path() + u"/a.config.json"_qs, R"({"hide":true})");
+    listing.addEntry(u"b.config.json"_qs);
+    listing.addEntry(u"Net"_qs);
+    listing.addEntry(u"a.config.json"_qs);
 
     MessageRecorder log;
     const ElementList list(listing.entries(), listing.path(), suffix);
     QCOMPARE(log.take(), Messages({hideMissing(), noFolderDescription(), positionMissing(), positionMissing()}));
-    QCOMPARE(instanceNames(list), QStringList({QStringLiteral("a"), QStringLiteral("b"), QStringLiteral("Net")}));
+    QCOMPARE(instanceNames(list), QStringList({u"a"_qs, u"b"_qs, u"Net"_qs}));
 }
 
 void tst_ConfigurationStructureElementList::filesComeBeforeFoldersEachByPosition()
 {
     Listing listing;
-    listing.addFolder(QStringLiteral("D1"), 1);
-    listing.addFile(QStringLiteral("f5.config.json"), 5);
-    listing.addFile(QStringLiteral("f-1.config.json"), -1);
-    listing.addFolder(QStringLiteral("D0"), 0);
-    listing.addFile(QStringLiteral("f-3.config.json"), -3);
-    listing.addFolder(QStringLiteral("D-2"), -2);
+    listing.addFolder(u"D1"_qs, 1);
+    listing.addFile(u"f5.config.json"_qs, 5);
+    listing.addFile(u"f-1.config.json"_qs, -1);
+    listing.addFolder(u"D0"_qs, 0);
+    listing.addFile(u"f-3.config.json"_qs, -3);
+    listing.addFolder(u"D-2"_qs, -2);
     const MessageRecorder log;
     const ElementList list(listing.entries(), listing.path(), suffix);
-    QCOMPARE(instanceNames(list),
-        QStringList({QStringLiteral("f-3"), QStringLiteral("f-1"), QStringLiteral("f5"), QStringLiteral("D-2"),
-            QStringLiteral("D0"), QStringLiteral("D1")}));
+    QCOMPARE(instanceNames(list), QStringList({u"f-3"_qs, u"f-1"_qs, u"f5"_qs, u"D-2"_qs, u"D0"_qs, u"D1"_qs}));
     QCOMPARE(list.getCountElements(), 6);
-    QCOMPARE(instanceNameOf(list.getElement(0)), QStringLiteral("f-3"));
-    QCOMPARE(instanceNameOf(list.getElement(5)), QStringLiteral("D1"));
+    QCOMPARE(instanceNameOf(list.getElement(0)), u"f-3"_qs);
+    QCOMPARE(instanceNameOf(list.getElement(5)), u"D1"_qs);
 }
 
 void tst_ConfigurationStructureElementList::equalElementsKeepTheOrderOfTheListing_data()
@@ -243,15 +239,15 @@ void tst_ConfigurationStructureElementList::equalElementsKeepTheOrderOfTheListin
     for (int i = 99; i > 0; --i) {
         const int position = i % positions;
         if (i > 99 - folders) {
-            folderNames[position].append(QStringLiteral("D%1").arg(i));
+            folderNames[position].append(u"D%1"_qs.arg(i));
             listing.addFolder(folderNames[position].constLast(), position);
         }
         if (i > 99 - files) {
-            fileNames[position].append(QStringLiteral("f%1").arg(i));
+            fileNames[position].append(u"f%1"_qs.arg(i));
             listing.addFile(fileNames[position].constLast() + suffix, position);
         }
         if (i > 99 - droppedFiles) {
-            listing.addFile(QStringLiteral("%1.txt").arg(i), position);
+            listing.addFile(u"%1.txt"_qs.arg(i), position);
         }
     }
     QStringList expected;
@@ -285,9 +281,9 @@ void tst_ConfigurationStructureElementList::manyElementsAreSortedAndComplete()
     for (int i = 0; i < count; ++i) {
         const int position = i * 37 % positions - positions / 2;
         if (i % 3 == 0) {
-            listing.addFolder(QStringLiteral("D%1").arg(i), position);
+            listing.addFolder(u"D%1"_qs.arg(i), position);
         } else {
-            listing.addFile(QStringLiteral("f%1").arg(i) + suffix, position);
+            listing.addFile(u"f%1"_qs.arg(i) + suffix, position);
         }
     }
 
@@ -319,13 +315,13 @@ void tst_ConfigurationStructureElementList::manyElementsAreSortedAndComplete()
 void tst_ConfigurationStructureElementList::instanceNamesAreRelativeToThePath()
 {
     Listing listing;
-    listing.addFile(QStringLiteral("Net/Eth/port.config.json"), 0);
-    listing.addFolder(QStringLiteral("Net/Eth/Sub"), 0);
+    listing.addFile(u"Net/Eth/port.config.json"_qs, 0);
+    listing.addFolder(u"Net/Eth/Sub"_qs, 0);
     const MessageRecorder log;
     QCOMPARE(instanceNames(ElementList(listing.entries(), listing.path(), suffix)),
-        QStringList({QStringLiteral("Net/Eth/port"), QStringLiteral("Sub")}));
-    QCOMPARE(instanceNames(ElementList(listing.entries(), listing.path() + QStringLiteral("/Net"), suffix)),
-        QStringList({QStringLiteral("Eth/port"), QStringLiteral("Sub")}));
+        QStringList({u"Net/Eth/port"_qs, u"Sub"_qs}));
+    QCOMPARE(instanceNames(ElementList(listing.entries(), listing.path() + u"/Net"_qs, suffix)),
+        QStringList({u"Eth/port"_qs, u"Sub"_qs}));
 }
 
 void tst_ConfigurationStructureElementList::anIndexBeyondTheEndGivesAnEmptyElement_data()
@@ -341,12 +337,12 @@ void tst_ConfigurationStructureElementList::anIndexBeyondTheEndGivesAnEmptyEleme
     QFETCH(int, index);
 
     Listing listing;
-    listing.addFile(QStringLiteral("a.config.json"), 1);
-    listing.addFile(QStringLiteral("b.config.json"), 2);
-    listing.addFile(QStringLiteral("c.config.json"), 3);
+    listing.addFile(u"a.config.json"_qs, 1);
+    listing.addFile(u"b.config.json"_qs, 2);
+    listing.addFile(u"c.config.json"_qs, 3);
     MessageRecorder log;
     const ElementList list(listing.entries(), listing.path(), suffix);
-    QCOMPARE(instanceNameOf(list.getElement(2)), QStringLiteral("c"));
+    QCOMPARE(instanceNameOf(list.getElement(2)), u"c"_qs);
     QCOMPARE(log.take(), Messages());
 
     const Element element = list.getElement(index);
@@ -361,14 +357,14 @@ void tst_ConfigurationStructureElementList::anIndexBeyondTheEndGivesAnEmptyEleme
 void tst_ConfigurationStructureElementList::elementsAreGivenAsCopies()
 {
     Listing listing;
-    listing.addFile(QStringLiteral("a.config.json"), 1);
+    listing.addFile(u"a.config.json"_qs, 1);
     const MessageRecorder log;
     const ElementList list(listing.entries(), listing.path(), suffix);
     QVector<Element> elements = list.getElementList();
-    elements[0].setIconName(QStringLiteral("changed.svg"));
+    elements[0].setIconName(u"changed.svg"_qs);
     elements.append(Element());
     Element element = list.getElement(0);
-    element.setIconName(QStringLiteral("changed.svg"));
+    element.setIconName(u"changed.svg"_qs);
 
     QCOMPARE(list.getCountElements(), 1);
     QCOMPARE(list.getElement(0).getIconName(), QString());
@@ -381,12 +377,12 @@ void tst_ConfigurationStructureElementList::theListNeverLooksAtTheFolderAgain()
     std::unique_ptr<ElementList> list;
     {
         Listing listing;
-        listing.addFile(QStringLiteral("a.config.json"), 1);
-        listing.addFolder(QStringLiteral("Net"), 1);
+        listing.addFile(u"a.config.json"_qs, 1);
+        listing.addFolder(u"Net"_qs, 1);
         list = std::make_unique<ElementList>(listing.entries(), listing.path(), suffix);
     }
     QCOMPARE(list->getCountElements(), 2);
-    QCOMPARE(instanceNames(*list), QStringList({QStringLiteral("a"), QStringLiteral("Net")}));
+    QCOMPARE(instanceNames(*list), QStringList({u"a"_qs, u"Net"_qs}));
     QCOMPARE(list->getElement(1).isDirectory(), true);
     QCOMPARE(list->getElement(1).isValid(), true);
 }
@@ -401,11 +397,11 @@ void tst_ConfigurationStructureElementList::theSuffixIsReferredToNotCopied()
         QCOMPARE(&list.getSuffix(), &callersSuffix);
         QCOMPARE(&sublist.getSuffix(), &callersSuffix);
 
-        callersSuffix = QStringLiteral("changed");
-        QCOMPARE(list.getSuffix(), QStringLiteral("changed"));
-        QCOMPARE(sublist.getSuffix(), QStringLiteral("changed"));
+        callersSuffix = u"changed"_qs;
+        QCOMPARE(list.getSuffix(), u"changed"_qs);
+        QCOMPARE(sublist.getSuffix(), u"changed"_qs);
     }
-    QCOMPARE(callersSuffix, QStringLiteral("changed"));
+    QCOMPARE(callersSuffix, u"changed"_qs);
 }
 
 void tst_ConfigurationStructureElementList::theParentOwnsTheList()
@@ -471,8 +467,8 @@ void tst_ConfigurationStructureElementList::metaCallsAreThoseOfTheBase()
         QCOMPARE(list.qt_metacall(QMetaObject::InvokeMetaMethod, method, nullptr), beyond);
         QCOMPARE(object.qt_metacall(QMetaObject::InvokeMetaMethod, method, nullptr), beyond);
     }
-    QVERIFY(list.setProperty("objectName", QStringLiteral("named")));
-    QCOMPARE(list.objectName(), QStringLiteral("named"));
+    QVERIFY(list.setProperty("objectName", u"named"_qs));
+    QCOMPARE(list.objectName(), u"named"_qs);
 }
 
 MANIFEST_TEST_MAIN(tst_ConfigurationStructureElementList)

@@ -1,6 +1,7 @@
 #include "ConfigurationStructureElement.h"
 #include "ElementMessages.h"
 #include "Files.h"
+#include "Literals.h"
 #include "MessageRecorder.h"
 #include "TestMain.h"
 
@@ -39,27 +40,25 @@ const Reader folderReader = {"folder reader",
 const Reader fileReader = {"file reader",
     "void ConfigurationStructureElement::readFileRootNodeDescription(const QString&, QJsonObject&)",
     &Element::readFileRootNodeDescription,
-    [](const QString& folder) -> QString { return folder % QLatin1String("/Folder.menu.json"); }};
+    [](const QString& folder) -> QString { return folder % u"/Folder.menu.json"_qs; }};
 const Reader bothReaders[] = {folderReader, fileReader};
 
-const QJsonObject former = {{QStringLiteral("former"), 1}};
+const QJsonObject former = {{u"former"_qs, 1}};
 
 Message noFile(const Reader& reader)
 {
-    return debug(QStringLiteral("No description file found!"), reader.signature);
+    return debug(u"No description file found!"_qs, reader.signature);
 }
 
 // Name and reason are given as they are printed.
 Message notOpened(const Reader& reader, const QString& name, const QString& reason)
 {
-    return warning(
-        QLatin1String("Can't open file  \"") % name % QLatin1String("\"  IO Error:  \"") % reason % QLatin1Char('"'),
-        reader.signature);
+    return warning(u"Can't open file  \""_qs % name % u"\"  IO Error:  \""_qs % reason % u'"', reader.signature);
 }
 
 Message notJson(const Reader& reader)
 {
-    return warning(QStringLiteral("Can't parse Json!\n"), reader.signature);
+    return warning(u"Can't parse Json!\n"_qs, reader.signature);
 }
 
 // What a caller's object becomes; the reader uses no element's state and leaves none.
@@ -77,7 +76,7 @@ QJsonObject readBy(const Reader& reader, const QString& path)
 
 QString descriptionFile(const QString& folder)
 {
-    return folder % QLatin1String("/Folder.menu.json");
+    return folder % u"/Folder.menu.json"_qs;
 }
 
 void forbidEverything(const QString& path)
@@ -184,7 +183,7 @@ void tst_DescriptionFiles::contentIsReadWhole_data()
     for (const int size : {65535, 65536, 65537}) {
         const QByteArray title = QByteArray::number(size) + " bytes";
         const QByteArray content = "{\"a\":\"" + QByteArray(size - 8, 'x') + "\"}";
-        readable(title.constData(), content, {{QStringLiteral("a"), QString(size - 8, QLatin1Char('x'))}});
+        readable(title.constData(), content, {{u"a"_qs, QString(size - 8, u'x')}});
     }
 
     broken("empty file", "");
@@ -236,10 +235,10 @@ void tst_DescriptionFiles::hugeFilesAreRead()
     for (const Reader& reader : bothReaders) {
         const QJsonObject description = readBy(reader, reader.pathFor(folder.path()));
         QCOMPARE(log.take(), Messages());
-        QCOMPARE(description.keys(), QStringList({QStringLiteral("text")}));
-        const QString text = description.value(QStringLiteral("text")).toString();
+        QCOMPARE(description.keys(), QStringList({u"text"_qs}));
+        const QString text = description.value(u"text"_qs).toString();
         QCOMPARE(text.size(), size);
-        QVERIFY(std::all_of(text.begin(), text.end(), [](QChar character) { return character == QLatin1Char('x'); }));
+        QVERIFY(std::all_of(text.begin(), text.end(), [](QChar character) { return character == u'x'; }));
     }
 
     writeFile(path, QByteArray(size, '{'));
@@ -273,7 +272,7 @@ void tst_DescriptionFiles::aMissingFileIsDebugOutput()
     QFETCH(Reader, reader);
     const QTemporaryDir folder;
     // Names are compared case-sensitively.
-    writeFile(folder.filePath(QStringLiteral("folder.menu.json")), R"({"a":1})");
+    writeFile(folder.filePath(u"folder.menu.json"_qs), R"({"a":1})");
     MessageRecorder log;
     QCOMPARE(readBy(reader, reader.pathFor(folder.path())), former);
     QCOMPARE(log.take(), Messages({noFile(reader)}));
@@ -296,7 +295,7 @@ void tst_DescriptionFiles::anUnreadableFileIsReported()
     MessageRecorder log;
     const AsOrdinaryUser ordinary;
     QCOMPARE(readBy(reader, reader.pathFor(folder.path())), former);
-    QCOMPARE(log.take(), Messages({notOpened(reader, path, QStringLiteral("Permission denied"))}));
+    QCOMPARE(log.take(), Messages({notOpened(reader, path, u"Permission denied"_qs)}));
 }
 
 void tst_DescriptionFiles::aFileInAnUnsearchableFolderIsNotFound_data()
@@ -308,7 +307,7 @@ void tst_DescriptionFiles::aFileInAnUnsearchableFolderIsNotFound()
 {
     QFETCH(Reader, reader);
     const QTemporaryDir root;
-    const QString folder = root.filePath(QStringLiteral("Net"));
+    const QString folder = root.filePath(u"Net"_qs);
     writeFile(descriptionFile(folder), R"({"a":1})");
     letEverybodyEnter(root.path());
     forbidEverything(folder);
@@ -336,19 +335,19 @@ void tst_DescriptionFiles::linksCountAsWhatTheyPointTo()
     const QString path = reader.pathFor(folder.path());
     MessageRecorder log;
 
-    writeFile(folder.filePath(QStringLiteral("target")), R"({"a":1})");
-    QVERIFY(QFile::link(QStringLiteral("target"), link));
+    writeFile(folder.filePath(u"target"_qs), R"({"a":1})");
+    QVERIFY(QFile::link(u"target"_qs, link));
     QCOMPARE(readBy(reader, path), objectFrom(R"({"a":1})"));
     QCOMPARE(log.take(), Messages());
 
     // A link is there even when its target is not.
-    QVERIFY(QFile::remove(link) && QFile::link(QStringLiteral("nowhere"), link));
+    QVERIFY(QFile::remove(link) && QFile::link(u"nowhere"_qs, link));
     QCOMPARE(readBy(reader, path), former);
-    QCOMPARE(log.take(), Messages({notOpened(reader, link, QStringLiteral("No such file or directory"))}));
+    QCOMPARE(log.take(), Messages({notOpened(reader, link, u"No such file or directory"_qs)}));
 
-    QVERIFY(QFile::remove(link) && QFile::link(QStringLiteral("Folder.menu.json"), link));
+    QVERIFY(QFile::remove(link) && QFile::link(u"Folder.menu.json"_qs, link));
     QCOMPARE(readBy(reader, path), former);
-    QCOMPARE(log.take(), Messages({notOpened(reader, link, QStringLiteral("Too many levels of symbolic links"))}));
+    QCOMPARE(log.take(), Messages({notOpened(reader, link, u"Too many levels of symbolic links"_qs)}));
 }
 
 void tst_DescriptionFiles::aFolderInTheFilesPlaceIsReported()
@@ -358,19 +357,19 @@ void tst_DescriptionFiles::aFolderInTheFilesPlaceIsReported()
     QVERIFY(QDir().mkdir(path));
     MessageRecorder log;
     QCOMPARE(readBy(folderReader, folder.path()), former);
-    QCOMPARE(log.take(), Messages({notOpened(folderReader, path, QStringLiteral("file to open is a directory"))}));
+    QCOMPARE(log.take(), Messages({notOpened(folderReader, path, u"file to open is a directory"_qs)}));
 }
 
 void tst_DescriptionFiles::nameInTheMessageIsThePathAsGiven_data()
 {
     QTest::addColumn<QString>("folder");
     QTest::addColumn<QString>("printed");
-    QTest::newRow("relative") << QStringLiteral("Net") << QStringLiteral("Net/Folder.menu.json");
-    QTest::newRow("dot segments") << QStringLiteral("./Net/../Net") << QStringLiteral("./Net/../Net/Folder.menu.json");
-    QTest::newRow("trailing slash") << QStringLiteral("Net/") << QStringLiteral("Net//Folder.menu.json");
-    QTest::newRow("doubled slashes") << QStringLiteral(".//Net//") << QStringLiteral(".//Net///Folder.menu.json");
-    QTest::newRow("blank and not Latin") << QStringLiteral("Größe Ω") << QStringLiteral("Größe Ω/Folder.menu.json");
-    QTest::newRow("quote and line feed") << QStringLiteral("a\"b\n") << QStringLiteral(R"(a\"b\n/Folder.menu.json)");
+    QTest::newRow("relative") << u"Net"_qs << u"Net/Folder.menu.json"_qs;
+    QTest::newRow("dot segments") << u"./Net/../Net"_qs << u"./Net/../Net/Folder.menu.json"_qs;
+    QTest::newRow("trailing slash") << u"Net/"_qs << u"Net//Folder.menu.json"_qs;
+    QTest::newRow("doubled slashes") << u".//Net//"_qs << u".//Net///Folder.menu.json"_qs;
+    QTest::newRow("blank and not Latin") << u"Größe Ω"_qs << u"Größe Ω/Folder.menu.json"_qs;
+    QTest::newRow("quote and line feed") << u"a\"b\n"_qs << uR"(a\"b\n/Folder.menu.json)"_qs;
 }
 
 void tst_DescriptionFiles::nameInTheMessageIsThePathAsGiven()
@@ -389,16 +388,14 @@ void tst_DescriptionFiles::nameInTheMessageIsThePathAsGiven()
         const AsOrdinaryUser ordinary;
         for (const Reader& reader : bothReaders) {
             QCOMPARE(readBy(reader, reader.pathFor(folder)), former);
-            QCOMPARE(log.take(), Messages({notOpened(reader, printed, QStringLiteral("Permission denied"))}));
+            QCOMPARE(log.take(), Messages({notOpened(reader, printed, u"Permission denied"_qs)}));
         }
         Element element;
         element.generateNodeData(QFileInfo(folder));
-        QCOMPARE(log.take(),
-            Messages({notOpened(folderReader, printed, QStringLiteral("Permission denied")), positionMissing()}));
+        QCOMPARE(log.take(), Messages({notOpened(folderReader, printed, u"Permission denied"_qs), positionMissing()}));
         element.generateSelectionData(QFileInfo(descriptionFile(folder)));
         QCOMPARE(log.take(),
-            Messages({notOpened(fileReader, printed, QStringLiteral("Permission denied")), positionMissing(),
-                hideMissing()}));
+            Messages({notOpened(fileReader, printed, u"Permission denied"_qs), positionMissing(), hideMissing()}));
     }
     QVERIFY(QDir::setCurrent(formerFolder));
 }
@@ -408,23 +405,23 @@ void tst_DescriptionFiles::aPathWithATrailingSlashIsRead()
     const QTemporaryDir folder;
     writeFile(descriptionFile(folder.path()), R"({"a":1})");
     const MessageRecorder log;
-    QCOMPARE(readBy(folderReader, folder.path() + QLatin1Char('/')), objectFrom(R"({"a":1})"));
+    QCOMPARE(readBy(folderReader, folder.path() + u'/'), objectFrom(R"({"a":1})"));
 }
 
 void tst_DescriptionFiles::aPathOfTheWrongKindIsIgnored_data()
 {
     QTest::addColumn<Reader>("reader");
     QTest::addColumn<QString>("name");
-    QTest::newRow("folder reader, file") << folderReader << QStringLiteral("file");
-    QTest::newRow("folder reader, description file") << folderReader << QStringLiteral("Net/Folder.menu.json");
-    QTest::newRow("folder reader, file with a slash") << folderReader << QStringLiteral("file/");
-    QTest::newRow("folder reader, link to a file") << folderReader << QStringLiteral("link to file");
-    QTest::newRow("folder reader, link that leads nowhere") << folderReader << QStringLiteral("dangling");
-    QTest::newRow("folder reader, nothing") << folderReader << QStringLiteral("nothing");
-    QTest::newRow("file reader, folder") << fileReader << QStringLiteral("Net");
-    QTest::newRow("file reader, folder with a slash") << fileReader << QStringLiteral("Net/");
-    QTest::newRow("file reader, link to a folder") << fileReader << QStringLiteral("link to Net");
-    QTest::newRow("file reader, folder named like a file") << fileReader << QStringLiteral("x.config.json");
+    QTest::newRow("folder reader, file") << folderReader << u"file"_qs;
+    QTest::newRow("folder reader, description file") << folderReader << u"Net/Folder.menu.json"_qs;
+    QTest::newRow("folder reader, file with a slash") << folderReader << u"file/"_qs;
+    QTest::newRow("folder reader, link to a file") << folderReader << u"link to file"_qs;
+    QTest::newRow("folder reader, link that leads nowhere") << folderReader << u"dangling"_qs;
+    QTest::newRow("folder reader, nothing") << folderReader << u"nothing"_qs;
+    QTest::newRow("file reader, folder") << fileReader << u"Net"_qs;
+    QTest::newRow("file reader, folder with a slash") << fileReader << u"Net/"_qs;
+    QTest::newRow("file reader, link to a folder") << fileReader << u"link to Net"_qs;
+    QTest::newRow("file reader, folder named like a file") << fileReader << u"x.config.json"_qs;
 }
 
 void tst_DescriptionFiles::aPathOfTheWrongKindIsIgnored()
@@ -433,12 +430,12 @@ void tst_DescriptionFiles::aPathOfTheWrongKindIsIgnored()
     QFETCH(QString, name);
 
     const QTemporaryDir folder;
-    writeFile(folder.filePath(QStringLiteral("file")), R"({"a":1})");
-    writeFile(folder.filePath(QStringLiteral("Net/Folder.menu.json")), R"({"a":1})");
-    writeFile(folder.filePath(QStringLiteral("x.config.json/Folder.menu.json")), R"({"a":1})");
-    QVERIFY(QFile::link(QStringLiteral("file"), folder.filePath(QStringLiteral("link to file"))));
-    QVERIFY(QFile::link(QStringLiteral("Net"), folder.filePath(QStringLiteral("link to Net"))));
-    QVERIFY(QFile::link(QStringLiteral("nowhere"), folder.filePath(QStringLiteral("dangling"))));
+    writeFile(folder.filePath(u"file"_qs), R"({"a":1})");
+    writeFile(folder.filePath(u"Net/Folder.menu.json"_qs), R"({"a":1})");
+    writeFile(folder.filePath(u"x.config.json/Folder.menu.json"_qs), R"({"a":1})");
+    QVERIFY(QFile::link(u"file"_qs, folder.filePath(u"link to file"_qs)));
+    QVERIFY(QFile::link(u"Net"_qs, folder.filePath(u"link to Net"_qs)));
+    QVERIFY(QFile::link(u"nowhere"_qs, folder.filePath(u"dangling"_qs)));
     MessageRecorder log;
     QCOMPARE(readBy(reader, folder.filePath(name)), former);
     QCOMPARE(log.take(), Messages());
@@ -447,15 +444,14 @@ void tst_DescriptionFiles::aPathOfTheWrongKindIsIgnored()
 void tst_DescriptionFiles::searchPathOfAFileIsNotReadAsTheFolderOfAnotherSearchFolder()
 {
     const QTemporaryDir folder;
-    writeFile(folder.filePath(QStringLiteral("first/sub")), "a file");
-    writeFile(folder.filePath(QStringLiteral("second/sub/Folder.menu.json")), R"({"from":"second"})");
-    QDir::setSearchPaths(
-        QStringLiteral("pre"), {folder.filePath(QStringLiteral("first")), folder.filePath(QStringLiteral("second"))});
+    writeFile(folder.filePath(u"first/sub"_qs), "a file");
+    writeFile(folder.filePath(u"second/sub/Folder.menu.json"_qs), R"({"from":"second"})");
+    QDir::setSearchPaths(u"pre"_qs, {folder.filePath(u"first"_qs), folder.filePath(u"second"_qs)});
 
     MessageRecorder log;
     QJsonObject description = former;
-    Element().readFolderDescription(QStringLiteral("pre:sub"), description);
-    QDir::setSearchPaths(QStringLiteral("pre"), {});
+    Element().readFolderDescription(u"pre:sub"_qs, description);
+    QDir::setSearchPaths(u"pre"_qs, {});
     QCOMPARE(description, former);
     QCOMPARE(log.take(), Messages());
 }
@@ -463,14 +459,13 @@ void tst_DescriptionFiles::searchPathOfAFileIsNotReadAsTheFolderOfAnotherSearchF
 void tst_DescriptionFiles::searchPathOfAFolderIsRead()
 {
     const QTemporaryDir folder;
-    writeFile(folder.filePath(QStringLiteral("second/sub/Folder.menu.json")), R"({"from":"second"})");
-    QDir::setSearchPaths(
-        QStringLiteral("pre"), {folder.filePath(QStringLiteral("first")), folder.filePath(QStringLiteral("second"))});
+    writeFile(folder.filePath(u"second/sub/Folder.menu.json"_qs), R"({"from":"second"})");
+    QDir::setSearchPaths(u"pre"_qs, {folder.filePath(u"first"_qs), folder.filePath(u"second"_qs)});
 
     QJsonObject description = former;
-    Element().readFolderDescription(QStringLiteral("pre:sub"), description);
-    QDir::setSearchPaths(QStringLiteral("pre"), {});
-    QCOMPARE(description, (QJsonObject {{QStringLiteral("from"), QStringLiteral("second")}}));
+    Element().readFolderDescription(u"pre:sub"_qs, description);
+    QDir::setSearchPaths(u"pre"_qs, {});
+    QCOMPARE(description, (QJsonObject {{u"from"_qs, u"second"_qs}}));
 }
 
 void tst_DescriptionFiles::messagesTellTheLineTheyAreWrittenIn_data()
@@ -483,8 +478,8 @@ void tst_DescriptionFiles::messagesTellTheLineTheyAreWrittenIn()
     QFETCH(const Reader, reader);
     const QTemporaryDir folder;
     const QString path = reader.pathFor(folder.path());
-    const QString file = folder.filePath(QStringLiteral("Folder.menu.json"));
-    const QStringList source = QString::fromUtf8(readFile(QStringLiteral(ELEMENT_SOURCE))).split(QLatin1Char('\n'));
+    const QString file = folder.filePath(u"Folder.menu.json"_qs);
+    const QStringList source = QString::fromUtf8(readFile(QStringLiteral(ELEMENT_SOURCE))).split(u'\n');
 
     static int line = 0;
     const auto lineOfMessage = [&](auto prepare) {
@@ -504,15 +499,15 @@ void tst_DescriptionFiles::messagesTellTheLineTheyAreWrittenIn()
     forbidEverything(file);
     const AsOrdinaryUser ordinary;
     const QString unreadable = lineOfMessage([] {});
-    QVERIFY2(missing.contains(QLatin1String("\"No description file found!\"")), qPrintable(missing));
-    QVERIFY2(notParsed.contains(QLatin1String("\"Can't parse Json!\\n\"")), qPrintable(notParsed));
-    QVERIFY2(unreadable.contains(QLatin1String("\"Can't open file \"")), qPrintable(unreadable));
+    QVERIFY2(missing.contains(u"\"No description file found!\""_qs), qPrintable(missing));
+    QVERIFY2(notParsed.contains(u"\"Can't parse Json!\\n\""_qs), qPrintable(notParsed));
+    QVERIFY2(unreadable.contains(u"\"Can't open file \""_qs), qPrintable(unreadable));
 }
 
 void tst_DescriptionFiles::anEmptyPathNamesNothing()
 {
     MessageRecorder log;
-    for (const QString& path : {QString(), QStringLiteral("")}) {
+    for (const QString& path : {QString(), u""_qs}) {
         QCOMPARE(readBy(folderReader, path), former);
         QCOMPARE(log.take(), Messages());
         QCOMPARE(readBy(fileReader, path), former);
@@ -548,12 +543,12 @@ void tst_DescriptionFiles::aPathWithANulCharacterNamesNothing()
     const auto takeOurs = [&log] {
         Messages messages = log.take();
         const auto isOfQt = [](const Message& message) {
-            return message.function.isEmpty() && message.text == QLatin1String("Broken filename passed to function");
+            return message.function.isEmpty() && message.text == u"Broken filename passed to function"_qs;
         };
         messages.erase(std::remove_if(messages.begin(), messages.end(), isOfQt), messages.end());
         return messages;
     };
-    const QString tail = QChar(QChar::Null) % QLatin1String("x");
+    const QString tail = QChar(QChar::Null) % u"x"_qs;
 
     QCOMPARE(readBy(fileReader, path + tail), former);
     QCOMPARE(takeOurs(), Messages({noFile(fileReader)}));
@@ -571,7 +566,7 @@ void tst_DescriptionFiles::noFileStaysOpen_data()
 void tst_DescriptionFiles::noFileStaysOpen()
 {
     QFETCH(Reader, reader);
-    const QString openFiles = QStringLiteral("/proc/self/fd");
+    const QString openFiles = u"/proc/self/fd"_qs;
     MessageRecorder log;
     for (const QByteArray& content : {QByteArray("{}"), QByteArray("{")}) {
         const QTemporaryDir folder;
@@ -586,23 +581,22 @@ void tst_DescriptionFiles::noFileStaysOpen()
 void tst_DescriptionFiles::aFolderWithoutAUsefulDescriptionStaysInTheManifest()
 {
     const QTemporaryDir root;
-    const QString occupied = descriptionFile(root.filePath(QStringLiteral("Occupied")));
-    const QString forbidden = descriptionFile(root.filePath(QStringLiteral("Forbidden")));
-    QVERIFY(QDir(root.path()).mkdir(QStringLiteral("Empty")));
+    const QString occupied = descriptionFile(root.filePath(u"Occupied"_qs));
+    const QString forbidden = descriptionFile(root.filePath(u"Forbidden"_qs));
+    QVERIFY(QDir(root.path()).mkdir(u"Empty"_qs));
     QVERIFY(QDir().mkpath(occupied));
-    writeFile(descriptionFile(root.filePath(QStringLiteral("Broken"))), R"({"displayPosition":1)");
-    writeFile(descriptionFile(root.filePath(QStringLiteral("Array"))), R"([{"displayPosition":1}])");
+    writeFile(descriptionFile(root.filePath(u"Broken"_qs)), R"({"displayPosition":1)");
+    writeFile(descriptionFile(root.filePath(u"Array"_qs)), R"([{"displayPosition":1}])");
     writeFile(forbidden, R"({"displayPosition":1})");
     forbidEverything(forbidden);
     letEverybodyEnter(root.path());
 
     const std::pair<QString, Messages> expectations[] = {
-        {QStringLiteral("Empty"), {noFile(folderReader)}},
-        {QStringLiteral("Broken"), {notJson(folderReader)}},
-        {QStringLiteral("Array"), {}},
-        {QStringLiteral("Forbidden"), {notOpened(folderReader, forbidden, QStringLiteral("Permission denied"))}},
-        {QStringLiteral("Occupied"),
-            {notOpened(folderReader, occupied, QStringLiteral("file to open is a directory"))}},
+        {u"Empty"_qs, {noFile(folderReader)}},
+        {u"Broken"_qs, {notJson(folderReader)}},
+        {u"Array"_qs, {}},
+        {u"Forbidden"_qs, {notOpened(folderReader, forbidden, u"Permission denied"_qs)}},
+        {u"Occupied"_qs, {notOpened(folderReader, occupied, u"file to open is a directory"_qs)}},
     };
     MessageRecorder log;
     const AsOrdinaryUser ordinary;
@@ -613,7 +607,7 @@ void tst_DescriptionFiles::aFolderWithoutAUsefulDescriptionStaysInTheManifest()
         QCOMPARE(element.isDirectory(), true);
         QCOMPARE(element.getDisplayPosition(), -1);
         QJsonObject node = objectFrom(R"({"dataSourceType":"JsonData","selectionType":"Node"})");
-        node.insert(QStringLiteral("instanceName"), name);
+        node.insert(u"instanceName"_qs, name);
         QCOMPARE(element.getElementAsJsonObject(), node);
     }
 }
@@ -621,26 +615,26 @@ void tst_DescriptionFiles::aFolderWithoutAUsefulDescriptionStaysInTheManifest()
 void tst_DescriptionFiles::aFileWithoutAUsefulDescriptionStaysInTheManifest()
 {
     const QTemporaryDir root;
-    const QString forbidden = root.filePath(QStringLiteral("forbidden.config.json"));
-    const QString dangling = root.filePath(QStringLiteral("dangling.config.json"));
-    writeFile(root.filePath(QStringLiteral("broken.config.json")), R"({"displayPosition":1)");
-    writeFile(root.filePath(QStringLiteral("array.config.json")), R"([{"displayPosition":1,"hide":true}])");
+    const QString forbidden = root.filePath(u"forbidden.config.json"_qs);
+    const QString dangling = root.filePath(u"dangling.config.json"_qs);
+    writeFile(root.filePath(u"broken.config.json"_qs), R"({"displayPosition":1)");
+    writeFile(root.filePath(u"array.config.json"_qs), R"([{"displayPosition":1,"hide":true}])");
     writeFile(forbidden, R"({"displayPosition":1,"hide":true})");
     forbidEverything(forbidden);
-    QVERIFY(QFile::link(QStringLiteral("nowhere"), dangling));
+    QVERIFY(QFile::link(u"nowhere"_qs, dangling));
     letEverybodyEnter(root.path());
 
     const std::pair<QString, Messages> expectations[] = {
-        {QStringLiteral("missing"), {noFile(fileReader)}},
-        {QStringLiteral("broken"), {notJson(fileReader)}},
-        {QStringLiteral("array"), {}},
-        {QStringLiteral("forbidden"), {notOpened(fileReader, forbidden, QStringLiteral("Permission denied"))}},
-        {QStringLiteral("dangling"), {notOpened(fileReader, dangling, QStringLiteral("No such file or directory"))}},
+        {u"missing"_qs, {noFile(fileReader)}},
+        {u"broken"_qs, {notJson(fileReader)}},
+        {u"array"_qs, {}},
+        {u"forbidden"_qs, {notOpened(fileReader, forbidden, u"Permission denied"_qs)}},
+        {u"dangling"_qs, {notOpened(fileReader, dangling, u"No such file or directory"_qs)}},
     };
     MessageRecorder log;
     const AsOrdinaryUser ordinary;
     for (const auto& [name, messages] : expectations) {
-        const QString path = root.filePath(name % QLatin1String(".config.json"));
+        const QString path = root.filePath(name % u".config.json"_qs);
         const Element element(QFileInfo(path), root.path(), Element::getConfigurationFileSuffix());
         QCOMPARE(log.take(), messages + Messages({positionMissing(), hideMissing()}));
         QCOMPARE(element.isValid(), true);
@@ -648,7 +642,7 @@ void tst_DescriptionFiles::aFileWithoutAUsefulDescriptionStaysInTheManifest()
         QCOMPARE(element.getDisplayPosition(), -1);
         QJsonObject selection = objectFrom(R"({"closeMode":"Manual","dataModel":"","hide":false,"iconName":"",
             "labelTextId":"","lastModified":"","selectionType":"Selection","uiJob":"OpenConfiguration"})");
-        selection.insert(QStringLiteral("instanceName"), name);
+        selection.insert(u"instanceName"_qs, name);
         QCOMPARE(element.getElementAsJsonObject(), selection);
     }
 }

@@ -1,5 +1,6 @@
 #include "ConfigurationManifestCreator.h"
 #include "HeapUse.h"
+#include "Literals.h"
 #include "ManifestFixture.h"
 #include "QuickFolder.h"
 #include "TestMain.h"

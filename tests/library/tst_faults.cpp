@@ -1,5 +1,6 @@
 #include "ConfigurationManifestCreator.h"
 #include "ElementMessages.h"
+#include "Literals.h"
 #include "ManifestFixture.h"
 #include "Process.h"
 #include "QuickFolder.h"

@@ -1,5 +1,6 @@
 #include "ConfigurationManifestHandler.h"
 #include "HeapUse.h"
+#include "Literals.h"
 #include "TestMain.h"
 
 #include <QtCore/QFile>
@@ -16,23 +17,23 @@ namespace {
 
 qint64 residentBytes()
 {
-    QFile file(QStringLiteral("/proc/self/statm"));
+    QFile file(u"/proc/self/statm"_qs);
     return file.open(QIODevice::ReadOnly) ? file.readAll().split(' ').at(1).toLongLong() * sysconf(_SC_PAGESIZE) : -1;
 }
 
-const QString key = QStringLiteral("key");
+const QString key = u"key"_qs;
 
 enum class Way { Set, SetAndRemove, SetAndUndefine, EditInPlace, ReadAndReplace };
 
 QString numbered(int number)
 {
-    return QStringLiteral("e%1").arg(number);
+    return u"e%1"_qs.arg(number);
 }
 
 QJsonObject element(const QString& name, bool isSelection)
 {
-    return {{QStringLiteral("iconName"), QStringLiteral("icon")}, {QStringLiteral("instanceName"), name},
-        {QStringLiteral("selectionType"), isSelection ? QStringLiteral("Selection") : QStringLiteral("Node")}};
+    return {{u"iconName"_qs, u"icon"_qs}, {u"instanceName"_qs, name},
+        {u"selectionType"_qs, isSelection ? u"Selection"_qs : u"Node"_qs}};
 }
 
 /// Elements called e0, e1 and so on.
@@ -40,7 +41,7 @@ QJsonArray elements(int count, bool areSelections)
 {
     QJsonArray array;
     for (int i = 0; i < count; ++i) {
-        const QString prefix = areSelections ? QStringLiteral("folder/") : QString();
+        const QString prefix = areSelections ? u"folder/"_qs : QString();
         array.append(element(prefix + numbered(i), areSelections));
     }
     return array;
@@ -53,7 +54,7 @@ QJsonArray tree(int depth, int siblings)
     for (int i = 0; i < depth; ++i) {
         QJsonArray above = elements(siblings, false);
         QJsonObject parent = above.first().toObject();
-        parent.insert(QStringLiteral("substructure"), level);
+        parent.insert(u"substructure"_qs, level);
         above.replace(0, parent);
         level = above;
     }
@@ -62,7 +63,7 @@ QJsonArray tree(int depth, int siblings)
 
 QString pathOf(int depth, const QString& name)
 {
-    return QStringLiteral("e0/").repeated(depth - 1) + name;
+    return u"e0/"_qs.repeated(depth - 1) + name;
 }
 
 /// A handler that is the only owner of its manifest.
@@ -95,12 +96,12 @@ bool moveBack(ConfigurationManifestHandler& handler, const QString& path, int in
     return handler.moveNode(path, index, false);
 }
 
-const QJsonObject description {{QStringLiteral("displayPosition"), 1}};
+const QJsonObject description {{u"displayPosition"_qs, 1}};
 
 const Edit edits[] = {
     {"setProperty",
         [](ConfigurationManifestHandler& handler, const QString& path, int) {
-            return handler.setProperty(path, key, QStringLiteral("value"), false);
+            return handler.setProperty(path, key, u"value"_qs, false);
         },
         [](ConfigurationManifestHandler& handler, const QString& path, int) {
             return handler.removeProperty(path, key, false);
@@ -108,15 +109,15 @@ const Edit edits[] = {
         false},
     {"setProperty to what it is",
         [](ConfigurationManifestHandler& handler, const QString& path, int) {
-            return handler.setProperty(path, QStringLiteral("iconName"), QStringLiteral("icon"), false);
+            return handler.setProperty(path, u"iconName"_qs, u"icon"_qs, false);
         },
         nothing, false},
     {"update",
         [](ConfigurationManifestHandler& handler, const QString& path, int) {
-            return handler.update(path, QStringLiteral("iconName"), QStringLiteral("other"), false);
+            return handler.update(path, u"iconName"_qs, u"other"_qs, false);
         },
         [](ConfigurationManifestHandler& handler, const QString& path, int) {
-            return handler.update(path, QStringLiteral("iconName"), QStringLiteral("icon"), false);
+            return handler.update(path, u"iconName"_qs, u"icon"_qs, false);
         },
         false},
     {"update that fails",
@@ -126,18 +127,18 @@ const Edit edits[] = {
         nothing, false},
     {"removeProperty",
         [](ConfigurationManifestHandler& handler, const QString& path, int) {
-            return handler.removeProperty(path, QStringLiteral("iconName"), false);
+            return handler.removeProperty(path, u"iconName"_qs, false);
         },
         [](ConfigurationManifestHandler& handler, const QString& path, int) {
-            return handler.setProperty(path, QStringLiteral("iconName"), QStringLiteral("icon"), false);
+            return handler.setProperty(path, u"iconName"_qs, u"icon"_qs, false);
         },
         false},
     {"addNode below",
         [](ConfigurationManifestHandler& handler, const QString& path, int) {
-            return handler.addNode(path + QStringLiteral("/added"), description, -1, false);
+            return handler.addNode(path + u"/added"_qs, description, -1, false);
         },
         [](ConfigurationManifestHandler& handler, const QString& path, int) {
-            return handler.removeProperty(path, QStringLiteral("substructure"), false);
+            return handler.removeProperty(path, u"substructure"_qs, false);
         },
         false},
     {"addNode that is present",
@@ -147,7 +148,7 @@ const Edit edits[] = {
         nothing, false},
     {"updateNode",
         [](ConfigurationManifestHandler& handler, const QString& path, int) {
-            return handler.updateNode(path, element(path.section(QLatin1Char('/'), -1), false), false, false);
+            return handler.updateNode(path, element(path.section(u'/', -1), false), false, false);
         },
         nothing, false},
     {"moveNode",
@@ -157,7 +158,7 @@ const Edit edits[] = {
         moveBack, false},
     {"moveSelection onto its own place",
         [](ConfigurationManifestHandler& handler, const QString& path, int siblings) {
-            const bool first = path.endsWith(QLatin1String("e0"));
+            const bool first = path.endsWith(u"e0"_qs);
             return handler.moveSelection(path, first ? 0 : siblings - 1, false);
         },
         nothing, false},
@@ -231,7 +232,7 @@ void tst_HandlerCost::overwrittenPropertyTakesNoMoreMemory()
     const auto overwrite = [&](int times) {
         bool done = true;
         for (int i = 0; i < times; ++i) {
-            const QString value = padding + QString::number(i).rightJustified(10, QLatin1Char('0'));
+            const QString value = padding + QString::number(i).rightJustified(10, u'0');
             if (way == Way::EditInPlace) {
                 done = done
                     && handler.modifyPropertyFirst(
@@ -355,7 +356,7 @@ void tst_HandlerCost::replacementLeavesBehindWhatWasReplacedInIt()
         for (const bool replacesChildren : {false, true}) {
             QJsonObject replacement = element(name, false);
             for (int i = 0; i < 100; ++i) {
-                replacement.insert(QStringLiteral("labelTextId"), QString(10000, QLatin1Char('a')));
+                replacement.insert(u"labelTextId"_qs, QString(10000, u'a'));
             }
             fixture.handler.updateNode(name, replacement, replacesChildren, false);
         }
@@ -391,9 +392,9 @@ void tst_HandlerCost::sortingIsLinear()
         longTime = std::min(longTime, time);
         QVERIFY(few.taken > 0 && many.taken > 0);
         QVERIFY2(many.taken < 15 * few.taken && many.calls < 15 * few.calls,
-            qPrintable(QStringLiteral("%1 to %2 bytes").arg(few.taken).arg(many.taken)));
+            qPrintable(u"%1 to %2 bytes"_qs.arg(few.taken).arg(many.taken)));
     }
-    QVERIFY2(longTime < 30 * shortTime, qPrintable(QStringLiteral("%1 to %2 ticks").arg(shortTime).arg(longTime)));
+    QVERIFY2(longTime < 30 * shortTime, qPrintable(u"%1 to %2 ticks"_qs.arg(shortTime).arg(longTime)));
 }
 
 // Two texts of one length that Qt's hash does not tell apart, behind any beginning. Without a seed it is another one than
@@ -403,8 +404,7 @@ QPair<QString, QString> collision(uint seed)
     constexpr quint64 texts = Q_UINT64_C(36) * 36 * 36 * 36 * 36 * 36 * 36;
     QHash<uint, QString> seen;
     for (quint64 i = 1;; ++i) {
-        const QString text =
-            QString::number(i * Q_UINT64_C(2654435761) % texts, 36).rightJustified(7, QLatin1Char('0'));
+        const QString text = QString::number(i * Q_UINT64_C(2654435761) % texts, 36).rightJustified(7, u'0');
         const uint hash = qHash(text, seed);
         if (seen.contains(hash)) {
             return {seen.value(hash), text};
@@ -456,9 +456,9 @@ void tst_HandlerCost::sortingNamesThatCollideTakesNotMuchLonger()
     };
     const QStringList colliding = names(blocks.first, blocks.second);
     QCOMPARE(qHash(colliding.first(), 2 * seed), qHash(colliding.last(), 2 * seed));
-    const std::clock_t ordinary = ticks(names(QStringLiteral("0000000"), QStringLiteral("0000001")));
+    const std::clock_t ordinary = ticks(names(u"0000000"_qs, u"0000001"_qs));
     const std::clock_t collided = ticks(colliding);
-    QVERIFY2(collided < 8 * ordinary, qPrintable(QStringLiteral("%1 to %2 ticks").arg(ordinary).arg(collided)));
+    QVERIFY2(collided < 8 * ordinary, qPrintable(u"%1 to %2 ticks"_qs.arg(ordinary).arg(collided)));
 }
 
 void tst_HandlerCost::loadingHoldsOneTree_data()
@@ -467,9 +467,9 @@ void tst_HandlerCost::loadingHoldsOneTree_data()
     QTest::addColumn<QString>("name");
 
     QTest::newRow("nothing to stamp") << QString() << QString();
-    QTest::newRow("stamped already") << QStringLiteral("drive") << QStringLiteral("drive");
-    QTest::newRow("stamped by another") << QStringLiteral("drive") << QStringLiteral("motor");
-    QTest::newRow("stamped anew") << QString() << QStringLiteral("drive");
+    QTest::newRow("stamped already") << u"drive"_qs << u"drive"_qs;
+    QTest::newRow("stamped by another") << u"drive"_qs << u"motor"_qs;
+    QTest::newRow("stamped anew") << QString() << u"drive"_qs;
 }
 
 void tst_HandlerCost::loadingHoldsOneTree()

@@ -1,4 +1,5 @@
 #include "HandlerSequence.h"
+#include "Literals.h"
 #include "QuickFolder.h"
 #include "TestMain.h"
 
@@ -167,13 +168,12 @@ void tst_HandlerModel::handlerDoesWhatItsModelDoes()
     for (uint seed = replay ? replayed : 1; seed <= (replay ? replayed : sequences); ++seed) {
         const Run run = runSequence(seed, stepsPerSequence);
         if (replay) {
-            qInfo().noquote() << run.calls.join(QLatin1Char('\n'));
+            qInfo().noquote() << run.calls.join(u'\n');
         }
         if (!run.differences.isEmpty()) {
-            const QString failure = QStringLiteral("MANIFEST_TEST_SEED=%1, step %2\n  before: %3\n  call: %4\n  %5")
-                                        .arg(QString::number(seed), QString::number(run.calls.size()),
-                                            runSequence(seed, run.calls.size() - 1).state, run.calls.last(),
-                                            run.differences.join(QStringLiteral("\n  ")));
+            const QString failure = u"MANIFEST_TEST_SEED=%1, step %2\n  before: %3\n  call: %4\n  %5"_qs.arg(
+                QString::number(seed), QString::number(run.calls.size()), runSequence(seed, run.calls.size() - 1).state,
+                run.calls.last(), run.differences.join(u"\n  "_qs));
             QFAIL(failure.toUtf8().constData());
         }
         for (const auto& [event, count] : run.events) {

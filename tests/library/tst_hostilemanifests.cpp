@@ -1,5 +1,6 @@
 #include "ConfigurationManifestHandler.h"
 #include "Files.h"
+#include "Literals.h"
 #include "MessageRecorder.h"
 #include "QuickFolder.h"
 #include "TestMain.h"
@@ -16,14 +17,13 @@ const char* const element = "bool ConfigurationManifestHandler::getNodeElement(c
                             "QJsonObject&) const";
 const char* const listing = "bool ConfigurationManifestHandler::getListOfInstances(const QString&, QStringList&) const";
 
-const QString target = QStringLiteral("target");
-const QString inner = QStringLiteral("target/inner");
-const QString key = QStringLiteral("key");
+const QString target = u"target"_qs;
+const QString inner = u"target/inner"_qs;
+const QString key = u"key"_qs;
 
 Message refused(const QString& error)
 {
-    return warning(
-        QStringLiteral("Error on paring configuration manifest file content to Json: \"%1\" !").arg(error), parsing);
+    return warning(u"Error on paring configuration manifest file content to Json: \"%1\" !"_qs.arg(error), parsing);
 }
 
 QByteArray nested(int levels)
@@ -40,7 +40,7 @@ QByteArray chain(int levels)
 
 QString chainPath(int levels)
 {
-    return QStringLiteral("n/").repeated(levels).chopped(1);
+    return u"n/"_qs.repeated(levels).chopped(1);
 }
 
 QByteArray text(const QJsonValue& value)
@@ -50,19 +50,19 @@ QByteArray text(const QJsonValue& value)
 
 QJsonObject node(const QString& name)
 {
-    return {{QStringLiteral("instanceName"), name}, {QStringLiteral("selectionType"), QStringLiteral("Node")}};
+    return {{u"instanceName"_qs, name}, {u"selectionType"_qs, u"Node"_qs}};
 }
 
 QString numbered(int number)
 {
-    return QStringLiteral("e%1").arg(number);
+    return u"e%1"_qs.arg(number);
 }
 
 /// A manifest in a file of its own and a handler of it that stamps nothing.
 struct Fixture {
     explicit Fixture(const QByteArray& content)
         : folder(quickFolder())
-        , path(folder.filePath(QStringLiteral("configuration.manifest.json")))
+        , path(folder.filePath(u"configuration.manifest.json"_qs))
         , handler(path, QString(), QString())
     {
         writeFile(path, content);
@@ -91,7 +91,7 @@ struct Operation {
 const Operation operations[] = {
     {"setProperty",
         [](ConfigurationManifestHandler& handler) {
-            return handler.setProperty(inner, key, QVariantList {1, QStringLiteral("text")}, true);
+            return handler.setProperty(inner, key, QVariantList {1, u"text"_qs}, true);
         }},
     {"update", [](ConfigurationManifestHandler& handler) { return handler.update(inner, key, 2.5, true); }},
     {"removeProperty", [](ConfigurationManifestHandler& handler) { return handler.removeProperty(inner, key, true); }},
@@ -110,33 +110,25 @@ const Operation operations[] = {
         }},
     {"addNode",
         [](ConfigurationManifestHandler& handler) {
-            return handler.addNode(QStringLiteral("target/added"),
-                {{QStringLiteral("displayPosition"), 1}, {QStringLiteral("substructure"), 5}}, 1, true);
+            return handler.addNode(u"target/added"_qs, {{u"displayPosition"_qs, 1}, {u"substructure"_qs, 5}}, 1, true);
         }},
     {"addSelection",
         [](ConfigurationManifestHandler& handler) {
-            return handler.addSelection(QStringLiteral("target/added/selection"),
-                {{QStringLiteral("displayPosition"), 1}, {QStringLiteral("hide"), true}}, -1, true);
+            return handler.addSelection(
+                u"target/added/selection"_qs, {{u"displayPosition"_qs, 1}, {u"hide"_qs, true}}, -1, true);
         }},
     {"updateNode",
-        [](ConfigurationManifestHandler& handler) {
-            return handler.updateNode(inner, node(QStringLiteral("inner")), true, true);
-        }},
+        [](ConfigurationManifestHandler& handler) { return handler.updateNode(inner, node(u"inner"_qs), true, true); }},
     {"updateSelection",
-        [](ConfigurationManifestHandler& handler) {
-            return handler.updateSelection(inner, node(QStringLiteral("inner")), true);
-        }},
+        [](ConfigurationManifestHandler& handler) { return handler.updateSelection(inner, node(u"inner"_qs), true); }},
     {"moveNode", [](ConfigurationManifestHandler& handler) { return handler.moveNode(inner, 1, true); }},
     {"moveSelection", [](ConfigurationManifestHandler& handler) { return handler.moveSelection(inner, 2, true); }},
     {"sortElements of the added",
         [](ConfigurationManifestHandler& handler) {
-            return handler.sortElements(
-                QStringLiteral("target/added"), QStringList {QStringLiteral("selection")}, true);
+            return handler.sortElements(u"target/added"_qs, QStringList {u"selection"_qs}, true);
         }},
     {"deleteElement",
-        [](ConfigurationManifestHandler& handler) {
-            return handler.deleteElement(QStringLiteral("target/added"), true);
-        }},
+        [](ConfigurationManifestHandler& handler) { return handler.deleteElement(u"target/added"_qs, true); }},
 };
 
 } // namespace
@@ -235,7 +227,7 @@ void tst_HostileManifests::contentThatIsNoManifestChangesNothing()
     QFETCH(const QByteArray, content);
     QFETCH(const QString, error);
     const Message message = error.isNull()
-        ? warning(QStringLiteral("Configuration manifest file does not contain a Json array!"), parsing)
+        ? warning(u"Configuration manifest file does not contain a Json array!"_qs, parsing)
         : refused(error);
 
     MessageRecorder recorder;
@@ -244,7 +236,7 @@ void tst_HostileManifests::contentThatIsNoManifestChangesNothing()
     fixture.handler.parseManifestFile(content);
     QCOMPARE(recorder.take(), QVector<Message>({message}));
     QCOMPARE(fixture.handler.getManifestContent(), before);
-    QVERIFY(fixture.handler.setProperty(QStringLiteral("a"), key, 1, false));
+    QVERIFY(fixture.handler.setProperty(u"a"_qs, key, 1, false));
 
     writeFile(fixture.path, content);
     fixture.handler.parseManifestFile();
@@ -387,16 +379,15 @@ void tst_HostileManifests::editsLeaveHostileNeighboursAlone()
         const QJsonArray manifest = fixture.handler.getManifestJsonArray();
         QCOMPARE(manifest.size(), 3);
         const QJsonObject parent = manifest.at(1).toObject();
-        const QJsonArray children = parent.value(QStringLiteral("substructure")).toArray();
+        const QJsonArray children = parent.value(u"substructure"_qs).toArray();
         int left = 0;
         for (const QJsonValue& child : children) {
             left += text(child) == unchanged;
         }
         const QJsonObject child = children.at(1).toObject();
-        const bool whole =
-            !child.contains(QStringLiteral("kept")) || text(child.value(QStringLiteral("kept"))) == unchanged;
+        const bool whole = !child.contains(u"kept"_qs) || text(child.value(u"kept"_qs)) == unchanged;
         QVERIFY2(text(manifest.first()) == unchanged && text(manifest.last()) == unchanged && left == 2 && whole
-                && text(parent.value(QStringLiteral("kept"))) == unchanged,
+                && text(parent.value(u"kept"_qs)) == unchanged,
             operation.name);
     }
     QCOMPARE(recorder.take(), QVector<Message>());
@@ -417,13 +408,13 @@ void tst_HostileManifests::elementsOfAnyKindAreQueried_data()
         {"no objects", R"([null,true,5,"a",[],{}])", {}, true},
         {"names of any type",
             R"([{"instanceName":1},{"instanceName":null},{"instanceName":["a"]},{"instanceName":"a"}])",
-            {QString(), QString(), QString(), QStringLiteral("a")}, true},
+            {QString(), QString(), QString(), u"a"_qs}, true},
         {"namesakes",
             R"([{"instanceName":"a"},{"instanceName":"a"},{"instanceName":"x/a","selectionType":"Selection"}])",
-            {QStringLiteral("a"), QStringLiteral("a"), QStringLiteral("x/a")}, true},
+            {u"a"_qs, u"a"_qs, u"x/a"_qs}, true},
         {"odd names",
             R"([{"instanceName":""},{"instanceName":"/"},{"instanceName":"\u0000"},{"instanceName":"\ud800"}])",
-            {QString(), QStringLiteral("/"), QString(QChar(QChar::Null)), QString(QChar(0xd800))}, true},
+            {QString(), u"/"_qs, QString(QChar(QChar::Null)), QString(QChar(0xd800))}, true},
         {"object", R"({"instanceName":"a"})", {}, false},
         {"null", "null", {}, false},
         {"text", R"("[]")", {}, false},
@@ -450,8 +441,8 @@ void tst_HostileManifests::elementsOfAnyKindAreQueried()
     QCOMPARE(number, hasChildren ? names.size() : -7);
     if (!hasChildren) {
         const Message unreadable =
-            warning(QStringLiteral("Cannot find key 'substructure' in json element QJsonObject(%1) !")
-                        .arg(QString::fromUtf8(text(fixture.handler.getManifestJsonArray().at(1))).mid(1).chopped(1)),
+            warning(u"Cannot find key 'substructure' in json element QJsonObject(%1) !"_qs.arg(
+                        QString::fromUtf8(text(fixture.handler.getManifestJsonArray().at(1))).mid(1).chopped(1)),
                 listing);
         QCOMPARE(recorder.take(), QVector<Message>({unreadable, unreadable}));
     }
@@ -479,16 +470,16 @@ void tst_HostileManifests::elementsOfAnyKindAreEdited_data()
         {"empty object", "{}", QString(), R"({"key":1})", R"({"substructure":[CHILD]})"},
         {"name of another type", R"({"instanceName":[1]})", QString(), R"({"instanceName":[1],"key":1})",
             R"({"instanceName":[1],"substructure":[CHILD]})"},
-        {"children of another type", R"({"instanceName":"a","substructure":{"b":1}})", QStringLiteral("a"),
+        {"children of another type", R"({"instanceName":"a","substructure":{"b":1}})", u"a"_qs,
             R"({"instanceName":"a","key":1,"substructure":{"b":1}})", R"({"instanceName":"a","substructure":[CHILD]})"},
-        {"children that are no objects", R"({"instanceName":"a","substructure":[1,null]})", QStringLiteral("a"),
+        {"children that are no objects", R"({"instanceName":"a","substructure":[1,null]})", u"a"_qs,
             R"({"instanceName":"a","key":1,"substructure":[1,null]})",
             R"({"instanceName":"a","substructure":[1,null,CHILD]})"},
-        {"selection", R"({"instanceName":"x/a","selectionType":"Selection"})", QStringLiteral("a"),
+        {"selection", R"({"instanceName":"x/a","selectionType":"Selection"})", u"a"_qs,
             R"({"instanceName":"x/a","key":1,"selectionType":"Selection"})",
             R"({"instanceName":"x/a","selectionType":"Selection","substructure":[CHILD]})"},
-        {"property given twice", R"({"instanceName":"a","key":2,"key":3})", QStringLiteral("a"),
-            R"({"instanceName":"a","key":1})", R"({"instanceName":"a","key":3,"substructure":[CHILD]})"},
+        {"property given twice", R"({"instanceName":"a","key":2,"key":3})", u"a"_qs, R"({"instanceName":"a","key":1})",
+            R"({"instanceName":"a","key":3,"substructure":[CHILD]})"},
         {"name with NUL", R"({"instanceName":"a\u0000b"})", QString::fromUtf16(u"a\0b", 3),
             R"({"instanceName":"a\u0000b","key":1})", R"({"instanceName":"a\u0000b","substructure":[CHILD]})"},
         {"name with a lone surrogate", R"({"instanceName":"\udc00"})", QString(QChar(0xdc00)),
@@ -518,7 +509,7 @@ void tst_HostileManifests::elementsOfAnyKindAreEdited()
     QCOMPARE(readFile(property.path), around(withProperty));
 
     Fixture child(content);
-    QVERIFY(child.handler.addNode(path + QStringLiteral("/new"), {{QStringLiteral("displayPosition"), 1}}, -1, true));
+    QVERIFY(child.handler.addNode(path + u"/new"_qs, {{u"displayPosition"_qs, 1}}, -1, true));
     QCOMPARE(readFile(child.path), around(withChild));
 
     Fixture moved(content);
@@ -538,7 +529,7 @@ void tst_HostileManifests::firstOfSeveralNamesakesIsEdited()
     MessageRecorder recorder;
     Fixture fixture(R"([{"instanceName":"x/a","selectionType":"Selection"},{"instanceName":"a","substructure":[]},
         {"instanceName":"y/a","selectionType":"Selection"},{"instanceName":"a"}])");
-    const QString a = QStringLiteral("a");
+    const QString a = u"a"_qs;
 
     QVERIFY(fixture.handler.setProperty(a, key, 1, true));
     QCOMPARE(readFile(fixture.path),
@@ -565,20 +556,20 @@ void tst_HostileManifests::elementsWithoutNamesAnswerToEmptyName()
         R"([{"instanceName":"a"},{"substructure":[{"instanceName":"b"},{"instanceName":""}]},{"instanceName":5}])");
     QJsonObject found;
 
-    QVERIFY(fixture.handler.setProperty(QStringLiteral("/b"), key, 1, false));
-    QVERIFY(fixture.handler.setProperty(QStringLiteral("/"), key, 2, false));
-    QVERIFY(!fixture.handler.setProperty(QStringLiteral("//"), key, 3, false));
+    QVERIFY(fixture.handler.setProperty(u"/b"_qs, key, 1, false));
+    QVERIFY(fixture.handler.setProperty(u"/"_qs, key, 2, false));
+    QVERIFY(!fixture.handler.setProperty(u"//"_qs, key, 3, false));
     QVERIFY(fixture.handler.setProperty(QString(), key, 4, true));
     QCOMPARE(readFile(fixture.path),
         QByteArray(R"([{"instanceName":"a"},{"key":4,"substructure":[{"instanceName":"b","key":1},)"
                    R"({"instanceName":"","key":2}]},{"instanceName":5}])"));
 
     QCOMPARE(recorder.take(), QVector<Message>());
-    QVERIFY(!fixture.handler.getNodeElement(QStringLiteral("/b"), found));
-    QVERIFY(!fixture.handler.getNodeElement(QStringLiteral("//"), found));
+    QVERIFY(!fixture.handler.getNodeElement(u"/b"_qs, found));
+    QVERIFY(!fixture.handler.getNodeElement(u"//"_qs, found));
     QCOMPARE(recorder.take(),
-        QVector<Message>({warning(QStringLiteral("Cannot find element for path (\"b\")"), element),
-            warning(QStringLiteral("Received an empty instance path!"), element)}));
+        QVector<Message>({warning(u"Cannot find element for path (\"b\")"_qs, element),
+            warning(u"Received an empty instance path!"_qs, element)}));
 }
 
 void tst_HostileManifests::selectionWithChildrenIsAParent()
@@ -588,10 +579,10 @@ void tst_HostileManifests::selectionWithChildrenIsAParent()
         {"instanceName":"x/s/b","selectionType":"Selection"}]}])");
     QStringList instances;
 
-    QVERIFY(fixture.handler.getListOfInstances(QStringLiteral("s"), instances));
-    QCOMPARE(instances, QStringList({QStringLiteral("a"), QStringLiteral("x/s/b")}));
-    QVERIFY(fixture.handler.sortElements(QStringLiteral("s"), {QStringLiteral("b"), QStringLiteral("a")}, false));
-    QVERIFY(fixture.handler.setProperty(QStringLiteral("s/b"), key, 1, true));
+    QVERIFY(fixture.handler.getListOfInstances(u"s"_qs, instances));
+    QCOMPARE(instances, QStringList({u"a"_qs, u"x/s/b"_qs}));
+    QVERIFY(fixture.handler.sortElements(u"s"_qs, {u"b"_qs, u"a"_qs}, false));
+    QVERIFY(fixture.handler.setProperty(u"s/b"_qs, key, 1, true));
     QCOMPARE(readFile(fixture.path),
         QByteArray(R"([{"instanceName":"x/s","selectionType":"Selection","substructure":[)"
                    R"({"instanceName":"x/s/b","key":1,"selectionType":"Selection"},{"instanceName":"a"}]}])"));
@@ -645,7 +636,7 @@ void tst_HostileManifests::treeBeyondTheParsersLimitIsSavedAndNotLoaded()
 {
     MessageRecorder recorder;
     Fixture fixture(chain(511));
-    const QJsonObject description {{QStringLiteral("displayPosition"), 1}};
+    const QJsonObject description {{u"displayPosition"_qs, 1}};
 
     QVERIFY(fixture.handler.addNode(chainPath(512), description, -1, true));
     QCOMPARE(fixture.reloaded(), fixture.handler.getManifestJsonArray());
@@ -655,7 +646,7 @@ void tst_HostileManifests::treeBeyondTheParsersLimitIsSavedAndNotLoaded()
     QCOMPARE(readFile(fixture.path), fixture.handler.getManifestContent());
     QCOMPARE(recorder.take(), QVector<Message>());
     QCOMPARE(fixture.reloaded(), QJsonArray());
-    QCOMPARE(recorder.take(), QVector<Message>({refused(QStringLiteral("too deeply nested document"))}));
+    QCOMPARE(recorder.take(), QVector<Message>({refused(u"too deeply nested document"_qs)}));
 
     QVERIFY(fixture.handler.deleteElement(chainPath(512), true));
     QCOMPARE(fixture.reloaded(), fixture.handler.getManifestJsonArray());
@@ -667,8 +658,8 @@ void tst_HostileManifests::treeBeyondTheParsersLimitIsEditedInMemory()
     constexpr int levels = 5000;
     QJsonArray manifest;
     for (int level = 0; level < levels; ++level) {
-        QJsonObject parent = node(QStringLiteral("n"));
-        parent.insert(QStringLiteral("substructure"), manifest);
+        QJsonObject parent = node(u"n"_qs);
+        parent.insert(u"substructure"_qs, manifest);
         manifest = QJsonArray {parent};
     }
 
@@ -710,12 +701,12 @@ void tst_HostileManifests::hundredThousandElementsAreEdited()
 
     QVERIFY(fixture.handler.moveNode(last, 0, false));
     QVERIFY(fixture.handler.deleteElement(numbered(1), false));
-    QVERIFY(fixture.handler.addNode(QStringLiteral("added"), {{QStringLiteral("displayPosition"), 1}}, 1, true));
+    QVERIFY(fixture.handler.addNode(u"added"_qs, {{u"displayPosition"_qs, 1}}, 1, true));
     expected.removeLast();
     expected.removeAt(1);
     expected.prepend(edited);
-    QJsonObject added = node(QStringLiteral("added"));
-    added.insert(QStringLiteral("dataSourceType"), QStringLiteral("JsonData"));
+    QJsonObject added = node(u"added"_qs);
+    added.insert(u"dataSourceType"_qs, u"JsonData"_qs);
     expected.insert(1, added);
     QVERIFY(readFile(fixture.path) == compact(expected));
 
@@ -733,15 +724,15 @@ void tst_HostileManifests::hundredThousandElementsAreEdited()
 
 void tst_HostileManifests::textsOfManyMegabytesAreEdited()
 {
-    const QString name(8 << 20, QLatin1Char('n'));
+    const QString name(8 << 20, u'n');
     const QString value(8 << 20, QChar(0x6f22));
-    const QJsonObject description {{QStringLiteral("displayPosition"), 1}};
+    const QJsonObject description {{u"displayPosition"_qs, 1}};
 
     MessageRecorder recorder;
     Fixture fixture("[]");
     QVERIFY(fixture.handler.addNode(name, description, -1, false));
     QVERIFY(fixture.handler.setProperty(name, value, value, false));
-    QVERIFY(fixture.handler.addNode(name + QStringLiteral("/inner"), description, -1, true));
+    QVERIFY(fixture.handler.addNode(name + u"/inner"_qs, description, -1, true));
     QJsonObject found;
     QVERIFY(fixture.handler.getNodeElement(name, found));
     QVERIFY(found.value(value).toString() == value);
@@ -806,9 +797,8 @@ void tst_HostileManifests::damagedContentIsRefusedOrTaken()
         R"([{"instanceName":"a","iconName":"","selectionType":"Selection"},{"instanceName":"n","selectionType":"Node",)"
         R"("substructure":[{"instanceName":"n/b","hide":false,"selectionType":"Selection"},{"instanceName":"m",)"
         R"("selectionType":"Node","substructure":[{"instanceName":"n/m/c","selectionType":"Selection"}]}]}])";
-    const QStringList paths {QString(), QStringLiteral("a"), QStringLiteral("n"), QStringLiteral("n/b"),
-        QStringLiteral("n/m"), QStringLiteral("n/m/c")};
-    const QString added = QStringLiteral("added");
+    const QStringList paths {QString(), u"a"_qs, u"n"_qs, u"n/b"_qs, u"n/m"_qs, u"n/m/c"_qs};
+    const QString added = u"added"_qs;
     const auto property = [&](QJsonObject& object, bool& changed) {
         changed = !object.contains(added);
         object.insert(added, 1);
@@ -862,14 +852,14 @@ void tst_HostileManifests::damagedContentIsRefusedOrTaken()
         }
 
         const int size = document.array().size();
-        QVERIFY(handler.addNode(added, {{QStringLiteral("displayPosition"), 1}}, -1, false));
+        QVERIFY(handler.addNode(added, {{u"displayPosition"_qs, 1}}, -1, false));
         QCOMPARE(handler.getManifestJsonArray().size(), size + 1);
         QVERIFY(handler.deleteElement(added, true));
         QCOMPARE(handler.getManifestJsonArray(), document.array());
         QCOMPARE(fixture.reloaded(), document.array());
         QCOMPARE(recorder.take(), QVector<Message>());
     }
-    QVERIFY2(taken > 500 && edited > 1500, qPrintable(QStringLiteral("%1, %2").arg(taken).arg(edited)));
+    QVERIFY2(taken > 500 && edited > 1500, qPrintable(u"%1, %2"_qs.arg(taken).arg(edited)));
 }
 
 MANIFEST_TEST_MAIN(tst_HostileManifests)

@@ -2,6 +2,7 @@
 #include "ConfigurationManifestCreator.h"
 #include "Files.h"
 #include "JsonDataIteratorConfigurationInstanceCollector.h"
+#include "Literals.h"
 #include "MessageRecorder.h"
 #include "SystemInformationManagerRegistryDefinitions.h"
 #include "TestMain.h"
@@ -68,21 +69,18 @@ void tst_JsonDataIteratorConfigurationInstanceCollector::selectionsAreGathered_d
 {
     QTest::addColumn<QJsonObject>("object");
     QTest::addColumn<QString>("name");
-    QTest::newRow("plain name") << objectFrom(R"({"selectionType":"Selection","instanceName":"main"})")
-                                << QStringLiteral("main");
+    QTest::newRow("plain name") << objectFrom(R"({"selectionType":"Selection","instanceName":"main"})") << u"main"_qs;
     QTest::newRow("whole path text") << objectFrom(R"({"selectionType":"Selection","instanceName":"folder/file"})")
-                                     << QStringLiteral("folder/file");
+                                     << u"folder/file"_qs;
     QTest::newRow("slashes at both ends")
-        << objectFrom(R"({"selectionType":"Selection","instanceName":"/a//b/"})") << QStringLiteral("/a//b/");
-    QTest::newRow("empty name") << objectFrom(R"({"selectionType":"Selection","instanceName":""})")
-                                << QStringLiteral("");
-    QTest::newRow("spaces kept") << objectFrom(R"({"selectionType":"Selection","instanceName":" a "})")
-                                 << QStringLiteral(" a ");
+        << objectFrom(R"({"selectionType":"Selection","instanceName":"/a//b/"})") << u"/a//b/"_qs;
+    QTest::newRow("empty name") << objectFrom(R"({"selectionType":"Selection","instanceName":""})") << u""_qs;
+    QTest::newRow("spaces kept") << objectFrom(R"({"selectionType":"Selection","instanceName":" a "})") << u" a "_qs;
     QTest::newRow("beyond ASCII") << objectFrom(R"({"selectionType":"Selection","instanceName":"Größe \"1\""})")
-                                  << QStringLiteral("Gr\u00f6\u00dfe \"1\"");
+                                  << u"Gr\u00f6\u00dfe \"1\""_qs;
     QTest::newRow("other members") << objectFrom(
         R"({"":0,"instanceName":"main","selectionType":"Selection","substructure":[{"instanceName":"child"}]})")
-                                   << QStringLiteral("main");
+                                   << u"main"_qs;
 }
 
 void tst_JsonDataIteratorConfigurationInstanceCollector::selectionsAreGathered()
@@ -129,10 +127,10 @@ void tst_JsonDataIteratorConfigurationInstanceCollector::unreadableElementsAreRe
     QTest::addColumn<QJsonObject>("object");
     QTest::addColumn<QString>("message");
     const auto row = [](const char* title, const char* json, const QString& text) {
-        QTest::newRow(title) << objectFrom(
-            json) << QString(text % QLatin1String(" QJsonObject(") % QString::fromUtf8(json) % QLatin1String(") !"));
+        QTest::newRow(title) << objectFrom(json)
+                             << QString(text % u" QJsonObject("_qs % QString::fromUtf8(json) % u") !"_qs);
     };
-    const QString typeMessage = QStringLiteral("Error on reading selection type from json object:");
+    const QString typeMessage = u"Error on reading selection type from json object:"_qs;
     row("type is a number", R"({"instanceName":"main","selectionType":1})", typeMessage);
     row("type is null", R"({"instanceName":"main","selectionType":null})", typeMessage);
     row("type is a bool", R"({"instanceName":"main","selectionType":true})", typeMessage);
@@ -140,11 +138,11 @@ void tst_JsonDataIteratorConfigurationInstanceCollector::unreadableElementsAreRe
     row("type is an object", R"({"instanceName":"main","selectionType":{"a":"Selection"}})", typeMessage);
     row("neither type nor name", R"({"selectionType":0})", typeMessage);
 
-    const QString missingName = QStringLiteral("Selection does not contain an instanceName:");
+    const QString missingName = u"Selection does not contain an instanceName:"_qs;
     row("no name", R"({"selectionType":"Selection"})", missingName);
     row("name under a key in another case", R"({"InstanceName":"main","selectionType":"Selection"})", missingName);
 
-    const QString nameMessage = QStringLiteral("Error on reading instance name from selection:");
+    const QString nameMessage = u"Error on reading instance name from selection:"_qs;
     row("name is a number", R"({"instanceName":1.5,"selectionType":"Selection"})", nameMessage);
     row("name is null", R"({"instanceName":null,"selectionType":"Selection"})", nameMessage);
     row("name is a bool", R"({"instanceName":false,"selectionType":"Selection"})", nameMessage);
@@ -175,15 +173,15 @@ void tst_JsonDataIteratorConfigurationInstanceCollector::accumulatorThatIsNoArra
     QFETCH(const QJsonValue, accumulator);
     MessageRecorder log;
     QJsonValue result = accumulator;
-    QJsonObject selection = selectionNamed(QStringLiteral("main"));
+    QJsonObject selection = selectionNamed(u"main"_qs);
     Collector().compute(selection, result);
     QCOMPARE(result, accumulator);
 
     QJsonObject unreadable = objectFrom(R"({"selectionType":"Selection"})");
     Collector().compute(unreadable, result);
     QCOMPARE(log.take(),
-        QVector<Message>({warningOfCompute(QStringLiteral(
-            R"(Selection does not contain an instanceName: QJsonObject({"selectionType":"Selection"}) !)"))}));
+        QVector<Message>({warningOfCompute(
+            uR"(Selection does not contain an instanceName: QJsonObject({"selectionType":"Selection"}) !)"_qs)}));
     QCOMPARE(result, accumulator);
 }
 
@@ -191,7 +189,7 @@ void tst_JsonDataIteratorConfigurationInstanceCollector::accumulatorThatIsAnArra
 {
     MessageRecorder log;
     QJsonValue result = arrayFrom(R"([null,1,["x"]])");
-    QJsonObject selection = selectionNamed(QStringLiteral("main"));
+    QJsonObject selection = selectionNamed(u"main"_qs);
     Collector().compute(selection, result);
     QCOMPARE(result, QJsonValue(arrayFrom(R"([null,1,["x"],"main"])")));
 }
@@ -199,7 +197,7 @@ void tst_JsonDataIteratorConfigurationInstanceCollector::accumulatorThatIsAnArra
 void tst_JsonDataIteratorConfigurationInstanceCollector::duplicatesAreKeptInOrder()
 {
     MessageRecorder log;
-    const QStringList visited = {QStringLiteral("b"), QStringLiteral("a"), QStringLiteral("b"), QStringLiteral("b")};
+    const QStringList visited = {u"b"_qs, u"a"_qs, u"b"_qs, u"b"_qs};
     QJsonValue result;
     for (const QString& name : visited) {
         QJsonObject selection = selectionNamed(name);
@@ -222,27 +220,27 @@ void tst_JsonDataIteratorConfigurationInstanceCollector::failuresDoNotStopTheCol
     walkJson(manifest, collector, result);
     QCOMPARE(log.take(),
         QVector<Message>({
-            warningOfCompute(QStringLiteral(
-                R"(Error on reading selection type from json object: QJsonObject({"selectionType":2}) !)")),
-            warningOfCompute(QStringLiteral(
-                R"(Selection does not contain an instanceName: QJsonObject({"selectionType":"Selection"}) !)")),
-            warningOfCompute(QStringLiteral("Error on reading instance name from selection: "
-                                            R"(QJsonObject({"instanceName":3,"selectionType":"Selection"}) !)")),
+            warningOfCompute(
+                uR"(Error on reading selection type from json object: QJsonObject({"selectionType":2}) !)"_qs),
+            warningOfCompute(
+                uR"(Selection does not contain an instanceName: QJsonObject({"selectionType":"Selection"}) !)"_qs),
+            warningOfCompute(u"Error on reading instance name from selection: "
+                             R"(QJsonObject({"instanceName":3,"selectionType":"Selection"}) !)"_qs),
         }));
-    QCOMPARE(result, names({QStringLiteral("a"), QStringLiteral("b")}));
+    QCOMPARE(result, names({u"a"_qs, u"b"_qs}));
 }
 
 void tst_JsonDataIteratorConfigurationInstanceCollector::copyOfTheAccumulatorStaysAsItWas()
 {
     MessageRecorder log;
     QJsonValue result;
-    QJsonObject first = selectionNamed(QStringLiteral("first"));
+    QJsonObject first = selectionNamed(u"first"_qs);
     Collector().compute(first, result);
     const QJsonValue copy = result;
-    QJsonObject second = selectionNamed(QStringLiteral("second"));
+    QJsonObject second = selectionNamed(u"second"_qs);
     Collector().compute(second, result);
-    QCOMPARE(copy, names({QStringLiteral("first")}));
-    QCOMPARE(result, names({QStringLiteral("first"), QStringLiteral("second")}));
+    QCOMPARE(copy, names({u"first"_qs}));
+    QCOMPARE(result, names({u"first"_qs, u"second"_qs}));
 }
 
 void tst_JsonDataIteratorConfigurationInstanceCollector::oneCollectorServesSeveralWalks()
@@ -255,8 +253,8 @@ void tst_JsonDataIteratorConfigurationInstanceCollector::oneCollectorServesSever
         QJsonObject selection = selectionNamed(QString::number(i));
         collector.compute(selection, i % 2 == 0 ? even : odd);
     }
-    QCOMPARE(even, names({QStringLiteral("0"), QStringLiteral("2")}));
-    QCOMPARE(odd, names({QStringLiteral("1"), QStringLiteral("3")}));
+    QCOMPARE(even, names({u"0"_qs, u"2"_qs}));
+    QCOMPARE(odd, names({u"1"_qs, u"3"_qs}));
 }
 
 void tst_JsonDataIteratorConfigurationInstanceCollector::oneCollectorServesSeveralThreads()
@@ -289,10 +287,10 @@ void tst_JsonDataIteratorConfigurationInstanceCollector::worksThroughItsBase()
     MessageRecorder log;
     const std::unique_ptr<JsonDataIteratorObjectBase> iterator = std::make_unique<Collector>();
     QVERIFY(dynamic_cast<Collector*>(iterator.get()) != nullptr);
-    QJsonObject selection = selectionNamed(QStringLiteral("main"));
+    QJsonObject selection = selectionNamed(u"main"_qs);
     QJsonValue result;
     iterator->compute(selection, result);
-    QCOMPARE(result, names({QStringLiteral("main")}));
+    QCOMPARE(result, names({u"main"_qs}));
 }
 
 void tst_JsonDataIteratorConfigurationInstanceCollector::collectsEverySelectionOfACreatedManifest()
@@ -300,19 +298,18 @@ void tst_JsonDataIteratorConfigurationInstanceCollector::collectsEverySelectionO
     MessageRecorder log;
     const QTemporaryDir folder;
     const QString root = folder.path();
-    writeFile(root % QLatin1String("/main.config.json"), R"({"hide":false,"displayPosition":2})");
-    writeFile(root % QLatin1String("/a.config.json"), R"({"hide":false,"displayPosition":1})");
-    writeFile(root % QLatin1String("/Net/Folder.menu.json"), R"({"displayPosition":1})");
-    writeFile(root % QLatin1String("/Net/port.config.json"),
+    writeFile(root % u"/main.config.json"_qs, R"({"hide":false,"displayPosition":2})");
+    writeFile(root % u"/a.config.json"_qs, R"({"hide":false,"displayPosition":1})");
+    writeFile(root % u"/Net/Folder.menu.json"_qs, R"({"displayPosition":1})");
+    writeFile(root % u"/Net/port.config.json"_qs,
         R"({"hide":true,"displayPosition":1,"selectorTypeList":[{"instanceName":"no element"}]})");
-    writeFile(
-        root % QLatin1String("/Net/named.config.json"), R"({"hide":true,"displayPosition":2,"instanceName":"main"})");
-    writeFile(root % QLatin1String("/Net/Deep/Folder.menu.json"), R"({"displayPosition":1})");
-    writeFile(root % QLatin1String("/Net/Deep/x.config.json"), R"({"hide":false,"displayPosition":1})");
-    writeFile(root % QLatin1String("/Net/Deep/x.process.json"), R"({})");
-    QVERIFY(ConfigurationManifestCreator().create2(root, QStringLiteral("configuration")));
+    writeFile(root % u"/Net/named.config.json"_qs, R"({"hide":true,"displayPosition":2,"instanceName":"main"})");
+    writeFile(root % u"/Net/Deep/Folder.menu.json"_qs, R"({"displayPosition":1})");
+    writeFile(root % u"/Net/Deep/x.config.json"_qs, R"({"hide":false,"displayPosition":1})");
+    writeFile(root % u"/Net/Deep/x.process.json"_qs, R"({})");
+    QVERIFY(ConfigurationManifestCreator().create2(root, u"configuration"_qs));
 
-    const QByteArray written = readFile(root % QLatin1String("/configuration.manifest.json"));
+    const QByteArray written = readFile(root % u"/configuration.manifest.json"_qs);
     QJsonValue manifest = arrayFrom(written.constData());
     Collector collector;
     QJsonValue result;

@@ -2,6 +2,7 @@
 #include "ConfigurationManifestCreator.h"
 #include "Files.h"
 #include "JsonDataIteratorConfigurationInstanceListUpdater.h"
+#include "Literals.h"
 #include "MessageRecorder.h"
 #include "SystemInformationManagerRegistryDefinitions.h"
 #include "TestMain.h"
@@ -34,13 +35,13 @@ Message warningOfCompute(const QString& text)
 
 Message removingIsSwitchedOff()
 {
-    return warning(QStringLiteral("Removing of keys is already enabled and will be disabled!"),
+    return warning(u"Removing of keys is already enabled and will be disabled!"_qs,
         "void JsonDataIteratorConfigurationInstanceListUpdater::setAddKey(bool)");
 }
 
 Message addingIsSwitchedOff()
 {
-    return warning(QStringLiteral("Adding of keys is already enabled and will be disabled!"),
+    return warning(u"Adding of keys is already enabled and will be disabled!"_qs,
         "void JsonDataIteratorConfigurationInstanceListUpdater::setRemoveKey(bool)");
 }
 
@@ -113,7 +114,7 @@ private Q_SLOTS:
 
 void tst_JsonDataIteratorConfigurationInstanceListUpdater::ownKeyIsTheImportedOne()
 {
-    QCOMPARE(Updater::getKeyInstanceName(), QStringLiteral("instanceName"));
+    QCOMPARE(Updater::getKeyInstanceName(), u"instanceName"_qs);
     QCOMPARE(Updater::getKeyInstanceName(), Registry::getKeyInstanceName());
     QCOMPARE(&Updater::getKeyInstanceName(), &Updater::getKeyInstanceName());
 }
@@ -167,7 +168,7 @@ void tst_JsonDataIteratorConfigurationInstanceListUpdater::lastModeSetWins()
     MessageRecorder log;
     Updater updater;
     for (const QChar step : steps) {
-        if (step.toLower() == QLatin1Char('a')) {
+        if (step.toLower() == u'a') {
             updater.setAddKey(step.isUpper());
         } else {
             updater.setRemoveKey(step.isUpper());
@@ -183,13 +184,13 @@ void tst_JsonDataIteratorConfigurationInstanceListUpdater::initLeavesTheModes()
     MessageRecorder log;
     Updater adding;
     adding.setAddKey(true);
-    adding.init(QStringLiteral("main"), QStringLiteral("key"), 1);
+    adding.init(u"main"_qs, u"key"_qs, 1);
     QVERIFY(adding.addKey());
     QVERIFY(!adding.removeKey());
 
     Updater removing;
     removing.setRemoveKey(true);
-    removing.init(QStringLiteral("main"), QStringLiteral("key"), 1);
+    removing.init(u"main"_qs, u"key"_qs, 1);
     QVERIFY(removing.removeKey());
     QVERIFY(!removing.addKey());
 }
@@ -242,8 +243,8 @@ void tst_JsonDataIteratorConfigurationInstanceListUpdater::modesDecideWhatHappen
     const QJsonObject missing = objectFrom(R"({"instanceName":"main","selectionType":"Selection"})");
     const QJsonObject written = objectFrom(R"({"instanceName":"main","key":"new","selectionType":"Selection"})");
     const QVector<Message> warned(
-        {warningOfCompute(QStringLiteral("Unable to find key \"key\" in jsonObject: "
-                                         R"(QJsonObject({"instanceName":"main","selectionType":"Selection"}) !)"))});
+        {warningOfCompute(u"Unable to find key \"key\" in jsonObject: "
+                          R"(QJsonObject({"instanceName":"main","selectionType":"Selection"}) !)"_qs)});
     QTest::newRow("overwriting, present") << Overwriting << present << written << QVector<Message>();
     QTest::newRow("overwriting, missing") << Overwriting << missing << QJsonObject() << warned;
     QTest::newRow("adding, present") << Adding << present << written << QVector<Message>();
@@ -261,7 +262,7 @@ void tst_JsonDataIteratorConfigurationInstanceListUpdater::modesDecideWhatHappen
     MessageRecorder log;
     QJsonObject visited = object;
     QJsonValue result;
-    configured(mode, "main", "key", QStringLiteral("new")).compute(visited, result);
+    configured(mode, "main", "key", u"new"_qs).compute(visited, result);
     QCOMPARE(log.take(), messages);
     QCOMPARE(visited, messages.isEmpty() ? edited : object);
     QCOMPARE(result, QJsonValue(messages.isEmpty() ? QJsonArray({edited}) : QJsonArray()));
@@ -276,22 +277,22 @@ void tst_JsonDataIteratorConfigurationInstanceListUpdater::otherObjectsAreSkippe
     QTest::newRow("selection type in another case")
         << objectFrom(R"({"instanceName":"folder/file","SelectionType":"Selection","key":1})");
     const auto row = [](const char* title, const QJsonValue& name) {
-        QTest::newRow(title) << QJsonObject {{QStringLiteral("instanceName"), name}, {QStringLiteral("key"), 1},
-            {QStringLiteral("selectionType"), QStringLiteral("Selection")}};
+        QTest::newRow(title) << QJsonObject {
+            {u"instanceName"_qs, name}, {u"key"_qs, 1}, {u"selectionType"_qs, u"Selection"_qs}};
     };
-    row("last segment", QStringLiteral("file"));
-    row("first segment", QStringLiteral("folder"));
-    row("longer path", QStringLiteral("top/folder/file"));
-    row("other case", QStringLiteral("Folder/file"));
-    row("slash in front", QStringLiteral("/folder/file"));
-    row("slash at the end", QStringLiteral("folder/file/"));
-    row("space at the end", QStringLiteral("folder/file "));
+    row("last segment", u"file"_qs);
+    row("first segment", u"folder"_qs);
+    row("longer path", u"top/folder/file"_qs);
+    row("other case", u"Folder/file"_qs);
+    row("slash in front", u"/folder/file"_qs);
+    row("slash at the end", u"folder/file/"_qs);
+    row("space at the end", u"folder/file "_qs);
     row("empty name", QString());
     row("name is null", QJsonValue());
     row("name is a number", 1);
     row("name is a bool", true);
-    row("name is an array", QJsonArray({QStringLiteral("folder/file")}));
-    row("name is an object", QJsonObject({{QStringLiteral("instanceName"), QStringLiteral("folder/file")}}));
+    row("name is an array", QJsonArray({u"folder/file"_qs}));
+    row("name is an object", QJsonObject({{u"instanceName"_qs, u"folder/file"_qs}}));
 }
 
 void tst_JsonDataIteratorConfigurationInstanceListUpdater::otherObjectsAreSkippedSilently()
@@ -326,7 +327,7 @@ void tst_JsonDataIteratorConfigurationInstanceListUpdater::elementsMatchByTheirW
     QJsonValue result;
     configured(Overwriting, "folder/file", "key", 2).compute(visited, result);
     QJsonObject edited = object;
-    edited.insert(QStringLiteral("key"), 2);
+    edited.insert(u"key"_qs, 2);
     QCOMPARE(visited, edited);
     QCOMPARE(result, QJsonValue(QJsonArray({edited})));
 }
@@ -338,21 +339,21 @@ void tst_JsonDataIteratorConfigurationInstanceListUpdater::elementWithoutANameIs
     QTest::addColumn<QJsonObject>("object");
     QTest::addColumn<QString>("message");
     const QJsonObject selection = objectFrom(R"({"key":1,"selectionType":"Selection"})");
-    const QString ofSelection = QStringLiteral("Unable to find key instanceName in current json object: "
-                                               R"(QJsonObject({"key":1,"selectionType":"Selection"}) ( "key" )!)");
-    QTest::newRow("overwriting") << Overwriting << QStringLiteral("key") << selection << ofSelection;
-    QTest::newRow("adding") << Adding << QStringLiteral("key") << selection << ofSelection;
-    QTest::newRow("removing") << Removing << QStringLiteral("key") << selection << ofSelection;
+    const QString ofSelection = u"Unable to find key instanceName in current json object: "
+                                R"(QJsonObject({"key":1,"selectionType":"Selection"}) ( "key" )!)"_qs;
+    QTest::newRow("overwriting") << Overwriting << u"key"_qs << selection << ofSelection;
+    QTest::newRow("adding") << Adding << u"key"_qs << selection << ofSelection;
+    QTest::newRow("removing") << Removing << u"key"_qs << selection << ofSelection;
     QTest::newRow("empty key") << Overwriting << QString() << selection
-                               << QStringLiteral("Unable to find key instanceName in current json object: "
-                                                 R"(QJsonObject({"key":1,"selectionType":"Selection"}) ( "" )!)");
+                               << u"Unable to find key instanceName in current json object: "
+                                  R"(QJsonObject({"key":1,"selectionType":"Selection"}) ( "" )!)"_qs;
     QTest::newRow("name in another case")
-        << Overwriting << QStringLiteral("key") << objectFrom(R"({"InstanceName":"main","selectionType":"Node"})")
-        << QStringLiteral("Unable to find key instanceName in current json object: "
-                          R"(QJsonObject({"InstanceName":"main","selectionType":"Node"}) ( "key" )!)");
-    QTest::newRow("unreadable kind") << Overwriting << QStringLiteral("key") << objectFrom(R"({"selectionType":null})")
-                                     << QStringLiteral("Unable to find key instanceName in current json object: "
-                                                       R"(QJsonObject({"selectionType":null}) ( "key" )!)");
+        << Overwriting << u"key"_qs << objectFrom(R"({"InstanceName":"main","selectionType":"Node"})")
+        << u"Unable to find key instanceName in current json object: "
+           R"(QJsonObject({"InstanceName":"main","selectionType":"Node"}) ( "key" )!)"_qs;
+    QTest::newRow("unreadable kind") << Overwriting << u"key"_qs << objectFrom(R"({"selectionType":null})")
+                                     << u"Unable to find key instanceName in current json object: "
+                                        R"(QJsonObject({"selectionType":null}) ( "key" )!)"_qs;
 }
 
 void tst_JsonDataIteratorConfigurationInstanceListUpdater::elementWithoutANameIsReported()
@@ -377,10 +378,10 @@ void tst_JsonDataIteratorConfigurationInstanceListUpdater::missingKeyIsReported_
 {
     QTest::addColumn<QByteArray>("key");
     QTest::addColumn<QString>("shown");
-    QTest::newRow("plain") << QByteArray("hide") << QStringLiteral(R"("hide")");
-    QTest::newRow("other case") << QByteArray("Key") << QStringLiteral(R"("Key")");
-    QTest::newRow("empty") << QByteArray("") << QStringLiteral(R"("")");
-    QTest::newRow("quoted") << QByteArray("a\"b") << QStringLiteral(R"("a\"b")");
+    QTest::newRow("plain") << QByteArray("hide") << uR"("hide")"_qs;
+    QTest::newRow("other case") << QByteArray("Key") << uR"("Key")"_qs;
+    QTest::newRow("empty") << QByteArray("") << uR"("")"_qs;
+    QTest::newRow("quoted") << QByteArray("a\"b") << uR"("a\"b")"_qs;
 }
 
 void tst_JsonDataIteratorConfigurationInstanceListUpdater::missingKeyIsReported()
@@ -389,8 +390,8 @@ void tst_JsonDataIteratorConfigurationInstanceListUpdater::missingKeyIsReported(
     QFETCH(const QString, shown);
     MessageRecorder log;
     const QJsonObject object = objectFrom(R"({"instanceName":"main","key":1,"selectionType":"Node"})");
-    const Message message = warningOfCompute(QLatin1String("Unable to find key ") % shown
-        % QLatin1String(R"( in jsonObject: QJsonObject({"instanceName":"main","key":1,"selectionType":"Node"}) !)"));
+    const Message message = warningOfCompute(u"Unable to find key "_qs % shown
+        % uR"( in jsonObject: QJsonObject({"instanceName":"main","key":1,"selectionType":"Node"}) !)"_qs);
     for (const Mode mode : {Overwriting, Removing}) {
         QJsonObject visited = object;
         QJsonValue result;
@@ -407,8 +408,8 @@ void tst_JsonDataIteratorConfigurationInstanceListUpdater::equalValueIsWrittenAn
     const QJsonObject object = objectFrom(R"({"instanceName":"main","key":"same","selectionType":"Selection"})");
     QJsonObject visited = object;
     QJsonValue result;
-    configured(Overwriting, "main", "key", QStringLiteral("same")).compute(visited, result);
-    configured(Adding, "main", "key", QStringLiteral("same")).compute(visited, result);
+    configured(Overwriting, "main", "key", u"same"_qs).compute(visited, result);
+    configured(Adding, "main", "key", u"same"_qs).compute(visited, result);
     QCOMPARE(visited, object);
     QCOMPARE(result, QJsonValue(QJsonArray({object, object})));
 }
@@ -435,9 +436,9 @@ void tst_JsonDataIteratorConfigurationInstanceListUpdater::withoutInitTheEmptyKe
                                               arrayFrom(R"([{"":null,"instanceName":"","selectionType":"Node"}])"))
                                        << QVector<Message>();
     QTest::newRow("empty key missing") << false << missing << QJsonValue(QJsonArray())
-                                       << QVector<Message>({warningOfCompute(QStringLiteral(
-                                              "Unable to find key \"\" in jsonObject: "
-                                              R"(QJsonObject({"instanceName":"","selectionType":"Node"}) !)"))});
+                                       << QVector<Message>({warningOfCompute(
+                                              u"Unable to find key \"\" in jsonObject: "
+                                              R"(QJsonObject({"instanceName":"","selectionType":"Node"}) !)"_qs)});
     QTest::newRow("empty key added") << true << missing
                                      << QJsonValue(arrayFrom(R"([{"":null,"instanceName":"","selectionType":"Node"}])"))
                                      << QVector<Message>();
@@ -467,7 +468,7 @@ void tst_JsonDataIteratorConfigurationInstanceListUpdater::valueIsWrittenAsJson_
     QTest::newRow("invalid") << QVariant() << QByteArray("null");
     QTest::newRow("null pointer") << QVariant::fromValue(nullptr) << QByteArray("null");
     QTest::newRow("JSON null") << QVariant(QJsonValue()) << QByteArray("null");
-    QTest::newRow("string") << QVariant(QStringLiteral("text")) << QByteArray(R"("text")");
+    QTest::newRow("string") << QVariant(u"text"_qs) << QByteArray(R"("text")");
     QTest::newRow("empty string") << QVariant(QString()) << QByteArray(R"("")");
     QTest::newRow("int") << QVariant(42) << QByteArray("42");
     QTest::newRow("negative int") << QVariant(-1) << QByteArray("-1");
@@ -478,13 +479,11 @@ void tst_JsonDataIteratorConfigurationInstanceListUpdater::valueIsWrittenAsJson_
     QTest::newRow("large double") << QVariant(1e300) << QByteArray("1e+300");
     QTest::newRow("2^53") << QVariant(9007199254740992LL) << QByteArray("9007199254740992");
     QTest::newRow("beyond 2^53") << QVariant(9007199254740993LL) << QByteArray("9007199254740992");
-    QTest::newRow("list") << QVariant(QVariantList {1, QStringLiteral("a"), QVariant(), QVariantList {}})
+    QTest::newRow("list") << QVariant(QVariantList {1, u"a"_qs, QVariant(), QVariantList {}})
                           << QByteArray(R"([1,"a",null,[]])");
     QTest::newRow("empty list") << QVariant(QVariantList()) << QByteArray("[]");
-    QTest::newRow("list of strings") << QVariant(QStringList {QStringLiteral("a"), QString()})
-                                     << QByteArray(R"(["a",""])");
-    QTest::newRow("map") << QVariant(
-        QVariantMap {{QStringLiteral("b"), QVariantMap {}}, {QString(), 1}, {QStringLiteral("a"), true}})
+    QTest::newRow("list of strings") << QVariant(QStringList {u"a"_qs, QString()}) << QByteArray(R"(["a",""])");
+    QTest::newRow("map") << QVariant(QVariantMap {{u"b"_qs, QVariantMap {}}, {QString(), 1}, {u"a"_qs, true}})
                          << QByteArray(R"({"":1,"a":true,"b":{}})");
     QTest::newRow("empty map") << QVariant(QVariantMap()) << QByteArray("{}");
     QTest::newRow("JSON object") << QVariant(objectFrom(R"({"a":[1]})")) << QByteArray(R"({"a":[1]})");
@@ -516,7 +515,7 @@ void tst_JsonDataIteratorConfigurationInstanceListUpdater::nameAndTypeCanBeEdite
     MessageRecorder log;
     QJsonObject object = objectFrom(R"({"instanceName":"main","selectionType":"Selection"})");
     QJsonValue result;
-    configured(Overwriting, "main", "instanceName", QStringLiteral("other")).compute(object, result);
+    configured(Overwriting, "main", "instanceName", u"other"_qs).compute(object, result);
     QCOMPARE(object, objectFrom(R"({"instanceName":"other","selectionType":"Selection"})"));
     configured(Removing, "other", "selectionType").compute(object, result);
     QCOMPARE(object, objectFrom(R"({"instanceName":"other"})"));
@@ -569,7 +568,7 @@ void tst_JsonDataIteratorConfigurationInstanceListUpdater::collectedObjectIsACop
     QJsonValue result;
     QJsonObject object = objectFrom(R"({"instanceName":"main","key":1,"selectionType":"Node"})");
     configured(Overwriting, "main", "key", 2).compute(object, result);
-    object.insert(QStringLiteral("key"), 3);
+    object.insert(u"key"_qs, 3);
     QCOMPARE(result, QJsonValue(arrayFrom(R"([{"instanceName":"main","key":2,"selectionType":"Node"}])")));
 }
 
@@ -580,14 +579,14 @@ void tst_JsonDataIteratorConfigurationInstanceListUpdater::configurationMayChang
     QJsonObject object = objectFrom(R"({"instanceName":"main","key":0,"selectionType":"Node"})");
     QJsonValue result;
     updater.compute(object, result);
-    updater.init(QStringLiteral("main"), QStringLiteral("key"), QStringLiteral("text"));
+    updater.init(u"main"_qs, u"key"_qs, u"text"_qs);
     updater.compute(object, result);
     updater.setRemoveKey(true);
     updater.compute(object, result);
     updater.setRemoveKey(false);
     updater.setAddKey(true);
     updater.compute(object, result);
-    updater.init(QStringLiteral("other"), QStringLiteral("key"), 1);
+    updater.init(u"other"_qs, u"key"_qs, 1);
     updater.compute(object, result);
     QCOMPARE(result, QJsonValue(arrayFrom(R"([
         {"instanceName":"main","key":1,"selectionType":"Node"},
@@ -672,8 +671,8 @@ void tst_JsonDataIteratorConfigurationInstanceListUpdater::integersBeyondTheRang
     QTest::newRow("in an array") << QByteArray("[9007199254740993]") << QVariant(QVariantList {9007199254740993LL})
                                  << QVariant(QVariantList {9007199254740992LL}) << QByteArray("[[9007199254740992]]");
     QTest::newRow("in an object") << QByteArray(R"({"a":9007199254740993})")
-                                  << QVariant(QVariantMap {{QStringLiteral("a"), 9007199254740993LL}})
-                                  << QVariant(QVariantMap {{QStringLiteral("a"), 9007199254740992LL}})
+                                  << QVariant(QVariantMap {{u"a"_qs, 9007199254740993LL}})
+                                  << QVariant(QVariantMap {{u"a"_qs, 9007199254740992LL}})
                                   << QByteArray(R"([{"a":9007199254740992}])");
 }
 
@@ -686,13 +685,13 @@ void tst_JsonDataIteratorConfigurationInstanceListUpdater::integersBeyondTheRang
     MessageRecorder log;
     QJsonObject object = objectFrom(
         QByteArray(R"({"instanceName":"main","key":0,"selectionType":"Node","n":)" + json + "}").constData());
-    QCOMPARE(object.value(QStringLiteral("n")).toVariant(), exact);
-    QCOMPARE(textOf(object.value(QStringLiteral("n"))), text);
+    QCOMPARE(object.value(u"n"_qs).toVariant(), exact);
+    QCOMPARE(textOf(object.value(u"n"_qs)), text);
 
     QJsonValue result;
     configured(Overwriting, "main", "key", 1).compute(object, result);
-    QCOMPARE(object.value(QStringLiteral("n")).toVariant(), rounded);
-    QCOMPARE(textOf(object.value(QStringLiteral("n"))), text);
+    QCOMPARE(object.value(u"n"_qs).toVariant(), rounded);
+    QCOMPARE(textOf(object.value(u"n"_qs)), text);
 }
 
 void tst_JsonDataIteratorConfigurationInstanceListUpdater::otherNumbersKeepTheirValue_data()
@@ -707,8 +706,8 @@ void tst_JsonDataIteratorConfigurationInstanceListUpdater::otherNumbersKeepTheir
     QTest::newRow("2^63") << QJsonValue(9223372036854775808.0);
     QTest::newRow("1e300") << QJsonValue(1e300);
     QTest::newRow("smallest") << QJsonValue(5e-324);
-    QTest::newRow("parsed 2^53") << objectFrom(R"({"n":9007199254740992})").value(QStringLiteral("n"));
-    QTest::newRow("parsed 1.0") << objectFrom(R"({"n":1.0})").value(QStringLiteral("n"));
+    QTest::newRow("parsed 2^53") << objectFrom(R"({"n":9007199254740992})").value(u"n"_qs);
+    QTest::newRow("parsed 1.0") << objectFrom(R"({"n":1.0})").value(u"n"_qs);
 }
 
 void tst_JsonDataIteratorConfigurationInstanceListUpdater::otherNumbersKeepTheirValue()
@@ -716,11 +715,11 @@ void tst_JsonDataIteratorConfigurationInstanceListUpdater::otherNumbersKeepTheir
     QFETCH(const QJsonValue, number);
     MessageRecorder log;
     QJsonObject object = objectFrom(R"({"instanceName":"main","key":0,"selectionType":"Node"})");
-    object.insert(QStringLiteral("n"), number);
+    object.insert(u"n"_qs, number);
     QJsonValue result;
     configured(Overwriting, "main", "key", 1).compute(object, result);
-    QCOMPARE(object.value(QStringLiteral("n")), number);
-    QCOMPARE(object.value(QStringLiteral("n")).toVariant(), number.toVariant());
+    QCOMPARE(object.value(u"n"_qs), number);
+    QCOMPARE(object.value(u"n"_qs).toVariant(), number.toVariant());
 }
 
 void tst_JsonDataIteratorConfigurationInstanceListUpdater::numberThatJsonCannotExpressBecomesNull_data()
@@ -737,15 +736,15 @@ void tst_JsonDataIteratorConfigurationInstanceListUpdater::numberThatJsonCannotE
     QFETCH(const double, number);
     MessageRecorder log;
     QJsonObject object = objectFrom(R"({"instanceName":"main","key":0,"selectionType":"Node"})");
-    object.insert(QStringLiteral("n"), number);
-    QCOMPARE(object.value(QStringLiteral("n")).type(), QJsonValue::Double);
-    const QByteArray text = textOf(object.value(QStringLiteral("n")));
+    object.insert(u"n"_qs, number);
+    QCOMPARE(object.value(u"n"_qs).type(), QJsonValue::Double);
+    const QByteArray text = textOf(object.value(u"n"_qs));
     QCOMPARE(text, QByteArray("[null]"));
 
     QJsonValue result;
     configured(Overwriting, "main", "key", 1).compute(object, result);
-    QCOMPARE(object.value(QStringLiteral("n")).type(), QJsonValue::Null);
-    QCOMPARE(textOf(object.value(QStringLiteral("n"))), text);
+    QCOMPARE(object.value(u"n"_qs).type(), QJsonValue::Null);
+    QCOMPARE(textOf(object.value(u"n"_qs)), text);
 }
 
 void tst_JsonDataIteratorConfigurationInstanceListUpdater::everyMatchIsEditedInWalkOrder()
@@ -817,7 +816,7 @@ void tst_JsonDataIteratorConfigurationInstanceListUpdater::oneUpdaterServesSever
         manifest.append(before);
         expected.append(after);
     }
-    Updater updater = configured(Overwriting, "a", "key", QStringLiteral("new"));
+    Updater updater = configured(Overwriting, "a", "key", u"new"_qs);
     struct Walk {
         QJsonValue document;
         QJsonValue result;
@@ -876,17 +875,17 @@ void tst_JsonDataIteratorConfigurationInstanceListUpdater::editsOneElementOfACre
     MessageRecorder log;
     const QTemporaryDir folder;
     const QString root = folder.path();
-    writeFile(root % QLatin1String("/main.config.json"), R"({"hide":false,"displayPosition":1,"connectorId":7})");
-    writeFile(root % QLatin1String("/Net/Folder.menu.json"),
+    writeFile(root % u"/main.config.json"_qs, R"({"hide":false,"displayPosition":1,"connectorId":7})");
+    writeFile(root % u"/Net/Folder.menu.json"_qs,
         R"({"displayPosition":1,"iconName":"net","version":1.0,"extra":[0.1,null,{"":[]}]})");
-    writeFile(root % QLatin1String("/Net/port.config.json"),
+    writeFile(root % u"/Net/port.config.json"_qs,
         R"({"hide":true,"displayPosition":1,"iconName":"port","selectorTypeList":[1.5,{"a":null}]})");
-    QVERIFY(ConfigurationManifestCreator().create2(root, QStringLiteral("configuration")));
+    QVERIFY(ConfigurationManifestCreator().create2(root, u"configuration"_qs));
 
-    const QByteArray written = readFile(root % QLatin1String("/configuration.manifest.json"));
+    const QByteArray written = readFile(root % u"/configuration.manifest.json"_qs);
     QCOMPARE(written.count(textBefore), 1);
     QJsonValue manifest = arrayFrom(written.constData());
-    Updater updater = configured(mode, instanceName.constData(), key.constData(), QStringLiteral("new"));
+    Updater updater = configured(mode, instanceName.constData(), key.constData(), u"new"_qs);
     QJsonValue result;
     walkJson(manifest, updater, result);
     QCOMPARE(compact(manifest.toArray()), QByteArray(written).replace(textBefore, textAfter));

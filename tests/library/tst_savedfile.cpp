@@ -1,4 +1,5 @@
 #include "ConfigurationManifestCreator.h"
+#include "Literals.h"
 #include "ManifestFixture.h"
 #include "Process.h"
 #include "QuickFolder.h"

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Literals.h"
 #include "ManifestModel.h"
 #include "MessageRecorder.h"
 
@@ -42,8 +43,7 @@ public:
     void same(const char* what, const T& actual, const T& expected)
     {
         if (!(actual == expected)) {
-            found << QStringLiteral("%1:\n      is %2\n  wanted %3")
-                         .arg(QLatin1String(what), shown(actual), shown(expected));
+            found << u"%1:\n      is %2\n  wanted %3"_qs.arg(QLatin1String(what), shown(actual), shown(expected));
         }
     }
 

@@ -2,6 +2,7 @@
 
 #include "ConfigurationManifestHandler.h"
 #include "Files.h"
+#include "Literals.h"
 #include "MessageRecorder.h"
 
 #include <QtCore/QFile>
@@ -9,7 +10,6 @@
 #include <QtTest/QTest>
 
 #include <climits>
-#include <cstddef>
 #include <functional>
 
 using Handler = ConfigurationManifestHandler;
@@ -19,11 +19,6 @@ using Edit = std::function<bool(Handler& handler, bool writeToFile)>;
 
 Q_DECLARE_METATYPE(Message)
 Q_DECLARE_METATYPE(Edit)
-
-inline QString operator""_qs(const char16_t* text, std::size_t size)
-{
-    return QString::fromUtf16(text, static_cast<int>(size));
-}
 
 /// Shows all messages in the output of a failed comparison.
 inline char* toString(const Messages& messages)

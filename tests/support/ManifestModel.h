@@ -49,7 +49,7 @@ QString messageText(const Parts&... parts)
     QString text;
     QDebug stream(&text);
     (stream << ... << parts);
-    return text.endsWith(QLatin1Char(' ')) ? text.chopped(1) : text;
+    return text.endsWith(u' ') ? text.chopped(1) : text;
 }
 
 /**

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Literals.h"
+
 #include <QtCore/QDir>
 #include <QtCore/QFileInfo>
 #include <QtCore/QString>
@@ -8,7 +10,7 @@
 /// for the disk.
 inline QString quickFolder()
 {
-    const QString inMemory = QStringLiteral("/dev/shm");
+    const QString inMemory = u"/dev/shm"_qs;
     const QString folder = QFileInfo(inMemory).isWritable() ? inMemory : QDir::tempPath();
-    return folder + QStringLiteral("/manifest-XXXXXX");
+    return folder + u"/manifest-XXXXXX"_qs;
 }

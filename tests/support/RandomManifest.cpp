@@ -1,5 +1,6 @@
 #include "RandomManifest.h"
 
+#include "Literals.h"
 #include "ManifestFixture.h"
 
 #include <algorithm>

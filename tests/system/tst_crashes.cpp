@@ -1,4 +1,5 @@
 #include "ConfigurationManifestCreator.h"
+#include "Literals.h"
 #include "ManifestFixture.h"
 #include "Patience.h"
 #include "Process.h"

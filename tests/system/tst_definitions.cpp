@@ -2,6 +2,7 @@
 #include "ConfigurationStructureElement.h"
 #include "JsonDataIteratorObjectBase.h"
 #include "JsonReaders.h"
+#include "Literals.h"
 #include "MessageRecorder.h"
 #include "PropertyManagerConst.h"
 #include "SystemInformationManagerRegistryDefinitions.h"
@@ -89,7 +90,7 @@ public:
 
     void compute(QJsonObject& object, QJsonValue& result) override
     {
-        object.insert(QStringLiteral("visited"), true);
+        object.insert(u"visited"_qs, true);
         result = object.size();
     }
 
@@ -160,16 +161,16 @@ void tst_Definitions::keysDiffer()
 void tst_Definitions::folderNameAndSchemeArePlainNames()
 {
     const QString& folderName = PropertyManagerConst::getConfigurationFolderName();
-    QVERIFY(!folderName.startsWith(QLatin1Char('/')));
-    QVERIFY(!folderName.endsWith(QLatin1Char('/')));
-    QVERIFY(!DataProperty::getSelectorUrlSchemeConfiguration().contains(QLatin1Char('/')));
+    QVERIFY(!folderName.startsWith(u'/'));
+    QVERIFY(!folderName.endsWith(u'/'));
+    QVERIFY(!DataProperty::getSelectorUrlSchemeConfiguration().contains(u'/'));
 }
 
 void tst_Definitions::suffixesBeginWithADot()
 {
-    QVERIFY(Element::getConfigurationFileSuffix().startsWith(QLatin1Char('.')));
-    QVERIFY(Element::getProcessFileSuffix().startsWith(QLatin1Char('.')));
-    QVERIFY(!Element::getFolderDescriptionFilename().startsWith(QLatin1Char('.')));
+    QVERIFY(Element::getConfigurationFileSuffix().startsWith(u'.'));
+    QVERIFY(Element::getProcessFileSuffix().startsWith(u'.'));
+    QVERIFY(!Element::getFolderDescriptionFilename().startsWith(u'.'));
 }
 
 void tst_Definitions::readersTakeTheirOwnTypeOnly_data()
@@ -181,11 +182,11 @@ void tst_Definitions::readersTakeTheirOwnTypeOnly_data()
     QTest::newRow("null") << QJsonValue(QJsonValue::Null) << false << false;
     QTest::newRow("bool") << QJsonValue(true) << false << false;
     QTest::newRow("number") << QJsonValue(7) << false << false;
-    QTest::newRow("string") << QJsonValue(QStringLiteral("text")) << false << true;
-    QTest::newRow("empty string") << QJsonValue(QStringLiteral("")) << false << true;
-    QTest::newRow("array") << QJsonValue(QJsonArray {1, QStringLiteral("a"), QJsonObject()}) << true << false;
+    QTest::newRow("string") << QJsonValue(u"text"_qs) << false << true;
+    QTest::newRow("empty string") << QJsonValue(u""_qs) << false << true;
+    QTest::newRow("array") << QJsonValue(QJsonArray {1, u"a"_qs, QJsonObject()}) << true << false;
     QTest::newRow("empty array") << QJsonValue(QJsonArray()) << true << false;
-    QTest::newRow("object") << QJsonValue(QJsonObject {{QStringLiteral("key"), QJsonArray()}}) << false << false;
+    QTest::newRow("object") << QJsonValue(QJsonObject {{u"key"_qs, QJsonArray()}}) << false << false;
 }
 
 void tst_Definitions::readersTakeTheirOwnTypeOnly()
@@ -194,11 +195,11 @@ void tst_Definitions::readersTakeTheirOwnTypeOnly()
     QFETCH(bool, isArray);
     QFETCH(bool, isString);
 
-    const QString key = QStringLiteral("key");
-    QJsonObject object = {{QStringLiteral("other"), QJsonArray()}};
+    const QString key = u"key"_qs;
+    QJsonObject object = {{u"other"_qs, QJsonArray()}};
     object.insert(key, value);
-    const QJsonArray formerArray = {QStringLiteral("former")};
-    const QString formerText = QStringLiteral("former");
+    const QJsonArray formerArray = {u"former"_qs};
+    const QString formerText = u"former"_qs;
     const MessageRecorder log;
 
     QJsonArray array = formerArray;
@@ -212,12 +213,12 @@ void tst_Definitions::readersTakeTheirOwnTypeOnly()
 
 void tst_Definitions::readersCompareKeysCaseSensitively()
 {
-    const QJsonObject object = {{QStringLiteral("Array"), QJsonArray()}, {QStringLiteral("String"), QString()}};
+    const QJsonObject object = {{u"Array"_qs, QJsonArray()}, {u"String"_qs, QString()}};
     const MessageRecorder log;
     QJsonArray array;
     QString text;
-    QVERIFY(!readJsonArrayFromJson(QStringLiteral("array"), object, array));
-    QVERIFY(!readStringValueFromJson(QStringLiteral("string"), object, text));
+    QVERIFY(!readJsonArrayFromJson(u"array"_qs, object, array));
+    QVERIFY(!readStringValueFromJson(u"string"_qs, object, text));
 }
 
 void tst_Definitions::aVisitorIsReachedThroughItsBase()
@@ -230,7 +231,7 @@ void tst_Definitions::aVisitorIsReachedThroughItsBase()
     QJsonObject object;
     QJsonValue result;
     visitor.compute(object, result);
-    QCOMPARE(object.value(QStringLiteral("visited")), QJsonValue(true));
+    QCOMPARE(object.value(u"visited"_qs), QJsonValue(true));
     QCOMPARE(result, QJsonValue(1));
     base.reset();
     QVERIFY(destroyed);

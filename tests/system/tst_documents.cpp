@@ -1,4 +1,5 @@
 #include "ConfigurationManifestCreator.h"
+#include "Literals.h"
 #include "ProgramRun.h"
 #include "TestMain.h"
 

@@ -1,4 +1,5 @@
 #include "Files.h"
+#include "Literals.h"
 #include "Patience.h"
 #include "TestMain.h"
 
@@ -26,7 +27,7 @@ class FolderToScan {
 public:
     FolderToScan()
     {
-        writeFile(path() + QStringLiteral("/a.config.json"), R"({"displayPosition":1,"hide":false})");
+        writeFile(path() + u"/a.config.json"_qs, R"({"displayPosition":1,"hide":false})");
     }
     QString path() const
     {
@@ -53,10 +54,10 @@ private Q_SLOTS:
 void tst_EndOfProcess::libraryWorksWhileStaticObjectsAreDestroyed_data()
 {
     QTest::addColumn<QString>("moment");
-    QTest::newRow("in the destructor of an object made before the library's") << QStringLiteral("before");
-    QTest::newRow("in the destructor of an object made after the library's") << QStringLiteral("after");
-    QTest::newRow("in a handler of the exit") << QStringLiteral("atexit");
-    QTest::newRow("on a thread that still scans") << QStringLiteral("thread");
+    QTest::newRow("in the destructor of an object made before the library's") << u"before"_qs;
+    QTest::newRow("in the destructor of an object made after the library's") << u"after"_qs;
+    QTest::newRow("in a handler of the exit") << u"atexit"_qs;
+    QTest::newRow("on a thread that still scans") << u"thread"_qs;
 }
 
 void tst_EndOfProcess::libraryWorksWhileStaticObjectsAreDestroyed()

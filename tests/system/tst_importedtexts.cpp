@@ -5,6 +5,7 @@
 #include "Files.h"
 #include "JsonDataIteratorConfigurationInstanceCollector.h"
 #include "JsonDataIteratorConfigurationInstanceListUpdater.h"
+#include "Literals.h"
 #include "MessageRecorder.h"
 #include "TestMain.h"
 
@@ -41,7 +42,7 @@ void tst_ImportedTexts::aNodeIsMadeOfThem()
     const MessageRecorder log;
     const Element element(objectFrom(R"({"k:displayPosition":3,"k:selectionType":1,"k:dataSourceType":1,
         "k:instanceName":1,"k:tolmVersion":1,"k:configurationVersion":1,"k:iconName":"i","k:substructure":[]})"),
-        QStringLiteral("n"), true);
+        u"n"_qs, true);
     QCOMPARE(element.getElementAsJsonObject(), objectFrom(R"({"k:selectionType":"v:node",
         "k:dataSourceType":"v:jsonData","k:instanceName":"n","k:iconName":"i","k:substructure":[]})"));
     QCOMPARE(element.getDisplayPosition(), 3);
@@ -57,7 +58,7 @@ void tst_ImportedTexts::aSelectionIsMadeOfThem()
         "k:dependencyFileExtern":"15","k:moduleName":"16","k:objectName":"17","k:instanceName":"18",
         "k:bufferType":"19","k:dataSourceType":"","k:substructure":[],"k:tolmVersion":"",
         "k:configurationVersion":""})"),
-        QStringLiteral("n"), false);
+        u"n"_qs, false);
     QCOMPARE(element.getElementAsJsonObject(), objectFrom(R"({
         "k:labelTextId":"1","k:dataModel":"2","k:lastModified":"3","k:selectionType":"v:selection",
         "k:closeMode":"v:manual","k:uiJob":"v:openConfiguration","k:hide":true,"k:selectorTypeList":[8],
@@ -75,24 +76,24 @@ void tst_ImportedTexts::usualTextsMeanNothing()
         "dependencyFile":"14","dependencyFileExtern":"15","moduleName":"16","objectName":"17","instanceName":"18",
         "bufferType":"19","dataSourceType":"","substructure":[],"tolmVersion":"","configurationVersion":""})");
     // The text of this message is fixed, whatever the key's is.
-    const Message positionMissing = warning(QStringLiteral("Cannot find key displayPosition in Json object!"),
+    const Message positionMissing = warning(u"Cannot find key displayPosition in Json object!"_qs,
         "void ConfigurationStructureElement::extractDisplayPosition(const QJsonObject&, int&)");
-    const Message hideMissing = warning(QStringLiteral("Cannot find key \"k:hide\" in Json object!"),
+    const Message hideMissing = warning(u"Cannot find key \"k:hide\" in Json object!"_qs,
         "bool ConfigurationStructureElement::extractSelectionBool(const QJsonObject&, const QString&) const");
 
     MessageRecorder log;
-    const Element selection(description, QStringLiteral("n"), false);
+    const Element selection(description, u"n"_qs, false);
     QCOMPARE(log.take(), Messages({positionMissing, hideMissing}));
     QCOMPARE(selection.getElementAsJsonObject(), objectFrom(R"({"k:labelTextId":"","k:dataModel":"",
         "k:lastModified":"","k:selectionType":"v:selection","k:closeMode":"v:manual","k:uiJob":"v:openConfiguration",
         "k:hide":false,"k:iconName":"","k:instanceName":"n"})"));
 
-    const Element node(description, QStringLiteral("n"), true);
+    const Element node(description, u"n"_qs, true);
     QCOMPARE(log.take(), Messages({positionMissing}));
     QJsonObject expected = description;
-    expected.insert(QStringLiteral("k:selectionType"), QStringLiteral("v:node"));
-    expected.insert(QStringLiteral("k:dataSourceType"), QStringLiteral("v:jsonData"));
-    expected.insert(QStringLiteral("k:instanceName"), QStringLiteral("n"));
+    expected.insert(u"k:selectionType"_qs, u"v:node"_qs);
+    expected.insert(u"k:dataSourceType"_qs, u"v:jsonData"_qs);
+    expected.insert(u"k:instanceName"_qs, u"n"_qs);
     QCOMPARE(node.getElementAsJsonObject(), expected);
 }
 
@@ -100,30 +101,30 @@ void tst_ImportedTexts::iconNameIsFoundUnderItsKey()
 {
     MessageRecorder log;
     Element element;
-    element.setIconName(QStringLiteral("i"));
+    element.setIconName(u"i"_qs);
     QCOMPARE(element.getElementAsJsonObject(), objectFrom(R"({"k:iconName":"i"})"));
-    QCOMPARE(element.getIconName(), QStringLiteral("i"));
+    QCOMPARE(element.getIconName(), u"i"_qs);
     QCOMPARE(log.take(), Messages());
 
     const Element node(objectFrom(R"({"k:displayPosition":3,"k:iconName":7})"), QString(), true);
     QCOMPARE(node.getIconName(), QString());
     QCOMPARE(log.take(),
-        Messages({warning(QStringLiteral("Property iconName is not of type string!"),
+        Messages({warning(u"Property iconName is not of type string!"_qs,
             "QString ConfigurationStructureElement::getIconName() const")}));
 }
 
 void tst_ImportedTexts::aScanIsMadeOfThem()
 {
     const QTemporaryDir base;
-    writeFile(base.filePath(QStringLiteral("v-folder/b.config.json")), R"({"k:displayPosition":2,"k:hide":false})");
-    writeFile(base.filePath(QStringLiteral("v-folder/c.config.json")), R"({"k:displayPosition":1,"k:hide":false})");
-    writeFile(base.filePath(QStringLiteral("v-folder/Net/Folder.menu.json")),
-        R"({"k:displayPosition":0,"k:substructure":"replaced"})");
-    writeFile(base.filePath(QStringLiteral("v-folder/Net/a.config.json")), R"({"k:displayPosition":0,"k:hide":true})");
+    writeFile(base.filePath(u"v-folder/b.config.json"_qs), R"({"k:displayPosition":2,"k:hide":false})");
+    writeFile(base.filePath(u"v-folder/c.config.json"_qs), R"({"k:displayPosition":1,"k:hide":false})");
+    writeFile(
+        base.filePath(u"v-folder/Net/Folder.menu.json"_qs), R"({"k:displayPosition":0,"k:substructure":"replaced"})");
+    writeFile(base.filePath(u"v-folder/Net/a.config.json"_qs), R"({"k:displayPosition":0,"k:hide":true})");
 
     const MessageRecorder log;
     QVERIFY(ConfigurationManifestCreator().create(base.path()));
-    QCOMPARE(readFile(base.filePath(QStringLiteral("v-folder/v-scheme.manifest.json"))), compact(arrayFrom(R"([
+    QCOMPARE(readFile(base.filePath(u"v-folder/v-scheme.manifest.json"_qs)), compact(arrayFrom(R"([
         {"k:labelTextId":"","k:dataModel":"","k:lastModified":"","k:selectionType":"v:selection",
             "k:closeMode":"v:manual","k:uiJob":"v:openConfiguration","k:hide":false,"k:iconName":"",
             "k:instanceName":"c"},
@@ -139,56 +140,55 @@ void tst_ImportedTexts::aScanIsMadeOfThem()
 void tst_ImportedTexts::onlyTheProvidedSchemeMeansConfigurations()
 {
     const QTemporaryDir folder;
-    writeFile(folder.filePath(QStringLiteral("a.config.json")), R"({"k:displayPosition":0,"k:hide":false})");
+    writeFile(folder.filePath(u"a.config.json"_qs), R"({"k:displayPosition":0,"k:hide":false})");
     const MessageRecorder log;
-    QVERIFY(ConfigurationManifestCreator().create2(folder.path(), QStringLiteral("v-scheme")));
-    QCOMPARE(readFile(folder.filePath(QStringLiteral("v-scheme.manifest.json"))),
+    QVERIFY(ConfigurationManifestCreator().create2(folder.path(), u"v-scheme"_qs));
+    QCOMPARE(readFile(folder.filePath(u"v-scheme.manifest.json"_qs)),
         compact(arrayFrom(R"([{"k:labelTextId":"","k:dataModel":"","k:lastModified":"","k:selectionType":"v:selection",
             "k:closeMode":"v:manual","k:uiJob":"v:openConfiguration","k:hide":false,"k:iconName":"",
             "k:instanceName":"a"}])")));
 
-    QVERIFY(ConfigurationManifestCreator().create2(folder.path(), QStringLiteral("configuration")));
-    QCOMPARE(readFile(folder.filePath(QStringLiteral("configuration.manifest.json"))), QByteArray("[]"));
+    QVERIFY(ConfigurationManifestCreator().create2(folder.path(), u"configuration"_qs));
+    QCOMPARE(readFile(folder.filePath(u"configuration.manifest.json"_qs)), QByteArray("[]"));
 }
 
 void tst_ImportedTexts::aFolderBecomesAListOfElements()
 {
     const QTemporaryDir folder;
-    writeFile(folder.filePath(QStringLiteral("late.config.json")), R"({"k:displayPosition":2,"k:hide":false})");
-    writeFile(folder.filePath(QStringLiteral("early.config.json")), R"({"k:displayPosition":1,"k:hide":false})");
+    writeFile(folder.filePath(u"late.config.json"_qs), R"({"k:displayPosition":2,"k:hide":false})");
+    writeFile(folder.filePath(u"early.config.json"_qs), R"({"k:displayPosition":1,"k:hide":false})");
     const QString suffix = Element::getConfigurationFileSuffix();
     MessageRecorder log;
     const ConfigurationStructureElementList list(QDir(folder.path()).entryInfoList(QDir::Files), folder.path(), suffix);
     QCOMPARE(list.getCountElements(), 2);
-    QCOMPARE(list.getElement(0).getElementAsJsonObject().value(QStringLiteral("k:instanceName")),
-        QJsonValue(QStringLiteral("early")));
+    QCOMPARE(list.getElement(0).getElementAsJsonObject().value(u"k:instanceName"_qs), QJsonValue(u"early"_qs));
     QCOMPARE(&list.getSuffix(), &suffix);
     QCOMPARE(log.take(), Messages());
     QCOMPARE(list.getElement(2).isValid(), false);
     QCOMPARE(log.take(),
-        Messages({warning(QStringLiteral("Received invalid index for element list: 2 , 2 !"),
+        Messages({warning(u"Received invalid index for element list: 2 , 2 !"_qs,
             "ConfigurationStructureElement ConfigurationStructureElementList::getElement(int) const")}));
 }
 
 void tst_ImportedTexts::aManifestIsLoadedQueriedEditedAndSaved()
 {
     const QTemporaryDir folder;
-    const QString path = folder.filePath(QStringLiteral("manifest.json"));
+    const QString path = folder.filePath(u"manifest.json"_qs);
     // Stamping goes by the handler's own text, everything else by the provided ones.
     writeFile(path, R"([{"k:instanceName":"n","k:substructure":[
         {"k:instanceName":"n/a","k:selectionType":"v:selection","selectionType":"Selection"}]}])");
-    ConfigurationManifestHandler handler(path, QStringLiteral("Module"), QStringLiteral("object"));
+    ConfigurationManifestHandler handler(path, u"Module"_qs, u"object"_qs);
     const MessageRecorder log;
     handler.parseManifestFile();
     QJsonObject element;
-    QVERIFY(handler.getNodeElement(QStringLiteral("n/a"), element));
+    QVERIFY(handler.getNodeElement(u"n/a"_qs, element));
     QCOMPARE(element, objectFrom(R"({"k:instanceName":"n/a","k:selectionType":"v:selection",
         "selectionType":"Selection","k:moduleName":"Module","k:objectName":"object"})"));
     QStringList instances;
-    QVERIFY(handler.getListOfInstances(QStringLiteral("n"), instances));
-    QCOMPARE(instances, QStringList(QStringLiteral("n/a")));
-    QVERIFY(handler.setProperty(QStringLiteral("n/a"), QStringLiteral("x"), 1, false));
-    QVERIFY(handler.deleteElement(QStringLiteral("n/a"), true));
+    QVERIFY(handler.getListOfInstances(u"n"_qs, instances));
+    QCOMPARE(instances, QStringList(u"n/a"_qs));
+    QVERIFY(handler.setProperty(u"n/a"_qs, u"x"_qs, 1, false));
+    QVERIFY(handler.deleteElement(u"n/a"_qs, true));
     QCOMPARE(readFile(path), QByteArray(R"([{"k:instanceName":"n","k:substructure":[]}])"));
 }
 
@@ -199,7 +199,7 @@ void tst_ImportedTexts::instanceNamesAreCollected()
     QJsonObject object = objectFrom(R"({"k:selectionType":"v:selection","k:instanceName":"n/a"})");
     QJsonValue names;
     iterator.compute(object, names);
-    QCOMPARE(names, QJsonValue(QJsonArray {QStringLiteral("n/a")}));
+    QCOMPARE(names, QJsonValue(QJsonArray {u"n/a"_qs}));
 }
 
 void tst_ImportedTexts::theProvidedReadersDecideWhatIsReadable()
@@ -208,24 +208,22 @@ void tst_ImportedTexts::theProvidedReadersDecideWhatIsReadable()
     ConfigurationManifestHandler handler {QString(), QString(), QString()};
     handler.setManifestJsonArray(
         arrayFrom(R"([{"k:instanceName":"n","k:substructure":["refused",{"k:instanceName":"a"}]}])"));
-    QStringList instances(QStringLiteral("before"));
-    QCOMPARE(handler.getListOfInstances(QStringLiteral("n"), instances), false);
-    QCOMPARE(instances, QStringList(QStringLiteral("before")));
+    QStringList instances(u"before"_qs);
+    QCOMPARE(handler.getListOfInstances(u"n"_qs, instances), false);
+    QCOMPARE(instances, QStringList(u"before"_qs));
     QCOMPARE(log.take(),
-        Messages({warning(
-            QStringLiteral("Cannot find key 'substructure' in json element QJsonObject({\"k:instanceName\":\"n\","
-                           "\"k:substructure\":[\"refused\",{\"k:instanceName\":\"a\"}]}) !"),
+        Messages({warning(u"Cannot find key 'substructure' in json element QJsonObject({\"k:instanceName\":\"n\","
+                          "\"k:substructure\":[\"refused\",{\"k:instanceName\":\"a\"}]}) !"_qs,
             "bool ConfigurationManifestHandler::getListOfInstances(const QString&, QStringList&) const")}));
 
     const auto notCollected = [&](const char* json, const char* text) {
         JsonDataIteratorConfigurationInstanceCollector collector;
         QJsonObject object = objectFrom(json);
-        QJsonValue names = QJsonArray {QStringLiteral("before")};
+        QJsonValue names = QJsonArray {u"before"_qs};
         collector.compute(object, names);
-        QCOMPARE(names, QJsonValue(QJsonArray {QStringLiteral("before")}));
+        QCOMPARE(names, QJsonValue(QJsonArray {u"before"_qs}));
         QCOMPARE(log.take(),
-            Messages({warning(
-                QLatin1String(text) % QLatin1String(" QJsonObject(") % QLatin1String(json) % QLatin1String(") !"),
+            Messages({warning(QLatin1String(text) % u" QJsonObject("_qs % QLatin1String(json) % u") !"_qs,
                 "virtual void JsonDataIteratorConfigurationInstanceCollector::compute(QJsonObject&, QJsonValue&)")}));
     };
     notCollected(
@@ -237,13 +235,13 @@ void tst_ImportedTexts::theProvidedReadersDecideWhatIsReadable()
 void tst_ImportedTexts::elementsAreUpdated()
 {
     JsonDataIteratorConfigurationInstanceListUpdater updater;
-    updater.init(QStringLiteral("n/a"), QStringLiteral("x"), 2);
+    updater.init(u"n/a"_qs, u"x"_qs, 2);
     JsonDataIteratorObjectBase& iterator = updater;
     // The instance name is found by the updater's own text.
     QJsonObject object = objectFrom(R"({"k:selectionType":"v:selection","instanceName":"n/a","x":1})");
     QJsonValue edited;
     iterator.compute(object, edited);
-    QCOMPARE(object.value(QStringLiteral("x")), QJsonValue(2));
+    QCOMPARE(object.value(u"x"_qs), QJsonValue(2));
     QCOMPARE(edited, QJsonValue(QJsonArray {object}));
 }
 

@@ -3,6 +3,7 @@
 #include "Files.h"
 #include "JsonDataIteratorConfigurationInstanceCollector.h"
 #include "JsonDataIteratorConfigurationInstanceListUpdater.h"
+#include "Literals.h"
 #include "MessageRecorder.h"
 #include "TestMain.h"
 
@@ -51,7 +52,7 @@ void walk(QJsonValue& document, const Iterator::Compute& visit)
 
 QString idOf(const QJsonObject& object)
 {
-    return object.value(QStringLiteral("id")).toString();
+    return object.value(u"id"_qs).toString();
 }
 
 /// Whether the two refer to the same data; equal data is not enough. A container is nothing but its references.
@@ -68,7 +69,7 @@ QJsonValue nested(int depth, QJsonValue innermost)
         if (level % 2 == 0) {
             innermost = QJsonArray({innermost});
         } else {
-            innermost = QJsonObject({{QStringLiteral("a"), innermost}});
+            innermost = QJsonObject({{u"a"_qs, innermost}});
         }
     }
     return innermost;
@@ -77,7 +78,7 @@ QJsonValue nested(int depth, QJsonValue innermost)
 /// What is inside the outermost container of nested().
 QJsonValue inside(const QJsonValue& value)
 {
-    return value.isObject() ? value.toObject().value(QStringLiteral("a")) : value.toArray().first();
+    return value.isObject() ? value.toObject().value(u"a"_qs) : value.toArray().first();
 }
 
 /// Frees a deep document level by level; Qt itself recurses.
@@ -167,23 +168,22 @@ void tst_JsonWalk::parentsComeFirstAndMembersInOrder_data()
 {
     QTest::addColumn<QJsonValue>("document");
     QTest::addColumn<QString>("order");
-    QTest::newRow("one object") << QJsonValue(objectFrom(R"({"id":"a"})")) << QStringLiteral("a");
-    QTest::newRow("items by index") << QJsonValue(arrayFrom(R"([{"id":"c"},{"id":"a"},1,{"id":"b"}])"))
-                                    << QStringLiteral("c a b");
+    QTest::newRow("one object") << QJsonValue(objectFrom(R"({"id":"a"})")) << u"a"_qs;
+    QTest::newRow("items by index") << QJsonValue(arrayFrom(R"([{"id":"c"},{"id":"a"},1,{"id":"b"}])")) << u"c a b"_qs;
     QTest::newRow("members by key") << QJsonValue(
         objectFrom(R"({"z":{"id":"z"},"id":"root","a":{"id":"a"},"":{"id":"empty"},"M":{"id":"M"}})"))
-                                    << QStringLiteral("root empty M a z");
+                                    << u"root empty M a z"_qs;
     QTest::newRow("depth before breadth")
         << QJsonValue(objectFrom(R"({"id":"root","a":{"id":"a","x":{"id":"ax"}},"b":{"id":"b","x":{"id":"bx"}}})"))
-        << QStringLiteral("root a ax b bx");
+        << u"root a ax b bx"_qs;
     QTest::newRow("arrays in arrays") << QJsonValue(
         arrayFrom(R"([[[{"id":"a"}],[]],{"id":"b","x":[[{"id":"c"}],{"id":"d"}]},[{"id":"e"}]])"))
-                                      << QStringLiteral("a b c d e");
+                                      << u"a b c d e"_qs;
     QTest::newRow("manifest") << QJsonValue(arrayFrom(
         R"([{"id":"main"},{"id":"Net","substructure":[{"id":"port"},{"id":"Deep","substructure":[{"id":"x"}]}]}])"))
-                              << QStringLiteral("main Net port Deep x");
+                              << u"main Net port Deep x"_qs;
     QTest::newRow("equal objects") << QJsonValue(arrayFrom(R"([{"id":"a"},{"id":"a"},{"id":"a","x":{"id":"a"}}])"))
-                                   << QStringLiteral("a a a a");
+                                   << u"a a a a"_qs;
 }
 
 void tst_JsonWalk::parentsComeFirstAndMembersInOrder()
@@ -193,7 +193,7 @@ void tst_JsonWalk::parentsComeFirstAndMembersInOrder()
     QStringList visited;
     QJsonValue walked = document;
     walk(walked, [&](QJsonObject& object, QJsonValue&) { visited.append(idOf(object)); });
-    QCOMPARE(visited.join(QLatin1Char(' ')), order);
+    QCOMPARE(visited.join(u' '), order);
     QCOMPARE(walked, document);
 }
 
@@ -204,7 +204,7 @@ void tst_JsonWalk::valuesWithoutObjectsAreLeftAlone_data()
     QTest::newRow("undefined") << QJsonValue(QJsonValue::Undefined);
     QTest::newRow("bool") << QJsonValue(true);
     QTest::newRow("number") << QJsonValue(1.5);
-    QTest::newRow("string") << QJsonValue(QStringLiteral("{}"));
+    QTest::newRow("string") << QJsonValue(u"{}"_qs);
     QTest::newRow("empty array") << QJsonValue(QJsonArray());
     QTest::newRow("arrays of values") << QJsonValue(arrayFrom(R"([[],[[null]],1,"a",[true]])"));
 }
@@ -225,7 +225,7 @@ void tst_JsonWalk::accumulatorIsHandedThrough_data()
     QTest::addColumn<QJsonValue>("accumulator");
     QTest::newRow("null") << QJsonValue();
     QTest::newRow("undefined") << QJsonValue(QJsonValue::Undefined);
-    QTest::newRow("string") << QJsonValue(QStringLiteral("text"));
+    QTest::newRow("string") << QJsonValue(u"text"_qs);
     QTest::newRow("array") << QJsonValue(arrayFrom("[1]"));
 }
 
@@ -252,32 +252,32 @@ void tst_JsonWalk::editsReachTheDocument_data()
     QTest::addColumn<QJsonValue>("edited");
     const QJsonValue tree = arrayFrom(
         R"([{"id":"a"},[7,{"id":"b","x":[{"id":"c"},null,{"id":"d","y":{"id":"e"}}]}],{"id":"f","x":[[{"id":"g"}]]}])");
-    QTest::newRow("root object") << QJsonValue(objectFrom(R"({"id":"a"})")) << QStringLiteral("a")
+    QTest::newRow("root object") << QJsonValue(objectFrom(R"({"id":"a"})")) << u"a"_qs
                                  << QJsonValue(objectFrom(R"({"id":"a","new":1})"));
     QTest::newRow("member of the root object")
-        << QJsonValue(objectFrom(R"({"id":"a","x":{"id":"b"},"y":{"id":"c"}})")) << QStringLiteral("c")
+        << QJsonValue(objectFrom(R"({"id":"a","x":{"id":"b"},"y":{"id":"c"}})")) << u"c"_qs
         << QJsonValue(objectFrom(R"({"id":"a","x":{"id":"b"},"y":{"id":"c","new":1}})"));
     QTest::newRow("first item")
-        << tree << QStringLiteral("a")
+        << tree << u"a"_qs
         << QJsonValue(arrayFrom(
                R"([{"id":"a","new":1},[7,{"id":"b","x":[{"id":"c"},null,{"id":"d","y":{"id":"e"}}]}],
                    {"id":"f","x":[[{"id":"g"}]]}])"));
     QTest::newRow("parent, not its members")
-        << tree << QStringLiteral("b")
+        << tree << u"b"_qs
         << QJsonValue(arrayFrom(
                R"([{"id":"a"},[7,{"id":"b","new":1,"x":[{"id":"c"},null,{"id":"d","y":{"id":"e"}}]}],
                    {"id":"f","x":[[{"id":"g"}]]}])"));
     QTest::newRow("innermost ones")
-        << tree << QStringLiteral("eg")
+        << tree << u"eg"_qs
         << QJsonValue(arrayFrom(
                R"([{"id":"a"},[7,{"id":"b","x":[{"id":"c"},null,{"id":"d","y":{"id":"e","new":1}}]}],
                    {"id":"f","x":[[{"id":"g","new":1}]]}])"));
     QTest::newRow("parent and member")
-        << tree << QStringLiteral("de")
+        << tree << u"de"_qs
         << QJsonValue(arrayFrom(
                R"([{"id":"a"},[7,{"id":"b","x":[{"id":"c"},null,{"id":"d","new":1,"y":{"id":"e","new":1}}]}],
                    {"id":"f","x":[[{"id":"g"}]]}])"));
-    QTest::newRow("all") << tree << QStringLiteral("abcdefg")
+    QTest::newRow("all") << tree << u"abcdefg"_qs
                          << QJsonValue(arrayFrom(
                                 R"([{"id":"a","new":1},[7,{"id":"b","new":1,"x":[{"id":"c","new":1},null,
                    {"id":"d","new":1,"y":{"id":"e","new":1}}]}],
@@ -292,7 +292,7 @@ void tst_JsonWalk::editsReachTheDocument()
     QJsonValue walked = document;
     walk(walked, [&](QJsonObject& object, QJsonValue&) {
         if (ids.contains(idOf(object))) {
-            object.insert(QStringLiteral("new"), 1);
+            object.insert(u"new"_qs, 1);
         }
     });
     QCOMPARE(walked, edited);
@@ -304,15 +304,14 @@ void tst_JsonWalk::addedMembersAreWalked()
     QStringList visited;
     walk(document, [&](QJsonObject& object, QJsonValue&) {
         visited.append(idOf(object));
-        if (idOf(object) == QLatin1String("a")) {
-            object.insert(QStringLiteral("b"), objectFrom(R"({"id":"before"})"));
-            object.insert(QStringLiteral("z"), arrayFrom(R"([{"id":"after"}])"));
+        if (idOf(object) == u"a"_qs) {
+            object.insert(u"b"_qs, objectFrom(R"({"id":"before"})"));
+            object.insert(u"z"_qs, arrayFrom(R"([{"id":"after"}])"));
         } else {
-            object.insert(QStringLiteral("new"), 1);
+            object.insert(u"new"_qs, 1);
         }
     });
-    QCOMPARE(visited,
-        QStringList({QStringLiteral("a"), QStringLiteral("before"), QStringLiteral("m"), QStringLiteral("after")}));
+    QCOMPARE(visited, QStringList({u"a"_qs, u"before"_qs, u"m"_qs, u"after"_qs}));
     QCOMPARE(document, QJsonValue(arrayFrom(R"([{"id":"a","b":{"id":"before","new":1},"m":{"id":"m","new":1},
                                   "z":[{"id":"after","new":1}]}])")));
 }
@@ -323,10 +322,10 @@ void tst_JsonWalk::removedMembersAreNotWalked()
     QStringList visited;
     walk(document, [&](QJsonObject& object, QJsonValue&) {
         visited.append(idOf(object));
-        object.remove(QStringLiteral("b"));
-        object.remove(QStringLiteral("z"));
+        object.remove(u"b"_qs);
+        object.remove(u"z"_qs);
     });
-    QCOMPARE(visited, QStringList({QStringLiteral("a"), QStringLiteral("m")}));
+    QCOMPARE(visited, QStringList({u"a"_qs, u"m"_qs}));
     QCOMPARE(document, QJsonValue(arrayFrom(R"([{"id":"a","m":{"id":"m"}}])")));
 }
 
@@ -336,11 +335,11 @@ void tst_JsonWalk::replacedMembersAreWalkedInsteadOfTheOldOnes()
     QStringList visited;
     walk(document, [&](QJsonObject& object, QJsonValue&) {
         visited.append(idOf(object));
-        if (idOf(object) == QLatin1String("a")) {
+        if (idOf(object) == u"a"_qs) {
             object = objectFrom(R"({"id":"b","m":[{"id":"new"}]})");
         }
     });
-    QCOMPARE(visited, QStringList({QStringLiteral("a"), QStringLiteral("new")}));
+    QCOMPARE(visited, QStringList({u"a"_qs, u"new"_qs}));
     QCOMPARE(document, QJsonValue(objectFrom(R"({"id":"b","m":[{"id":"new"}]})")));
 }
 
@@ -348,7 +347,7 @@ void tst_JsonWalk::emptiedObjectIsWrittenBack()
 {
     QJsonValue document = arrayFrom(R"([{"id":"a","m":{"id":"m"}},{"id":"b"}])");
     walk(document, [](QJsonObject& object, QJsonValue&) {
-        if (idOf(object) == QLatin1String("a")) {
+        if (idOf(object) == u"a"_qs) {
             object = QJsonObject();
         }
     });
@@ -359,8 +358,8 @@ void tst_JsonWalk::copiesOfTheDocumentStayAsTheyWere()
 {
     const QJsonArray before = arrayFrom(R"([{"id":"a","m":[{"id":"m"}]}])");
     QJsonValue document = before;
-    const QJsonValue member = before.first().toObject().value(QStringLiteral("m"));
-    walk(document, [](QJsonObject& object, QJsonValue&) { object.insert(QStringLiteral("new"), 1); });
+    const QJsonValue member = before.first().toObject().value(u"m"_qs);
+    walk(document, [](QJsonObject& object, QJsonValue&) { object.insert(u"new"_qs, 1); });
     QCOMPARE(document, QJsonValue(arrayFrom(R"([{"id":"a","m":[{"id":"m","new":1}],"new":1}])")));
     QCOMPARE(before, arrayFrom(R"([{"id":"a","m":[{"id":"m"}]}])"));
     QCOMPARE(member, QJsonValue(arrayFrom(R"([{"id":"m"}])")));
@@ -373,8 +372,8 @@ void tst_JsonWalk::untouchedDocumentKeepsItsData()
     const QJsonObject firstItem = before.first().toObject();
     walk(document, [](QJsonObject& object, QJsonValue&) {
         // A look at it, and an edit that is taken back.
-        object.insert(QStringLiteral("new"), idOf(object));
-        object.remove(QStringLiteral("new"));
+        object.insert(u"new"_qs, idOf(object));
+        object.remove(u"new"_qs);
     });
     QVERIFY(shareData(document.toArray(), before));
     QVERIFY(shareData(document.toArray().first().toObject(), firstItem));
@@ -385,8 +384,8 @@ void tst_JsonWalk::onlyThePathToAnEditIsRewritten()
     const QJsonArray before = arrayFrom(R"([{"id":"a","m":[{"id":"m"}]},{"id":"b","x":{"id":"c"},"y":{"id":"d"}}])");
     QJsonValue document = before;
     walk(document, [](QJsonObject& object, QJsonValue&) {
-        if (idOf(object) == QLatin1String("c")) {
-            object.insert(QStringLiteral("new"), 1);
+        if (idOf(object) == u"c"_qs) {
+            object.insert(u"new"_qs, 1);
         }
     });
     const QJsonArray after = document.toArray();
@@ -394,7 +393,7 @@ void tst_JsonWalk::onlyThePathToAnEditIsRewritten()
     QVERIFY(!shareData(after, before));
     QVERIFY(shareData(after.at(0).toObject(), before.at(0).toObject()));
     QVERIFY(!shareData(after.at(1).toObject(), before.at(1).toObject()));
-    const QString sibling = QStringLiteral("y");
+    const QString sibling = u"y"_qs;
     QVERIFY(
         shareData(after.at(1).toObject().value(sibling).toObject(), before.at(1).toObject().value(sibling).toObject()));
 }
@@ -407,7 +406,7 @@ void tst_JsonWalk::documentAsDeepAsQtParsesIsWalked()
     int visited = 0;
     walk(document, [&](QJsonObject& object, QJsonValue&) {
         ++visited;
-        object.insert(QStringLiteral("b"), 1);
+        object.insert(u"b"_qs, 1);
     });
     QCOMPARE(visited, depth / 2);
     QCOMPARE(compact({document}), "[" + QByteArray(text).replace("]}", R"(],"b":1})") + "]");
@@ -418,8 +417,8 @@ void tst_JsonWalk::deepestObjectCanBeEdited()
     constexpr int depth = 20000;
     QJsonValue document = nested(depth, objectFrom(R"({"id":"deepest"})"));
     walk(document, [](QJsonObject& object, QJsonValue&) {
-        if (idOf(object) == QLatin1String("deepest")) {
-            object.insert(QStringLiteral("new"), 1);
+        if (idOf(object) == u"deepest"_qs) {
+            object.insert(u"new"_qs, 1);
         }
     });
     for (int level = 0; level < depth; ++level) {
@@ -445,20 +444,20 @@ void tst_JsonWalk::wideDocumentIsWalked()
     constexpr int width = 20000;
     QJsonArray items;
     for (int i = 0; i < width; ++i) {
-        items.append(QJsonObject({{QStringLiteral("n"), i}}));
+        items.append(QJsonObject({{u"n"_qs, i}}));
     }
     QJsonValue document = items;
     int next = 0;
     walk(document, [&](QJsonObject& object, QJsonValue&) {
-        QCOMPARE(object.value(QStringLiteral("n")), QJsonValue(next));
+        QCOMPARE(object.value(u"n"_qs), QJsonValue(next));
         ++next;
-        object.insert(QStringLiteral("n"), -next);
+        object.insert(u"n"_qs, -next);
     });
     QCOMPARE(next, width);
     const QJsonArray walked = document.toArray();
     QCOMPARE(walked.size(), width);
     for (int i = 0; i < width; ++i) {
-        QCOMPARE(walked.at(i), QJsonValue(QJsonObject({{QStringLiteral("n"), -i - 1}})));
+        QCOMPARE(walked.at(i), QJsonValue(QJsonObject({{u"n"_qs, -i - 1}})));
     }
 }
 
@@ -489,7 +488,7 @@ void tst_JsonWalk::costIsLinear()
     QFETCH(const int, elements);
     JsonDataIteratorConfigurationInstanceCollector collector;
     JsonDataIteratorConfigurationInstanceListUpdater updater;
-    updater.init(QStringLiteral("a"), QStringLiteral("key"), 1);
+    updater.init(u"a"_qs, u"key"_qs, 1);
     JsonDataIteratorObjectBase& iterator = editing ? static_cast<JsonDataIteratorObjectBase&>(updater)
                                                    : static_cast<JsonDataIteratorObjectBase&>(collector);
 

@@ -1,4 +1,5 @@
 #include "ConfigurationManifestVersion.h"
+#include "Literals.h"
 #include "Patience.h"
 #include "TestMain.h"
 
@@ -14,16 +15,16 @@ QStringList linesOf(const QString& tool, const QStringList& arguments)
     if (!process.waitForFinished(patience) || process.exitCode() != 0) {
         qFatal("%s does not run", qPrintable(tool));
     }
-    return QString::fromUtf8(process.readAllStandardOutput()).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+    return QString::fromUtf8(process.readAllStandardOutput()).split(u'\n', Qt::SkipEmptyParts);
 }
 
 // Demangled, without address and symbol version.
 QStringList symbols(const QString& kind)
 {
-    static const QRegularExpression line(QStringLiteral("^\\s*[0-9a-f]* *\\w (.*?)(@.*)?$"));
+    static const QRegularExpression line(u"^\\s*[0-9a-f]* *\\w (.*?)(@.*)?$"_qs);
     QStringList names;
-    const QStringList lines = linesOf(
-        QStringLiteral(NM), {QStringLiteral("--dynamic"), QStringLiteral("--demangle"), kind, QStringLiteral(LIBRARY)});
+    const QStringList lines =
+        linesOf(QStringLiteral(NM), {u"--dynamic"_qs, u"--demangle"_qs, kind, QStringLiteral(LIBRARY)});
     for (const QString& text : lines) {
         names.append(line.match(text).captured(1));
     }
@@ -94,8 +95,8 @@ void tst_Library::leavesItsImportsUndefined_data()
 void tst_Library::leavesItsImportsUndefined()
 {
     QFETCH(const QString, symbol);
-    static const QStringList undefined = symbols(QStringLiteral("--undefined-only"));
-    static const QStringList defined = symbols(QStringLiteral("--defined-only"));
+    static const QStringList undefined = symbols(u"--undefined-only"_qs);
+    static const QStringList defined = symbols(u"--defined-only"_qs);
     QVERIFY(undefined.contains(symbol));
     QVERIFY(!defined.contains(symbol));
 }
@@ -103,31 +104,31 @@ void tst_Library::leavesItsImportsUndefined()
 void tst_Library::isLinkedAgainstQtCoreOnly()
 {
     QStringList libraries;
-    const QStringList lines = linesOf(
-        QStringLiteral(READELF), {QStringLiteral("--dynamic"), QStringLiteral("--wide"), QStringLiteral(LIBRARY)});
+    const QStringList lines =
+        linesOf(QStringLiteral(READELF), {u"--dynamic"_qs, u"--wide"_qs, QStringLiteral(LIBRARY)});
     for (const QString& line : lines) {
-        static const QRegularExpression needed(QStringLiteral("\\(NEEDED\\).*\\[(.*)\\]"));
+        static const QRegularExpression needed(u"\\(NEEDED\\).*\\[(.*)\\]"_qs);
         const QRegularExpressionMatch match = needed.match(line);
         if (match.hasMatch()) {
             libraries.append(match.captured(1));
         }
     }
     // Beside the runtimes of C and C++.
-    static const QRegularExpression runtime(QStringLiteral("^(libc|libm|libgcc_s|libstdc\\+\\+|ld-linux.*)\\.so\\."));
-    QCOMPARE(QStringList(libraries.filter(QStringLiteral("Qt"))), QStringList(QStringLiteral("libQt5Core.so.5")));
+    static const QRegularExpression runtime(u"^(libc|libm|libgcc_s|libstdc\\+\\+|ld-linux.*)\\.so\\."_qs);
+    QCOMPARE(QStringList(libraries.filter(u"Qt"_qs)), QStringList(u"libQt5Core.so.5"_qs));
     for (const QString& library : qAsConst(libraries)) {
-        QVERIFY2(library.contains(QStringLiteral("Qt")) || runtime.match(library).hasMatch(), qPrintable(library));
+        QVERIFY2(library.contains(u"Qt"_qs) || runtime.match(library).hasMatch(), qPrintable(library));
     }
 }
 
 void tst_Library::exportsNothingButItsClasses()
 {
     static const QRegularExpression ofOneClass(
-        QStringLiteral("^((vtable|typeinfo|typeinfo name) for )?"
-                       "(ConfigurationManifest(Creator|Handler)|ConfigurationStructureElement(List)?"
-                       "|JsonDataIteratorConfigurationInstance(Collector|ListUpdater))(::|$)"));
-    const QStringList exported = symbols(QStringLiteral("--defined-only"));
-    QVERIFY(exported.contains(QStringLiteral("ConfigurationManifestCreator::create(QString const&)")));
+        u"^((vtable|typeinfo|typeinfo name) for )?"
+        "(ConfigurationManifest(Creator|Handler)|ConfigurationStructureElement(List)?"
+        "|JsonDataIteratorConfigurationInstance(Collector|ListUpdater))(::|$)"_qs);
+    const QStringList exported = symbols(u"--defined-only"_qs);
+    QVERIFY(exported.contains(u"ConfigurationManifestCreator::create(QString const&)"_qs));
     for (const QString& symbol : exported) {
         QVERIFY2(ofOneClass.match(symbol).hasMatch(), qPrintable(symbol));
     }
@@ -142,17 +143,16 @@ void tst_Library::isRefusedByAProcessThatProvidesNothing()
     QCOMPARE(loader.exitCode(), 1);
     // The loader names the mangled symbol, and the class is a part of that.
     static const QRegularExpression missing(
-        QStringLiteral("undefined symbol: _Z\\w*(SystemInformationManagerRegistryDefinitions|"
-                       "ConfigurationAndProcessDataDefinitions|PropertyManagerConst|JsonDataIteratorObjectBase|"
-                       "readJsonArrayFromJson|readStringValueFromJson)"));
+        u"undefined symbol: _Z\\w*(SystemInformationManagerRegistryDefinitions|"
+        "ConfigurationAndProcessDataDefinitions|PropertyManagerConst|JsonDataIteratorObjectBase|"
+        "readJsonArrayFromJson|readStringValueFromJson)"_qs);
     const QString said = QString::fromUtf8(loader.readAllStandardOutput());
     QVERIFY2(missing.match(said).hasMatch(), qPrintable(said));
 }
 
 void tst_Library::versionOfTheHeadersIsTheProjects()
 {
-    const QString numbers = QStringLiteral("%1.%2.%3")
-                                .arg(CONFIGURATION_MANIFEST_VERSION_MAJOR)
+    const QString numbers = u"%1.%2.%3"_qs.arg(CONFIGURATION_MANIFEST_VERSION_MAJOR)
                                 .arg(CONFIGURATION_MANIFEST_VERSION_MINOR)
                                 .arg(CONFIGURATION_MANIFEST_VERSION_PATCH);
     QCOMPARE(numbers, QStringLiteral(PROJECT_VERSION));

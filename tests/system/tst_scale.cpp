@@ -1,6 +1,7 @@
 #include "ConfigurationAndProcessDataDefinitions.h"
 #include "ConfigurationManifestCreator.h"
 #include "ElementMessages.h"
+#include "Literals.h"
 #include "ManifestFixture.h"
 #include "QuickFolder.h"
 #include "TestMain.h"

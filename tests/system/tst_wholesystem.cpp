@@ -1,6 +1,7 @@
 #include "ConfigurationManifestCreator.h"
 #include "ConfigurationManifestHandler.h"
 #include "Files.h"
+#include "Literals.h"
 #include "MessageRecorder.h"
 #include "Patience.h"
 #include "TestMain.h"
@@ -43,19 +44,19 @@ private Q_SLOTS:
 void tst_WholeSystem::typicalRun()
 {
     const QTemporaryDir base;
-    const QString folder = base.filePath(QStringLiteral("configuration"));
-    const QString path = folder + QStringLiteral("/configuration.manifest.json");
-    writeFile(folder + QStringLiteral("/a.config.json"), "{\"displayPosition\":1,\"hide\":false}");
-    writeFile(folder + QStringLiteral("/main.config.json"), "{\"displayPosition\":2,\"hide\":true}");
-    writeFile(folder + QStringLiteral("/Net/Folder.menu.json"), "{\"displayPosition\":1}");
-    writeFile(folder + QStringLiteral("/Net/port.config.json"), "{\"displayPosition\":1,\"hide\":false}");
-    writeFile(folder + QStringLiteral("/readme.txt"), "text");
+    const QString folder = base.filePath(u"configuration"_qs);
+    const QString path = folder + u"/configuration.manifest.json"_qs;
+    writeFile(folder + u"/a.config.json"_qs, "{\"displayPosition\":1,\"hide\":false}");
+    writeFile(folder + u"/main.config.json"_qs, "{\"displayPosition\":2,\"hide\":true}");
+    writeFile(folder + u"/Net/Folder.menu.json"_qs, "{\"displayPosition\":1}");
+    writeFile(folder + u"/Net/port.config.json"_qs, "{\"displayPosition\":1,\"hide\":false}");
+    writeFile(folder + u"/readme.txt"_qs, "text");
 
     MessageRecorder log;
     QVERIFY(ConfigurationManifestCreator().create(base.path()));
-    ConfigurationManifestHandler handler(path, QStringLiteral("Drives"), QStringLiteral("drive1"));
+    ConfigurationManifestHandler handler(path, u"Drives"_qs, u"drive1"_qs);
     handler.parseManifestFile();
-    QVERIFY(handler.setProperty(QStringLiteral("Net/port"), QStringLiteral("iconName"), QStringLiteral("plug"), true));
+    QVERIFY(handler.setProperty(u"Net/port"_qs, u"iconName"_qs, u"plug"_qs, true));
 
     const auto selection = [](const char* name, const char* hide, const char* icon) -> QByteArray {
         return QByteArrayLiteral("{\"closeMode\":\"Manual\",\"dataModel\":\"\",\"hide\":") + hide + ",\"iconName\":\""
@@ -74,8 +75,8 @@ void tst_WholeSystem::exampleTreeGivesTheKnownManifests_data()
 {
     QTest::addColumn<QString>("scheme");
     QTest::addColumn<int>("messages");
-    QTest::newRow("configuration") << QStringLiteral("configuration") << 35;
-    QTest::newRow("process") << QStringLiteral("process") << 12;
+    QTest::newRow("configuration") << u"configuration"_qs << 35;
+    QTest::newRow("process") << u"process"_qs << 12;
 }
 
 void tst_WholeSystem::exampleTreeGivesTheKnownManifests()
@@ -84,11 +85,11 @@ void tst_WholeSystem::exampleTreeGivesTheKnownManifests()
     QFETCH(const int, messages);
     const QTemporaryDir base;
     copyTree(QStringLiteral(EXAMPLE_TREE), base.path());
-    const QString folder = base.filePath(QStringLiteral("configuration"));
+    const QString folder = base.filePath(u"configuration"_qs);
     MessageRecorder log;
     QVERIFY(ConfigurationManifestCreator().create2(folder, scheme));
     QCOMPARE(log.take().size(), messages);
-    const QByteArray manifest = readFile(folder + QLatin1Char('/') + scheme + QStringLiteral(".manifest.json"));
+    const QByteArray manifest = readFile(folder + u'/' + scheme + u".manifest.json"_qs);
     QCOMPARE(manifest, expectedManifest(scheme));
     // Nothing that Qt has read or written differently is hidden by the comparison.
     QCOMPARE(QJsonDocument::fromJson(manifest).toJson(QJsonDocument::Compact), manifest);
@@ -97,20 +98,20 @@ void tst_WholeSystem::exampleTreeGivesTheKnownManifests()
 void tst_WholeSystem::manifestOfTheExampleSurvivesLoadingAndSaving()
 {
     const QTemporaryDir folder;
-    const QString path = folder.filePath(QStringLiteral("configuration.manifest.json"));
-    writeFile(path, expectedManifest(QStringLiteral("configuration")));
+    const QString path = folder.filePath(u"configuration.manifest.json"_qs);
+    writeFile(path, expectedManifest(u"configuration"_qs));
     MessageRecorder log;
     ConfigurationManifestHandler handler(path, QString(), QString());
     handler.parseManifestFile();
     handler.writeToManifestFile();
-    QCOMPARE(readFile(path), expectedManifest(QStringLiteral("configuration")));
+    QCOMPARE(readFile(path), expectedManifest(u"configuration"_qs));
 }
 
 void tst_WholeSystem::smallestProgramCreatesListsAndEdits()
 {
     const QTemporaryDir folder;
-    writeFile(folder.filePath(QStringLiteral("a.config.json")), "{\"displayPosition\":2,\"hide\":false}");
-    writeFile(folder.filePath(QStringLiteral("b.config.json")), "{\"displayPosition\":1,\"hide\":false}");
+    writeFile(folder.filePath(u"a.config.json"_qs), "{\"displayPosition\":2,\"hide\":false}");
+    writeFile(folder.filePath(u"b.config.json"_qs), "{\"displayPosition\":1,\"hide\":false}");
     QProcess program;
     program.start(QStringLiteral(EMBEDDING), QStringList(folder.path()));
     QVERIFY(program.waitForFinished(patience));
@@ -118,11 +119,11 @@ void tst_WholeSystem::smallestProgramCreatesListsAndEdits()
     QCOMPARE(program.readAllStandardError(), QByteArray());
     QCOMPARE(program.readAllStandardOutput(), QByteArrayLiteral("b\na\n"));
     const QJsonArray manifest =
-        QJsonDocument::fromJson(readFile(folder.filePath(QStringLiteral("configuration.manifest.json")))).array();
+        QJsonDocument::fromJson(readFile(folder.filePath(u"configuration.manifest.json"_qs))).array();
     QCOMPARE(manifest.size(), 2);
-    QCOMPARE(manifest.at(0)[QStringLiteral("hide")], QJsonValue(true));
-    QCOMPARE(manifest.at(1)[QStringLiteral("hide")], QJsonValue(false));
-    QCOMPARE(manifest.at(1)[QStringLiteral("objectName")], QJsonValue(QStringLiteral("device1")));
+    QCOMPARE(manifest.at(0)[u"hide"_qs], QJsonValue(true));
+    QCOMPARE(manifest.at(1)[u"hide"_qs], QJsonValue(false));
+    QCOMPARE(manifest.at(1)[u"objectName"_qs], QJsonValue(u"device1"_qs));
 }
 
 MANIFEST_TEST_MAIN(tst_WholeSystem)
