@@ -1,14 +1,14 @@
+#include "Edits.h"
+#include "Elements.h"
+#include "Files.h"
+#include "Handlers.h"
 #include "Literals.h"
-#include "ManifestFixture.h"
+#include "MessageRecorder.h"
 #include "TestMain.h"
 
 #include <QtCore/QUrl>
 
 #include <stdexcept>
-
-using ElementEdit = std::function<bool(QJsonObject& element, bool& changed)>;
-
-Q_DECLARE_METATYPE(ElementEdit)
 
 static_assert(has<bool (Handler::*)(const QString&, const QString&, const QVariant&, bool)>(&Handler::update));
 static_assert(has<bool (Handler::*)(const QString&, const QString&, const QVariant&, bool)>(&Handler::setProperty));
@@ -21,38 +21,6 @@ static_assert(has<bool (Handler::*)(QJsonArray&, const QStringList&, const QStri
 namespace {
 
 const QString key = u"key"_qs;
-
-Edit updateEdit(const QString& path, const QString& name, const QVariant& value)
-{
-    return [=](Handler& handler, bool writeToFile) { return handler.update(path, name, value, writeToFile); };
-}
-
-Edit setEdit(const QString& path, const QString& name, const QVariant& value)
-{
-    return [=](Handler& handler, bool writeToFile) { return handler.setProperty(path, name, value, writeToFile); };
-}
-
-Edit removeEdit(const QString& path, const QString& name)
-{
-    return [=](Handler& handler, bool writeToFile) { return handler.removeProperty(path, name, writeToFile); };
-}
-
-Edit modifyEdit(const QString& path, const std::function<bool(QJsonObject&, bool&)>& edit)
-{
-    return [=](Handler& handler, bool writeToFile) { return handler.modifyPropertyFirst(path, edit, writeToFile); };
-}
-
-// Alters the element, whatever it says about that.
-ElementEdit editThat(bool applies, bool tellsOfTheChange)
-{
-    return [=](QJsonObject& element, bool& changed) {
-        element.insert(key, u"edited"_qs);
-        if (tellsOfTheChange) {
-            changed = true;
-        }
-        return applies;
-    };
-}
 
 // `manifest` with the element at the end of `positions`, one for each level, changed.
 QJsonArray changedAt(QJsonArray manifest, const QVector<int>& positions, const QJsonValue& value)
@@ -79,8 +47,8 @@ class tst_ConfigurationManifestHandler_properties : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void theThreeEditsDifferInMissingAndEqualProperties_data();
-    void theThreeEditsDifferInMissingAndEqualProperties();
+    void threeEditsDifferInMissingAndEqualProperties_data();
+    void threeEditsDifferInMissingAndEqualProperties();
     void valuesAreStoredAsJson_data();
     void valuesAreStoredAsJson();
     void equalValuesChangeNothing_data();
@@ -98,8 +66,8 @@ private Q_SLOTS:
     void whatIsNoObjectIsAnEmptyOne();
     void fullPathIsLookedForOnceWhereTheLastNameIsMissing_data();
     void fullPathIsLookedForOnceWhereTheLastNameIsMissing();
-    void anEmptyPathIsReported();
-    void anArrayOfTheCallersIsEditedInstead();
+    void emptyPathIsReported();
+    void arrayOfTheCallersIsEditedInstead();
 
     void outcomeFollowsFromTheEditFunction_data();
     void outcomeFollowsFromTheEditFunction();
@@ -115,16 +83,11 @@ private Q_SLOTS:
     void editFunctionMayReadTheHandler();
     void editFunctionMayEditTheHandler();
 
-    void savingFollowsTheRules_data();
-    void savingFollowsTheRules();
-    void failedSaveDoesNotChangeTheResult_data();
-    void failedSaveDoesNotChangeTheResult();
-
     void editFunctionMayShortenTheManifest_data();
     void editFunctionMayShortenTheManifest();
 };
 
-void tst_ConfigurationManifestHandler_properties::theThreeEditsDifferInMissingAndEqualProperties_data()
+void tst_ConfigurationManifestHandler_properties::threeEditsDifferInMissingAndEqualProperties_data()
 {
     addEditColumns();
     const QJsonObject old = keyed(selection(u"a"_qs));
@@ -146,7 +109,7 @@ void tst_ConfigurationManifestHandler_properties::theThreeEditsDifferInMissingAn
     addNoChange("removeProperty, other case", {old}, removeEdit(u"a"_qs, u"Key"_qs));
 }
 
-void tst_ConfigurationManifestHandler_properties::theThreeEditsDifferInMissingAndEqualProperties()
+void tst_ConfigurationManifestHandler_properties::threeEditsDifferInMissingAndEqualProperties()
 {
     checkEdit();
 }
@@ -288,6 +251,8 @@ void tst_ConfigurationManifestHandler_properties::pathLeadsToTheElement_data()
     QTest::newRow("deep") << QJsonArray({b, children(a, {children(b, {a, b}), b}), a}) << "a/b/b"
                           << QVector<int>({1, 0, 1});
     QTest::newRow("first of two") << QJsonArray({a, a}) << "a" << QVector<int>({0});
+    QTest::newRow("first of both kinds") << QJsonArray({keyed(selection(u"x/a"_qs)), a, keyed(selection(u"y/a"_qs)), a})
+                                         << "a" << QVector<int>({0});
     QTest::newRow("below the first of two")
         << QJsonArray({children(a, {b}), children(a, {b})}) << "a/b" << QVector<int>({0, 0});
     QTest::newRow("below a selection") << QJsonArray({children(keyed(selection(u"file"_qs)), {a})}) << "file/a"
@@ -301,6 +266,12 @@ void tst_ConfigurationManifestHandler_properties::pathLeadsToTheElement_data()
     QTest::newRow("empty name in the middle")
         << QJsonArray({children(a, {b, children(nameless, {a, b})})}) << "a//b" << QVector<int>({0, 1, 1});
     QTest::newRow("empty name in front") << QJsonArray({a, children(nameless, {a})}) << "/a" << QVector<int>({1, 0});
+    QTest::newRow("missing name in front")
+        << QJsonArray({a, QJsonObject {{u"substructure"_qs, QJsonArray({b, QJsonObject {{key, 1}}})}}, 5}) << "/b"
+        << QVector<int>({1, 0});
+    QTest::newRow("missing names") << QJsonArray(
+        {a, QJsonObject {{u"substructure"_qs, QJsonArray({b, QJsonObject {{key, 1}}})}}, 5})
+                                   << "/" << QVector<int>({1, 1});
     QTest::newRow("empty name at the end") << QJsonArray({children(a, {b, nameless})}) << "a/" << QVector<int>({0, 1});
     QTest::newRow("slash") << QJsonArray({children(nameless, {a, nameless})}) << "/" << QVector<int>({0, 1});
     QTest::newRow("selection that ends with a slash")
@@ -457,7 +428,7 @@ void tst_ConfigurationManifestHandler_properties::fullPathIsLookedForOnceWhereTh
     QCOMPARE(handler.getModified(), found);
 }
 
-void tst_ConfigurationManifestHandler_properties::anEmptyPathIsReported()
+void tst_ConfigurationManifestHandler_properties::emptyPathIsReported()
 {
     MessageRecorder log;
     HandlerWithoutFile handler;
@@ -477,7 +448,7 @@ void tst_ConfigurationManifestHandler_properties::anEmptyPathIsReported()
     }
 }
 
-void tst_ConfigurationManifestHandler_properties::anArrayOfTheCallersIsEditedInstead()
+void tst_ConfigurationManifestHandler_properties::arrayOfTheCallersIsEditedInstead()
 {
     const ManifestFile file("[]");
     const MessageRecorder log;
@@ -747,62 +718,6 @@ void tst_ConfigurationManifestHandler_properties::editFunctionMayEditTheHandler(
     QVERIFY(handler.modifyPropertyFirst(u"a/second"_qs, editOnlyInside, false));
     expected = changedAt(expected, {1, 0}, u"kept"_qs);
     QCOMPARE(handler.getManifestContent(), compact(expected));
-}
-
-void tst_ConfigurationManifestHandler_properties::savingFollowsTheRules_data()
-{
-    addSaveRuleColumns();
-    const Saves always = {true, true};
-    const Saves ifModified = {false, true};
-    const Saves never = {false, false};
-    const QString kind = u"selectionType"_qs;
-    const QVariant equal = u"Node"_qs;
-    addSaveRule("update with a change", updateEdit(u"a/second"_qs, kind, 1), true, true, always);
-    addSaveRule("update without a change", updateEdit(u"a/second"_qs, kind, equal), true, false, ifModified);
-    addSaveRule("update of a missing property", updateEdit(u"a/second"_qs, key, 1), false, false, never);
-    addSaveRule("update of a missing element", updateEdit(u"a/x"_qs, kind, 1), false, false, never);
-    addSaveRule("setProperty with a change", setEdit(u"a/second"_qs, kind, 1), true, true, always);
-    addSaveRule("setProperty of a missing property", setEdit(u"top"_qs, key, 1), true, true, always);
-    addSaveRule("setProperty without a change", setEdit(u"a/second"_qs, kind, equal), true, false, ifModified);
-    addSaveRule("setProperty of a missing element", setEdit(u"x/second"_qs, kind, 1), false, false, never);
-    addSaveRule("removeProperty with a change", removeEdit(u"a/first"_qs, kind), true, true, always);
-    addSaveRule("removeProperty without a change", removeEdit(u"a/first"_qs, key), true, false, ifModified);
-    addSaveRule("removeProperty of a missing element", removeEdit(u"x"_qs, kind), false, false, never);
-    addSaveRule("edit function with a change", modifyEdit(u"a/second"_qs, editThat(true, true)), true, true, always);
-    addSaveRule(
-        "edit function without a change", modifyEdit(u"a/second"_qs, editThat(true, false)), true, false, ifModified);
-    addSaveRule(
-        "edit function that does not apply", modifyEdit(u"a/second"_qs, editThat(false, false)), false, false, never);
-    addSaveRule("edit function whose change does not apply, top", modifyEdit(u"top"_qs, editThat(false, true)), false,
-        true, never);
-    addSaveRule("edit function whose change does not apply, below", modifyEdit(u"a/second"_qs, editThat(false, true)),
-        false, true, never);
-    addSaveRule(
-        "edit function for a missing element", modifyEdit(u"a/x"_qs, editThat(true, true)), false, false, never);
-}
-
-void tst_ConfigurationManifestHandler_properties::savingFollowsTheRules()
-{
-    checkSaveRule();
-}
-
-void tst_ConfigurationManifestHandler_properties::failedSaveDoesNotChangeTheResult_data()
-{
-    addFailedSaveColumns();
-    const QJsonArray changed = changedAt(saveRuleManifest(), {1, 1}, u"edited"_qs);
-    addFailedSave("setProperty", setEdit(u"a/second"_qs, key, u"edited"_qs), changed);
-    addFailedSave("edit function", modifyEdit(u"a/second"_qs, editThat(true, true)), changed);
-    QJsonArray updated = saveRuleManifest();
-    updated.replace(2, node(u"renamed"_qs));
-    addFailedSave("update", updateEdit(u"spare"_qs, u"instanceName"_qs, u"renamed"_qs), updated);
-    QJsonArray removed = saveRuleManifest();
-    removed.replace(2, objectFrom(R"({"instanceName":"spare"})"));
-    addFailedSave("removeProperty", removeEdit(u"spare"_qs, u"selectionType"_qs), removed);
-}
-
-void tst_ConfigurationManifestHandler_properties::failedSaveDoesNotChangeTheResult()
-{
-    checkFailedSave();
 }
 
 void tst_ConfigurationManifestHandler_properties::editFunctionMayShortenTheManifest_data()

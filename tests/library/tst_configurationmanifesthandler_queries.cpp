@@ -1,5 +1,8 @@
+#include "Elements.h"
+#include "Files.h"
+#include "Handlers.h"
 #include "Literals.h"
-#include "ManifestFixture.h"
+#include "MessageRecorder.h"
 #include "TestMain.h"
 
 static_assert(
@@ -312,6 +315,11 @@ void tst_ConfigurationManifestHandler_queries::namesOfTheChildrenAreAppended_dat
     addListed("deep node", {node(u"a"_qs, {node(u"b"_qs, children)})}, u"/a//b/"_qs, names);
     addListed(
         "first of two nodes", {node(u"a"_qs, {node(u"x"_qs)}), node(u"a"_qs, {node(u"y"_qs)})}, u"a"_qs, {u"x"_qs});
+    addListed("node with odd names",
+        {node(u"a"_qs,
+            arrayFrom(R"([true,{"instanceName":["a"]},{"instanceName":"/"},{"instanceName":"\u0000"},)"
+                      R"({"instanceName":"\ud800"}])"))},
+        u"a"_qs, {QString(), u"/"_qs, QString(QChar(QChar::Null)), QString(QChar(0xd800))});
     addListed("node without children", {node(u"a"_qs, QJsonArray())}, u"a"_qs, {});
     addListed("node with nameless children", {node(u"a"_qs, {1, QJsonObject()})}, u"a"_qs, {});
     addListed("selection with children", {with(selection(u"a"_qs), u"substructure"_qs, children)}, u"a"_qs, names);

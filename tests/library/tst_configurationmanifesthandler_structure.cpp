@@ -1,6 +1,10 @@
-#include "ElementMessages.h"
+#include "Edits.h"
+#include "Elements.h"
+#include "Files.h"
+#include "Handlers.h"
+#include "LibraryMessages.h"
 #include "Literals.h"
-#include "ManifestFixture.h"
+#include "MessageRecorder.h"
 #include "TestMain.h"
 
 static_assert(
@@ -24,89 +28,15 @@ namespace {
 // An edit of an array of the caller's.
 using ArrayEdit = std::function<bool(Handler& handler, QJsonArray& array)>;
 
-// Complete enough for a silent node and a silent selection.
-const QJsonObject silent = objectFrom(R"({"displayPosition":1,"hide":false})");
-
 constexpr auto adder =
     "bool ConfigurationManifestHandler::addElement(QJsonArray&, const QStringList&, const QJsonObject&, int, bool)";
 constexpr auto replacer = "bool ConfigurationManifestHandler::replaceElement(QJsonArray&, const QStringList&, "
                           "const QJsonObject&, bool)";
 constexpr auto mover = "bool ConfigurationManifestHandler::moveElement(QJsonArray&, const QStringList&, int)";
 
-Message indexIsOutOfBounds()
-{
-    return warning(u"The index for addElements is out of bounds, append the element"_qs, adder);
-}
-
-Message nothingToReplace()
-{
-    return warning(u"InstancePath is wrong, replace failed"_qs, replacer);
-}
-
-Message noSuchPosition()
-{
-    return warning(u"Index out of bounds, move failed"_qs, mover);
-}
-
 Message positionMessage(const QString& text)
 {
     return warning(text, "void ConfigurationStructureElement::extractDisplayPosition(const QJsonObject&, int&)");
-}
-
-// What is made from a description without anything that is kept.
-QJsonObject builtNode(const QString& instanceName)
-{
-    return with(with(node(instanceName), u"dataSourceType"_qs, u"JsonData"_qs), u"hide"_qs, false);
-}
-
-QJsonObject builtSelection(const QString& instanceName)
-{
-    return with(objectFrom(R"({"closeMode":"Manual","dataModel":"","hide":false,"iconName":"","labelTextId":"",
-                    "lastModified":"","selectionType":"Selection","uiJob":"OpenConfiguration"})"),
-        u"instanceName"_qs, instanceName);
-}
-
-Edit addNode(const QString& path, int index = -1, const QJsonObject& description = silent)
-{
-    return [=](Handler& handler, bool writeToFile) { return handler.addNode(path, description, index, writeToFile); };
-}
-
-Edit addSelection(const QString& path, int index = -1, const QJsonObject& description = silent)
-{
-    return
-        [=](Handler& handler, bool writeToFile) { return handler.addSelection(path, description, index, writeToFile); };
-}
-
-Edit deleteElement(const QString& path)
-{
-    return [=](Handler& handler, bool writeToFile) { return handler.deleteElement(path, writeToFile); };
-}
-
-Edit sortElements(const QString& path, const QStringList& names)
-{
-    return [=](Handler& handler, bool writeToFile) { return handler.sortElements(path, names, writeToFile); };
-}
-
-Edit moveSelection(const QString& path, int newIndex)
-{
-    return [=](Handler& handler, bool writeToFile) { return handler.moveSelection(path, newIndex, writeToFile); };
-}
-
-Edit moveNode(const QString& path, int newIndex)
-{
-    return [=](Handler& handler, bool writeToFile) { return handler.moveNode(path, newIndex, writeToFile); };
-}
-
-Edit updateSelection(const QString& path, const QJsonObject& element)
-{
-    return [=](Handler& handler, bool writeToFile) { return handler.updateSelection(path, element, writeToFile); };
-}
-
-Edit updateNode(const QString& path, const QJsonObject& element, bool replaceSubstructure)
-{
-    return [=](Handler& handler, bool writeToFile) {
-        return handler.updateNode(path, element, replaceSubstructure, writeToFile);
-    };
 }
 
 QJsonArray nodes(const QStringList& names)
@@ -178,12 +108,6 @@ private Q_SLOTS:
     void arrayOfTheCallersIsEditedInstead();
     void emptyPathIsReported_data();
     void emptyPathIsReported();
-
-    void savingFollowsTheRules_data();
-    void savingFollowsTheRules();
-    void failedSaveDoesNotChangeTheResult_data();
-    void failedSaveDoesNotChangeTheResult();
-    void failedEditAndFailedSaveAreReportedInTurn();
 };
 
 void tst_ConfigurationManifestHandler_structure::addedElementIsBuiltFromItsDescription_data()
@@ -257,12 +181,12 @@ void tst_ConfigurationManifestHandler_structure::addedElementIsPlacedByItsIndex(
     };
     MessageRecorder log;
     HandlerWithoutFile handler(before);
-    QVERIFY(handler.addNode(u"new"_qs, silent, index, false));
+    QVERIFY(handler.addNode(u"new"_qs, silentDescription(), index, false));
     QCOMPARE(log.take(), messages);
     QCOMPARE(handler.getManifestContent(), compact(afterAdding(builtNode(u"new"_qs))));
 
     handler.setManifestJsonArray({node(u"spare"_qs), node(u"a"_qs, before)});
-    QVERIFY(handler.addSelection(u"a/new"_qs, silent, index, false));
+    QVERIFY(handler.addSelection(u"a/new"_qs, silentDescription(), index, false));
     QCOMPARE(log.take(), messages);
     QCOMPARE(handler.getManifestContent(),
         compact({node(u"spare"_qs), node(u"a"_qs, afterAdding(builtSelection(u"a/new"_qs)))}));
@@ -283,12 +207,12 @@ void tst_ConfigurationManifestHandler_structure::addedElementIsNamedByItsPath_da
     addChange("selection with an empty last name", empty, addSelection(u"a/b/"_qs), filled(builtSelection(u"a/b/"_qs)));
     addChange("node of an empty path", {}, addNode(QString()), {builtNode(QString())});
     addChange("selection of an empty path", {}, addSelection(QString()), {builtSelection(QString())});
-    const QJsonObject described = with(silent, u"instanceName"_qs, u"described"_qs);
+    const QJsonObject described = with(silentDescription(), u"instanceName"_qs, u"described"_qs);
     addChange("described node", empty, addNode(u"a/b/new"_qs, -1, described), filled(builtNode(u"new"_qs)));
     addChange("described selection", empty, addSelection(u"a/b/new"_qs, -1, described),
         filled(builtSelection(u"described"_qs)));
     addChange("selection with an empty described name", empty,
-        addSelection(u"a/b/new"_qs, -1, with(silent, u"instanceName"_qs, QString())),
+        addSelection(u"a/b/new"_qs, -1, with(silentDescription(), u"instanceName"_qs, QString())),
         filled(builtSelection(u"a/b/new"_qs)));
 }
 
@@ -392,6 +316,8 @@ void tst_ConfigurationManifestHandler_structure::deletedElementIsTheFirstOfItsNa
     addChange("last element", {node(u"a"_qs)}, deleteElement(u"a"_qs), {});
     addChange("first of two", {node(u"x"_qs), with(node(u"a"_qs), u"first"_qs, true), node(u"a"_qs)},
         deleteElement(u"a"_qs), {node(u"x"_qs), node(u"a"_qs)});
+    addChange("first of both kinds", {selection(u"x/a"_qs), node(u"a"_qs), selection(u"y/a"_qs)},
+        deleteElement(u"a"_qs), {node(u"a"_qs), selection(u"y/a"_qs)});
     addChange("number", {node(u"a"_qs), 5, 6}, deleteElement(QString()), {node(u"a"_qs), 6});
 
     const QJsonObject whole = node(u"a/b"_qs);
@@ -818,7 +744,9 @@ void tst_ConfigurationManifestHandler_structure::arrayOfTheCallersIsEditedInstea
     QTest::addColumn<Messages>("messages");
 
     const auto add = [](const QStringList& path, bool isNode) -> ArrayEdit {
-        return [=](Handler& handler, QJsonArray& array) { return handler.addElement(array, path, silent, 0, isNode); };
+        return [=](Handler& handler, QJsonArray& array) {
+            return handler.addElement(array, path, silentDescription(), 0, isNode);
+        };
     };
     const auto remove = [](const QStringList& path, const QString& fullPath) -> ArrayEdit {
         return [=](Handler& handler, QJsonArray& array) { return handler.deleteElement(array, path, fullPath); };
@@ -948,111 +876,6 @@ void tst_ConfigurationManifestHandler_structure::emptyPathIsReported()
     QCOMPARE(log.take(), Messages({message}));
     QCOMPARE(compact(array), compact(before));
     QCOMPARE(handler.getModified(), false);
-}
-
-void tst_ConfigurationManifestHandler_structure::savingFollowsTheRules_data()
-{
-    addSaveRuleColumns();
-    const Saves always = {true, true};
-    const Saves never = {false, false};
-    const QString path = u"a/second"_qs;
-    const QString missing = u"a/missing"_qs;
-    const QString below = u"missing/second"_qs;
-    const QJsonObject equal = node(u"second"_qs);
-    const QJsonObject other = node(u"other"_qs);
-    const Messages tooFar = {noSuchPosition()};
-    const Messages wrong = {nothingToReplace()};
-
-    addSaveRule("addNode with a change", addNode(u"a/new"_qs), true, true, always);
-    addSaveRule("addNode of what is present", addNode(path), true, false, always);
-    addSaveRule("addNode that fails", addNode(below), false, false, never);
-    addSaveRule("addSelection with a change", addSelection(path), true, true, always);
-    addSaveRule("addSelection of what is present", addSelection(u"top"_qs), true, false, always);
-    addSaveRule("addSelection that fails", addSelection(below), false, false, never);
-    addSaveRule("deleteElement with a change", deleteElement(path), true, true, always);
-    addSaveRule("deleteElement that fails", deleteElement(missing), false, false, never);
-    addSaveRule("deleteElement that fails on the way", deleteElement(below), false, false, never);
-    addSaveRule("sortElements with a change", sortElements(u"a"_qs, {u"second"_qs, u"first"_qs}), true, true, always);
-    addSaveRule(
-        "sortElements in the same order", sortElements(u"a"_qs, {u"first"_qs, u"second"_qs}), true, true, always);
-    addSaveRule(
-        "sortElements at the top", sortElements(QString(), {u"a"_qs, u"spare"_qs, u"top"_qs}), true, true, always);
-    addSaveRule("sortElements that fails", sortElements(u"a"_qs, {u"second"_qs}), false, false, never);
-    addSaveRule("sortElements that fails on the way", sortElements(below, {}), false, false, never);
-
-    addSaveRule("moveNode with a change", moveNode(path, 0), true, true, always);
-    addSaveRule("moveNode onto its own place", moveNode(path, 1), true, true, always);
-    addSaveRule("moveNode too far", moveNode(path, 2), false, false, always, tooFar);
-    addSaveRule("moveNode of a missing element", moveNode(missing, 0), false, false, always);
-    addSaveRule("moveNode that fails on the way", moveNode(below, 0), false, false, always);
-    addSaveRule("moveSelection with a change", moveSelection(u"a/first"_qs, 1), true, true, always);
-    addSaveRule("moveSelection onto its own place", moveSelection(u"a/first"_qs, 0), true, true, always);
-    addSaveRule("moveSelection too far", moveSelection(u"a/first"_qs, -1), false, false, always, tooFar);
-    addSaveRule("moveSelection of a missing element", moveSelection(missing, 0), false, false, always);
-    addSaveRule("moveSelection that fails on the way", moveSelection(below, 0), false, false, always);
-
-    for (const bool replaceSubstructure : {false, true}) {
-        const auto addUpdate = [&](const char* name, const QString& target, const QJsonObject& element, bool result,
-                                   const Messages& messages) {
-            const QByteArray row = QByteArray("updateNode ") + (replaceSubstructure ? "replacing " : "keeping ") + name;
-            addSaveRule(
-                row.constData(), updateNode(target, element, replaceSubstructure), result, result, always, messages);
-        };
-        addUpdate("with a change", path, other, true, {});
-        addUpdate("by an equal one", path, equal, true, {});
-        addUpdate("of a missing element", missing, other, false, wrong);
-        addUpdate("that fails on the way", below, other, false, {});
-    }
-    addSaveRule("updateSelection with a change", updateSelection(path, other), true, true, always);
-    addSaveRule("updateSelection by an equal one", updateSelection(path, equal), true, true, always);
-    addSaveRule("updateSelection of a missing element", updateSelection(missing, other), false, false, always, wrong);
-    addSaveRule("updateSelection that fails on the way", updateSelection(below, other), false, false, always);
-}
-
-void tst_ConfigurationManifestHandler_structure::savingFollowsTheRules()
-{
-    checkSaveRule();
-}
-
-void tst_ConfigurationManifestHandler_structure::failedSaveDoesNotChangeTheResult_data()
-{
-    addFailedSaveColumns();
-    const QJsonObject first = selection(u"a/first"_qs);
-    const QJsonObject second = node(u"second"_qs);
-    const QJsonObject other = node(u"other"_qs);
-    const auto after = [](const QJsonArray& children) {
-        QJsonArray manifest = saveRuleManifest();
-        manifest.replace(1, node(u"a"_qs, children));
-        return manifest;
-    };
-    addFailedSave("addNode", addNode(u"a/new"_qs), after({first, second, builtNode(u"new"_qs)}));
-    addFailedSave("addSelection", addSelection(u"a/new"_qs), after({first, second, builtSelection(u"a/new"_qs)}));
-    addFailedSave("deleteElement", deleteElement(u"a/first"_qs), after({second}));
-    addFailedSave("sortElements", sortElements(u"a"_qs, {u"second"_qs, u"first"_qs}), after({second, first}));
-    addFailedSave("moveNode", moveNode(u"a/second"_qs, 0), after({second, first}));
-    addFailedSave("moveSelection", moveSelection(u"a/first"_qs, 1), after({second, first}));
-    addFailedSave("updateNode", updateNode(u"a/second"_qs, other, true), after({first, other}));
-    addFailedSave("updateSelection", updateSelection(u"a/first"_qs, other), after({other, second}));
-}
-
-void tst_ConfigurationManifestHandler_structure::failedSaveDoesNotChangeTheResult()
-{
-    checkFailedSave();
-}
-
-void tst_ConfigurationManifestHandler_structure::failedEditAndFailedSaveAreReportedInTurn()
-{
-    const QTemporaryDir folder;
-    MessageRecorder log;
-    Handler handler(folder.filePath(u"missing.json"_qs), QString(), QString());
-    handler.setManifestJsonArray(saveRuleManifest());
-    QCOMPARE(handler.moveNode(u"a"_qs, 3, true), false);
-    QCOMPARE(log.take(), Messages({noSuchPosition(), fileToSaveIsMissing()}));
-    QCOMPARE(handler.updateSelection(u"x"_qs, QJsonObject(), true), false);
-    QCOMPARE(log.take(), Messages({nothingToReplace(), fileToSaveIsMissing()}));
-    QCOMPARE(handler.addNode(u"x"_qs, silent, 4, true), true);
-    QCOMPARE(log.take(), Messages({indexIsOutOfBounds(), fileToSaveIsMissing()}));
-    QCOMPARE(everythingIn(folder.path()), QStringList());
 }
 
 MANIFEST_TEST_MAIN(tst_ConfigurationManifestHandler_structure)

@@ -1,6 +1,6 @@
 #include "ConfigurationStructureElement.h"
-#include "ElementMessages.h"
 #include "Files.h"
+#include "LibraryMessages.h"
 #include "Literals.h"
 #include "MessageRecorder.h"
 #include "TestMain.h"
@@ -15,10 +15,8 @@
 #include <utility>
 
 using Element = ConfigurationStructureElement;
-using Messages = QVector<Message>;
 using Transfer = Element (*)(const Element&);
 
-Q_DECLARE_METATYPE(Message)
 Q_DECLARE_METATYPE(Transfer)
 
 static_assert(std::has_virtual_destructor_v<Element>);
@@ -120,13 +118,13 @@ class tst_ConfigurationStructureElement : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void anEmptyElementStandsForNothing();
+    void emptyElementStandsForNothing();
     void membershipIsDecidedByKindAndEnding_data();
     void membershipIsDecidedByKindAndEnding();
-    void anInvalidEntryIsNotRead();
-    void anElementFromJsonIsNeverValid();
-    void aFileBecomesASelection();
-    void aFolderBecomesANode();
+    void invalidEntryIsNotRead();
+    void elementFromJsonIsNeverValid();
+    void fileBecomesASelection();
+    void folderBecomesANode();
     void initObjectChangesKindObjectAndPositionOnly();
     void everyTransferKeepsEveryField_data();
     void everyTransferKeepsEveryField();
@@ -153,8 +151,8 @@ private Q_SLOTS:
     void typedReadersFallBackToTheirDefaults();
     void keyIsQuotedInMessages();
     void emptyStringsAreNotInserted();
-    void selectionMemberRules_data();
-    void selectionMemberRules();
+    void selectionMembersFollowTheirRules_data();
+    void selectionMembersFollowTheirRules();
     void selectionHoldsNothingButItsMembers();
     void messagesOfASelectionComeInTheOrderOfItsMembers();
     void nothingGivenBecomesTheLeastSelection();
@@ -165,7 +163,7 @@ private Q_SLOTS:
     void buildersLeaveKindAndValidityAlone();
 };
 
-void tst_ConfigurationStructureElement::anEmptyElementStandsForNothing()
+void tst_ConfigurationStructureElement::emptyElementStandsForNothing()
 {
     const MessageRecorder log;
     const Element element;
@@ -235,7 +233,7 @@ void tst_ConfigurationStructureElement::membershipIsDecidedByKindAndEnding()
     QCOMPARE(log.take().isEmpty(), !belongs);
 }
 
-void tst_ConfigurationStructureElement::anInvalidEntryIsNotRead()
+void tst_ConfigurationStructureElement::invalidEntryIsNotRead()
 {
     const QTemporaryDir folder;
     const QString path = folder.filePath(u"Net/notes.txt"_qs);
@@ -256,7 +254,7 @@ void tst_ConfigurationStructureElement::anInvalidEntryIsNotRead()
     QCOMPARE(instanceNameOf(element), u"Net/notes"_qs);
 }
 
-void tst_ConfigurationStructureElement::anElementFromJsonIsNeverValid()
+void tst_ConfigurationStructureElement::elementFromJsonIsNeverValid()
 {
     const MessageRecorder log;
     for (const bool isNode : {true, false}) {
@@ -269,7 +267,7 @@ void tst_ConfigurationStructureElement::anElementFromJsonIsNeverValid()
     }
 }
 
-void tst_ConfigurationStructureElement::aFileBecomesASelection()
+void tst_ConfigurationStructureElement::fileBecomesASelection()
 {
     const QTemporaryDir folder;
     const QString path = folder.filePath(u"Net/port.config.json"_qs);
@@ -287,7 +285,7 @@ void tst_ConfigurationStructureElement::aFileBecomesASelection()
             "uiJob":"OpenConfiguration"})"));
 }
 
-void tst_ConfigurationStructureElement::aFolderBecomesANode()
+void tst_ConfigurationStructureElement::folderBecomesANode()
 {
     const QTemporaryDir folder;
     const QString path = folder.filePath(u"Sub/x.config.json"_qs);
@@ -835,7 +833,7 @@ void tst_ConfigurationStructureElement::emptyStringsAreNotInserted()
     QCOMPARE(element.getElementAsJsonObject(), expected);
 }
 
-void tst_ConfigurationStructureElement::selectionMemberRules_data()
+void tst_ConfigurationStructureElement::selectionMembersFollowTheirRules_data()
 {
     QTest::addColumn<QString>("key");
     QTest::addColumn<QJsonValue>("described");
@@ -923,7 +921,7 @@ void tst_ConfigurationStructureElement::selectionMemberRules_data()
     row(instanceName, "null", null, fallback, {notAString(instanceName)});
 }
 
-void tst_ConfigurationStructureElement::selectionMemberRules()
+void tst_ConfigurationStructureElement::selectionMembersFollowTheirRules()
 {
     QFETCH(QString, key);
     QFETCH(QJsonValue, described);

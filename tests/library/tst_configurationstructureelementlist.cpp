@@ -1,6 +1,6 @@
 #include "ConfigurationStructureElementList.h"
-#include "ElementMessages.h"
 #include "Files.h"
+#include "LibraryMessages.h"
 #include "Literals.h"
 #include "MessageRecorder.h"
 #include "TestMain.h"
@@ -18,8 +18,6 @@
 
 using Element = ConfigurationStructureElement;
 using ElementList = ConfigurationStructureElementList;
-using Messages = QVector<Message>;
-
 static_assert(std::is_base_of_v<QObject, ElementList>);
 static_assert(!std::is_copy_constructible_v<ElementList>);
 
@@ -95,7 +93,7 @@ class tst_ConfigurationStructureElementList : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void anEmptyListingGivesNoElements();
+    void emptyListingGivesNoElements();
     void filesWithTheSuffixAndFoldersAreKept();
     void otherEntriesAreDroppedUnread();
     void elementsWithoutAUsefulDescriptionAreKept();
@@ -106,19 +104,19 @@ private Q_SLOTS:
     void manyElementsAreSortedAndComplete_data();
     void manyElementsAreSortedAndComplete();
     void instanceNamesAreRelativeToThePath();
-    void anIndexBeyondTheEndGivesAnEmptyElement_data();
-    void anIndexBeyondTheEndGivesAnEmptyElement();
+    void indexBeyondTheEndGivesAnEmptyElement_data();
+    void indexBeyondTheEndGivesAnEmptyElement();
     void elementsAreGivenAsCopies();
-    void theListNeverLooksAtTheFolderAgain();
-    void theSuffixIsReferredToNotCopied();
-    void theParentOwnsTheList();
-    void theMetaObjectHoldsTheClassNameOnly();
+    void listNeverLooksAtTheFolderAgain();
+    void suffixIsReferredToNotCopied();
+    void parentOwnsTheList();
+    void metaObjectHoldsTheClassNameOnly();
     void castsByNameFindTheClassAndItsBase_data();
     void castsByNameFindTheClassAndItsBase();
     void metaCallsAreThoseOfTheBase();
 };
 
-void tst_ConfigurationStructureElementList::anEmptyListingGivesNoElements()
+void tst_ConfigurationStructureElementList::emptyListingGivesNoElements()
 {
     MessageRecorder log;
     const ElementList list({}, u"/data/cfg"_qs, suffix);
@@ -324,7 +322,7 @@ void tst_ConfigurationStructureElementList::instanceNamesAreRelativeToThePath()
         QStringList({u"Eth/port"_qs, u"Sub"_qs}));
 }
 
-void tst_ConfigurationStructureElementList::anIndexBeyondTheEndGivesAnEmptyElement_data()
+void tst_ConfigurationStructureElementList::indexBeyondTheEndGivesAnEmptyElement_data()
 {
     QTest::addColumn<int>("index");
     QTest::newRow("count") << 3;
@@ -332,7 +330,7 @@ void tst_ConfigurationStructureElementList::anIndexBeyondTheEndGivesAnEmptyEleme
     QTest::newRow("greatest") << std::numeric_limits<int>::max();
 }
 
-void tst_ConfigurationStructureElementList::anIndexBeyondTheEndGivesAnEmptyElement()
+void tst_ConfigurationStructureElementList::indexBeyondTheEndGivesAnEmptyElement()
 {
     QFETCH(int, index);
 
@@ -371,7 +369,7 @@ void tst_ConfigurationStructureElementList::elementsAreGivenAsCopies()
     QCOMPARE(list.getElementList().constFirst().getIconName(), QString());
 }
 
-void tst_ConfigurationStructureElementList::theListNeverLooksAtTheFolderAgain()
+void tst_ConfigurationStructureElementList::listNeverLooksAtTheFolderAgain()
 {
     const MessageRecorder log;
     std::unique_ptr<ElementList> list;
@@ -387,7 +385,7 @@ void tst_ConfigurationStructureElementList::theListNeverLooksAtTheFolderAgain()
     QCOMPARE(list->getElement(1).isValid(), true);
 }
 
-void tst_ConfigurationStructureElementList::theSuffixIsReferredToNotCopied()
+void tst_ConfigurationStructureElementList::suffixIsReferredToNotCopied()
 {
     const MessageRecorder log;
     QString callersSuffix = suffix;
@@ -404,7 +402,7 @@ void tst_ConfigurationStructureElementList::theSuffixIsReferredToNotCopied()
     QCOMPARE(callersSuffix, u"changed"_qs);
 }
 
-void tst_ConfigurationStructureElementList::theParentOwnsTheList()
+void tst_ConfigurationStructureElementList::parentOwnsTheList()
 {
     const MessageRecorder log;
     QCOMPARE(ElementList({}, QString(), suffix).parent(), nullptr);
@@ -417,7 +415,7 @@ void tst_ConfigurationStructureElementList::theParentOwnsTheList()
     QVERIFY(list.isNull());
 }
 
-void tst_ConfigurationStructureElementList::theMetaObjectHoldsTheClassNameOnly()
+void tst_ConfigurationStructureElementList::metaObjectHoldsTheClassNameOnly()
 {
     const MessageRecorder log;
     const ElementList list({}, QString(), suffix);

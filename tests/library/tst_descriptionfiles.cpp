@@ -1,6 +1,6 @@
 #include "ConfigurationStructureElement.h"
-#include "ElementMessages.h"
 #include "Files.h"
+#include "LibraryMessages.h"
 #include "Literals.h"
 #include "MessageRecorder.h"
 #include "TestMain.h"
@@ -17,9 +17,6 @@
 #include <unistd.h>
 
 using Element = ConfigurationStructureElement;
-using Messages = QVector<Message>;
-
-Q_DECLARE_METATYPE(Message)
 
 /// One of the two readers, made to read the folder description file of a folder.
 struct Reader {
@@ -101,32 +98,32 @@ private Q_SLOTS:
     void contentIsReadWhole_data();
     void contentIsReadWhole();
     void hugeFilesAreRead();
-    void aFileBeyondWhatAByteArrayHoldsIsNotJson();
-    void aMissingFileIsDebugOutput_data();
-    void aMissingFileIsDebugOutput();
-    void anUnreadableFileIsReported_data();
-    void anUnreadableFileIsReported();
-    void aFileInAnUnsearchableFolderIsNotFound_data();
-    void aFileInAnUnsearchableFolderIsNotFound();
+    void fileBeyondWhatAByteArrayHoldsIsNotJson();
+    void missingFileIsDebugOutput_data();
+    void missingFileIsDebugOutput();
+    void unreadableFileIsReported_data();
+    void unreadableFileIsReported();
+    void fileInAnUnsearchableFolderIsNotFound_data();
+    void fileInAnUnsearchableFolderIsNotFound();
     void linksCountAsWhatTheyPointTo_data();
     void linksCountAsWhatTheyPointTo();
-    void aFolderInTheFilesPlaceIsReported();
+    void folderInTheFilesPlaceIsReported();
     void nameInTheMessageIsThePathAsGiven_data();
     void nameInTheMessageIsThePathAsGiven();
-    void aPathWithATrailingSlashIsRead();
-    void aPathOfTheWrongKindIsIgnored_data();
-    void aPathOfTheWrongKindIsIgnored();
+    void pathWithATrailingSlashIsRead();
+    void pathOfTheWrongKindIsIgnored_data();
+    void pathOfTheWrongKindIsIgnored();
     void searchPathOfAFileIsNotReadAsTheFolderOfAnotherSearchFolder();
     void searchPathOfAFolderIsRead();
     void messagesTellTheLineTheyAreWrittenIn_data();
     void messagesTellTheLineTheyAreWrittenIn();
-    void anEmptyPathNamesNothing();
-    void anEmptyPathIsNotTheRootFolder();
-    void aPathWithANulCharacterNamesNothing();
+    void emptyPathNamesNothing();
+    void emptyPathIsNotTheRootFolder();
+    void pathWithANulCharacterNamesNothing();
     void noFileStaysOpen_data();
     void noFileStaysOpen();
-    void aFolderWithoutAUsefulDescriptionStaysInTheManifest();
-    void aFileWithoutAUsefulDescriptionStaysInTheManifest();
+    void folderWithoutAUsefulDescriptionStaysInTheManifest();
+    void fileWithoutAUsefulDescriptionStaysInTheManifest();
 
 private:
     void addRowForEachReader();
@@ -248,7 +245,7 @@ void tst_DescriptionFiles::hugeFilesAreRead()
     }
 }
 
-void tst_DescriptionFiles::aFileBeyondWhatAByteArrayHoldsIsNotJson()
+void tst_DescriptionFiles::fileBeyondWhatAByteArrayHoldsIsNotJson()
 {
     const QTemporaryDir folder;
     const QString path = descriptionFile(folder.path());
@@ -262,12 +259,12 @@ void tst_DescriptionFiles::aFileBeyondWhatAByteArrayHoldsIsNotJson()
     }
 }
 
-void tst_DescriptionFiles::aMissingFileIsDebugOutput_data()
+void tst_DescriptionFiles::missingFileIsDebugOutput_data()
 {
     addRowForEachReader();
 }
 
-void tst_DescriptionFiles::aMissingFileIsDebugOutput()
+void tst_DescriptionFiles::missingFileIsDebugOutput()
 {
     QFETCH(Reader, reader);
     const QTemporaryDir folder;
@@ -278,12 +275,12 @@ void tst_DescriptionFiles::aMissingFileIsDebugOutput()
     QCOMPARE(log.take(), Messages({noFile(reader)}));
 }
 
-void tst_DescriptionFiles::anUnreadableFileIsReported_data()
+void tst_DescriptionFiles::unreadableFileIsReported_data()
 {
     addRowForEachReader();
 }
 
-void tst_DescriptionFiles::anUnreadableFileIsReported()
+void tst_DescriptionFiles::unreadableFileIsReported()
 {
     QFETCH(Reader, reader);
     const QTemporaryDir folder;
@@ -298,12 +295,12 @@ void tst_DescriptionFiles::anUnreadableFileIsReported()
     QCOMPARE(log.take(), Messages({notOpened(reader, path, u"Permission denied"_qs)}));
 }
 
-void tst_DescriptionFiles::aFileInAnUnsearchableFolderIsNotFound_data()
+void tst_DescriptionFiles::fileInAnUnsearchableFolderIsNotFound_data()
 {
     addRowForEachReader();
 }
 
-void tst_DescriptionFiles::aFileInAnUnsearchableFolderIsNotFound()
+void tst_DescriptionFiles::fileInAnUnsearchableFolderIsNotFound()
 {
     QFETCH(Reader, reader);
     const QTemporaryDir root;
@@ -350,7 +347,7 @@ void tst_DescriptionFiles::linksCountAsWhatTheyPointTo()
     QCOMPARE(log.take(), Messages({notOpened(reader, link, u"Too many levels of symbolic links"_qs)}));
 }
 
-void tst_DescriptionFiles::aFolderInTheFilesPlaceIsReported()
+void tst_DescriptionFiles::folderInTheFilesPlaceIsReported()
 {
     const QTemporaryDir folder;
     const QString path = descriptionFile(folder.path());
@@ -400,7 +397,7 @@ void tst_DescriptionFiles::nameInTheMessageIsThePathAsGiven()
     QVERIFY(QDir::setCurrent(formerFolder));
 }
 
-void tst_DescriptionFiles::aPathWithATrailingSlashIsRead()
+void tst_DescriptionFiles::pathWithATrailingSlashIsRead()
 {
     const QTemporaryDir folder;
     writeFile(descriptionFile(folder.path()), R"({"a":1})");
@@ -408,7 +405,7 @@ void tst_DescriptionFiles::aPathWithATrailingSlashIsRead()
     QCOMPARE(readBy(folderReader, folder.path() + u'/'), objectFrom(R"({"a":1})"));
 }
 
-void tst_DescriptionFiles::aPathOfTheWrongKindIsIgnored_data()
+void tst_DescriptionFiles::pathOfTheWrongKindIsIgnored_data()
 {
     QTest::addColumn<Reader>("reader");
     QTest::addColumn<QString>("name");
@@ -424,7 +421,7 @@ void tst_DescriptionFiles::aPathOfTheWrongKindIsIgnored_data()
     QTest::newRow("file reader, folder named like a file") << fileReader << u"x.config.json"_qs;
 }
 
-void tst_DescriptionFiles::aPathOfTheWrongKindIsIgnored()
+void tst_DescriptionFiles::pathOfTheWrongKindIsIgnored()
 {
     QFETCH(Reader, reader);
     QFETCH(QString, name);
@@ -504,7 +501,7 @@ void tst_DescriptionFiles::messagesTellTheLineTheyAreWrittenIn()
     QVERIFY2(unreadable.contains(u"\"Can't open file \""_qs), qPrintable(unreadable));
 }
 
-void tst_DescriptionFiles::anEmptyPathNamesNothing()
+void tst_DescriptionFiles::emptyPathNamesNothing()
 {
     MessageRecorder log;
     for (const QString& path : {QString(), u""_qs}) {
@@ -515,7 +512,7 @@ void tst_DescriptionFiles::anEmptyPathNamesNothing()
     }
 }
 
-void tst_DescriptionFiles::anEmptyPathIsNotTheRootFolder()
+void tst_DescriptionFiles::emptyPathIsNotTheRootFolder()
 {
     const QTemporaryDir folder;
     writeFile(descriptionFile(folder.path()), R"({"a":1})");
@@ -533,7 +530,7 @@ void tst_DescriptionFiles::anEmptyPathIsNotTheRootFolder()
     QCOMPARE(status, EXIT_SUCCESS);
 }
 
-void tst_DescriptionFiles::aPathWithANulCharacterNamesNothing()
+void tst_DescriptionFiles::pathWithANulCharacterNamesNothing()
 {
     const QTemporaryDir folder;
     const QString path = descriptionFile(folder.path());
@@ -578,7 +575,7 @@ void tst_DescriptionFiles::noFileStaysOpen()
     QCOMPARE(log.take(), Messages({notJson(reader)}));
 }
 
-void tst_DescriptionFiles::aFolderWithoutAUsefulDescriptionStaysInTheManifest()
+void tst_DescriptionFiles::folderWithoutAUsefulDescriptionStaysInTheManifest()
 {
     const QTemporaryDir root;
     const QString occupied = descriptionFile(root.filePath(u"Occupied"_qs));
@@ -612,7 +609,7 @@ void tst_DescriptionFiles::aFolderWithoutAUsefulDescriptionStaysInTheManifest()
     }
 }
 
-void tst_DescriptionFiles::aFileWithoutAUsefulDescriptionStaysInTheManifest()
+void tst_DescriptionFiles::fileWithoutAUsefulDescriptionStaysInTheManifest()
 {
     const QTemporaryDir root;
     const QString forbidden = root.filePath(u"forbidden.config.json"_qs);

@@ -1,7 +1,10 @@
 #include "ConfigurationManifestCreator.h"
+#include "Edits.h"
+#include "Elements.h"
+#include "Files.h"
+#include "Handlers.h"
 #include "HeapUse.h"
 #include "Literals.h"
-#include "ManifestFixture.h"
 #include "QuickFolder.h"
 #include "TestMain.h"
 

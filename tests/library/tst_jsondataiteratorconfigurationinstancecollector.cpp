@@ -61,8 +61,8 @@ private Q_SLOTS:
     void copyOfTheAccumulatorStaysAsItWas();
     void oneCollectorServesSeveralWalks();
     void oneCollectorServesSeveralThreads();
-    void worksThroughItsBase();
-    void collectsEverySelectionOfACreatedManifest();
+    void collectorWorksThroughItsBase();
+    void everySelectionOfACreatedManifestIsCollected();
 };
 
 void tst_JsonDataIteratorConfigurationInstanceCollector::selectionsAreGathered_data()
@@ -158,7 +158,7 @@ void tst_JsonDataIteratorConfigurationInstanceCollector::unreadableElementsAreRe
     QJsonObject visited = object;
     QJsonValue result;
     Collector().compute(visited, result);
-    QCOMPARE(log.take(), QVector<Message>({warningOfCompute(message)}));
+    QCOMPARE(log.take(), Messages({warningOfCompute(message)}));
     QCOMPARE(result, names({}));
     QCOMPARE(visited, object);
 }
@@ -180,7 +180,7 @@ void tst_JsonDataIteratorConfigurationInstanceCollector::accumulatorThatIsNoArra
     QJsonObject unreadable = objectFrom(R"({"selectionType":"Selection"})");
     Collector().compute(unreadable, result);
     QCOMPARE(log.take(),
-        QVector<Message>({warningOfCompute(
+        Messages({warningOfCompute(
             uR"(Selection does not contain an instanceName: QJsonObject({"selectionType":"Selection"}) !)"_qs)}));
     QCOMPARE(result, accumulator);
 }
@@ -219,7 +219,7 @@ void tst_JsonDataIteratorConfigurationInstanceCollector::failuresDoNotStopTheCol
     QJsonValue result;
     walkJson(manifest, collector, result);
     QCOMPARE(log.take(),
-        QVector<Message>({
+        Messages({
             warningOfCompute(
                 uR"(Error on reading selection type from json object: QJsonObject({"selectionType":2}) !)"_qs),
             warningOfCompute(
@@ -282,7 +282,7 @@ void tst_JsonDataIteratorConfigurationInstanceCollector::oneCollectorServesSever
     }
 }
 
-void tst_JsonDataIteratorConfigurationInstanceCollector::worksThroughItsBase()
+void tst_JsonDataIteratorConfigurationInstanceCollector::collectorWorksThroughItsBase()
 {
     MessageRecorder log;
     const std::unique_ptr<JsonDataIteratorObjectBase> iterator = std::make_unique<Collector>();
@@ -293,7 +293,7 @@ void tst_JsonDataIteratorConfigurationInstanceCollector::worksThroughItsBase()
     QCOMPARE(result, names({u"main"_qs}));
 }
 
-void tst_JsonDataIteratorConfigurationInstanceCollector::collectsEverySelectionOfACreatedManifest()
+void tst_JsonDataIteratorConfigurationInstanceCollector::everySelectionOfACreatedManifestIsCollected()
 {
     MessageRecorder log;
     const QTemporaryDir folder;

@@ -62,7 +62,6 @@ QByteArray textOf(const QJsonValue& value)
 } // namespace
 
 Q_DECLARE_METATYPE(Mode)
-Q_DECLARE_METATYPE(QVector<Message>)
 
 class tst_JsonDataIteratorConfigurationInstanceListUpdater : public QObject {
     Q_OBJECT
@@ -107,9 +106,9 @@ private Q_SLOTS:
     void matchesWithinMatchesAreEdited();
     void matchesNestedAsDeepAsQtParsesAreEdited();
     void oneUpdaterServesSeveralThreads();
-    void worksThroughItsBase();
-    void editsOneElementOfACreatedManifest_data();
-    void editsOneElementOfACreatedManifest();
+    void updaterWorksThroughItsBase();
+    void oneElementOfACreatedManifestIsEdited_data();
+    void oneElementOfACreatedManifestIsEdited();
 };
 
 void tst_JsonDataIteratorConfigurationInstanceListUpdater::ownKeyIsTheImportedOne()
@@ -124,9 +123,9 @@ void tst_JsonDataIteratorConfigurationInstanceListUpdater::lastModeSetWins_data(
     QTest::addColumn<QString>("steps");
     QTest::addColumn<bool>("adding");
     QTest::addColumn<bool>("removing");
-    QTest::addColumn<QVector<Message>>("messages");
+    QTest::addColumn<Messages>("messages");
     // A and R switch adding and removing on, a and r switch them off.
-    const auto row = [](const char* steps, bool adding, bool removing, const QVector<Message>& messages = {}) {
+    const auto row = [](const char* steps, bool adding, bool removing, const Messages& messages = {}) {
         QTest::newRow(*steps == '\0' ? "none" : steps) << QString::fromLatin1(steps) << adding << removing << messages;
     };
     row("", false, false);
@@ -164,7 +163,7 @@ void tst_JsonDataIteratorConfigurationInstanceListUpdater::lastModeSetWins()
     QFETCH(const QString, steps);
     QFETCH(const bool, adding);
     QFETCH(const bool, removing);
-    QFETCH(const QVector<Message>, messages);
+    QFETCH(const Messages, messages);
     MessageRecorder log;
     Updater updater;
     for (const QChar step : steps) {
@@ -238,18 +237,18 @@ void tst_JsonDataIteratorConfigurationInstanceListUpdater::modesDecideWhatHappen
     QTest::addColumn<Mode>("mode");
     QTest::addColumn<QJsonObject>("object");
     QTest::addColumn<QJsonObject>("edited");
-    QTest::addColumn<QVector<Message>>("messages");
+    QTest::addColumn<Messages>("messages");
     const QJsonObject present = objectFrom(R"({"instanceName":"main","key":"old","selectionType":"Selection"})");
     const QJsonObject missing = objectFrom(R"({"instanceName":"main","selectionType":"Selection"})");
     const QJsonObject written = objectFrom(R"({"instanceName":"main","key":"new","selectionType":"Selection"})");
-    const QVector<Message> warned(
+    const Messages warned(
         {warningOfCompute(u"Unable to find key \"key\" in jsonObject: "
                           R"(QJsonObject({"instanceName":"main","selectionType":"Selection"}) !)"_qs)});
-    QTest::newRow("overwriting, present") << Overwriting << present << written << QVector<Message>();
+    QTest::newRow("overwriting, present") << Overwriting << present << written << Messages();
     QTest::newRow("overwriting, missing") << Overwriting << missing << QJsonObject() << warned;
-    QTest::newRow("adding, present") << Adding << present << written << QVector<Message>();
-    QTest::newRow("adding, missing") << Adding << missing << written << QVector<Message>();
-    QTest::newRow("removing, present") << Removing << present << missing << QVector<Message>();
+    QTest::newRow("adding, present") << Adding << present << written << Messages();
+    QTest::newRow("adding, missing") << Adding << missing << written << Messages();
+    QTest::newRow("removing, present") << Removing << present << missing << Messages();
     QTest::newRow("removing, missing") << Removing << missing << QJsonObject() << warned;
 }
 
@@ -258,7 +257,7 @@ void tst_JsonDataIteratorConfigurationInstanceListUpdater::modesDecideWhatHappen
     QFETCH(const Mode, mode);
     QFETCH(const QJsonObject, object);
     QFETCH(const QJsonObject, edited);
-    QFETCH(const QVector<Message>, messages);
+    QFETCH(const Messages, messages);
     MessageRecorder log;
     QJsonObject visited = object;
     QJsonValue result;
@@ -368,7 +367,7 @@ void tst_JsonDataIteratorConfigurationInstanceListUpdater::elementWithoutANameIs
         QJsonObject visited = object;
         QJsonValue result;
         configured(mode, name, key.toUtf8().constData(), 2).compute(visited, result);
-        QCOMPARE(log.take(), QVector<Message>({warningOfCompute(message)}));
+        QCOMPARE(log.take(), Messages({warningOfCompute(message)}));
         QCOMPARE(visited, object);
         QCOMPARE(result, QJsonValue(QJsonArray()));
     }
@@ -396,7 +395,7 @@ void tst_JsonDataIteratorConfigurationInstanceListUpdater::missingKeyIsReported(
         QJsonObject visited = object;
         QJsonValue result;
         configured(mode, "main", key.constData(), 2).compute(visited, result);
-        QCOMPARE(log.take(), QVector<Message>({message}));
+        QCOMPARE(log.take(), Messages({message}));
         QCOMPARE(visited, object);
         QCOMPARE(result, QJsonValue(QJsonArray()));
     }
@@ -419,29 +418,29 @@ void tst_JsonDataIteratorConfigurationInstanceListUpdater::withoutInitTheEmptyKe
     QTest::addColumn<bool>("adding");
     QTest::addColumn<QJsonObject>("object");
     QTest::addColumn<QJsonValue>("collected");
-    QTest::addColumn<QVector<Message>>("messages");
+    QTest::addColumn<Messages>("messages");
     const QJsonObject missing = objectFrom(R"({"instanceName":"","selectionType":"Node"})");
     QTest::newRow("named") << false << objectFrom(R"({"":1,"instanceName":"main","selectionType":"Node"})")
-                           << QJsonValue(QJsonArray()) << QVector<Message>();
+                           << QJsonValue(QJsonArray()) << Messages();
     // None of these reads as the empty name.
     for (const char* name : {"null", "0", "false", "[]", "{}"}) {
         QTest::newRow(name)
             << true
             << objectFrom(
                    QByteArray(R"({"":1,"selectionType":"Node","instanceName":)" + QByteArray(name) + "}").constData())
-            << QJsonValue(QJsonArray()) << QVector<Message>();
+            << QJsonValue(QJsonArray()) << Messages();
     }
     QTest::newRow("empty key present") << false << objectFrom(R"({"":1,"instanceName":"","selectionType":"Node"})")
                                        << QJsonValue(
                                               arrayFrom(R"([{"":null,"instanceName":"","selectionType":"Node"}])"))
-                                       << QVector<Message>();
+                                       << Messages();
     QTest::newRow("empty key missing") << false << missing << QJsonValue(QJsonArray())
-                                       << QVector<Message>({warningOfCompute(
+                                       << Messages({warningOfCompute(
                                               u"Unable to find key \"\" in jsonObject: "
                                               R"(QJsonObject({"instanceName":"","selectionType":"Node"}) !)"_qs)});
     QTest::newRow("empty key added") << true << missing
                                      << QJsonValue(arrayFrom(R"([{"":null,"instanceName":"","selectionType":"Node"}])"))
-                                     << QVector<Message>();
+                                     << Messages();
 }
 
 void tst_JsonDataIteratorConfigurationInstanceListUpdater::withoutInitTheEmptyKeyOfTheEmptyNameIsWritten()
@@ -449,7 +448,7 @@ void tst_JsonDataIteratorConfigurationInstanceListUpdater::withoutInitTheEmptyKe
     QFETCH(const bool, adding);
     QFETCH(const QJsonObject, object);
     QFETCH(const QJsonValue, collected);
-    QFETCH(const QVector<Message>, messages);
+    QFETCH(const Messages, messages);
     MessageRecorder log;
     Updater updater;
     updater.setAddKey(adding);
@@ -836,7 +835,7 @@ void tst_JsonDataIteratorConfigurationInstanceListUpdater::oneUpdaterServesSever
     }
 }
 
-void tst_JsonDataIteratorConfigurationInstanceListUpdater::worksThroughItsBase()
+void tst_JsonDataIteratorConfigurationInstanceListUpdater::updaterWorksThroughItsBase()
 {
     MessageRecorder log;
     const std::unique_ptr<JsonDataIteratorObjectBase> iterator = std::make_unique<Updater>();
@@ -847,7 +846,7 @@ void tst_JsonDataIteratorConfigurationInstanceListUpdater::worksThroughItsBase()
     QCOMPARE(object, objectFrom(R"({"":null,"instanceName":"","selectionType":"Node"})"));
 }
 
-void tst_JsonDataIteratorConfigurationInstanceListUpdater::editsOneElementOfACreatedManifest_data()
+void tst_JsonDataIteratorConfigurationInstanceListUpdater::oneElementOfACreatedManifestIsEdited_data()
 {
     QTest::addColumn<Mode>("mode");
     QTest::addColumn<QByteArray>("instanceName");
@@ -865,7 +864,7 @@ void tst_JsonDataIteratorConfigurationInstanceListUpdater::editsOneElementOfACre
         << QByteArray(R"("iconName":"net","instanceName":"Net","jcon":"new")");
 }
 
-void tst_JsonDataIteratorConfigurationInstanceListUpdater::editsOneElementOfACreatedManifest()
+void tst_JsonDataIteratorConfigurationInstanceListUpdater::oneElementOfACreatedManifestIsEdited()
 {
     QFETCH(const Mode, mode);
     QFETCH(const QByteArray, instanceName);

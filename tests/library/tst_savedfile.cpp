@@ -1,6 +1,8 @@
 #include "ConfigurationManifestCreator.h"
+#include "Files.h"
+#include "Handlers.h"
 #include "Literals.h"
-#include "ManifestFixture.h"
+#include "MessageRecorder.h"
 #include "Process.h"
 #include "QuickFolder.h"
 #include "TestMain.h"
@@ -12,6 +14,7 @@
 #include <QtCore/QtEndian>
 
 #include <cerrno>
+#include <climits>
 
 #include <linux/capability.h>
 #include <sys/prctl.h>
@@ -213,10 +216,11 @@ class tst_SavedFile : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void keepsOwnerGroupAndPermissions_data();
-    void keepsOwnerGroupAndPermissions();
+    void savedFileKeepsOwnerGroupAndPermissions_data();
+    void savedFileKeepsOwnerGroupAndPermissions();
     void firstManifestIsTheCreatorsOwn();
-    void linkedManifestKeepsTheOwnershipOfItsTarget();
+    void linkStaysAndItsTargetIsReplaced_data();
+    void linkStaysAndItsTargetIsReplaced();
     void manifestThatIsRemovedMeanwhileGivesTheGroupNothing();
     void linkThatComesMeanwhileGivesNoOtherFileAway();
     void foreignManifestInAStickyFolderIsNotGivenBack();
@@ -228,7 +232,7 @@ private Q_SLOTS:
     void sameListIsNoReasonToTakeAnythingAway();
 };
 
-void tst_SavedFile::keepsOwnerGroupAndPermissions_data()
+void tst_SavedFile::savedFileKeepsOwnerGroupAndPermissions_data()
 {
     QTest::addColumn<Save>("save");
     QTest::addColumn<By>("whom");
@@ -268,7 +272,7 @@ void tst_SavedFile::keepsOwnerGroupAndPermissions_data()
     add("foreign user and group", By::AnOrdinaryUser, {someUser, someGroup, 0676}, {nobody, ownGroup, 0666});
 }
 
-void tst_SavedFile::keepsOwnerGroupAndPermissions()
+void tst_SavedFile::savedFileKeepsOwnerGroupAndPermissions()
 {
     QFETCH(const Save, save);
     QFETCH(const By, whom);
@@ -291,19 +295,38 @@ void tst_SavedFile::firstManifestIsTheCreatorsOwn()
     QCOMPARE(ownershipOf(place.manifest()), (Ownership {geteuid(), getegid(), 0640}));
 }
 
-void tst_SavedFile::linkedManifestKeepsTheOwnershipOfItsTarget()
+void tst_SavedFile::linkStaysAndItsTargetIsReplaced_data()
 {
+    QTest::addColumn<Save>("save");
+    QTest::addColumn<bool>("isAbsolute");
+    addSaves("absolute", [](QTestData& row) -> QTestData& { return row << true; });
+    addSaves("relative", [](QTestData& row) -> QTestData& { return row << false; });
+}
+
+void tst_SavedFile::linkStaysAndItsTargetIsReplaced()
+{
+    QFETCH(const Save, save);
+    QFETCH(const bool, isAbsolute);
+
     const Place place;
-    const QString target = place.folder() + u"/target.json"_qs;
+    const QTemporaryDir elsewhere(quickFolder());
+    const QString target = elsewhere.filePath(u"target.json"_qs);
+    const QString link = isAbsolute ? target : QDir(place.folder()).relativeFilePath(target);
     QVERIFY(QFile::rename(place.manifest(), target));
-    QVERIFY(QFile::link(u"target.json"_qs, place.manifest()));
+    QVERIFY(QFile::link(link, place.manifest()));
+    const QStringList before = everythingIn(place.folder());
     const Ownership ownership =
         geteuid() == 0 ? Ownership {someUser, someGroup, 0460} : Ownership {geteuid(), getegid(), 0660};
     give(target, ownership);
-    saveByHandler(place.folder());
-    QCOMPARE(readFile(target), QByteArray(R"(["saved"])"));
-    QVERIFY(QFileInfo(place.manifest()).isSymLink());
+
+    place.saveBy(save, By::TheTest);
+    char stored[PATH_MAX] = {};
+    QVERIFY(readlink(qPrintable(place.manifest()), stored, sizeof stored - 1) > 0);
+    QCOMPARE(QFile::decodeName(stored), link);
+    QCOMPARE(readFile(target), QByteArray(save == saveByHandler ? R"(["saved"])" : "[]"));
     QCOMPARE(ownershipOf(target), ownership);
+    QCOMPARE(everythingIn(elsewhere.path()), QStringList(u"target.json"_qs));
+    QCOMPARE(everythingIn(place.folder()), before);
 }
 
 // Qt would copy the bits of the old file to one that has the group of the process.

@@ -42,7 +42,7 @@ QString shown(const std::optional<QByteArray>& content)
     return content ? QString::fromUtf8(*content) : u"no file"_qs;
 }
 
-QStringList textsOf(const QVector<Message>& messages)
+QStringList textsOf(const Messages& messages)
 {
     QStringList texts;
     for (const Message& message : messages) {

@@ -34,7 +34,7 @@ QString shown(const std::vector<T>& values)
 
 /// The texts of messages of the library. One that is not a warning with everything that belongs to it, as a message of
 /// a class of the library, is shown whole instead. The only debug message is what it is expected to be.
-QStringList textsOf(const QVector<Message>& messages);
+QStringList textsOf(const Messages& messages);
 
 /// Gathers in what two sides differ that have to do the same.
 class Comparison {

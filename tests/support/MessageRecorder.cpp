@@ -10,7 +10,7 @@
 
 namespace {
 
-Q_GLOBAL_STATIC(QVector<Message>, recorded)
+Q_GLOBAL_STATIC(Messages, recorded)
 QtMessageHandler previousHandler = nullptr;
 
 void record(QtMsgType level, const QMessageLogContext& context, const QString& text)
@@ -44,6 +44,17 @@ char* toString(const Message& message)
         message.function, message.file, message.hasLine ? QString() : u" without a line"_qs)));
 }
 
+char* toString(const Messages& messages)
+{
+    QByteArray text;
+    for (const Message& message : messages) {
+        const char* const one = toString(message);
+        text.append(text.isEmpty() ? "" : "\n").append(one);
+        delete[] one;
+    }
+    return qstrdup(text.constData());
+}
+
 Message warning(const QString& text, const char* function)
 {
     return expected(QtWarningMsg, text, function);
@@ -68,7 +79,7 @@ MessageRecorder::~MessageRecorder()
     }
 }
 
-QVector<Message> MessageRecorder::take()
+Messages MessageRecorder::take()
 {
     return std::exchange(*recorded, {});
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QtCore/QMetaType>
 #include <QtCore/QString>
 #include <QtCore/QVector>
 #include <QtCore/QtGlobal>
@@ -14,9 +15,14 @@ struct Message {
     bool hasLine;
 };
 
+using Messages = QVector<Message>;
+
+Q_DECLARE_METATYPE(Message)
+
 bool operator==(const Message& a, const Message& b);
-/// Shows the message in the output of a failed comparison.
+// They are shown in the output of a failed comparison.
 char* toString(const Message& message);
+char* toString(const Messages& messages);
 
 /// What the library must have logged from `function`, given by its whole signature: in the default category, with a
 /// line, from the source file named after the function's class.
@@ -34,5 +40,5 @@ public:
     Q_DISABLE_COPY(MessageRecorder)
 
     /// The messages since the last take(), in order.
-    QVector<Message> take();
+    Messages take();
 };

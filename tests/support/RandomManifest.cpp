@@ -1,7 +1,7 @@
 #include "RandomManifest.h"
 
+#include "Elements.h"
 #include "Literals.h"
-#include "ManifestFixture.h"
 
 #include <algorithm>
 

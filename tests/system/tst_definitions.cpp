@@ -112,7 +112,7 @@ private Q_SLOTS:
     void readersTakeTheirOwnTypeOnly_data();
     void readersTakeTheirOwnTypeOnly();
     void readersCompareKeysCaseSensitively();
-    void aVisitorIsReachedThroughItsBase();
+    void visitorIsReachedThroughItsBase();
 };
 
 void tst_Definitions::gettersReturnTheSameStringForEver_data()
@@ -221,7 +221,7 @@ void tst_Definitions::readersCompareKeysCaseSensitively()
     QVERIFY(!readStringValueFromJson(u"string"_qs, object, text));
 }
 
-void tst_Definitions::aVisitorIsReachedThroughItsBase()
+void tst_Definitions::visitorIsReachedThroughItsBase()
 {
     bool destroyed = false;
     std::unique_ptr<JsonDataIteratorObjectBase> base(new Visitor(destroyed));

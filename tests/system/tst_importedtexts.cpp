@@ -15,29 +15,27 @@
 #include <memory>
 
 using Element = ConfigurationStructureElement;
-using Messages = QVector<Message>;
-
 /// The library in a process that loads it while running, and that provides texts of its own, also where the manifest's
 /// file format fixes them, and readers that refuse what the substitute's would read.
 class tst_ImportedTexts : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void aNodeIsMadeOfThem();
-    void aSelectionIsMadeOfThem();
+    void nodeIsMadeOfImportedTexts();
+    void selectionIsMadeOfImportedTexts();
     void usualTextsMeanNothing();
     void iconNameIsFoundUnderItsKey();
-    void aScanIsMadeOfThem();
+    void scanIsMadeOfImportedTexts();
     void onlyTheProvidedSchemeMeansConfigurations();
-    void aFolderBecomesAListOfElements();
-    void aManifestIsLoadedQueriedEditedAndSaved();
+    void folderBecomesAListOfElements();
+    void manifestIsLoadedQueriedEditedAndSaved();
     void instanceNamesAreCollected();
-    void theProvidedReadersDecideWhatIsReadable();
+    void providedReadersDecideWhatIsReadable();
     void elementsAreUpdated();
     void classesAreKnownByTheirBases();
 };
 
-void tst_ImportedTexts::aNodeIsMadeOfThem()
+void tst_ImportedTexts::nodeIsMadeOfImportedTexts()
 {
     const MessageRecorder log;
     const Element element(objectFrom(R"({"k:displayPosition":3,"k:selectionType":1,"k:dataSourceType":1,
@@ -48,7 +46,7 @@ void tst_ImportedTexts::aNodeIsMadeOfThem()
     QCOMPARE(element.getDisplayPosition(), 3);
 }
 
-void tst_ImportedTexts::aSelectionIsMadeOfThem()
+void tst_ImportedTexts::selectionIsMadeOfImportedTexts()
 {
     const MessageRecorder log;
     const Element element(objectFrom(R"({"k:displayPosition":3,
@@ -113,7 +111,7 @@ void tst_ImportedTexts::iconNameIsFoundUnderItsKey()
             "QString ConfigurationStructureElement::getIconName() const")}));
 }
 
-void tst_ImportedTexts::aScanIsMadeOfThem()
+void tst_ImportedTexts::scanIsMadeOfImportedTexts()
 {
     const QTemporaryDir base;
     writeFile(base.filePath(u"v-folder/b.config.json"_qs), R"({"k:displayPosition":2,"k:hide":false})");
@@ -152,7 +150,7 @@ void tst_ImportedTexts::onlyTheProvidedSchemeMeansConfigurations()
     QCOMPARE(readFile(folder.filePath(u"configuration.manifest.json"_qs)), QByteArray("[]"));
 }
 
-void tst_ImportedTexts::aFolderBecomesAListOfElements()
+void tst_ImportedTexts::folderBecomesAListOfElements()
 {
     const QTemporaryDir folder;
     writeFile(folder.filePath(u"late.config.json"_qs), R"({"k:displayPosition":2,"k:hide":false})");
@@ -170,7 +168,7 @@ void tst_ImportedTexts::aFolderBecomesAListOfElements()
             "ConfigurationStructureElement ConfigurationStructureElementList::getElement(int) const")}));
 }
 
-void tst_ImportedTexts::aManifestIsLoadedQueriedEditedAndSaved()
+void tst_ImportedTexts::manifestIsLoadedQueriedEditedAndSaved()
 {
     const QTemporaryDir folder;
     const QString path = folder.filePath(u"manifest.json"_qs);
@@ -202,7 +200,7 @@ void tst_ImportedTexts::instanceNamesAreCollected()
     QCOMPARE(names, QJsonValue(QJsonArray {u"n/a"_qs}));
 }
 
-void tst_ImportedTexts::theProvidedReadersDecideWhatIsReadable()
+void tst_ImportedTexts::providedReadersDecideWhatIsReadable()
 {
     MessageRecorder log;
     ConfigurationManifestHandler handler {QString(), QString(), QString()};

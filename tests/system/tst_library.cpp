@@ -38,16 +38,16 @@ class tst_Library : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void leavesItsImportsUndefined_data();
-    void leavesItsImportsUndefined();
-    void isLinkedAgainstQtCoreOnly();
-    void exportsNothingButItsClasses();
-    void isRefusedByAProcessThatProvidesNothing();
+    void importsStayUndefined_data();
+    void importsStayUndefined();
+    void libraryIsLinkedAgainstQtCoreOnly();
+    void libraryExportsNothingButItsClasses();
+    void processThatProvidesNothingCannotLoadLibrary();
     void versionOfTheHeadersIsTheProjects();
     void versionsCompareAsOneNumber();
 };
 
-void tst_Library::leavesItsImportsUndefined_data()
+void tst_Library::importsStayUndefined_data()
 {
     QTest::addColumn<QString>("symbol");
     for (const char* symbol : {
@@ -92,7 +92,7 @@ void tst_Library::leavesItsImportsUndefined_data()
     }
 }
 
-void tst_Library::leavesItsImportsUndefined()
+void tst_Library::importsStayUndefined()
 {
     QFETCH(const QString, symbol);
     static const QStringList undefined = symbols(u"--undefined-only"_qs);
@@ -101,7 +101,7 @@ void tst_Library::leavesItsImportsUndefined()
     QVERIFY(!defined.contains(symbol));
 }
 
-void tst_Library::isLinkedAgainstQtCoreOnly()
+void tst_Library::libraryIsLinkedAgainstQtCoreOnly()
 {
     QStringList libraries;
     const QStringList lines =
@@ -121,7 +121,7 @@ void tst_Library::isLinkedAgainstQtCoreOnly()
     }
 }
 
-void tst_Library::exportsNothingButItsClasses()
+void tst_Library::libraryExportsNothingButItsClasses()
 {
     static const QRegularExpression ofOneClass(
         u"^((vtable|typeinfo|typeinfo name) for )?"
@@ -134,7 +134,7 @@ void tst_Library::exportsNothingButItsClasses()
     }
 }
 
-void tst_Library::isRefusedByAProcessThatProvidesNothing()
+void tst_Library::processThatProvidesNothingCannotLoadLibrary()
 {
     QProcess loader;
     loader.start(QStringLiteral(LOADER), QStringList(QStringLiteral(LIBRARY)));

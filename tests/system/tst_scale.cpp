@@ -1,8 +1,11 @@
 #include "ConfigurationAndProcessDataDefinitions.h"
 #include "ConfigurationManifestCreator.h"
-#include "ElementMessages.h"
+#include "Elements.h"
+#include "Files.h"
+#include "Handlers.h"
+#include "LibraryMessages.h"
 #include "Literals.h"
-#include "ManifestFixture.h"
+#include "MessageRecorder.h"
 #include "QuickFolder.h"
 #include "TestMain.h"
 #include "faults/FaultyCalls.h"
@@ -91,20 +94,20 @@ class tst_Scale : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void hundredThousandDescriptionsInOneFolder();
-    void hundredThousandElementsInTheDeepestTree();
-    void manifestOf200Megabytes();
-    void deepFolders_data();
-    void deepFolders();
-    void deepDescriptions_data();
-    void deepDescriptions();
-    void savesUnderLongNames_data();
-    void savesUnderLongNames();
-    void creationsUnderLongNames_data();
-    void creationsUnderLongNames();
+    void hundredThousandDescriptionsInOneFolderAreScanned();
+    void hundredThousandElementsInTheDeepestTreeAreEdited();
+    void manifestOf200MegabytesIsLoadedAndSaved();
+    void deepFoldersAreScanned_data();
+    void deepFoldersAreScanned();
+    void deepDescriptionsAreScanned_data();
+    void deepDescriptionsAreScanned();
+    void longNamesAreSavedUpToALimit_data();
+    void longNamesAreSavedUpToALimit();
+    void longNamesAreCreatedUpToALimit_data();
+    void longNamesAreCreatedUpToALimit();
 };
 
-void tst_Scale::hundredThousandDescriptionsInOneFolder()
+void tst_Scale::hundredThousandDescriptionsInOneFolderAreScanned()
 {
     constexpr int count = 100000;
     constexpr int mostLinks = 30000;
@@ -141,7 +144,7 @@ void tst_Scale::hundredThousandDescriptionsInOneFolder()
     qInfo("scanned in %lld ms, loaded in %lld ms, %ld MB", scanned, loaded, peakMemory());
 }
 
-void tst_Scale::hundredThousandElementsInTheDeepestTree()
+void tst_Scale::hundredThousandElementsInTheDeepestTreeAreEdited()
 {
     constexpr int inEach = 200;
     const QJsonObject leaf = selection(u"leaf"_qs);
@@ -178,7 +181,7 @@ void tst_Scale::hundredThousandElementsInTheDeepestTree()
     QCOMPARE(log.take(), Messages());
 }
 
-void tst_Scale::manifestOf200Megabytes()
+void tst_Scale::manifestOf200MegabytesIsLoadedAndSaved()
 {
     constexpr int count = 200000;
     QByteArray content = "[";
@@ -214,7 +217,7 @@ void tst_Scale::manifestOf200Megabytes()
 #endif
 }
 
-void tst_Scale::deepFolders_data()
+void tst_Scale::deepFoldersAreScanned_data()
 {
     QTest::addColumn<int>("levels");
     QTest::addColumn<uint>("stack");
@@ -223,7 +226,7 @@ void tst_Scale::deepFolders_data()
     QTest::newRow("as deep as paths go") << 1900 << 1100U;
 }
 
-void tst_Scale::deepFolders()
+void tst_Scale::deepFoldersAreScanned()
 {
     QFETCH(const int, levels);
     QFETCH(const uint, stack);
@@ -253,7 +256,7 @@ void tst_Scale::deepFolders()
     QVERIFY(readFile(folder.filePath(manifestName)) != content);
 }
 
-void tst_Scale::deepDescriptions_data()
+void tst_Scale::deepDescriptionsAreScanned_data()
 {
     QTest::addColumn<int>("levels");
     QTest::addColumn<bool>("isRead");
@@ -264,7 +267,7 @@ void tst_Scale::deepDescriptions_data()
     QTest::newRow("much deeper") << 1000000 << false << true;
 }
 
-void tst_Scale::deepDescriptions()
+void tst_Scale::deepDescriptionsAreScanned()
 {
     QFETCH(const int, levels);
     QFETCH(const bool, isRead);
@@ -315,7 +318,7 @@ const char* kindOfTemporaryFile(bool unnamed)
 
 } // namespace
 
-void tst_Scale::savesUnderLongNames_data()
+void tst_Scale::longNamesAreSavedUpToALimit_data()
 {
     QTest::addColumn<int>("folderLength");
     QTest::addColumn<int>("nameLength");
@@ -330,7 +333,7 @@ void tst_Scale::savesUnderLongNames_data()
     }
 }
 
-void tst_Scale::savesUnderLongNames()
+void tst_Scale::longNamesAreSavedUpToALimit()
 {
     QFETCH(const int, folderLength);
     QFETCH(const int, nameLength);
@@ -356,7 +359,7 @@ void tst_Scale::savesUnderLongNames()
     QCOMPARE(everythingIn(folder), QStringList(name));
 }
 
-void tst_Scale::creationsUnderLongNames_data()
+void tst_Scale::longNamesAreCreatedUpToALimit_data()
 {
     QTest::addColumn<int>("folderLength");
     QTest::addColumn<int>("nameLength");
@@ -377,7 +380,7 @@ void tst_Scale::creationsUnderLongNames_data()
     }
 }
 
-void tst_Scale::creationsUnderLongNames()
+void tst_Scale::longNamesAreCreatedUpToALimit()
 {
     QFETCH(const int, folderLength);
     QFETCH(const int, nameLength);

@@ -34,14 +34,14 @@ class tst_WholeSystem : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void typicalRun();
+    void typicalRunGivesTheKnownManifest();
     void exampleTreeGivesTheKnownManifests_data();
     void exampleTreeGivesTheKnownManifests();
     void manifestOfTheExampleSurvivesLoadingAndSaving();
     void smallestProgramCreatesListsAndEdits();
 };
 
-void tst_WholeSystem::typicalRun()
+void tst_WholeSystem::typicalRunGivesTheKnownManifest()
 {
     const QTemporaryDir base;
     const QString folder = base.filePath(u"configuration"_qs);
