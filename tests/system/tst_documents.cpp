@@ -189,6 +189,26 @@ QStringList brokenLinks(const QString& path)
     return broken;
 }
 
+/// The slots that the map of the tests names for files that do not have them.
+QStringList absentSlots(const QString& map)
+{
+    static const QRegularExpression fileOrSlot(
+        u"^[#-].*\\((\\w+/tst_\\w+\\.cpp)\\)|`([a-z]\\w*[A-Z]\\w*)`"_qs, QRegularExpression::MultilineOption);
+    QStringList absent;
+    QString file;
+    QStringList slots;
+    for (auto names = fileOrSlot.globalMatch(map); names.hasNext();) {
+        const QRegularExpressionMatch match = names.next();
+        if (!match.captured(1).isEmpty()) {
+            file = match.captured(1);
+            slots = captures(document(u"tests/"_qs + file), u"^    void (\\w+)\\(\\);$"_qs);
+        } else if (!slots.contains(match.captured(2))) {
+            absent.append(file + u": "_qs + match.captured(2));
+        }
+    }
+    return absent;
+}
+
 // The lines of the README, between the two marks.
 bool createAndHide(const QString& basePath, const QString& path)
 {
@@ -216,6 +236,7 @@ private Q_SLOTS:
     void readmesCodeDoesWhatItSays();
     void changelogHasThisVersion();
     void linksLeadSomewhere();
+    void mapOfTheTestsIsThatOfTheTree();
 };
 
 void tst_Documents::everyMessageIsDescribed()
@@ -320,7 +341,7 @@ void tst_Documents::linksLeadSomewhere()
 {
     QStringList broken;
     int count = 0;
-    for (const QString& folder : {u""_qs, u"/docs"_qs, u"/examples"_qs, u"/fuzz"_qs}) {
+    for (const QString& folder : {u""_qs, u"/docs"_qs, u"/examples"_qs, u"/fuzz"_qs, u"/tests"_qs}) {
         QDirIterator documents(project + folder, {u"*.md"_qs}, QDir::Files);
         while (documents.hasNext()) {
             broken.append(brokenLinks(documents.next()));
@@ -329,6 +350,24 @@ void tst_Documents::linksLeadSomewhere()
     }
     QVERIFY(count > 10);
     QCOMPARE(broken.join(u'\n'), QString());
+}
+
+void tst_Documents::mapOfTheTestsIsThatOfTheTree()
+{
+    const QString map =
+        document(u"tests/README.md"_qs).section(u"## The map\n"_qs, 1).section(u"\n### Scripts\n"_qs, 0, 0);
+    QStringList files;
+    for (const QString& folder : {u"library"_qs, u"program"_qs, u"system"_qs}) {
+        const QStringList sources = QDir(project + u"/tests/"_qs + folder).entryList({u"tst_*.cpp"_qs}, QDir::Files);
+        for (const QString& source : sources) {
+            files.append(folder + u'/' + source);
+        }
+    }
+    QVERIFY(files.size() > 30);
+    QStringList named = captures(map, u"^[#-].*\\((\\w+/tst_\\w+\\.cpp)\\)"_qs);
+    named.sort();
+    QCOMPARE(named, files);
+    QCOMPARE(absentSlots(map), QStringList());
 }
 
 MANIFEST_TEST_MAIN(tst_Documents)
