@@ -23,7 +23,7 @@
 #include <unistd.h>
 
 QT_BEGIN_NAMESPACE
-// What Qt calls for every object that it makes or destroys. Tools that look into a running program rely on it.
+// The functions that Qt calls for every object that it creates or destroys. Debugging tools rely on them.
 extern quintptr Q_CORE_EXPORT qtHookData[];
 QT_END_NAMESPACE
 
@@ -32,19 +32,19 @@ namespace {
 const QString configuration = ConfigurationAndProcessDataDefinitions::getSelectorUrlSchemeConfiguration();
 const QString folderName = PropertyManagerConst::getConfigurationFolderName();
 
-// What is said of a folder without a description file.
+// The messages about a folder without a description file.
 Messages undescribedFolder()
 {
     return {noFolderDescription(), positionMissing()};
 }
 
-// A description that gives no cause for a message.
+// A description that causes no message.
 QByteArray description(int position)
 {
     return QByteArrayLiteral("{\"hide\":false,\"displayPosition\":") + QByteArray::number(position) + '}';
 }
 
-// What description() becomes.
+// The selection that is made from description().
 QByteArray selection(const QByteArray& instanceName)
 {
     return QByteArrayLiteral("{\"closeMode\":\"Manual\",\"dataModel\":\"\",\"hide\":false,\"iconName\":\"\","
@@ -54,7 +54,7 @@ QByteArray selection(const QByteArray& instanceName)
                             "\"uiJob\":\"OpenConfiguration\"}");
 }
 
-// What a folder described by {"displayPosition":...} becomes.
+// The node that is made from folderDescription().
 QByteArray node(const QByteArray& instanceName, const QByteArray& children)
 {
     return QByteArrayLiteral("{\"dataSourceType\":\"JsonData\",\"instanceName\":\"") + instanceName
@@ -71,7 +71,7 @@ bool createConfiguration(const QString& folder)
     return ConfigurationManifestCreator().create2(folder, configuration);
 }
 
-/// Knows all lists of elements that are made within its life, from the moment at which they are made.
+/// Records all lists of elements that are created within its lifetime.
 class LivingLists {
 public:
     LivingLists()
@@ -100,7 +100,7 @@ public:
     }
 
 private:
-    // As in qhooks_p.h, a header that not every Qt comes with.
+    // As in qhooks_p.h. Not every Qt installs that header.
     static constexpr int addHook = 3;
     static constexpr int removeHook = 4;
 
@@ -259,7 +259,7 @@ void tst_ConfigurationManifestCreator::treeOfSelectionsAndNodesIsWrittenByteForB
 
 void tst_ConfigurationManifestCreator::elementsOfOneKindAndPositionKeepTheListingOrder()
 {
-    // Ignoring case, and with the empty folder x among the sixteen.
+    // The listing ignores case. One of the sixteen entries is the empty folder x.
     for (const char* name : {"b", "A", "c", "D", "e", "F", "g", "H", "i"}) {
         writeFile(at(QString::fromLatin1(name) + u".config.json"_qs), description(7));
     }
@@ -290,7 +290,7 @@ void tst_ConfigurationManifestCreator::listingOrderIgnoresTheLocale()
     bool localeMatters = false;
     bool created = false;
     MessageRecorder log;
-    // A thread keeps the locale in which it first compared texts.
+    // Qt caches the collation locale per thread.
     const std::unique_ptr<QThread> thread(QThread::create([&] {
         localeMatters = umlaut.localeAwareCompare(last) < 0 && umlaut > last;
         created = createConfiguration(folder);
@@ -424,7 +424,7 @@ void tst_ConfigurationManifestCreator::laterScanReplacesTheManifestCompletely()
 
 void tst_ConfigurationManifestCreator::scanBegunByAMessageOfAnotherDisturbsNeither()
 {
-    // Each of these has a message, above and below a folder.
+    // Each of these causes a message, above and below a folder.
     writeFile(at(u"outer/a.config.json"_qs), description(1) + '}');
     writeFile(at(u"outer/Net/Deep/port.config.json"_qs), description(1) + '}');
     writeFile(at(u"inner/b.process.json"_qs), description(1));
@@ -451,7 +451,7 @@ void tst_ConfigurationManifestCreator::scanBegunByAMessageOfAnotherDisturbsNeith
 
 void tst_ConfigurationManifestCreator::everyListOfAScanRefersToTheSameSuffix()
 {
-    // The last message comes while the list of the innermost folder is made, and those above wait for it.
+    // The last message is logged while the list of the innermost folder is built; those above are still on the stack.
     writeFile(at(u"n/m/f.config.json"_qs), "{}");
 
     static QVector<const QString*> suffixes;
@@ -519,7 +519,7 @@ void tst_ConfigurationManifestCreator::createScansTheConfigurationFolderBelowThe
 
 void tst_ConfigurationManifestCreator::createKeepsASeparatorOfTheBaseDoubled()
 {
-    // A folder in the manifest's place makes the library say which file it wanted.
+    // A folder in the place of the manifest: the message then names the file.
     QVERIFY(QDir().mkpath(at(folderName + u"/configuration.manifest.json"_qs)));
     MessageRecorder log;
     QVERIFY(!ConfigurationManifestCreator().create(folder + u'/'));
@@ -598,7 +598,7 @@ void tst_ConfigurationManifestCreator::relativeFolderStaysRelativeAtEveryLevel()
     QVERIFY(QDir::setCurrent(QDir::rootPath()));
     QVERIFY(created);
     QCOMPARE(log.take(), Messages());
-    // What is removed from the path of a file is the folder as it was given: no absolute path may meet it.
+    // The folder is removed from paths as it was given, so it must not be made absolute.
     QCOMPARE(outlineOfManifest(), u"a n[n/f m[n/m/f]]"_qs);
 }
 
@@ -757,7 +757,7 @@ void tst_ConfigurationManifestCreator::linkBackUpEnds()
     QVERIFY(QFile::link(at(u"n"_qs), at(u"n/up"_qs)));
     MessageRecorder log;
     QVERIFY(createConfiguration(folder));
-    // The system follows a limited number of links in one path; there the scan turns back.
+    // The scan ends where the system refuses to follow more links in one path.
     const QString names = outlineOfManifest();
     QVERIFY(names.startsWith(u"n[n/a up[n/up/a up[n/up/up/a up["_qs));
     QCOMPARE(names.count(u"/a"_qs), 41);

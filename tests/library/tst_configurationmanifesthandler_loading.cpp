@@ -39,7 +39,7 @@ const QString module = u"Drives"_qs;
 const QString object = u"drive1"_qs;
 const QJsonArray loadedBefore = {node(u"loaded before"_qs)};
 
-// A handler with something in memory that a load may lose.
+// Gives a handler a manifest that a load replaces.
 void loadBefore(Handler& handler, bool modified)
 {
     handler.setManifestJsonArray(loadedBefore);
@@ -60,7 +60,7 @@ QByteArray nested(int levels)
     return QByteArray(levels, '[') + QByteArray(levels, ']');
 }
 
-/// A chain of nodes called "n", one in the other, with one more member each. `levels` of them take two levels of JSON.
+/// Nested nodes called "n", each with one more member. A node takes two levels of JSON.
 QByteArray chainOfNodes(int levels)
 {
     const QByteArray open = "[{\"instanceName\":\"n\",\"kept\":[null],\"selectionType\":\"Node\",\"substructure\":";
@@ -77,7 +77,7 @@ QJsonArray chain(int depth)
     return manifest;
 }
 
-// Nobody may change the folder within its life.
+// Makes a folder read-only within its lifetime.
 class ReadOnlyFolder {
 public:
     explicit ReadOnlyFolder(const QString& folder)
@@ -234,7 +234,7 @@ void tst_ConfigurationManifestHandler_loading::manifestThatIsSetIsTakenAsItIs()
     QCOMPARE(handler.getModified(), false);
     QCOMPARE(file.content(), QByteArray("[]"));
 
-    // Neither what was handed in nor what is handed out is tied to the handler.
+    // The handler shares nothing with the array that it was given or with the copy that it gave away.
     manifest.append(2);
     QJsonArray copy = handler.getManifestJsonArray();
     copy.removeAt(0);

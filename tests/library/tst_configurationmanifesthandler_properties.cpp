@@ -477,7 +477,7 @@ void tst_ConfigurationManifestHandler_properties::outcomeFollowsFromTheEditFunct
         QTest::addRow("%s, applies without telling of its change", level) << true << false << atTheTop << false;
         QTest::addRow("%s, neither applies nor tells of its change", level) << false << false << atTheTop << false;
     }
-    // Only the ancestors ask for the result.
+    // The result of the edit function decides in the ancestors only: each stores its children if the edit applies.
     QTest::newRow("top, a change that does not apply") << false << true << true << true;
     QTest::newRow("below, a change that does not apply") << false << true << false << false;
 }
@@ -527,7 +527,7 @@ void tst_ConfigurationManifestHandler_properties::changedCanBeTrueFromTheBeginni
     QCOMPARE(changed, true);
     QCOMPARE(handler.getModified(), true);
 
-    // Without an element the flag alone does nothing.
+    // Without an element, a flag that is set changes nothing.
     HandlerWithoutFile other;
     QCOMPARE(other.modifyProperty(array, {u"x"_qs}, QString(), changed, editThat(true, true)), false);
     QCOMPARE(other.getModified(), false);
@@ -538,7 +538,7 @@ void tst_ConfigurationManifestHandler_properties::editFunctionReceivesTheElement
     const MessageRecorder log;
     const QJsonObject b = keyed(node(u"b"_qs, {node(u"c"_qs)}));
     HandlerWithoutFile handler({node(u"a"_qs, {b})});
-    // The flag starts anew with every edit.
+    // The flag is reset for every edit.
     for (int i = 0; i < 2; ++i) {
         QJsonObject received;
         bool flag = true;
@@ -650,7 +650,7 @@ void tst_ConfigurationManifestHandler_properties::throwingEditFunctionLeavesEver
         QCOMPARE(handler.getModified(), modified);
         QCOMPARE(file.content(), content);
 
-        // And the handler works as before.
+        // The handler can still be used.
         QVERIFY(handler.setProperty(path, key, 1, false));
         QCOMPARE(handler.getModified(), true);
     }
@@ -686,7 +686,7 @@ void tst_ConfigurationManifestHandler_properties::editFunctionMayEditTheHandler(
     handler.parseManifestFile();
     QJsonArray expected = saveRuleManifest();
 
-    // What it edits below other elements of the top level stays, in memory and in the file.
+    // Nested edits of other top-level elements are kept, in memory and in the file.
     const auto editOther = [&](QJsonObject& element, bool& changed) {
         element.insert(key, u"outer"_qs);
         changed = true;
@@ -700,7 +700,7 @@ void tst_ConfigurationManifestHandler_properties::editFunctionMayEditTheHandler(
     QCOMPARE(handler.getManifestContent(), compact(expected));
     QCOMPARE(file.content(), compact(expected));
 
-    // Below the same one the edit that ends last wins.
+    // Of nested edits below one top-level element, the outer one wins: it ends last.
     const auto editSame = [&](QJsonObject& element, bool& changed) {
         element.insert(key, u"outer again"_qs);
         changed = true;
@@ -711,7 +711,7 @@ void tst_ConfigurationManifestHandler_properties::editFunctionMayEditTheHandler(
     expected = changedAt(expected, {1, 1}, u"outer again"_qs);
     QCOMPARE(handler.getManifestContent(), compact(expected));
 
-    // An outer edit without a change does not take the inner one back.
+    // An outer edit without a change does not undo the inner one.
     const auto editOnlyInside = [&](QJsonObject&, bool&) {
         return handler.setProperty(u"a/first"_qs, key, u"kept"_qs, false);
     };

@@ -56,7 +56,7 @@ QJsonObject numbered(const QJsonObject& element, int number)
     return with(element, u"number"_qs, number);
 }
 
-// Elements that look alike are told apart by a number.
+// A number tells equal elements apart.
 QJsonArray tree()
 {
     const QJsonArray lowest = {numbered(selection(u"a/b/c"_qs), 1), numbered(selection(u"a/b/c"_qs), 2),
@@ -302,7 +302,7 @@ void tst_ConfigurationManifestHandler_queries::namesOfTheChildrenAreAppended_dat
         QTest::newRow(row) << manifest << path << false << before << -7 << messages;
     };
 
-    // Whatever has an instance name is listed, with the name as it is stored.
+    // Every element with an instance name is listed under the name as stored.
     const QJsonArray children = {selection(u"a/file"_qs), 1, node(u"b"_qs, {node(u"deeper"_qs)}),
         objectFrom(R"({"selectionType":"Node"})"), u"text"_qs, QJsonValue(), QJsonArray({node(u"inside"_qs)}),
         node(u"b"_qs), objectFrom(R"({"instanceName":5})"), objectFrom(R"({"instanceName":null})"), node(u""_qs),

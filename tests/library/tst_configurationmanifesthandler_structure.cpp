@@ -25,7 +25,7 @@ static_assert(has<bool (Handler::*)(const QString&, const QJsonObject&, bool, bo
 
 namespace {
 
-// An edit of an array of the caller's.
+// An edit of an array that the caller owns.
 using ArrayEdit = std::function<bool(Handler& handler, QJsonArray& array)>;
 
 constexpr auto adder =
@@ -130,7 +130,7 @@ void tst_ConfigurationManifestHandler_structure::addedElementIsBuiltFromItsDescr
     addChange("node with a position that is text", {},
         addNode(u"a"_qs, -1, objectFrom(R"({"displayPosition":"1","hide":false})")), {builtNode(u"a"_qs)},
         {positionMessage(u"Property displayPosition is not of type double!"_qs)});
-    // The position in the description orders files on disk, not elements here.
+    // The display position in the description does not decide where the element is inserted.
     addChange("node with a position", nodes({u"x"_qs, u"y"_qs}),
         addNode(u"a"_qs, 1, objectFrom(R"({"displayPosition":0,"hide":false})")),
         {node(u"x"_qs), builtNode(u"a"_qs), node(u"y"_qs)});
@@ -241,7 +241,7 @@ void tst_ConfigurationManifestHandler_structure::presentNameIsNotAdded_data()
     addNoChange("node with the last segment of a selection", tree, addNode(u"a/file"_qs));
     addNoChange("node without a name next to what is no object", tree, addNode(u"a/"_qs));
     addNoChange("selection with the whole name of a node", tree, addSelection(u"a/whole"_qs));
-    // A name that is present is not built, so nothing is reported.
+    // An element whose name is present is not built, so its description causes no message.
     addNoChange("no description, no such index", tree, addNode(u"a/b"_qs, INT_MAX, QJsonObject()));
 
     addChange("selection with the whole name of a selection", tree, addSelection(u"a/file"_qs),
@@ -271,7 +271,7 @@ void tst_ConfigurationManifestHandler_structure::whoeverTakesTheMessagesMayShort
     edited = &handler;
     const QtMessageHandler previous = qInstallMessageHandler(
         [](QtMsgType, const QMessageLogContext&, const QString&) { edited->setManifestJsonArray({}); });
-    // Building it says that the display position is missing.
+    // Building the element logs that the display position is missing.
     const bool added = handler.addNode(u"x"_qs, {{u"hide"_qs, false}}, 999, false);
     qInstallMessageHandler(previous);
     QVERIFY(added);
@@ -484,7 +484,7 @@ void tst_ConfigurationManifestHandler_structure::movedElementEndsAtItsNewIndex()
     const auto siblings = [](const QString& names) {
         QJsonArray array;
         for (const QChar letter : names) {
-            // An element of every kind is moved with all that it holds.
+            // Elements of both kinds are moved with everything in them.
             array.append(letter == u'q' ? selection(u"a/q"_qs) : node(QString(letter), {node(u"child"_qs)}));
         }
         return array;
@@ -773,7 +773,7 @@ void tst_ConfigurationManifestHandler_structure::arrayOfTheCallersIsEditedInstea
         QTest::newRow(name) << edit << false << callersArray() << false << messages;
     };
 
-    // Names on the way are not split.
+    // Names given in a list are not split at slashes.
     addRow("add node", add({u"x/y"_qs, u"new"_qs}, true), callersArray({builtNode(u"new"_qs), file, xy, p}));
     addRow("add selection", add({u"x/y"_qs, u"new"_qs}, false), callersArray({builtSelection(u"new"_qs), file, xy, p}));
     addRow("add node by an unsplit name", add({u"x/y"_qs, u"a/p"_qs}, true),

@@ -81,7 +81,7 @@ Element configurationElement(const QString& path, const QString& root)
     return Element(QFileInfo(path), root, Element::getConfigurationFileSuffix());
 }
 
-// Complete enough to be silent.
+// A description that causes no message.
 QJsonObject description(int position)
 {
     return {{u"displayPosition"_qs, position}, {u"hide"_qs, false}};
@@ -92,7 +92,7 @@ Element elementAt(bool isNode, int position)
     return Element(description(position), QString(), isNode);
 }
 
-// The selection of a description that holds nothing that is copied.
+// The selection made from a description without any member that is copied.
 QJsonObject leastSelection(const QString& instanceName)
 {
     QJsonObject selection = objectFrom(R"({"closeMode":"Manual","dataModel":"","hide":false,"iconName":"",
@@ -248,7 +248,7 @@ void tst_ConfigurationStructureElement::invalidEntryIsNotRead()
     QCOMPARE(element.getElementAsJsonObject(), QJsonObject());
     QCOMPARE(element.getFileInfo(), QFileInfo(path));
 
-    // The root is kept all the same.
+    // The root stays in the name.
     element.generateSelectionData(element.getFileInfo());
     QCOMPARE(log.take(), Messages({positionNotANumber()}));
     QCOMPARE(instanceNameOf(element), u"Net/notes"_qs);
@@ -298,7 +298,7 @@ void tst_ConfigurationStructureElement::folderBecomesANode()
     QCOMPARE(element.getDisplayPosition(), 4);
     QCOMPARE(element.getFileInfo(), QFileInfo(path));
     QCOMPARE(element.getIconName(), u"net.svg"_qs);
-    // Without the path that a selection's name has.
+    // The instance name of a node has no path.
     QCOMPARE(instanceNameOf(element), u"x"_qs);
 }
 
@@ -1044,7 +1044,7 @@ void tst_ConfigurationStructureElement::selectionBuiltAgainOnlyInserts()
     element.setIconName(u"first.svg"_qs);
     QCOMPARE(log.take(), Messages());
 
-    // What is always inserted falls back to its default, what is inserted under a condition stays.
+    // Members that are always inserted fall back to their defaults. Members inserted under a condition stay.
     element.generateSelectionData(
         objectFrom(R"({"hide":false,"selectorTypeList":[],"connectorId":-1,"bufferType":"","moduleName":"m"})"),
         u"second"_qs);
@@ -1080,7 +1080,7 @@ void tst_ConfigurationStructureElement::buildersLeaveKindAndValidityAlone()
     QCOMPARE(element.isValid(), true);
     QCOMPARE(element.getFileInfo(), QFileInfo(path));
 
-    // A selection made of a node keeps what the node held beside.
+    // A selection built over a node keeps the other members of the node.
     element.generateSelectionData(description(3), u"s"_qs);
     expected = leastSelection(u"s"_qs);
     expected.insert(u"other"_qs, QJsonArray());

@@ -44,7 +44,7 @@ public:
         listed.append(QFileInfo(root.filePath(name)));
     }
 
-    // What no description was written for.
+    // Adds an entry without a description.
     void addEntry(const QString& name)
     {
         listed.append(QFileInfo(root.filePath(name)));
@@ -233,7 +233,7 @@ void tst_ConfigurationStructureElementList::equalElementsKeepTheOrderOfTheListin
     Listing listing;
     QVector<QStringList> fileNames(positions);
     QVector<QStringList> folderNames(positions);
-    // The names count down, so that no order by name can be taken for that of the listing.
+    // The names count down, so that an order by name differs from the order of the listing.
     for (int i = 99; i > 0; --i) {
         const int position = i % positions;
         if (i > 99 - folders) {

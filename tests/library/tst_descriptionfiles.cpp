@@ -58,7 +58,7 @@ Message notJson(const Reader& reader)
     return warning(u"Can't parse Json!\n"_qs, reader.signature);
 }
 
-// What a caller's object becomes; the reader uses no element's state and leaves none.
+// What a reader makes of the object that it is given. Readers neither use nor change the state of their element.
 QJsonObject readBy(const Reader& reader, const QString& path)
 {
     Element element;
@@ -81,7 +81,7 @@ void forbidEverything(const QString& path)
     QVERIFY(QFile::setPermissions(path, {}));
 }
 
-// Temporary folders are their owner's alone.
+// Only its owner may enter a QTemporaryDir.
 void letEverybodyEnter(const QString& folder)
 {
     QVERIFY(QFile::setPermissions(folder,
@@ -166,7 +166,7 @@ void tst_DescriptionFiles::contentIsReadWhole_data()
     readable("white space around", " \t\n{ \"a\" : 1 }\n\n", objectFrom(R"({"a":1})"));
     readable("line feeds", "{\n\"a\":\n1\n}\n", objectFrom(R"({"a":1})"));
     readable("carriage returns and line feeds", "\r\n{\r\n\"a\":\r\n1\r\n}\r\n", objectFrom(R"({"a":1})"));
-    // Only here the text mode shows; between the tokens both are white space.
+    // Text mode would show inside a string only; between tokens both line ends are white space.
     readable("carriage return and line feed in a string", "{\"a\":\"x\r\ny\"}", objectFrom(R"({"a":"x\ny"})"));
     readable("carriage return alone in a string", "{\"a\":\"x\ry\"}", objectFrom(R"({"a":"xy"})"));
     readable("two carriage returns and line feed in a string", "{\"a\":\"x\r\r\ny\"}", objectFrom(R"({"a":"x\ny"})"));
@@ -250,7 +250,7 @@ void tst_DescriptionFiles::fileBeyondWhatAByteArrayHoldsIsNotJson()
     const QTemporaryDir folder;
     const QString path = descriptionFile(folder.path());
     writeFile(path, "{}");
-    // Takes no room: there is nothing in it.
+    // A sparse file: it takes no space on the disk.
     QVERIFY(QFile::resize(path, Q_INT64_C(3) << 30));
     MessageRecorder log;
     for (const Reader& reader : bothReaders) {
@@ -315,7 +315,7 @@ void tst_DescriptionFiles::fileInAnUnsearchableFolderIsNotFound()
         QCOMPARE(readBy(reader, reader.pathFor(folder)), former);
     }
     QCOMPARE(log.take(), Messages({noFile(reader)}));
-    // Otherwise it could not be removed.
+    // Otherwise QTemporaryDir could not remove it.
     letEverybodyEnter(folder);
 }
 
@@ -337,7 +337,7 @@ void tst_DescriptionFiles::linksCountAsWhatTheyPointTo()
     QCOMPARE(readBy(reader, path), objectFrom(R"({"a":1})"));
     QCOMPARE(log.take(), Messages());
 
-    // A link is there even when its target is not.
+    // A dangling link is an entry, so the file is not missing.
     QVERIFY(QFile::remove(link) && QFile::link(u"nowhere"_qs, link));
     QCOMPARE(readBy(reader, path), former);
     QCOMPARE(log.take(), Messages({notOpened(reader, link, u"No such file or directory"_qs)}));
@@ -519,7 +519,7 @@ void tst_DescriptionFiles::emptyPathIsNotTheRootFolder()
     const QByteArray root = QFile::encodeName(folder.path());
     const pid_t child = fork();
     if (child == 0) {
-        // Root sees a description file in its root folder then; for anybody else there is none to find anyway.
+        // Root can write a description file into the root folder. Other users cannot, and find none.
         [[maybe_unused]] const int changed = chroot(root.constData());
         MessageRecorder log;
         const bool nothingRead = readBy(folderReader, QString()) == former && log.take().isEmpty();
@@ -536,7 +536,7 @@ void tst_DescriptionFiles::pathWithANulCharacterNamesNothing()
     const QString path = descriptionFile(folder.path());
     writeFile(path, R"({"a":1})");
     MessageRecorder log;
-    // Qt may complain of such a name wherever it is asked about it.
+    // Every call of Qt with such a name may log a warning.
     const auto takeOurs = [&log] {
         Messages messages = log.take();
         const auto isOfQt = [](const Message& message) {

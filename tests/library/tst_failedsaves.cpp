@@ -20,7 +20,7 @@
 
 #include <sys/stat.h>
 
-// Every way to save meets everything that can be in its way. What each failing call to the system does is in tst_faults.
+// Every way to save is combined with every reason to fail. Failures of single system calls are in tst_faults.
 
 namespace {
 
@@ -34,7 +34,7 @@ void setMode(const QString& path, mode_t mode)
     }
 }
 
-/// A folder that everybody may look into, with a manifest.
+/// A folder that every user may read, with a manifest.
 class Place {
 public:
     Place()
@@ -42,7 +42,7 @@ public:
         setMode(directory.path(), 0755);
         QDir(directory.path()).mkdir(u"cfg"_qs);
         writeFile(manifest(), previous);
-        // The file itself can be written to in every case.
+        // Every user may write to the file itself.
         setMode(manifest(), 0666);
     }
     QString folder() const
@@ -62,17 +62,17 @@ private:
 class Way {
 public:
     virtual ~Way() = default;
-    /// Makes ready what takes as many bytes when it is saved.
+    /// Prepares a manifest of `size` bytes to be saved.
     virtual void prepare(const Place& place, int size) = 0;
     virtual bool save() = 0;
     virtual bool saveAgain() = 0;
     /// What a save writes.
     virtual QByteArray content() const = 0;
-    /// Whether a save that cannot even begin is a success to the caller.
+    /// Whether the result is true even when the save fails.
     virtual bool hidesFailures() const = 0;
     virtual Message notOpened(const Place& place) const = 0;
     virtual Message notWritten(int size, int room) const = 0;
-    /// Checks what a save leaves in memory, failed or not.
+    /// Checks the state in memory after a save, whether it failed or not.
     virtual void checkMemory() const
     {
     }
@@ -205,7 +205,7 @@ private:
             folder + u"/n/Folder.menu.json"_qs, R"({"displayPosition":1,"text":")" + QByteArray(padding, 'x') + "\"}");
     }
 
-    /// What is longer is written at once, and how much of it arrived is known.
+    /// Longer documents bypass the buffer of QFile, so the number of bytes written is known.
     static constexpr int bufferSize = 16384;
     QString folder;
     QByteArray saved;
@@ -215,7 +215,7 @@ using Save = std::function<bool()>;
 
 enum class Outcome { Saved, NotOpened, NotWritten, Unnoticed };
 
-/// What is in the way of a save, and what comes of it.
+/// A reason for a save to fail, and the outcome.
 struct Trouble {
     Outcome outcome;
     bool (*around)(const Place& place, const Save& save, int room);
@@ -296,7 +296,7 @@ void tst_FailedSaves::failedSaveKeepsOldFile_data()
 
     const Ways ways = allWays();
     for (const auto& [wayName, way] : ways) {
-        // Up to 16 KiB wait in a buffer until the file is complete.
+        // QFile buffers up to 16 KiB; longer documents are written directly.
         for (const int size : {400, 16384, 16385, 40000}) {
             const auto addRoom = [&, wayName = wayName, way = way](const char* room, Outcome outcome, int bytes) {
                 QTest::addRow("%s, %d bytes, %s", wayName, size, room)
@@ -344,7 +344,7 @@ void tst_FailedSaves::failedSaveKeepsOldFile()
     QCOMPARE(everythingIn(place.folder()), before);
     way->checkMemory();
 
-    // Without the trouble, the next save brings what this one could not.
+    // The next save succeeds and writes what this one could not.
     QVERIFY(way->saveAgain());
     QCOMPARE(log.take(), Messages());
     QCOMPARE(readFile(place.manifest()), way->content());
@@ -382,7 +382,7 @@ void tst_FailedSaves::handlerNeverCreatesFile()
     QCOMPARE(log.take(), Messages({fileToSaveIsMissing()}));
     QCOMPARE(everythingIn(folder.path()), before);
 
-    // The result of an edit does not tell what became of the save.
+    // A failed save does not change the result of an edit.
     QCOMPARE(handler.setProperty(u"a"_qs, u"key"_qs, 1, true), true);
     QCOMPARE(log.take(), Messages({fileToSaveIsMissing()}));
     QCOMPARE(handler.getModified(), true);
@@ -422,7 +422,7 @@ void tst_FailedSaves::onlyMessageOfHandlerComesBeforeTemporaryFileIsRemoved()
     way->prepare(place, 400);
     const QStringList before = everythingIn(place.folder());
 
-    // What a message handler sees when the message arrives.
+    // What is in the folder while the message is logged.
     static const Place* saved;
     static QVector<QStringList> names;
     static QByteArrayList contents;

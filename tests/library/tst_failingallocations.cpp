@@ -32,11 +32,11 @@ Outcome inProcess(const Function& function)
 {
     const pid_t child = fork();
     if (child == 0) {
-        // What Qt says when it ends the process is of no interest.
+        // Discards what Qt prints when it ends the process.
         if (freopen("/dev/null", "w", stderr) == nullptr) {
             _exit(Wrong);
         }
-        // Ends what hangs.
+        // Ends a process that hangs.
         alarm(hungAfter);
         _exit(function());
     }
@@ -48,7 +48,7 @@ Outcome inProcess(const Function& function)
     return static_cast<Outcome>(WEXITSTATUS(status));
 }
 
-/// For all that the library logs in those processes.
+/// Discards all messages of the library.
 class Silence {
 public:
     Silence()
@@ -257,7 +257,7 @@ void tst_FailingAllocations::failedSavesLeaveAWholeFile()
         });
         const QByteArray content = readFile(path);
         QVERIFY2(content == before || content == after, content.constData());
-        // Qt makes names between the last two steps of a save, when the temporary file has one already.
+        // Qt allocates names between link and rename, when the temporary file already has a name.
         QStringList leftovers = everythingIn(folder.path());
         for (const QString& name : names) {
             leftovers.removeAll(name);

@@ -33,7 +33,7 @@ const QString targetName = u"real.json"_qs;
 const QByteArray previous = R"([{"instanceName":"previous","selectionType":"Node"}])";
 constexpr mode_t previousMode = 0640;
 
-/// What is tried on the calls of an operation one after the other.
+/// A fault that is tried on each call of an operation in turn.
 struct Trouble {
     const char* name;
     std::vector<Fault> (*faults)(const char* call, int number);
@@ -50,7 +50,7 @@ std::vector<Fault> halfThenFailing(const char* call, int number)
     return {{call, number, number, Fault::Short}, {call, number + 1, number + 1, EIO}};
 }
 
-/// Named by what a call meets, as metBy() has it.
+/// Named as metBy() names them.
 constexpr Trouble troubles[] = {
     {"EIO", failing<EIO>},
     {"ENOSPC", failing<ENOSPC>},
@@ -99,7 +99,7 @@ int countOf(const std::vector<FaultyCalls::Call>& made, const char* call)
         std::count_if(made.begin(), made.end(), [call](const FaultyCalls::Call& one) { return one.name == call; }));
 }
 
-/// Which of the calls of a name is the first one on something of these names, counted from 1 as faults are.
+/// The number of the first call of a name that concerns a file of these names, counted from 1 as faults are.
 int numberOfFirst(const std::vector<FaultyCalls::Call>& made, const char* call, const QStringList& names)
 {
     const auto first = std::find_if(made.begin(), made.end(), [&](const FaultyCalls::Call& one) {
@@ -115,7 +115,7 @@ int openFiles()
     return everythingIn(u"/proc/self/fd"_qs).size();
 }
 
-/// What an operation leaves behind.
+/// Everything that an operation leaves behind.
 struct Result {
     bool value = true;
     Messages messages;
@@ -124,7 +124,7 @@ struct Result {
     /// Of the manifest file; null when there is none.
     QByteArray content;
     mode_t mode = 0;
-    /// Whether the manifest is a symbolic link, and what the file holds that it was one to; null when it never was one.
+    /// Whether the manifest is a symbolic link, and the content of the target of the link; null when it never was one.
     bool isLink = false;
     QByteArray target = {};
 };
@@ -146,7 +146,7 @@ char* toString(const Result& result)
     return qstrdup(text.constData());
 }
 
-/// A folder in which an operation runs once. It is the current one, so that nothing is overlooked that is left there.
+/// A folder in which an operation runs once. It is the current folder, so that files left there are found.
 class Place {
 public:
     /// `linked` makes the manifest a symbolic link to another file.
@@ -184,7 +184,7 @@ public:
             QFile::link(targetName, manifest());
         }
     }
-    /// Reads the manifest, also one that nobody may read.
+    /// Reads the manifest even if its permissions forbid that.
     void takeManifest(Result& result) const
     {
         struct stat status = {};
@@ -210,7 +210,7 @@ struct Failure {
     QByteArray call;
     QString path;
     int error = 0;
-    /// Whether the temporary file of a save has a name all the time.
+    /// Whether the temporary file has a name from the beginning.
     bool isNamed = false;
 };
 
@@ -232,7 +232,7 @@ QByteArray subject(const Place& place, const QString& path)
     return path.mid(place.path().size() + 1).toUtf8();
 }
 
-/// What Qt does again when a signal interrupts it.
+/// Whether Qt repeats the call when a signal interrupts it.
 bool isRetried(const std::string& call)
 {
     return call == "open" || call == "make" || call == "read" || call == "write" || call == "sync" || call == "close";
@@ -255,23 +255,23 @@ Failure failureIn(const Place& place, const std::vector<FaultyCalls::Call>& made
     return {};
 }
 
-/// What becomes of a failure while a manifest is saved.
+/// The effect of a failing call on a save.
 enum class Consequence {
     None,
     NotFound,
     NotOpened,
     NotWritten,
-    /// The save is taken for a success. The file is what it was before.
+    /// The save reports success. The file is unchanged.
     Unnoticed,
-    /// The group has the permissions that everybody has.
+    /// The group gets the permissions of others.
     GroupsPermissionsLost,
-    /// The new file takes the place of the link, and the one that the link points to is what it was before.
+    /// The new file replaces the link. The target of the link is unchanged.
     LinkReplaced,
     ComplaintOfThePosition,
     ComplaintOfTheName,
 };
 
-/// A failure counted without the first call of a kind, which is made before the save.
+/// The failure, without counting the first call of a kind: that one is made before the save.
 Failure withoutFirst(const QByteArray& kind, Failure failure)
 {
     if (failure.call.startsWith(kind + ' ')) {
@@ -292,14 +292,14 @@ Consequence consequenceOfSaving(const Failure& failure)
     const QMap<QByteArray, Consequence> consequences {
         {"make folder 1", Consequence::NotOpened},
         {"make temporary 1", Consequence::NotOpened},
-        // Whether what is to be replaced may be written to.
+        // QSaveFile checks that the old file is writable.
         {"access manifest 2", Consequence::NotOpened},
         {"access link 2", Consequence::NotOpened},
-        // Whether it is a link, where that points, and whether there is one more link.
+        // QSaveFile follows the link.
         {"stat link 2", Consequence::LinkReplaced},
-        // Without a name to rename to, Qt complains; a link just fails.
+        // Without a name to rename to, Qt logs a warning. linkat() just fails.
         {"readlink link 1", failure.isNamed ? Consequence::ComplaintOfTheName : Consequence::Unnoticed},
-        // Whether the permissions of the group are those of a list, too.
+        // The group bits may be the mask of an access control list.
         {"attribute manifest 1", Consequence::GroupsPermissionsLost},
         {"attribute target 1", Consequence::GroupsPermissionsLost},
         {"attribute temporary 1", Consequence::GroupsPermissionsLost},
@@ -324,7 +324,7 @@ Message complaintOfQt(const QString& text)
 const QString complaintOfThePosition = u"QFile::at: Cannot set file position 0"_qs;
 const QString complaintOfTheName = u"Empty filename passed to function"_qs;
 
-/// `result` as it is when nothing goes wrong, changed by what went wrong at the save.
+/// The result of an undisturbed run, changed by the effect of the failing call.
 Result withConsequence(Result result, Consequence consequence, const Result& before, const Messages& messages)
 {
     switch (consequence) {
@@ -358,7 +358,7 @@ Result withConsequence(Result result, Consequence consequence, const Result& bef
     return result;
 }
 
-/// How much of a file was read before reading failed.
+/// What was read of a file before reading failed.
 QByteArray readOf(const QString& path, const QByteArray& content, const std::vector<FaultyCalls::Call>& made)
 {
     long size = 0;
@@ -370,7 +370,7 @@ QByteArray readOf(const QString& path, const QByteArray& content, const std::vec
     return content.left(static_cast<int>(size));
 }
 
-/// Something that is done in a place, and what comes of it when a call fails on the way.
+/// An operation, and its expected result when one call fails.
 class Operation {
 public:
     virtual ~Operation() = default;
@@ -391,7 +391,7 @@ protected:
     {
         return QString(large ? 40000 : 20, u'x');
     }
-    /// What is asked for by the name of the manifest.
+    /// What the tables call a file that is looked up by the name of the manifest.
     QByteArray named() const
     {
         return linked ? "link" : "manifest";
@@ -465,7 +465,7 @@ public:
     Result expected(const Place& place, const Failure& failure, const std::vector<FaultyCalls::Call>&) const override
     {
         const QByteArray content = compact({with(node(u"previous"_qs), u"text"_qs, text())});
-        // The handler asks for the file once before the save does.
+        // The handler checks for the file once before QSaveFile does.
         const Failure ofTheSave = withoutFirst("access " + named(), failure);
         const Consequence consequence =
             ofTheSave.call.endsWith(" 0") ? Consequence::NotFound : consequenceOfSaving(ofTheSave);
@@ -487,7 +487,7 @@ private:
 /// The description of an element that the scan below finds.
 struct Description {
     QByteArray content;
-    /// What the element is made of; the position apart.
+    /// The members of the element, without the position.
     QJsonObject members;
     int position;
 };
@@ -513,7 +513,7 @@ public:
             writeFile(place.path(behind(one.key())), one->content);
         }
         writeFile(place.path(u"readme.txt"_qs), "");
-        // Seen as a folder only by a look at what it points to.
+        // A link to a folder: only its target tells that.
         QFile::link(place.path(behind(u"Other"_qs)), place.path(u"Other"_qs));
         if (replaces) {
             place.writeManifest(previous);
@@ -533,7 +533,7 @@ public:
             return before;
         }
         const QByteArray content = compact(elementsOf(QString(), scan));
-        // The listing looks at what is a link.
+        // The listing calls stat for links.
         const Consequence consequence = consequenceOfSaving(withoutFirst("stat link", failure));
         Result result =
             withConsequence({true, scan.messages, {}, content, replaces ? previousMode : modeOfNewFile(), linked},
@@ -543,13 +543,13 @@ public:
     }
 
 private:
-    // Where something really lies: "Other" is a link.
+    // The real path: "Other" is a link.
     static QString behind(const QString& path)
     {
         return path.startsWith(u"Other"_qs) ? u'.' + path : path;
     }
 
-    /// What a scan was told, and what it said.
+    /// What the system returned to a scan, and what the scan logs.
     struct Scan {
         const Place& place;
         const Failure& failure;
@@ -579,7 +579,7 @@ private:
         return {QJsonDocument(with(members, u"displayPosition"_qs, position)).toJson(), members, position};
     }
 
-    // The description that the scan gets to see of a file; an empty one without a position when reading it failed.
+    // The description as the scan reads it; empty and without a position when reading failed.
     Description seen(const QString& path, bool isFolder, Scan& scan) const
     {
         const Description described = descriptions.value(path);
@@ -607,7 +607,7 @@ private:
         if (descriptions.contains(path)) {
             return seen(path, true, scan);
         }
-        // What cannot be looked at is no folder, and nothing is said of its description.
+        // If stat fails, the entry is no folder and nothing is logged about its description.
         if (scan.failure.call != "stat " + folder.toUtf8() + (folder == u"Other"_qs ? " 2" : " 1")) {
             scan.messages.append(noFolderDescription());
         }
@@ -676,8 +676,8 @@ private:
             return {
                 warning(u"Unable to open the manifest file for writing: \"%1\" !"_qs.arg(place.manifest()), function)};
         }
-        // A large document is written directly, and what has arrived of it is known. A small one is in a buffer, and after a
-        // failed sync nothing is known.
+        // A large document is written directly, so the number of bytes written is known. A small one is buffered, and after
+        // a failed sync the number counts as unknown.
         const auto half = std::find_if(made.begin(), made.end(),
             [](const FaultyCalls::Call& call) { return call.name == "write" && call.result > 0; });
         return {warning(u"Manifest file was not successful written: %1 , %2 !"_qs
@@ -728,7 +728,7 @@ Run runOnce(Operation& operation, const std::vector<Fault>& faults)
 }
 
 using Operations = std::function<QSharedPointer<Operation>()>;
-/// What comes of reading a place.
+/// Reads a manifest in a place.
 using Reading = std::function<QJsonArray(const Place& place)>;
 
 template <typename Kind, bool... replaces>
@@ -815,7 +815,7 @@ private Q_SLOTS:
     void cleanupTestCase();
 
 private:
-    // How many runs came to what, by operation, call and trouble.
+    // The number of runs by operation, call, fault and effect.
     QMap<QByteArray, int> table;
 };
 
@@ -828,7 +828,7 @@ void tst_Faults::everyFailingCallHasItsConsequence_data()
     QTest::addColumn<bool>("linked");
     QTest::addColumn<QByteArray>("necessary");
 
-    // With the calls that each one cannot do without.
+    // The calls that each operation must make.
     const struct {
         const char* name;
         QSharedPointer<Operation> (*make)();
@@ -997,7 +997,7 @@ void tst_Faults::syncThatASignalInterruptsIsRepeated()
     const Run run = runOnce(edit, {{"sync", 1, 3, EINTR}});
     QCOMPARE(run.result.messages, Messages());
     QCOMPARE(run.result.content, run.result.memory);
-    // Three times in vain, then by the save and by Qt; and the folder.
+    // Interrupted three times, then done by the save and by Qt; and the folder.
     QCOMPARE(countOf(run.made, "sync"), 6);
 }
 
@@ -1038,7 +1038,7 @@ void tst_Faults::savesSyncTheFileBeforeItTakesItsPlaceAndTheFolderAfterwards()
             order.append(isFile ? "sync of the file" : "sync of the folder");
         }
     }
-    // The second sync of the file is Qt's own, with nothing left to do.
+    // The second sync of the file is made by QSaveFile::commit().
     QCOMPARE(order, QByteArrayList({"write", "sync of the file", "sync of the file", "rename", "sync of the folder"}));
 }
 
@@ -1104,7 +1104,7 @@ void tst_Faults::temporaryFileThatCannotBeRemovedStays_data()
         {"create", make<Create, true>, "rename", false, true},
         {"create the first", make<Create, false>, "write", true, false},
         {"create the first", make<Create, false>, "write", false, true},
-        // Nothing is in the way of the link, and nothing is renamed.
+        // Without an old file the link succeeds under the final name, and nothing is renamed.
         {"create the first", make<Create, false>, "link", true, false},
         {"create the first", make<Create, false>, "rename", false, true},
     };
@@ -1255,7 +1255,7 @@ void tst_Faults::listingCutShortLosesTheRestSilently()
 {
     Create create(true);
     const Run whole = runOnce(create, {noFault});
-    // Folders hand out their entries in an order of their own.
+    // The order of readdir is not defined.
     const int number =
         numberOfFirst(whole.made, "next", {u"a.config.json"_qs, u"b.config.json"_qs, u"Net"_qs, u"Other"_qs});
     const Run run = runOnce(create, {{"next", number + 1, number + 1, EIO}});

@@ -47,7 +47,7 @@ QJsonArray elements(int count, bool areSelections)
     return array;
 }
 
-/// As many nodes on every level; the first of them holds the next level.
+/// `siblings` nodes on every level; the first of them has the next level as children.
 QJsonArray tree(int depth, int siblings)
 {
     QJsonArray level;
@@ -66,7 +66,7 @@ QString pathOf(int depth, const QString& name)
     return u"e0/"_qs.repeated(depth - 1) + name;
 }
 
-/// A handler that is the only owner of its manifest.
+/// A handler whose manifest is shared with nobody.
 struct Fixture {
     explicit Fixture(const QJsonArray& manifest)
         : handler(QString(), QString(), QString())
@@ -77,12 +77,12 @@ struct Fixture {
     ConfigurationManifestHandler handler;
 };
 
-/// An edit that `undo` takes back, of the element that is the `index`-th of `siblings`.
+/// An edit of the `index`-th of `siblings`, and what undoes it.
 struct Edit {
     const char* name;
     bool (*run)(ConfigurationManifestHandler& handler, const QString& path, int siblings);
     bool (*undo)(ConfigurationManifestHandler& handler, const QString& path, int index);
-    /// How many siblings are looked at; all instead of those up to the element.
+    /// Whether the edit reads the names of all siblings, not only of those up to the element.
     bool looksAtAll;
 };
 
@@ -294,7 +294,7 @@ void tst_HandlerCost::lookupReadsEachNameOnce()
     const QString last = numbered(siblings - 1);
     const QString missing = numbered(siblings);
 
-    // A name that is read is one piece of memory, given back before the next one is read.
+    // Reading a name takes one allocation, which is freed before the next one.
     Fixture fixture(array);
     int index = 0;
     const HeapUse miss = heapUseOf([&] { fixture.handler.getElementFromInstance(array, missing, index); });
@@ -335,7 +335,7 @@ void tst_HandlerCost::editsTakeNoMoreOfLongArrays()
         const HeapUse cost = heapUseOf([&] { done = edit.run(fixture.handler, path, siblings); });
         QVERIFY2(done && edit.undo(fixture.handler, path, index), edit.name);
 
-        // What a copied array would hold at once, and what reading names takes one after the other.
+        // A copied array would show in the peak. Reading names takes one allocation each.
         const qint64 lookups = (edit.looksAtAll ? siblings : 0) + index;
         const QByteArray figures = QByteArray(edit.name) + ": " + QByteArray::number(cost.peak) + " bytes at once, "
             + QByteArray::number(cost.calls - lookups) + " calls besides the names";
@@ -347,7 +347,7 @@ void tst_HandlerCost::editsTakeNoMoreOfLongArrays()
     QCOMPARE(number, siblings);
 }
 
-// The object of the caller holds every text that was ever replaced in it; the handler keeps those that count.
+// JSON objects keep replaced strings. The handler stores a rebuilt object without them.
 void tst_HandlerCost::replacementLeavesBehindWhatWasReplacedInIt()
 {
     Fixture fixture(elements(10, false));
@@ -397,8 +397,7 @@ void tst_HandlerCost::sortingIsLinear()
     QVERIFY2(longTime < 30 * shortTime, qPrintable(u"%1 to %2 ticks"_qs.arg(shortTime).arg(longTime)));
 }
 
-// Two texts of one length that Qt's hash does not tell apart, behind any beginning. Without a seed it is another one than
-// with any.
+// Two texts of equal length with equal hashes, whatever prefix both have. qHash() uses another function without a seed.
 QPair<QString, QString> collision(uint seed)
 {
     constexpr quint64 texts = Q_UINT64_C(36) * 36 * 36 * 36 * 36 * 36 * 36;
@@ -485,7 +484,7 @@ void tst_HandlerCost::loadingHoldsOneTree()
     const HeapUse loading = heapUseOf([&] { handler.parseManifestFile(content); });
     QCOMPARE(handler.getManifestJsonArray().size(), 10000);
 
-    // What the parser alone takes for the tree as it is now.
+    // The parser alone, with the content as loaded.
     const QByteArray loaded = handler.getManifestContent();
     QJsonDocument document;
     const HeapUse parser = heapUseOf([&] { document = QJsonDocument::fromJson(loaded); });

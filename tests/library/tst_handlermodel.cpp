@@ -39,7 +39,7 @@ struct Frequency {
     int minimum;
 };
 
-/// Everything that must have happened, so often that the sequences are worth something.
+/// Everything that the sequences must contain, and how often at least.
 const Frequency frequencies[] = {
     {"addElement: false", 300},
     {"addElement: true", 300},

@@ -24,7 +24,7 @@ QByteArray nested(int levels)
     return QByteArray(levels, '[') + QByteArray(levels, ']');
 }
 
-/// A chain of nodes called "n", one in the other, with one more member each. `levels` of them take two levels of JSON.
+/// Nested nodes called "n", each with one more member. A node takes two levels of JSON.
 QByteArray chain(int levels)
 {
     const QByteArray open = "[{\"instanceName\":\"n\",\"kept\":[null],\"selectionType\":\"Node\",\"substructure\":";
@@ -46,7 +46,7 @@ QString numbered(int number)
     return u"e%1"_qs.arg(number);
 }
 
-/// A manifest in a file of its own and a handler of it that stamps nothing.
+/// A manifest file with a handler that stamps nothing.
 struct Fixture {
     explicit Fixture(const QByteArray& content)
         : folder(quickFolder())
@@ -57,7 +57,7 @@ struct Fixture {
         handler.parseManifestFile();
     }
 
-    /// What another handler finds in the file.
+    /// What another handler loads from the file.
     QJsonArray reloaded() const
     {
         Handler reader(path, QString(), QString());
@@ -70,7 +70,7 @@ struct Fixture {
     Handler handler;
 };
 
-/// Every kind of edit, on and around the one child of "target" that can be addressed. In this order all succeed.
+/// Every kind of edit, on and around the one child of "target" that has a path. In this order all succeed.
 QVector<QPair<const char*, Edit>> edits()
 {
     const auto holdItself = [](QJsonObject& object, bool& changed) {

@@ -210,7 +210,7 @@ void tst_JsonDataIteratorConfigurationInstanceListUpdater::objectsPresentedWhile
     }
 }
 
-// Whoever takes the warning of a setter finds both modes on: a key that is there is removed, one that is not is added.
+// While a setter logs its warning both modes are on: a present key is removed, a missing one added.
 void tst_JsonDataIteratorConfigurationInstanceListUpdater::objectsPresentedWhileTheModesChangeAreEditedByTheirKey()
 {
     QFETCH(const bool, addingWins);
@@ -362,7 +362,7 @@ void tst_JsonDataIteratorConfigurationInstanceListUpdater::elementWithoutANameIs
     QFETCH(const QJsonObject, object);
     QFETCH(const QString, message);
     MessageRecorder log;
-    // Also when the empty name is searched, which a missing name is not.
+    // A missing name does not match the empty name.
     for (const char* name : {"main", ""}) {
         QJsonObject visited = object;
         QJsonValue result;
@@ -422,7 +422,7 @@ void tst_JsonDataIteratorConfigurationInstanceListUpdater::withoutInitTheEmptyKe
     const QJsonObject missing = objectFrom(R"({"instanceName":"","selectionType":"Node"})");
     QTest::newRow("named") << false << objectFrom(R"({"":1,"instanceName":"main","selectionType":"Node"})")
                            << QJsonValue(QJsonArray()) << Messages();
-    // None of these reads as the empty name.
+    // None of these matches the empty name.
     for (const char* name : {"null", "0", "false", "[]", "{}"}) {
         QTest::newRow(name)
             << true
@@ -652,7 +652,7 @@ void tst_JsonDataIteratorConfigurationInstanceListUpdater::otherMembersKeepTheir
     QCOMPARE(textOf(result), textOf(QJsonArray({written, written, without})));
 }
 
-// The parser keeps such integers exactly. The edit does to them what the writer does, so it does not show in a file.
+// The parser keeps such integers exactly. An edit rounds them as the writer does, so files do not differ.
 void tst_JsonDataIteratorConfigurationInstanceListUpdater::integersBeyondTheRangeOfDoubleAreRounded_data()
 {
     QTest::addColumn<QByteArray>("json");
@@ -729,7 +729,7 @@ void tst_JsonDataIteratorConfigurationInstanceListUpdater::numberThatJsonCannotE
     QTest::newRow("-infinity") << -std::numeric_limits<double>::infinity();
 }
 
-// Built in memory only. It is written as null in any case.
+// Such a number exists in memory only. The writer writes null for it.
 void tst_JsonDataIteratorConfigurationInstanceListUpdater::numberThatJsonCannotExpressBecomesNull()
 {
     QFETCH(const double, number);
@@ -782,7 +782,7 @@ void tst_JsonDataIteratorConfigurationInstanceListUpdater::matchesWithinMatchesA
     walkJson(manifest, updater, result);
     QCOMPARE(manifest, QJsonValue(arrayFrom(R"([{"instanceName":"a","selectionType":"Node","substructure":[
         {"instanceName":"a","selectionType":"Selection"}]}])")));
-    // The outer one was collected before the inner one was edited.
+    // The outer object is collected before the inner one is edited.
     QCOMPARE(result, QJsonValue(arrayFrom(R"([
         {"instanceName":"a","selectionType":"Node","substructure":[
             {"instanceName":"a","key":0,"selectionType":"Selection"}]},

@@ -23,8 +23,8 @@
 #include <sys/xattr.h>
 #include <unistd.h>
 
-// Whose file a manifest is after it was saved: the new file belongs to whom the old one did, as far as the process may see
-// to that, and nobody may do more with it than before.
+// A save creates a new file. It gets owner, group and permissions of the old one as far as the process may set them,
+// and nobody gets more permissions than before.
 
 namespace {
 
@@ -81,10 +81,10 @@ void saveByCreator(const QString& folder)
     ConfigurationManifestCreator().create2(folder, u"configuration"_qs);
 }
 
-/// Another process than root's, when root runs the test. With no other group than the one of the test.
+/// Who saves, when root runs the test. Every process has the group of the test only.
 enum class By { TheTest, AnOrdinaryUser, AUserWhoMayGiveFilesAway };
 
-/// Lets the process be one of an ordinary user that has a single right of root's, for good.
+/// Makes the process one of an ordinary user with CAP_CHOWN only. That cannot be undone.
 void becomeUserWhoMayGiveFilesAway()
 {
     __user_cap_header_struct header {_LINUX_CAPABILITY_VERSION_3, 0};
@@ -259,13 +259,13 @@ void tst_SavedFile::savedFileKeepsOwnerGroupAndPermissions_data()
     add("another's, for nobody", By::TheTest, {someUser, someGroup, 0}, {someUser, someGroup, 0});
     add("another user's", By::TheTest, {someUser, ownGroup, 0640}, {someUser, ownGroup, 0640});
     add("another group's", By::TheTest, {user, someGroup, 0460}, {user, someGroup, 0460});
-    // And who is not, cannot keep everything.
+    // Other users cannot keep owner and group of others.
     add("own", By::AnOrdinaryUser, {nobody, ownGroup, 0640}, {nobody, ownGroup, 0640});
     add("foreign user", By::AnOrdinaryUser, {someUser, ownGroup, 0666}, {nobody, ownGroup, 0666});
     add("foreign group", By::AnOrdinaryUser, {nobody, someGroup, 0660}, {nobody, ownGroup, 0600});
     add("foreign group, read by all", By::AnOrdinaryUser, {nobody, someGroup, 0664}, {nobody, ownGroup, 0644});
     add("foreign group with fewer rights", By::AnOrdinaryUser, {nobody, someGroup, 0606}, {nobody, ownGroup, 0606});
-    // What one cannot change any more cannot take the old one's place either, so it is not given away.
+    // The owner is not restored: after that, the process could not rename the file.
     add("foreign user, given back", By::AUserWhoMayGiveFilesAway, {someUser, someGroup, 0662},
         {nobody, someGroup, 0662});
     add("own, foreign group", By::AUserWhoMayGiveFilesAway, {nobody, someGroup, 0640}, {nobody, someGroup, 0640});
@@ -329,7 +329,7 @@ void tst_SavedFile::linkStaysAndItsTargetIsReplaced()
     QCOMPARE(everythingIn(place.folder()), before);
 }
 
-// Qt would copy the bits of the old file to one that has the group of the process.
+// QSaveFile would copy the permissions of the old file, whose group was another one.
 void tst_SavedFile::manifestThatIsRemovedMeanwhileGivesTheGroupNothing()
 {
     const Place place;
@@ -344,8 +344,8 @@ void tst_SavedFile::manifestThatIsRemovedMeanwhileGivesTheGroupNothing()
     QCOMPARE(ownershipOf(place.manifest()).mode & S_IRWXG, mode_t(isRoot ? 0 : S_IRWXG & 0060));
 }
 
-// Whoever owns the manifest may exchange it for a link while it is saved, so that another file is replaced. That must not
-// become his as well.
+// The owner of the manifest may replace it with a link during a save, so that another file is overwritten. That file
+// must not be given to him as well.
 void tst_SavedFile::linkThatComesMeanwhileGivesNoOtherFileAway()
 {
     const Place place;
@@ -390,7 +390,7 @@ void tst_SavedFile::groupGetsNoMoreThanTheListOfTheOldFileGaveIt_data()
     add("everything, others read", 6, 4, 0644);
 }
 
-// The bits of the group are the mask of the list: here they allow what one user may do.
+// With a list, the group bits are its mask: here they tell what the one user may do.
 void tst_SavedFile::groupGetsNoMoreThanTheListOfTheOldFileGaveIt()
 {
     QFETCH(const Save, save);
@@ -416,7 +416,7 @@ void tst_SavedFile::inheritedListGivesNobodyMore_data()
     addSaves("a stricter one before", [](QTestData& row) -> QTestData& { return row << true; });
 }
 
-// What the folder gives to new files lets one user write; the manifest did not.
+// The default list of the folder lets one user write to new files. The old manifest did not.
 void tst_SavedFile::inheritedListGivesNobodyMore()
 {
     QFETCH(const Save, save);
@@ -430,7 +430,7 @@ void tst_SavedFile::inheritedListGivesNobodyMore()
     setList(place.folder(), defaultList, listOf({owner(7), user(someUser, 7), group(7), mask(7), others(0)}));
     place.saveBy(save, By::TheTest);
     QVERIFY(!listAt(place.manifest()).isNull());
-    // The mask: nobody in the list may do anything.
+    // An empty mask: nobody in the list may do anything.
     QCOMPARE(ownershipOf(place.manifest()).mode, mode_t(0600));
 }
 

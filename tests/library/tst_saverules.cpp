@@ -12,7 +12,7 @@
 
 namespace {
 
-/// Whether an edit saves that is asked to.
+/// Whether an edit with writeToFile saves.
 struct Saves {
     bool whenUnmodified;
     bool whenModified;
@@ -81,7 +81,7 @@ void tst_SaveRules::editSavesByItsRule_data()
     const QString missing = u"a/missing"_qs;
     const QString below = u"missing/second"_qs;
 
-    // Properties: without a change, an edit saves what an earlier one has changed.
+    // Properties: a successful edit saves if the manifest has been modified, by itself or earlier.
     addChange("update with a change", updateEdit(second, kind, 1));
     addNoChange("update without a change", updateEdit(second, kind, u"Node"_qs), ifModified);
     addFailure("update of a missing property", updateEdit(second, key, 1), never);
@@ -102,7 +102,7 @@ void tst_SaveRules::editSavesByItsRule_data()
         never);
     addFailure("edit function for a missing element", modifyEdit(missing, editThat(true, true)), never);
 
-    // Structure: these save whenever they succeed.
+    // Adding, deleting, sorting: saves if it succeeds.
     addChange("addNode with a change", addNode(u"a/new"_qs));
     addNoChange("addNode of what is present", addNode(second), always);
     addFailure("addNode that fails", addNode(below), never);
@@ -118,7 +118,7 @@ void tst_SaveRules::editSavesByItsRule_data()
     addFailure("sortElements that fails", sortElements(u"a"_qs, {u"second"_qs}), never);
     addFailure("sortElements that fails on the way", sortElements(below, {}), never);
 
-    // Moves and replacements save even when they fail.
+    // Moving and replacing: saves even if it fails.
     addChange("moveNode with a change", moveNode(second, 0));
     addChange("moveNode onto its own place", moveNode(second, 1));
     addFailure("moveNode too far", moveNode(second, 2), always, {noSuchPosition()});
@@ -144,7 +144,7 @@ void tst_SaveRules::editSavesByItsRule_data()
     addUpdate("updateSelection", updateSelection);
 }
 
-/// The file shows whether the edit saved: somebody else wrote to it before the edit.
+/// The file is overwritten before the edit, so that its content shows whether the edit saved.
 void tst_SaveRules::editSavesByItsRule()
 {
     QFETCH(Edit, edit);

@@ -32,11 +32,11 @@ QString shown(const std::vector<T>& values)
     return shown(texts);
 }
 
-/// The texts of messages of the library. One that is not a warning with everything that belongs to it, as a message of
-/// a class of the library, is shown whole instead. The only debug message is what it is expected to be.
+/// The texts of messages of the library. A message whose level, category, file, function or line is not as the library
+/// logs it is shown as a whole. The library has one debug message.
 QStringList textsOf(const Messages& messages);
 
-/// Gathers in what two sides differ that have to do the same.
+/// Collects the differences between two sides that must do the same.
 class Comparison {
 public:
     template <typename T>

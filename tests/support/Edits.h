@@ -31,15 +31,15 @@ Edit moveNode(const QString& path, int newIndex);
 Edit updateSelection(const QString& path, const QJsonObject& element);
 Edit updateNode(const QString& path, const QJsonObject& element, bool replaceSubstructure);
 
-/// A description that a node and a selection are made of without a message.
+/// A description that causes no message, neither for a node nor for a selection.
 QJsonObject silentDescription();
 Edit addNode(const QString& path, int index = -1, const QJsonObject& description = silentDescription());
 Edit addSelection(const QString& path, int index = -1, const QJsonObject& description = silentDescription());
-/// What they make of that description.
+/// The elements that are made from that description.
 QJsonObject builtNode(const QString& instanceName);
 QJsonObject builtSelection(const QString& instanceName);
 
-/// Sets "key" to "edited", whatever it says about that.
+/// Sets "key" to "edited", and returns and reports what it is told to.
 ElementEdit editThat(bool applies, bool tellsOfTheChange);
 
 // A table of edits: what each one makes of a manifest in memory.

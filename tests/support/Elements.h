@@ -5,7 +5,7 @@
 #include <QtCore/QJsonValue>
 #include <QtCore/QString>
 
-// Elements with no more members than they need.
+// Elements with the least members.
 
 QJsonObject selection(const QString& instanceName);
 QJsonObject node(const QString& instanceName);

@@ -29,7 +29,7 @@ const QString selectionType = u"selectionType"_qs;
 const QString instanceName = u"instanceName"_qs;
 const QString substructure = u"substructure"_qs;
 
-/// Stands in the file until the handler writes it, so that every write shows, one of equal content as well.
+/// The content of the file until the handler writes to it, so that every write shows, even one of equal content.
 const QByteArray untouched = QByteArrayLiteral("untouched");
 const QString untouchedRefused = u"Error on paring configuration manifest file content to Json: \"illegal value\" !"_qs;
 
@@ -69,7 +69,7 @@ size_t sizeOf(const Value& value)
     return size;
 }
 
-/// Input from few names and keys, so that they meet.
+/// Input from few names and keys, so that they often match.
 class Generator {
 public:
     explicit Generator(Choice choice)
@@ -132,7 +132,7 @@ public:
         return {members};
     }
 
-    /// A value that often is of the type that the key asks for.
+    /// A value, often of the type that the key requires.
     Value valueFor(const QString& memberKey, int depth = 2)
     {
         static const QStringList types {u"Node"_qs, u"Selection"_qs, u"Selection"_qs, u"selection"_qs, QString()};
@@ -223,7 +223,7 @@ public:
         return members;
     }
 
-    /// The same value in one of the forms in which a caller may hold it.
+    /// The value as one of the types that a caller may pass.
     QVariant variant(const Value& of)
     {
         const QJsonValue json = jsonFrom(of);
@@ -243,7 +243,7 @@ public:
         }
     }
 
-    /// The way to an element that exists, more often than not.
+    /// A path, mostly of an element that exists.
     QString path(const Items& top)
     {
         const Items* level = &top;
@@ -377,7 +377,7 @@ struct EditPlan {
 
 struct Refusal : std::exception { };
 
-/// What an edit function has found when it was called.
+/// What an edit function was called with.
 struct Encounter {
     Value element;
     bool changed;
@@ -435,7 +435,7 @@ public:
         setManifest();
     }
 
-    /// In what both sides differ after the next step.
+    /// The differences between both sides after the next step.
     QStringList step()
     {
         if (sizeOf(Value {model.manifest}) > 400 || sizeOf(Value {foreign.items}) > 400) {

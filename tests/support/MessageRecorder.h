@@ -20,7 +20,7 @@ using Messages = QVector<Message>;
 Q_DECLARE_METATYPE(Message)
 
 bool operator==(const Message& a, const Message& b);
-// They are shown in the output of a failed comparison.
+// For the output of a failed comparison.
 char* toString(const Message& message);
 char* toString(const Messages& messages);
 
@@ -30,8 +30,8 @@ Message warning(const QString& text, const char* function);
 Message debug(const QString& text, const char* function);
 
 /**
- * Takes all messages of its lifetime, instead of letting them be printed. A test compares take() with the exact
- * sequence that it expects; what is left at the end of the recorder's life is printed as a failure of its own.
+ * Records all messages within its lifetime instead of printing them. A test compares take() with the exact sequence
+ * that it expects. Messages that are left in the end fail the test.
  */
 class MessageRecorder {
 public:

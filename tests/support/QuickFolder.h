@@ -6,8 +6,7 @@
 #include <QtCore/QFileInfo>
 #include <QtCore/QString>
 
-/// Template of a QTemporaryDir for thousands of saves: in memory where there is such a folder, since each save waits
-/// for the disk.
+/// Template of a QTemporaryDir for thousands of saves: in memory if possible, because each save waits for the disk.
 inline QString quickFolder()
 {
     const QString inMemory = u"/dev/shm"_qs;

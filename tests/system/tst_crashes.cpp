@@ -24,7 +24,7 @@ namespace {
 
 const QString fileName = u"configuration.manifest.json"_qs;
 
-/// What a writer saves for the `number`th time. Sizes alternate, so that a piece of one in the other would show.
+/// What a writer saves as its `number`th state. Sizes alternate, so that a mixture of two states would show.
 QJsonObject state(const QString& writer, int number)
 {
     const QChar letter(u'a' + number % 26);
@@ -44,7 +44,7 @@ bool save(Handler& handler, const QJsonObject& element)
 void saveForEver(const QString& path, const QString& writer)
 {
     Handler handler(path, QString(), QString());
-    // A load that meets a save of the other writer may take the manifest for missing.
+    // While the other writer saves, a load may not find the file.
     while (handler.getManifestJsonArray().isEmpty()) {
         handler.parseManifestFile();
     }
@@ -135,7 +135,7 @@ void tst_Crashes::readersSeeOnlyWholeManifests()
         }
         ++changes;
         const int previousNumber = std::exchange(latest, numberIn(content));
-        // One writer alone never goes back.
+        // With one writer, states never go back.
         return latest >= (writers.size() == 1 ? previousNumber : 0);
     };
 
@@ -144,7 +144,7 @@ void tst_Crashes::readersSeeOnlyWholeManifests()
         for (const QString& writer : writers) {
             processes.push_back(std::make_unique<Process>([&] { saveForEver(place.path, writer); }));
         }
-        // Half of the rounds may end before the first save, and half of those end at once.
+        // Half of the rounds may end before the first save; half of those end immediately.
         const bool waitsForChange = killed % 2 == 0;
         const int changesBefore = changes;
         const qint64 moment = killed % 4 == 1 ? 0 : microseconds(engine) * qint64(1000);
@@ -168,7 +168,7 @@ void tst_Crashes::readersSeeOnlyWholeManifests()
 
 namespace {
 
-/// What the calls of an operation have done to a folder when the process ends before the `index`th one.
+/// The state of a folder when the process is killed before the `index`th call of an operation.
 struct Progress {
     bool isDone = false;
     int leftovers = 0;
@@ -206,7 +206,7 @@ void killBeforeEachCall(
         operation(*place);
         made = faulty.made();
         for (FaultyCalls::Call& call : made) {
-            // As it would be called in any other place.
+            // The path relative to the place.
             const QString path = QString::fromStdString(call.path);
             call.path = path.mid(place->folder.path().size()).toStdString();
         }
@@ -392,7 +392,7 @@ void tst_Crashes::creationsKilledAtAnyMomentLeaveTheOldOrTheNewManifest()
     const qint64 duration = durations[durations.size() / 2];
 
     std::mt19937 engine(20240301);
-    // Some are to be over by then.
+    // Some of them should have ended by then.
     std::uniform_int_distribution<qint64> microseconds(0, duration + duration / 5);
     int cutShort = 0;
     int temporaryFiles = 0;

@@ -8,7 +8,7 @@
 
 namespace {
 
-/// What a program prints on standard output; how it ended instead when it did not end well.
+/// The standard output of a program, or how it ended if it failed.
 QByteArray outputOf(const char* program, const QStringList& arguments)
 {
     QProcess process;
@@ -22,7 +22,7 @@ QByteArray outputOf(const char* program, const QStringList& arguments)
     return process.readAllStandardOutput();
 }
 
-/// A folder with one description, which with what is added to it makes four elements.
+/// A folder with one description. With those that are added it makes four elements.
 class FolderToScan {
 public:
     FolderToScan()

@@ -15,8 +15,8 @@
 #include <memory>
 
 using Element = ConfigurationStructureElement;
-/// The library in a process that loads it while running, and that provides texts of its own, also where the manifest's
-/// file format fixes them, and readers that refuse what the substitute's would read.
+/// The library in a process that loads it at run time. The process provides texts of its own, even where the file
+/// format fixes them, and readers that refuse values that the substitute's readers accept.
 class tst_ImportedTexts : public QObject {
     Q_OBJECT
 
@@ -73,7 +73,7 @@ void tst_ImportedTexts::usualTextsMeanNothing()
         "selectorTypeListEndpoint":[9],"connectorId":10,"iconName":"11","templateType":"12","labelTextUrl":"13",
         "dependencyFile":"14","dependencyFileExtern":"15","moduleName":"16","objectName":"17","instanceName":"18",
         "bufferType":"19","dataSourceType":"","substructure":[],"tolmVersion":"","configurationVersion":""})");
-    // The text of this message is fixed, whatever the key's is.
+    // The text of this message does not depend on the key.
     const Message positionMissing = warning(u"Cannot find key displayPosition in Json object!"_qs,
         "void ConfigurationStructureElement::extractDisplayPosition(const QJsonObject&, int&)");
     const Message hideMissing = warning(u"Cannot find key \"k:hide\" in Json object!"_qs,
@@ -172,7 +172,7 @@ void tst_ImportedTexts::manifestIsLoadedQueriedEditedAndSaved()
 {
     const QTemporaryDir folder;
     const QString path = folder.filePath(u"manifest.json"_qs);
-    // Stamping goes by the handler's own text, everything else by the provided ones.
+    // Stamping uses the handler's own texts, everything else the provided ones.
     writeFile(path, R"([{"k:instanceName":"n","k:substructure":[
         {"k:instanceName":"n/a","k:selectionType":"v:selection","selectionType":"Selection"}]}])");
     ConfigurationManifestHandler handler(path, u"Module"_qs, u"object"_qs);
@@ -235,7 +235,7 @@ void tst_ImportedTexts::elementsAreUpdated()
     JsonDataIteratorConfigurationInstanceListUpdater updater;
     updater.init(u"n/a"_qs, u"x"_qs, 2);
     JsonDataIteratorObjectBase& iterator = updater;
-    // The instance name is found by the updater's own text.
+    // The updater has its own key for the instance name.
     QJsonObject object = objectFrom(R"({"k:selectionType":"v:selection","instanceName":"n/a","x":1})");
     QJsonValue edited;
     iterator.compute(object, edited);

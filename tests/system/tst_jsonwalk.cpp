@@ -55,7 +55,7 @@ QString idOf(const QJsonObject& object)
     return object.value(u"id"_qs).toString();
 }
 
-/// Whether the two refer to the same data; equal data is not enough. A container is nothing but its references.
+/// Whether both share their data; equal data is not enough. The containers consist of pointers only.
 template <typename Container>
 bool shareData(const Container& a, const Container& b)
 {
@@ -371,7 +371,7 @@ void tst_JsonWalk::untouchedDocumentKeepsItsData()
     QJsonValue document = before;
     const QJsonObject firstItem = before.first().toObject();
     walk(document, [](QJsonObject& object, QJsonValue&) {
-        // A look at it, and an edit that is taken back.
+        // Reads it, and makes an edit that it undoes.
         object.insert(u"new"_qs, idOf(object));
         object.remove(u"new"_qs);
     });

@@ -33,7 +33,7 @@ QStringList symbols(const QString& kind)
 
 } // namespace
 
-// The shared library as it is built: what it brings and what it asks for.
+// The shared library as a file: what it exports and what it imports.
 class tst_Library : public QObject {
     Q_OBJECT
 

@@ -16,8 +16,8 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-// Processes that use one manifest at the same time. They know nothing of each other, and the last save wins; but each of
-// them finds the manifest of some save, whole, whenever it looks.
+// Processes that use one manifest at the same time, without locks. The last save wins, but every load finds the
+// complete manifest of some save.
 
 namespace {
 
@@ -58,7 +58,7 @@ bool isWhole(const QJsonArray& manifest)
     return manifest.size() == nodes && names.size() == nodes && std::all_of(names.begin(), names.end(), isNode);
 }
 
-/// For processes: everything that is logged ends them.
+/// Ends a process at its first message.
 void failWithAnyMessage()
 {
     qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString& text) {
@@ -129,7 +129,7 @@ void tst_Neighbours::loaderBesideABusyReplacerNeverMissesTheManifest()
     const QTemporaryDir folder(place());
     const QString path = folder.filePath(u"manifest.json"_qs);
     writeFile(path, compact(allNodes()));
-    // As fast as a file can be replaced, or the looks that count hit nothing.
+    // Replaces the file as fast as it can, so that look-ups meet replacements.
     const QByteArray manifest = QFile::encodeName(path);
     const QByteArray next = manifest + ".next";
     Process replacer([&] {

@@ -26,7 +26,7 @@ namespace {
 
 const QString manifestName = u"configuration.manifest.json"_qs;
 const QByteArray plainDescription = R"({"displayPosition":1,"hide":false})";
-// Nodes below one another in a manifest that can be loaded, the innermost one with elements in it.
+// Nested nodes in a manifest that can be loaded; the innermost one has children.
 constexpr int deepest = 511;
 
 Message tooDeep()
@@ -68,7 +68,7 @@ template <typename Function>
 void runWithStack(uint kilobytes, const Function& function)
 {
 #ifdef MEMORY_CHECKED
-    // Every variable has room around it.
+    // The sanitizer puts redzones around every variable.
     kilobytes *= 20;
 #endif
     const std::unique_ptr<QThread> thread(QThread::create(function));
@@ -353,7 +353,7 @@ void tst_Scale::longNamesAreSavedUpToALimit()
         const FaultyCalls faulty(folder.toStdString(), faultsOfTheFileSystem(unnamed));
         QVERIFY(handler.setProperty(u"a"_qs, u"key"_qs, 1, true));
     }
-    // A file without a name meets the limit when it is too late to tell.
+    // An unnamed file gets its name only after the last check for errors.
     QCOMPARE(log.take(), isSaved || unnamed ? Messages() : Messages({fileCannotBeWritten(path)}));
     QCOMPARE(readFile(path), isSaved ? handler.getManifestContent() : content);
     QCOMPARE(everythingIn(folder), QStringList(name));

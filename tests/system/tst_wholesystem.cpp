@@ -91,7 +91,7 @@ void tst_WholeSystem::exampleTreeGivesTheKnownManifests()
     QCOMPARE(log.take().size(), messages);
     const QByteArray manifest = readFile(folder + u'/' + scheme + u".manifest.json"_qs);
     QCOMPARE(manifest, expectedManifest(scheme));
-    // Nothing that Qt has read or written differently is hidden by the comparison.
+    // Bytes are compared, so that no difference in reading or writing is hidden.
     QCOMPARE(QJsonDocument::fromJson(manifest).toJson(QJsonDocument::Compact), manifest);
 }
 
