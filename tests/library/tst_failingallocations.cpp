@@ -142,53 +142,40 @@ void tst_FailingAllocations::failedEditsLoseNothing_data()
         QTest::newRow(name) << edit << false;
         QTest::addRow("%s, a copy held", name) << edit << true;
     };
+    const QString label = u"labelTextId"_qs;
+    const QString top = u"top"_qs;
     const QString deep = u"a/b/c/two"_qs;
-    const QJsonObject description {{u"labelTextId"_qs, u"TXT_NEW"_qs}, {u"displayPosition"_qs, 3}, {u"hide"_qs, true}};
-    add("update a text", [=](Handler& h, bool save) { return h.update(deep, u"labelTextId"_qs, u"new"_qs, save); });
-    add("update a number", [=](Handler& h, bool save) { return h.update(deep, u"connectorId"_qs, 8, save); });
-    add("setProperty, new key",
-        [=](Handler& h, bool save) { return h.setProperty(deep, u"new"_qs, u"text"_qs, save); });
-    add("setProperty, a list", [=](Handler& h, bool save) {
-        return h.setProperty(deep, u"connectorId"_qs, QVariantList {1, 2}, save);
-    });
-    add("setProperty, top level",
-        [](Handler& h, bool save) { return h.setProperty(u"top"_qs, u"labelTextId"_qs, u"new"_qs, save); });
-    add("setProperty, of what is no object",
-        [](Handler& h, bool save) { return h.setProperty(QString(), u"labelTextId"_qs, u"new"_qs, save); });
-    add("removeProperty", [=](Handler& h, bool save) { return h.removeProperty(deep, u"labelTextId"_qs, save); });
-    add("modifyPropertyFirst", [=](Handler& h, bool save) {
-        const auto edit = [](QJsonObject& element, bool& changed) {
-            element.insert(u"labelTextId"_qs, u"new"_qs);
-            element.insert(u"another"_qs, QJsonArray {1, u"two"_qs});
-            return changed = true;
-        };
-        return h.modifyPropertyFirst(deep, edit, save);
-    });
-    add("deleteElement", [=](Handler& h, bool save) { return h.deleteElement(deep, save); });
-    add("deleteElement, top level", [](Handler& h, bool save) { return h.deleteElement(u"a"_qs, save); });
-    add("deleteElement, of what is no object", [](Handler& h, bool save) { return h.deleteElement(QString(), save); });
-    add("updateSelection", [=](Handler& h, bool save) { return h.updateSelection(deep, description, save); });
-    add("updateNode, children kept",
-        [=](Handler& h, bool save) { return h.updateNode(u"a/b"_qs, description, false, save); });
-    add("updateNode, children replaced",
-        [=](Handler& h, bool save) { return h.updateNode(u"a/b"_qs, description, true, save); });
-    add("updateNode, top level",
-        [=](Handler& h, bool save) { return h.updateNode(u"a"_qs, description, false, save); });
-    add("moveSelection", [=](Handler& h, bool save) { return h.moveSelection(deep, 0, save); });
-    add("moveNode", [](Handler& h, bool save) { return h.moveNode(u"a/b/c/three"_qs, 0, save); });
-    add("moveNode, top level", [](Handler& h, bool save) { return h.moveNode(u"a"_qs, 3, save); });
-    add("moveNode, of what is no object", [](Handler& h, bool save) { return h.moveNode(QString(), 0, save); });
-    add("sortElements", [](Handler& h, bool save) {
-        return h.sortElements(u"a/b/c"_qs, {u"three"_qs, u"two"_qs, u"one"_qs}, save);
-    });
-    add("sortElements, top level", [](Handler& h, bool save) {
-        return h.sortElements(QString(), {u"last"_qs, QString(), u"a"_qs, u"top"_qs}, save);
-    });
-    add("addNode", [=](Handler& h, bool save) { return h.addNode(u"a/b/c/new"_qs, description, 0, save); });
-    add("addNode, top level", [=](Handler& h, bool save) { return h.addNode(u"new"_qs, description, -1, save); });
-    add("addNode, first child",
-        [=](Handler& h, bool save) { return h.addNode(deep + u"/new"_qs, description, 0, save); });
-    add("addSelection", [=](Handler& h, bool save) { return h.addSelection(u"a/b/c/new"_qs, description, 1, save); });
+    const QJsonObject description {{label, u"TXT_NEW"_qs}, {u"displayPosition"_qs, 3}, {u"hide"_qs, true}};
+    const ElementEdit editTwoMembers = [](QJsonObject& element, bool& changed) {
+        element.insert(u"labelTextId"_qs, u"new"_qs);
+        element.insert(u"another"_qs, QJsonArray {1, u"two"_qs});
+        return changed = true;
+    };
+    add("update a text", updateEdit(deep, label, u"new"_qs));
+    add("update a number", updateEdit(deep, u"connectorId"_qs, 8));
+    add("setProperty, new key", setEdit(deep, u"new"_qs, u"text"_qs));
+    add("setProperty, a list", setEdit(deep, u"connectorId"_qs, QVariantList {1, 2}));
+    add("setProperty, top level", setEdit(top, label, u"new"_qs));
+    add("setProperty, of what is no object", setEdit(QString(), label, u"new"_qs));
+    add("removeProperty", removeEdit(deep, label));
+    add("modifyPropertyFirst", modifyEdit(deep, editTwoMembers));
+    add("deleteElement", deleteElement(deep));
+    add("deleteElement, top level", deleteElement(u"a"_qs));
+    add("deleteElement, of what is no object", deleteElement(QString()));
+    add("updateSelection", updateSelection(deep, description));
+    add("updateNode, children kept", updateNode(u"a/b"_qs, description, false));
+    add("updateNode, children replaced", updateNode(u"a/b"_qs, description, true));
+    add("updateNode, top level", updateNode(u"a"_qs, description, false));
+    add("moveSelection", moveSelection(deep, 0));
+    add("moveNode", moveNode(u"a/b/c/three"_qs, 0));
+    add("moveNode, top level", moveNode(u"a"_qs, 3));
+    add("moveNode, of what is no object", moveNode(QString(), 0));
+    add("sortElements", sortElements(u"a/b/c"_qs, {u"three"_qs, u"two"_qs, u"one"_qs}));
+    add("sortElements, top level", sortElements(QString(), {u"last"_qs, QString(), u"a"_qs, top}));
+    add("addNode", addNode(u"a/b/c/new"_qs, 0, description));
+    add("addNode, top level", addNode(u"new"_qs, -1, description));
+    add("addNode, first child", addNode(deep + u"/new"_qs, 0, description));
+    add("addSelection", addSelection(u"a/b/c/new"_qs, 1, description));
 }
 
 void tst_FailingAllocations::failedEditsLoseNothing()
