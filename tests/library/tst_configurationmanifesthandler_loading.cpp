@@ -55,20 +55,8 @@ QJsonArray manifestWithText(int length)
     return {with(node(u"a"_qs), u"text"_qs, QString(length, u'x'))};
 }
 
-QByteArray nested(int levels)
-{
-    return QByteArray(levels, '[') + QByteArray(levels, ']');
-}
-
-/// Nested nodes called "n", each with one more member. A node takes two levels of JSON.
-QByteArray chainOfNodes(int levels)
-{
-    const QByteArray open = "[{\"instanceName\":\"n\",\"kept\":[null],\"selectionType\":\"Node\",\"substructure\":";
-    return open.repeated(levels) + "[]" + QByteArray("}]").repeated(levels);
-}
-
 // `depth` elements below each other, the last one a selection.
-QJsonArray chain(int depth)
+QJsonArray nestedElements(int depth)
 {
     QJsonArray manifest = {selection(u"e%1"_qs.arg(depth))};
     for (int level = depth - 1; level > 0; --level) {
@@ -76,33 +64,6 @@ QJsonArray chain(int depth)
     }
     return manifest;
 }
-
-// Makes a folder read-only within its lifetime.
-class ReadOnlyFolder {
-public:
-    explicit ReadOnlyFolder(const QString& folder)
-        : path(folder)
-    {
-        allow(QFile::Permissions());
-    }
-    ~ReadOnlyFolder()
-    {
-        allow(QFile::WriteOwner);
-    }
-    Q_DISABLE_COPY(ReadOnlyFolder)
-
-private:
-    void allow(QFile::Permissions more)
-    {
-        const QFile::Permissions reading = QFile::ReadOwner | QFile::ExeOwner | QFile::ReadGroup | QFile::ExeGroup
-            | QFile::ReadOther | QFile::ExeOther;
-        if (!QFile::setPermissions(path, reading | more)) {
-            qFatal("cannot change the permissions of %s", qPrintable(path));
-        }
-    }
-
-    const QString path;
-};
 
 } // namespace
 
@@ -322,8 +283,8 @@ void tst_ConfigurationManifestHandler_loading::rootArrayIsTakenAsItStands_data()
             "[9007199254740992,18446744073709552000]"},
         {"largest number", "[1.7976931348623157e308]", "[1.7976931348623157e+308]"},
         {"many bytes", compact(manifestWithText(100000)), compact(manifestWithText(100000))},
-        {"1024 levels", nested(1024), nested(1024)},
-        {"511 nodes in each other", chainOfNodes(511), chainOfNodes(511)},
+        {"1024 levels", nestedArrays(1024), nestedArrays(1024)},
+        {"511 nodes in each other", nestedNodes(511), nestedNodes(511)},
     };
     for (const auto& row : rows) {
         QTest::newRow(row.name) << row.content << row.saved;
@@ -438,7 +399,7 @@ void tst_ConfigurationManifestHandler_loading::fileThatMayNotBeReadEmptiesTheMan
 {
     const ManifestFile file("[1]");
     QVERIFY(QFile::setPermissions(file.path(), QFile::WriteOwner));
-    const ReadOnlyFolder folder(file.folder());
+    QVERIFY(QFile::setPermissions(file.folder(), QFile::Permissions(0x7755)));
     MessageRecorder log;
     Handler handler(file.path(), module, object);
     loadBefore(handler, false);
@@ -500,9 +461,9 @@ void tst_ConfigurationManifestHandler_loading::contentThatIsNoManifestIsRefused_
         {"overlong UTF-8", "[\"\xC0\x80\"]", "invalid UTF8 string"},
         {"surrogate in UTF-8", "[\"\xED\xA0\x80\"]", "invalid UTF8 string"},
         {"UTF-8 beyond Unicode", "[\"\xF4\x90\x80\x80\"]", "invalid UTF8 string"},
-        {"1025 levels", nested(1025), "too deeply nested document"},
+        {"1025 levels", nestedArrays(1025), "too deeply nested document"},
         {"100000 open brackets", QByteArray(100000, '['), "too deeply nested document"},
-        {"512 nodes in each other", chainOfNodes(512), "too deeply nested document"},
+        {"512 nodes in each other", nestedNodes(512), "too deeply nested document"},
         {"object", "{}", nullptr},
         {"object that holds a manifest", "{\"substructure\":[{\"instanceName\":\"a\"}]}", nullptr},
         {"selection alone", "{\"selectionType\":\"Selection\",\"instanceName\":\"a\"}", nullptr},
@@ -807,7 +768,7 @@ void tst_ConfigurationManifestHandler_loading::savingWritesWhatLoadingStamped()
 void tst_ConfigurationManifestHandler_loading::deepManifestIsLoadedQueriedEditedAndSaved()
 {
     constexpr int depth = 500;
-    const ManifestFile file(compact(chain(depth)));
+    const ManifestFile file(compact(nestedElements(depth)));
     const MessageRecorder log;
     Handler handler(file.path(), module, object);
     handler.parseManifestFile();

@@ -1,4 +1,5 @@
 #include "ConfigurationStructureElement.h"
+#include "Elements.h"
 #include "Files.h"
 #include "LibraryMessages.h"
 #include "Literals.h"
@@ -90,15 +91,6 @@ QJsonObject description(int position)
 Element elementAt(bool isNode, int position)
 {
     return Element(description(position), QString(), isNode);
-}
-
-// The selection made from a description without any member that is copied.
-QJsonObject leastSelection(const QString& instanceName)
-{
-    QJsonObject selection = objectFrom(R"({"closeMode":"Manual","dataModel":"","hide":false,"iconName":"",
-        "labelTextId":"","lastModified":"","selectionType":"Selection","uiJob":"OpenConfiguration"})");
-    selection.insert(u"instanceName"_qs, instanceName);
-    return selection;
 }
 
 QJsonObject leastNode(const QString& instanceName)
@@ -379,14 +371,14 @@ void tst_ConfigurationStructureElement::copiesAreIndependent()
     Element copy = original;
     copy.setIconName(u"new.svg"_qs);
     copy.generateSelectionData(description(2), u"new"_qs);
-    QCOMPARE(original.getElementAsJsonObject(), leastSelection(QString()));
+    QCOMPARE(original.getElementAsJsonObject(), builtSelection(QString()));
     QCOMPARE(original.getDisplayPosition(), 1);
     QCOMPARE(copy.getDisplayPosition(), 2);
     QCOMPARE(instanceNameOf(copy), u"new"_qs);
 
     QJsonObject object = original.getElementAsJsonObject();
     object.insert(u"hide"_qs, true);
-    QCOMPARE(original.getElementAsJsonObject(), leastSelection(QString()));
+    QCOMPARE(original.getElementAsJsonObject(), builtSelection(QString()));
 }
 
 void tst_ConfigurationStructureElement::destructionReachesTheDerivedClass()
@@ -930,7 +922,7 @@ void tst_ConfigurationStructureElement::selectionMembersFollowTheirRules()
 
     QJsonObject object = description(3);
     object.insert(key, described);
-    QJsonObject expected = leastSelection(u"fallback"_qs);
+    QJsonObject expected = builtSelection(u"fallback"_qs);
     expected.insert(key, stored);
 
     MessageRecorder log;
@@ -977,7 +969,7 @@ void tst_ConfigurationStructureElement::messagesOfASelectionComeInTheOrderOfItsM
         notAString(u"moduleName"_qs), notAString(u"objectName"_qs), notAString(u"instanceName"_qs),
         notAString(u"bufferType"_qs)};
     QCOMPARE(log.take(), expected);
-    QCOMPARE(element.getElementAsJsonObject(), leastSelection(u"fallback"_qs));
+    QCOMPARE(element.getElementAsJsonObject(), builtSelection(u"fallback"_qs));
     QCOMPARE(element.getDisplayPosition(), -1);
 }
 
@@ -986,7 +978,7 @@ void tst_ConfigurationStructureElement::nothingGivenBecomesTheLeastSelection()
     MessageRecorder log;
     const Element element(QJsonObject(), QString(), false);
     QCOMPARE(log.take(), Messages({positionMissing(), hideMissing()}));
-    QCOMPARE(element.getElementAsJsonObject(), leastSelection(QString()));
+    QCOMPARE(element.getElementAsJsonObject(), builtSelection(QString()));
     QCOMPARE(element.getDisplayPosition(), -1);
 }
 
@@ -997,7 +989,7 @@ void tst_ConfigurationStructureElement::keysAreComparedCaseSensitively()
     MessageRecorder log;
     const Element selection(object, QString(), false);
     QCOMPARE(log.take(), Messages({positionMissing(), hideMissing()}));
-    QCOMPARE(selection.getElementAsJsonObject(), leastSelection(QString()));
+    QCOMPARE(selection.getElementAsJsonObject(), builtSelection(QString()));
 
     const Element node(object, QString(), true);
     QCOMPARE(log.take(), Messages({positionMissing()}));
@@ -1032,7 +1024,7 @@ void tst_ConfigurationStructureElement::selectionOfAFileIsNamedByItsDescriptionO
     writeFile(folder.filePath(file), content);
     const MessageRecorder log;
     const Element element = configurationElement(folder.filePath(file), folder.path());
-    QCOMPARE(element.getElementAsJsonObject(), leastSelection(instanceName));
+    QCOMPARE(element.getElementAsJsonObject(), builtSelection(instanceName));
 }
 
 void tst_ConfigurationStructureElement::selectionBuiltAgainOnlyInserts()
@@ -1049,7 +1041,7 @@ void tst_ConfigurationStructureElement::selectionBuiltAgainOnlyInserts()
         objectFrom(R"({"hide":false,"selectorTypeList":[],"connectorId":-1,"bufferType":"","moduleName":"m"})"),
         u"second"_qs);
     QCOMPARE(log.take(), Messages({positionMissing()}));
-    QJsonObject expected = leastSelection(u"second"_qs);
+    QJsonObject expected = builtSelection(u"second"_qs);
     expected.insert(u"selectorTypeList"_qs, QJsonArray {u"a"_qs});
     expected.insert(u"connectorId"_qs, 3);
     expected.insert(u"bufferType"_qs, u"b"_qs);
@@ -1082,7 +1074,7 @@ void tst_ConfigurationStructureElement::buildersLeaveKindAndValidityAlone()
 
     // A selection built over a node keeps the other members of the node.
     element.generateSelectionData(description(3), u"s"_qs);
-    expected = leastSelection(u"s"_qs);
+    expected = builtSelection(u"s"_qs);
     expected.insert(u"other"_qs, QJsonArray());
     expected.insert(u"dataSourceType"_qs, u"JsonData"_qs);
     QCOMPARE(element.getElementAsJsonObject(), expected);

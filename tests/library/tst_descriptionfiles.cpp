@@ -1,4 +1,5 @@
 #include "ConfigurationStructureElement.h"
+#include "Elements.h"
 #include "Files.h"
 #include "LibraryMessages.h"
 #include "Literals.h"
@@ -637,10 +638,7 @@ void tst_DescriptionFiles::fileWithoutAUsefulDescriptionStaysInTheManifest()
         QCOMPARE(element.isValid(), true);
         QCOMPARE(element.isDirectory(), false);
         QCOMPARE(element.getDisplayPosition(), -1);
-        QJsonObject selection = objectFrom(R"({"closeMode":"Manual","dataModel":"","hide":false,"iconName":"",
-            "labelTextId":"","lastModified":"","selectionType":"Selection","uiJob":"OpenConfiguration"})");
-        selection.insert(u"instanceName"_qs, name);
-        QCOMPARE(element.getElementAsJsonObject(), selection);
+        QCOMPARE(element.getElementAsJsonObject(), builtSelection(name));
     }
 }
 

@@ -418,21 +418,16 @@ public:
     Result expected(
         const Place& place, const Failure& failure, const std::vector<FaultyCalls::Call>& made) const override
     {
-        const auto loading = "void ConfigurationManifestHandler::parseManifestFile()";
         Result result {true, {}, content, content, previousMode, linked, linked ? content : QByteArray()};
         if (failure.call == "access " + named() + " 1") {
-            result.messages = {warning(u"Cannot find configuration manifest file!"_qs, loading)};
+            result.messages = {fileToLoadIsMissing()};
         } else if (failure.call == "open " + named() + " 1") {
-            result.messages = {warning(
-                u"Cannot open configuration manifest file for reading: \"%1\" !"_qs.arg(place.manifest()), loading)};
+            result.messages = {fileCannotBeRead(place.manifest())};
         } else if (failure.call.startsWith("read ")) {
             QJsonParseError error;
             QJsonDocument::fromJson(readOf(place.target(), content, made), &error);
             if (error.error != QJsonParseError::NoError) {
-                result.messages = {
-                    warning(u"Error on paring configuration manifest file content to Json: \"%1\" !"_qs.arg(
-                                error.errorString()),
-                        "void ConfigurationManifestHandler::parseManifestFile(const QByteArray&)")};
+                result.messages = {contentIsNotJson(error.errorString())};
             }
         }
         if (!result.messages.isEmpty()) {
@@ -671,19 +666,15 @@ private:
     Messages messagesOf(Consequence consequence, const Place& place, const QByteArray& content,
         const std::vector<FaultyCalls::Call>& made) const
     {
-        const auto function = "bool ConfigurationManifestCreator::writeManifestFile()";
         if (consequence == Consequence::NotOpened) {
-            return {
-                warning(u"Unable to open the manifest file for writing: \"%1\" !"_qs.arg(place.manifest()), function)};
+            return {manifestCannotBeOpened(place.manifest())};
         }
         // A large document is written directly, so the number of bytes written is known. A small one is buffered, and after
         // a failed sync the number counts as unknown.
         const auto half = std::find_if(made.begin(), made.end(),
             [](const FaultyCalls::Call& call) { return call.name == "write" && call.result > 0; });
-        return {warning(u"Manifest file was not successful written: %1 , %2 !"_qs
-                            .arg(large && half != made.end() && half->result < content.size() ? half->result : -1)
-                            .arg(content.size()),
-            function)};
+        const bool isKnown = large && half != made.end() && half->result < content.size();
+        return {manifestNotWrittenCompletely(isKnown ? static_cast<int>(half->result) : -1, content.size())};
     }
 
     const bool replaces;
@@ -944,8 +935,7 @@ void tst_Faults::dataThatIsNotOnTheDiskKeepsThePreviousManifest_data()
     QTest::addColumn<Message>("message");
 
     const Message notSaved = fileNotWrittenCompletely();
-    const Message notCreated = warning(u"Manifest file was not successful written: -1 , 80 !"_qs,
-        "bool ConfigurationManifestCreator::writeManifestFile()");
+    const Message notCreated = manifestNotWrittenCompletely(-1, 80);
     for (const int error : {EIO, ENOSPC, EDQUOT, EROFS, EBADF}) {
         QTest::addRow("save, %s", strerrorname_np(error)) << Operations(make<EditAndSave>) << error << notSaved;
         QTest::addRow("create, %s", strerrorname_np(error)) << Operations(make<Create, true>) << error << notCreated;
@@ -1233,9 +1223,7 @@ void tst_Faults::readErrorInAManifestIsReportedAsASyntaxError()
     Load load;
     load.large = true;
     const Run run = runOnce(load, halfThenFailing("read", 1));
-    QCOMPARE(run.result.messages,
-        Messages({warning(u"Error on paring configuration manifest file content to Json: \"unterminated string\" !"_qs,
-            "void ConfigurationManifestHandler::parseManifestFile(const QByteArray&)")}));
+    QCOMPARE(run.result.messages, Messages({contentIsNotJson(u"unterminated string"_qs)}));
     QCOMPARE(run.result.memory, QByteArray("[]"));
 }
 

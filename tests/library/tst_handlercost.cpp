@@ -1,4 +1,5 @@
-#include "ConfigurationManifestHandler.h"
+#include "Edits.h"
+#include "Handlers.h"
 #include "HeapUse.h"
 #include "Literals.h"
 #include "TestMain.h"
@@ -74,107 +75,66 @@ struct Fixture {
         handler.parseManifestFile(QJsonDocument(manifest).toJson(QJsonDocument::Compact));
     }
 
-    ConfigurationManifestHandler handler;
+    Handler handler;
 };
 
 /// An edit of the `index`-th of `siblings`, and what undoes it.
-struct Edit {
+struct Job {
     const char* name;
-    bool (*run)(ConfigurationManifestHandler& handler, const QString& path, int siblings);
-    bool (*undo)(ConfigurationManifestHandler& handler, const QString& path, int index);
+    Edit (*edit)(const QString& path, int siblings);
+    Edit (*undo)(const QString& path, int index);
     /// Whether the edit reads the names of all siblings, not only of those up to the element.
     bool looksAtAll;
 };
 
-bool nothing(ConfigurationManifestHandler&, const QString&, int)
+Edit nothing(const QString&, int)
 {
-    return true;
+    return [](Handler&, bool) { return true; };
 }
 
-bool moveBack(ConfigurationManifestHandler& handler, const QString& path, int index)
+/// Makes a success of a failure.
+Edit failing(const Edit& edit)
 {
-    return handler.moveNode(path, index, false);
+    return [=](Handler& handler, bool writeToFile) { return !edit(handler, writeToFile); };
 }
 
+Edit both(const Edit& first, const Edit& second)
+{
+    return
+        [=](Handler& handler, bool writeToFile) { return first(handler, writeToFile) && second(handler, writeToFile); };
+}
+
+const QString icon = u"iconName"_qs;
 const QJsonObject description {{u"displayPosition"_qs, 1}};
 
-const Edit edits[] = {
-    {"setProperty",
-        [](ConfigurationManifestHandler& handler, const QString& path, int) {
-            return handler.setProperty(path, key, u"value"_qs, false);
-        },
-        [](ConfigurationManifestHandler& handler, const QString& path, int) {
-            return handler.removeProperty(path, key, false);
-        },
+const Job jobs[] = {
+    {"setProperty", [](const QString& path, int) { return setEdit(path, key, u"value"_qs); },
+        [](const QString& path, int) { return removeEdit(path, key); }, false},
+    {"setProperty to what it is", [](const QString& path, int) { return setEdit(path, icon, u"icon"_qs); }, nothing,
         false},
-    {"setProperty to what it is",
-        [](ConfigurationManifestHandler& handler, const QString& path, int) {
-            return handler.setProperty(path, u"iconName"_qs, u"icon"_qs, false);
-        },
-        nothing, false},
-    {"update",
-        [](ConfigurationManifestHandler& handler, const QString& path, int) {
-            return handler.update(path, u"iconName"_qs, u"other"_qs, false);
-        },
-        [](ConfigurationManifestHandler& handler, const QString& path, int) {
-            return handler.update(path, u"iconName"_qs, u"icon"_qs, false);
-        },
+    {"update", [](const QString& path, int) { return updateEdit(path, icon, u"other"_qs); },
+        [](const QString& path, int) { return updateEdit(path, icon, u"icon"_qs); }, false},
+    {"update that fails", [](const QString& path, int) { return failing(updateEdit(path, key, 1)); }, nothing, false},
+    {"removeProperty", [](const QString& path, int) { return removeEdit(path, icon); },
+        [](const QString& path, int) { return setEdit(path, icon, u"icon"_qs); }, false},
+    {"addNode below", [](const QString& path, int) { return addNode(path + u"/added"_qs, -1, description); },
+        [](const QString& path, int) { return removeEdit(path, u"substructure"_qs); }, false},
+    {"addNode that is present", [](const QString& path, int) { return addNode(path, -1, description); }, nothing,
         false},
-    {"update that fails",
-        [](ConfigurationManifestHandler& handler, const QString& path, int) {
-            return !handler.update(path, key, 1, false);
-        },
-        nothing, false},
-    {"removeProperty",
-        [](ConfigurationManifestHandler& handler, const QString& path, int) {
-            return handler.removeProperty(path, u"iconName"_qs, false);
-        },
-        [](ConfigurationManifestHandler& handler, const QString& path, int) {
-            return handler.setProperty(path, u"iconName"_qs, u"icon"_qs, false);
-        },
-        false},
-    {"addNode below",
-        [](ConfigurationManifestHandler& handler, const QString& path, int) {
-            return handler.addNode(path + u"/added"_qs, description, -1, false);
-        },
-        [](ConfigurationManifestHandler& handler, const QString& path, int) {
-            return handler.removeProperty(path, u"substructure"_qs, false);
-        },
-        false},
-    {"addNode that is present",
-        [](ConfigurationManifestHandler& handler, const QString& path, int) {
-            return handler.addNode(path, description, -1, false);
-        },
-        nothing, false},
     {"updateNode",
-        [](ConfigurationManifestHandler& handler, const QString& path, int) {
-            return handler.updateNode(path, element(path.section(u'/', -1), false), false, false);
-        },
+        [](const QString& path, int) { return updateNode(path, element(path.section(u'/', -1), false), false); },
         nothing, false},
-    {"moveNode",
-        [](ConfigurationManifestHandler& handler, const QString& path, int siblings) {
-            return handler.moveNode(path, siblings / 2, false);
-        },
-        moveBack, false},
+    {"moveNode", [](const QString& path, int siblings) { return moveNode(path, siblings / 2); }, moveNode, false},
     {"moveSelection onto its own place",
-        [](ConfigurationManifestHandler& handler, const QString& path, int siblings) {
-            const bool first = path.endsWith(u"e0"_qs);
-            return handler.moveSelection(path, first ? 0 : siblings - 1, false);
+        [](const QString& path, int siblings) {
+            return moveSelection(path, path.endsWith(u"e0"_qs) ? 0 : siblings - 1);
         },
         nothing, false},
-    {"deleteElement",
-        [](ConfigurationManifestHandler& handler, const QString& path, int) {
-            return handler.deleteElement(path, false);
-        },
-        [](ConfigurationManifestHandler& handler, const QString& path, int index) {
-            return handler.addNode(path, description, index, false);
-        },
-        false},
+    {"deleteElement", [](const QString& path, int) { return deleteElement(path); },
+        [](const QString& path, int index) { return addNode(path, index, description); }, false},
     {"deleteElement, and addNode at the end",
-        [](ConfigurationManifestHandler& handler, const QString& path, int) {
-            return handler.deleteElement(path, false) && handler.addNode(path, description, -1, false);
-        },
-        moveBack, true},
+        [](const QString& path, int) { return both(deleteElement(path), addNode(path, -1, description)); }, moveNode,
+        true},
 };
 
 } // namespace
@@ -226,7 +186,7 @@ void tst_HandlerCost::overwrittenPropertyTakesNoMoreMemory()
     QFETCH(const Way, way);
 
     Fixture fixture(tree(depth, siblings));
-    ConfigurationManifestHandler& handler = fixture.handler;
+    Handler& handler = fixture.handler;
     const QString path = pathOf(depth, numbered(0));
     const QString padding(990, letter);
     const auto overwrite = [&](int times) {
@@ -330,14 +290,15 @@ void tst_HandlerCost::editsTakeNoMoreOfLongArrays()
 
     Fixture fixture(tree(depth, siblings));
     const QJsonArray before = QJsonDocument::fromJson(fixture.handler.getManifestContent()).array();
-    for (const Edit& edit : edits) {
+    for (const Job& job : jobs) {
+        const Edit edit = job.edit(path, siblings);
         bool done = false;
-        const HeapUse cost = heapUseOf([&] { done = edit.run(fixture.handler, path, siblings); });
-        QVERIFY2(done && edit.undo(fixture.handler, path, index), edit.name);
+        const HeapUse cost = heapUseOf([&] { done = edit(fixture.handler, false); });
+        QVERIFY2(done && job.undo(path, index)(fixture.handler, false), job.name);
 
         // A copied array would show in the peak. Reading names takes one allocation each.
-        const qint64 lookups = (edit.looksAtAll ? siblings : 0) + index;
-        const QByteArray figures = QByteArray(edit.name) + ": " + QByteArray::number(cost.peak) + " bytes at once, "
+        const qint64 lookups = (job.looksAtAll ? siblings : 0) + index;
+        const QByteArray figures = QByteArray(job.name) + ": " + QByteArray::number(cost.peak) + " bytes at once, "
             + QByteArray::number(cost.calls - lookups) + " calls besides the names";
         QVERIFY2(cost.peak < 6000 && cost.calls < lookups + 200, figures.constData());
     }

@@ -19,18 +19,6 @@ const QString target = u"target"_qs;
 const QString inner = u"target/inner"_qs;
 const QString key = u"key"_qs;
 
-QByteArray nested(int levels)
-{
-    return QByteArray(levels, '[') + QByteArray(levels, ']');
-}
-
-/// Nested nodes called "n", each with one more member. A node takes two levels of JSON.
-QByteArray chain(int levels)
-{
-    const QByteArray open = "[{\"instanceName\":\"n\",\"kept\":[null],\"selectionType\":\"Node\",\"substructure\":";
-    return open.repeated(levels) + "[]" + QByteArray("}]").repeated(levels);
-}
-
 QString chainPath(int levels)
 {
     return u"n/"_qs.repeated(levels).chopped(1);
@@ -157,8 +145,8 @@ void tst_HostileManifests::editsLeaveHostileNeighboursAlone_data()
         {"control characters", R"({"\u0001":"\u001f\b\f\n\r\t\"\\\/\u007f\u0085\u2028"})"},
         {"text of a megabyte", R"({"instanceName":")" + QByteArray(1 << 20, 'n') + R"("})"},
         {"text of a megabyte, not Latin", R"({"label":")" + QByteArray("\xE6\xBC\xA2").repeated(1 << 18) + R"("})"},
-        {"1000 levels", nested(1000)},
-        {"500 nodes in each other", "{\"below\":" + chain(500) + "}"},
+        {"1000 levels", nestedArrays(1000)},
+        {"500 nodes in each other", "{\"below\":" + nestedNodes(500) + "}"},
         {"10000 items", "[" + QByteArray("{\"instanceName\":\"t\"},").repeated(10000) + "0]"},
     };
     for (const auto& row : rows) {
@@ -290,7 +278,7 @@ void tst_HostileManifests::nodesAreFoundAtAnyDepth()
 {
     QFETCH(const int, levels);
     const QString path = chainPath(levels);
-    const QByteArray content = chain(levels);
+    const QByteArray content = nestedNodes(levels);
 
     MessageRecorder recorder;
     Fixture fixture(content);
@@ -298,7 +286,7 @@ void tst_HostileManifests::nodesAreFoundAtAnyDepth()
     QJsonObject found;
     int number = -1;
     QVERIFY(fixture.handler.getNodeElement(path, found));
-    QCOMPARE(text(found), chain(1));
+    QCOMPARE(text(found), nestedNodes(1));
     QVERIFY(fixture.handler.getNumberOfInstances(path, number));
     QCOMPARE(number, 0);
 
@@ -314,7 +302,7 @@ void tst_HostileManifests::nodesAreFoundAtAnyDepth()
     QVERIFY(fixture.handler.updateNode(path, found, true, true));
     QCOMPARE(readFile(fixture.path), content);
     QVERIFY(fixture.handler.deleteElement(path, true));
-    QCOMPARE(readFile(fixture.path), levels == 1 ? QByteArray("[]") : chain(levels - 1));
+    QCOMPARE(readFile(fixture.path), levels == 1 ? QByteArray("[]") : nestedNodes(levels - 1));
     QVERIFY(!fixture.handler.deleteElement(path, true));
     QCOMPARE(recorder.take(), Messages());
 }
@@ -322,7 +310,7 @@ void tst_HostileManifests::nodesAreFoundAtAnyDepth()
 void tst_HostileManifests::treeBeyondTheParsersLimitIsSavedAndNotLoaded()
 {
     MessageRecorder recorder;
-    Fixture fixture(chain(511));
+    Fixture fixture(nestedNodes(511));
     const QJsonObject description {{u"displayPosition"_qs, 1}};
 
     QVERIFY(fixture.handler.addNode(chainPath(512), description, -1, true));
@@ -433,7 +421,7 @@ void tst_HostileManifests::textsOfManyMegabytesAreEdited()
 
 void tst_HostileManifests::pathOfManyNamesIsNotFound()
 {
-    const QByteArray content = chain(3);
+    const QByteArray content = nestedNodes(3);
     const QString path = chainPath(100000);
 
     MessageRecorder recorder;

@@ -74,18 +74,6 @@ Edit addSelection(const QString& path, int index, const QJsonObject& description
         [=](Handler& handler, bool writeToFile) { return handler.addSelection(path, description, index, writeToFile); };
 }
 
-QJsonObject builtNode(const QString& instanceName)
-{
-    return with(with(node(instanceName), u"dataSourceType"_qs, u"JsonData"_qs), u"hide"_qs, false);
-}
-
-QJsonObject builtSelection(const QString& instanceName)
-{
-    return with(objectFrom(R"({"closeMode":"Manual","dataModel":"","hide":false,"iconName":"","labelTextId":"",
-                    "lastModified":"","selectionType":"Selection","uiJob":"OpenConfiguration"})"),
-        u"instanceName"_qs, instanceName);
-}
-
 ElementEdit editThat(bool applies, bool tellsOfTheChange)
 {
     return [=](QJsonObject& element, bool& changed) {

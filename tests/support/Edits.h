@@ -35,9 +35,6 @@ Edit updateNode(const QString& path, const QJsonObject& element, bool replaceSub
 QJsonObject silentDescription();
 Edit addNode(const QString& path, int index = -1, const QJsonObject& description = silentDescription());
 Edit addSelection(const QString& path, int index = -1, const QJsonObject& description = silentDescription());
-/// The elements that are made from that description.
-QJsonObject builtNode(const QString& instanceName);
-QJsonObject builtSelection(const QString& instanceName);
 
 /// Sets "key" to "edited", and returns and reports what it is told to.
 ElementEdit editThat(bool applies, bool tellsOfTheChange);

@@ -1,5 +1,6 @@
 #include "Elements.h"
 
+#include "Files.h"
 #include "Literals.h"
 
 QJsonObject selection(const QString& instanceName)
@@ -21,6 +22,29 @@ QJsonObject with(QJsonObject element, const QString& key, const QJsonValue& valu
 {
     element.insert(key, value);
     return element;
+}
+
+QJsonObject builtNode(const QString& instanceName)
+{
+    return with(with(node(instanceName), u"dataSourceType"_qs, u"JsonData"_qs), u"hide"_qs, false);
+}
+
+QJsonObject builtSelection(const QString& instanceName)
+{
+    return with(objectFrom(R"({"closeMode":"Manual","dataModel":"","hide":false,"iconName":"","labelTextId":"",
+                    "lastModified":"","selectionType":"Selection","uiJob":"OpenConfiguration"})"),
+        u"instanceName"_qs, instanceName);
+}
+
+QByteArray nestedArrays(int levels)
+{
+    return QByteArray(levels, '[') + QByteArray(levels, ']');
+}
+
+QByteArray nestedNodes(int levels)
+{
+    const QByteArray open = "[{\"instanceName\":\"n\",\"kept\":[null],\"selectionType\":\"Node\",\"substructure\":";
+    return open.repeated(levels) + "[]" + QByteArray("}]").repeated(levels);
 }
 
 QJsonArray saveRuleManifest()

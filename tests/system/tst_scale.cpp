@@ -31,8 +31,7 @@ constexpr int deepest = 511;
 
 Message tooDeep()
 {
-    return warning(u"Error on paring configuration manifest file content to Json: \"too deeply nested document\" !"_qs,
-        "void ConfigurationManifestHandler::parseManifestFile(const QByteArray&)");
+    return contentIsNotJson(u"too deeply nested document"_qs);
 }
 
 bool create(const QString& folder, const QString& scheme = u"configuration"_qs)
@@ -407,8 +406,7 @@ void tst_Scale::longNamesAreCreatedUpToALimit()
     QCOMPARE(createThere(), isQuiet);
     QCOMPARE(readFile(manifest), isReplaced ? QByteArray(first).replace("\"a\"", "\"b\"") : first);
     QCOMPARE(everythingIn(folder).size(), isMade ? 2 : 1);
-    const Message complaint = warning(u"Unable to open the manifest file for writing: \"%1\" !"_qs.arg(manifest),
-        "bool ConfigurationManifestCreator::writeManifestFile()");
+    const Message complaint = manifestCannotBeOpened(manifest);
     QCOMPARE(log.take(), isQuiet ? Messages() : Messages({complaint, complaint}));
 }
 
