@@ -101,7 +101,7 @@ public:
             return;
         }
         const int errorBefore = errno;
-        // Only who asks for the path of a descriptor pays for it.
+        // The path of a descriptor is looked up only if it is needed.
         if constexpr (std::is_convertible_v<Subject, std::string>) {
             path = subject;
         } else {
@@ -246,7 +246,7 @@ const std::vector<FaultyCalls::Call>& FaultyCalls::made() const
     return currentPlan()->calls;
 }
 
-// Whoever calls the C library ends here first.
+// These functions replace those of the C library.
 extern "C" {
 
 EXPORTED int open(const char* path, int flags, ...)

@@ -20,11 +20,11 @@ struct Fault {
         Killed = -2,
         /// The file is gone before the call.
         Vanished = -3,
-        /// A look at a file finds the one that somebody else has just replaced: no folder holds it any more.
+        /// stat() finds a file that has just been replaced: its link count is 0.
         Replaced = -4,
-        /// Before the call, what lies beside the file with ".exchange" behind its name takes its place.
+        /// Before the call, the file of that name with ".exchange" appended is renamed to it.
         Exchanged = -5,
-        /// The process stops itself before the call, and makes it when somebody lets it go on.
+        /// The process stops itself before the call, and makes the call when it is continued.
         Stopped = -6,
     };
 
@@ -35,19 +35,19 @@ struct Fault {
     int error;
 };
 
-/// What a save meets on a file system that has temporary files without a name or has none.
+/// The faults of a file system with or without support for unnamed temporary files.
 inline std::vector<Fault> faultsOfTheFileSystem(bool hasUnnamedFiles)
 {
     return hasUnnamedFiles ? std::vector<Fault>() : std::vector<Fault> {{"make", 1, 1, EOPNOTSUPP}};
 }
 
 /**
- * Makes calls to the C library fail, as long as it lives: only those on `folder` and on what lies below it. There is at
- * most one at a time, and only one thread.
+ * Makes calls to the C library fail within its lifetime, on `folder` and everything below it. At most one object may
+ * exist at a time, and only one thread may run.
  *
  * It takes effect in programs that are linked to it, and in those that it is preloaded into with the variable
- * FAULTY_CALLS: "rename 5" lets every rename fail with error number 5, "rename 5 2 3 /folder" the second and the third one
- * in that folder.
+ * FAULTY_CALLS: with "rename 5" every rename fails with error number 5, with "rename 5 2 3 /folder" the second and the
+ * third one in that folder.
  */
 class __attribute__((visibility("default"))) FaultyCalls {
 public:

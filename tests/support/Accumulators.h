@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Literals.h"
+
 #include <QtCore/QJsonObject>
 #include <QtCore/QJsonValue>
 #include <QtTest/QTest>
@@ -9,12 +11,12 @@ inline void addAccumulatorsThatAreNoArray()
 {
     QTest::addColumn<QJsonValue>("accumulator");
     QTest::newRow("undefined") << QJsonValue(QJsonValue::Undefined);
-    QTest::newRow("string") << QJsonValue(QStringLiteral("text"));
+    QTest::newRow("string") << QJsonValue(u"text"_qs);
     QTest::newRow("empty string") << QJsonValue(QString());
     QTest::newRow("number") << QJsonValue(1.5);
     QTest::newRow("zero") << QJsonValue(0);
     QTest::newRow("true") << QJsonValue(true);
     QTest::newRow("false") << QJsonValue(false);
-    QTest::newRow("object") << QJsonValue(QJsonObject {{QStringLiteral("a"), QJsonValue()}});
+    QTest::newRow("object") << QJsonValue(QJsonObject {{u"a"_qs, QJsonValue()}});
     QTest::newRow("empty object") << QJsonValue(QJsonObject());
 }

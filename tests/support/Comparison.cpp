@@ -1,5 +1,7 @@
 #include "Comparison.h"
 
+#include "Literals.h"
+
 QString shown(const QString& text)
 {
     return text;
@@ -7,12 +9,12 @@ QString shown(const QString& text)
 
 QString shown(const QStringList& texts)
 {
-    return QLatin1Char('(') + texts.join(QStringLiteral(" | ")) + QLatin1Char(')');
+    return u'(' + texts.join(u" | "_qs) + u')';
 }
 
 QString shown(bool flag)
 {
-    return flag ? QStringLiteral("true") : QStringLiteral("false");
+    return flag ? u"true"_qs : u"false"_qs;
 }
 
 QString shown(int number)
@@ -37,18 +39,17 @@ QString shown(const Members& members)
 
 QString shown(const std::optional<QByteArray>& content)
 {
-    return content ? QString::fromUtf8(*content) : QStringLiteral("no file");
+    return content ? QString::fromUtf8(*content) : u"no file"_qs;
 }
 
-QStringList textsOf(const QVector<Message>& messages)
+QStringList textsOf(const Messages& messages)
 {
     QStringList texts;
     for (const Message& message : messages) {
-        const bool isDebug = message.text == QLatin1String("No description file found!");
+        const bool isDebug = message.text == u"No description file found!"_qs;
         const bool asAgreed = message.level == (isDebug ? QtDebugMsg : QtWarningMsg)
-            && message.category == QLatin1String("default") && message.hasLine
-            && message.file.endsWith(QLatin1String(".cpp"))
-            && message.function.contains(message.file.chopped(4) + QLatin1String("::"));
+            && message.category == u"default"_qs && message.hasLine && message.file.endsWith(u".cpp"_qs)
+            && message.function.contains(message.file.chopped(4) + u"::"_qs);
         texts << (asAgreed ? message.text : QLatin1String(toString(message)));
     }
     return texts;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Literals.h"
 #include "ManifestModel.h"
 #include "MessageRecorder.h"
 
@@ -31,19 +32,18 @@ QString shown(const std::vector<T>& values)
     return shown(texts);
 }
 
-/// The texts of messages of the library. One that is not a warning with everything that belongs to it, as a message of
-/// a class of the library, is shown whole instead. The only debug message is what it is expected to be.
-QStringList textsOf(const QVector<Message>& messages);
+/// The texts of messages of the library. A message whose level, category, file, function or line is not as the library
+/// logs it is shown as a whole. The library has one debug message.
+QStringList textsOf(const Messages& messages);
 
-/// Gathers in what two sides differ that have to do the same.
+/// Collects the differences between two sides that must do the same.
 class Comparison {
 public:
     template <typename T>
     void same(const char* what, const T& actual, const T& expected)
     {
         if (!(actual == expected)) {
-            found << QStringLiteral("%1:\n      is %2\n  wanted %3")
-                         .arg(QLatin1String(what), shown(actual), shown(expected));
+            found << u"%1:\n      is %2\n  wanted %3"_qs.arg(QLatin1String(what), shown(actual), shown(expected));
         }
     }
 

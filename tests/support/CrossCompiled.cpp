@@ -1,5 +1,5 @@
-// For tests that are run by an emulator of another processor and start processes there. QProcess looks whether the kernel
-// knows descriptors of processes. It does, but the emulator cannot start a process with one; so the answer is no.
+// For tests in an emulator that start processes. QProcess checks whether the kernel supports process descriptors. The
+// kernel does, but the emulator does not, so the answer has to be no.
 
 #include <cerrno>
 #include <cstdarg>

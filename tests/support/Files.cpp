@@ -1,5 +1,7 @@
 #include "Files.h"
 
+#include "Literals.h"
+
 #include <QtCore/QDir>
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
@@ -58,7 +60,7 @@ QStringList everythingIn(const QString& folder)
 
 bool isTemporaryFileOf(const QString& manifestName, const QString& name)
 {
-    static const QRegularExpression ending(QRegularExpression::anchoredPattern(QStringLiteral("\\.[A-Za-z]{6}")));
+    static const QRegularExpression ending(QRegularExpression::anchoredPattern(u"\\.[A-Za-z]{6}"_qs));
     return name.startsWith(manifestName) && ending.match(name.mid(manifestName.size())).hasMatch();
 }
 

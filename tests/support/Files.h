@@ -7,7 +7,7 @@
 
 #include <sys/types.h>
 
-/// Writes a file, making the folders above it. Fails the test program hard when that is not possible.
+/// Writes a file and creates its folders. Aborts the test if that fails.
 void writeFile(const QString& path, const QByteArray& content);
 
 /// The whole content of a file; a null array when it cannot be read.
@@ -16,17 +16,17 @@ QByteArray readFile(const QString& path);
 /// Names of everything in a folder, hidden entries included, sorted.
 QStringList everythingIn(const QString& folder);
 
-/// Whether a file of this name is one that saving the manifest `manifestName` makes for a while.
+/// Whether `name` is that of a temporary file of a save of `manifestName`.
 bool isTemporaryFileOf(const QString& manifestName, const QString& name);
 
-/// Parses test input. Fails the test program hard when it is not JSON of that kind.
+/// Parses test input. Aborts the test if it is not JSON of that kind.
 QJsonObject objectFrom(const char* json);
 QJsonArray arrayFrom(const char* json);
 
 /// The compact form in which a manifest is written.
 QByteArray compact(const QJsonArray& array);
 
-/// File permissions apply within its life, also when the tests run as root.
+/// File permissions apply within its lifetime, even if root runs the test.
 class AsOrdinaryUser {
 public:
     AsOrdinaryUser();
@@ -37,7 +37,7 @@ private:
     const uid_t user;
 };
 
-/// No file may grow beyond `bytes` within its life: what comes after is a short write, then none.
+/// No file can grow beyond `bytes` within its lifetime: the write that crosses the limit is short, later ones fail.
 class FileSizeLimit {
 public:
     explicit FileSizeLimit(unsigned long bytes);

@@ -4,6 +4,7 @@
 #include "ConfigurationAndProcessDataDefinitions.h"
 #include "ConfigurationManifestHandler.h"
 #include "Files.h"
+#include "Literals.h"
 #include "ManifestModel.h"
 #include "MessageRecorder.h"
 #include "SystemInformationManagerRegistryDefinitions.h"
@@ -24,14 +25,13 @@ using Data = ConfigurationAndProcessDataDefinitions;
 using Registry = SystemInformationManagerRegistryDefinitions;
 using ::shown;
 
-const QString selectionType = QStringLiteral("selectionType");
-const QString instanceName = QStringLiteral("instanceName");
-const QString substructure = QStringLiteral("substructure");
+const QString selectionType = u"selectionType"_qs;
+const QString instanceName = u"instanceName"_qs;
+const QString substructure = u"substructure"_qs;
 
-/// Stands in the file until the handler writes it, so that every write shows, one of equal content as well.
+/// The content of the file until the handler writes to it, so that every write shows, even one of equal content.
 const QByteArray untouched = QByteArrayLiteral("untouched");
-const QString untouchedRefused =
-    QStringLiteral("Error on paring configuration manifest file content to Json: \"illegal value\" !");
+const QString untouchedRefused = u"Error on paring configuration manifest file content to Json: \"illegal value\" !"_qs;
 
 struct Content {
     const char* text;
@@ -51,7 +51,7 @@ const Content noManifests[] = {
 /// The name under which the element is found among its siblings.
 QString calledName(const Value& element)
 {
-    return isSelection(element) ? nameOf(element).split(QLatin1Char('/')).last() : nameOf(element);
+    return isSelection(element) ? nameOf(element).split(u'/').last() : nameOf(element);
 }
 
 size_t sizeOf(const Value& value)
@@ -69,7 +69,7 @@ size_t sizeOf(const Value& value)
     return size;
 }
 
-/// Input from few names and keys, so that they meet.
+/// Input from few names and keys, so that they often match.
 class Generator {
 public:
     explicit Generator(Choice choice)
@@ -92,24 +92,23 @@ public:
 
     QString name()
     {
-        static const QStringList plain {QStringLiteral("a"), QStringLiteral("b"), QStringLiteral("c")};
-        static const QStringList odd {QString(), QStringLiteral("a/b"), QStringLiteral("b/c"), QStringLiteral("a/b/c"),
-            QStringLiteral("/"), QStringLiteral("a/"), QStringLiteral("/b"), QStringLiteral("a//b"),
-            QStringLiteral("A"), QStringLiteral("Ä \"ö\"\n")};
+        static const QStringList plain {u"a"_qs, u"b"_qs, u"c"_qs};
+        static const QStringList odd {QString(), u"a/b"_qs, u"b/c"_qs, u"a/b/c"_qs, u"/"_qs, u"a/"_qs, u"/b"_qs,
+            u"a//b"_qs, u"A"_qs, u"Ä \"ö\"\n"_qs};
         return oneOf(chance(75) ? plain : odd);
     }
 
     QString key()
     {
-        static const QStringList keys {QStringLiteral("iconName"), QStringLiteral("label"), QString(),
-            QStringLiteral("ключ"), Registry::getKeyModuleName(), instanceName, selectionType, substructure};
+        static const QStringList keys {u"iconName"_qs, u"label"_qs, QString(), u"ключ"_qs, Registry::getKeyModuleName(),
+            instanceName, selectionType, substructure};
         return oneOf(keys);
     }
 
     Value scalar()
     {
         static const std::vector<Value> scalars {{}, {true}, {false}, {0.0}, {1.0}, {-1.0}, {2.5}, {-3e20}, {QString()},
-            {QStringLiteral("text")}, {QStringLiteral("\"\\/\b\f\n\r\t\u0001 é 漢 😀")}, {QStringLiteral("Selection")}};
+            {u"text"_qs}, {u"\"\\/\b\f\n\r\t\u0001 é 漢 😀"_qs}, {u"Selection"_qs}};
         return oneOf(scalars);
     }
 
@@ -133,11 +132,10 @@ public:
         return {members};
     }
 
-    /// A value that often is of the type that the key asks for.
+    /// A value, often of the type that the key requires.
     Value valueFor(const QString& memberKey, int depth = 2)
     {
-        static const QStringList types {QStringLiteral("Node"), QStringLiteral("Selection"),
-            QStringLiteral("Selection"), QStringLiteral("selection"), QString()};
+        static const QStringList types {u"Node"_qs, u"Selection"_qs, u"Selection"_qs, u"selection"_qs, QString()};
         if (chance(25)) {
             return value(depth);
         }
@@ -152,11 +150,11 @@ public:
         if (chance(6)) {
             return value(1);
         }
-        const QString prefix = parentPath.isEmpty() ? QString() : parentPath + QLatin1Char('/');
+        const QString prefix = parentPath.isEmpty() ? QString() : parentPath + u'/';
         const QString ownName = name();
         const bool selection = chance(35);
         Members members;
-        members[selectionType] = Value {selection ? QStringLiteral("Selection") : QStringLiteral("Node")};
+        members[selectionType] = Value {selection ? u"Selection"_qs : u"Node"_qs};
         members[instanceName] = Value {chance(selection ? 80 : 25) ? prefix + ownName : ownName};
         if (selection ? chance(10) : chance(85)) {
             members[substructure] = Value {elements(prefix + ownName, depth - 1)};
@@ -225,7 +223,7 @@ public:
         return members;
     }
 
-    /// The same value in one of the forms in which a caller may hold it.
+    /// The value as one of the types that a caller may pass.
     QVariant variant(const Value& of)
     {
         const QJsonValue json = jsonFrom(of);
@@ -245,7 +243,7 @@ public:
         }
     }
 
-    /// The way to an element that exists, more often than not.
+    /// A path, mostly of an element that exists.
     QString path(const Items& top)
     {
         const Items* level = &top;
@@ -253,8 +251,8 @@ public:
         while (level && !level->empty() && (names.isEmpty() || chance(65))) {
             const Value& chosen = (*level)[static_cast<size_t>(below(static_cast<int>(level->size())))];
             QString wholeName = nameOf(chosen);
-            const bool namedByPath = !names.isEmpty() && wholeName.startsWith(names.join(QLatin1Char('/')));
-            if (wholeName.contains(QLatin1Char('/')) && chance(namedByPath ? 80 : 15)) {
+            const bool namedByPath = !names.isEmpty() && wholeName.startsWith(names.join(u'/'));
+            if (wholeName.contains(u'/') && chance(namedByPath ? 80 : 15)) {
                 return wholeName;
             }
             names << calledName(chosen);
@@ -284,7 +282,7 @@ public:
         default:
             break;
         }
-        return chance(3) ? QString() : names.join(QLatin1Char('/'));
+        return chance(3) ? QString() : names.join(u'/');
     }
 
     QStringList listPath(const Items& top)
@@ -293,7 +291,7 @@ public:
             return {};
         }
         const QString whole = path(top);
-        QStringList names = whole.split(QLatin1Char('/'));
+        QStringList names = whole.split(u'/');
         if (chance(20)) {
             names.last() = whole;
         }
@@ -372,15 +370,14 @@ struct EditPlan {
     {
         static const char* const alterations[] = {"leave it", "insert", "remove", "clear"};
         static const char* const calls[] = {"no call", "change of", "deletion of", "emptying from"};
-        return QStringLiteral("{%1 %2 %3, changed %4, %5, %6 %7}")
-            .arg(QLatin1String(alterations[alteration]), key, shown(value), shown(reportsChange),
-                throws ? QStringLiteral("throw") : shown(result), QLatin1String(calls[nested]), nestedAt);
+        return u"{%1 %2 %3, changed %4, %5, %6 %7}"_qs.arg(QLatin1String(alterations[alteration]), key, shown(value),
+            shown(reportsChange), throws ? u"throw"_qs : shown(result), QLatin1String(calls[nested]), nestedAt);
     }
 };
 
 struct Refusal : std::exception { };
 
-/// What an edit function has found when it was called.
+/// What an edit function was called with.
 struct Encounter {
     Value element;
     bool changed;
@@ -397,9 +394,8 @@ bool operator==(const Encounter& a, const Encounter& b)
 
 QString shown(const Encounter& encounter)
 {
-    return QStringLiteral("{element %1, changed %2, manifest %3, array %4, modified %5}")
-        .arg(shown(encounter.element), shown(encounter.changed), shown(encounter.manifest), shown(encounter.array),
-            shown(encounter.modified));
+    return u"{element %1, changed %2, manifest %3, array %4, modified %5}"_qs.arg(shown(encounter.element),
+        shown(encounter.changed), shown(encounter.manifest), shown(encounter.array), shown(encounter.modified));
 }
 
 enum class Outcome { False, True, EmptyFunction, Refused };
@@ -429,9 +425,9 @@ public:
     Steps(Choice choice, const QString& folderPath)
         : random(std::move(choice))
         , folder(folderPath)
-        , path(folderPath + QStringLiteral("/configuration.manifest.json"))
-        , moduleName(random.chance(70) ? QStringLiteral("module") : QString())
-        , objectName(random.chance(70) ? QStringLiteral("object") : QString())
+        , path(folderPath + u"/configuration.manifest.json"_qs)
+        , moduleName(random.chance(70) ? u"module"_qs : QString())
+        , objectName(random.chance(70) ? u"object"_qs : QString())
         , handler(std::in_place, path, moduleName, objectName)
         , model(moduleName, objectName)
     {
@@ -439,7 +435,7 @@ public:
         setManifest();
     }
 
-    /// In what both sides differ after the next step.
+    /// The differences between both sides after the next step.
     QStringList step()
     {
         if (sizeOf(Value {model.manifest}) > 400 || sizeOf(Value {foreign.items}) > 400) {
@@ -459,8 +455,8 @@ public:
 
     QString state() const
     {
-        return QStringLiteral("manifest %1, modified %2, array %3, file %4")
-            .arg(shown(model.manifest), shown(model.modified), shown(foreign.items), shown(model.file));
+        return u"manifest %1, modified %2, array %3, file %4"_qs.arg(
+            shown(model.manifest), shown(model.modified), shown(foreign.items), shown(model.file));
     }
 
     const std::map<QByteArray, int>& events() const
@@ -503,7 +499,7 @@ private:
     void calling(const char* function, const Arguments&... arguments)
     {
         const QStringList texts {shown(arguments)...};
-        call = QLatin1String(function) + QLatin1Char('(') + texts.join(QStringLiteral(", ")) + QLatin1Char(')');
+        call = QLatin1String(function) + u'(' + texts.join(u", "_qs) + u')';
     }
 
     void compare()
@@ -519,7 +515,7 @@ private:
             "folder", everythingIn(folder), model.file ? QStringList {QFileInfo(path).fileName()} : QStringList());
 
         comparison.same("messages", textsOf(recorder.take()), model.messages);
-        static const QRegularExpression appended(QStringLiteral(" (\"|\\(|QJsonObject).*"));
+        static const QRegularExpression appended(u" (\"|\\(|QJsonObject).*"_qs);
         for (QString text : std::as_const(model.messages)) {
             ++model.events["message: " + text.remove(appended).toUtf8()];
         }
@@ -539,14 +535,14 @@ private:
     void result(bool actual, bool expected)
     {
         comparison.same("result", actual, expected);
-        ++model.events[call.section(QLatin1Char('('), 0, 0).toUtf8() + (expected ? ": true" : ": false")];
+        ++model.events[call.section(u'(', 0, 0).toUtf8() + (expected ? ": true" : ": false")];
     }
 
     /// A property to store in the element at a path; now and then one that the element has.
     std::pair<QString, Value> property(const QString& at)
     {
         Members element;
-        model.getNodeElement(model.manifest, at.split(QLatin1Char('/')), element);
+        model.getNodeElement(model.manifest, at.split(u'/'), element);
         model.messages.clear();
         if (!element.empty() && random.chance(25)) {
             return *std::next(element.begin(), random.below(static_cast<int>(element.size())));
@@ -599,7 +595,7 @@ private:
             encounters.push_back({{membersFrom(element)}, changed, itemsFrom(handler->getManifestJsonArray()),
                 itemsFrom(array), handler->getModified()});
             if (plan.nested == EditPlan::Change) {
-                handler->setProperty(plan.nestedAt, QStringLiteral("nested"), true, false);
+                handler->setProperty(plan.nestedAt, u"nested"_qs, true, false);
             } else if (plan.nested == EditPlan::Deletion) {
                 handler->deleteElement(plan.nestedAt, false);
             } else if (plan.nested == EditPlan::Emptying) {
@@ -625,7 +621,7 @@ private:
         return [this, &plan, &array, &encounters](Members& element, bool& changed) {
             encounters.push_back({{element}, changed, model.manifest, array, model.modified});
             if (plan.nested == EditPlan::Change) {
-                model.setProperty(plan.nestedAt, QStringLiteral("nested"), {true}, false);
+                model.setProperty(plan.nestedAt, u"nested"_qs, {true}, false);
             } else if (plan.nested == EditPlan::Deletion) {
                 model.deleteElement(plan.nestedAt, false);
             } else if (plan.nested == EditPlan::Emptying) {
@@ -649,7 +645,7 @@ private:
     void outcome(Outcome actual, Outcome expected)
     {
         comparison.same("outcome", actual, expected);
-        ++model.events[call.section(QLatin1Char('('), 0, 0).toUtf8() + ": " + shown(expected).toUtf8()];
+        ++model.events[call.section(u'(', 0, 0).toUtf8() + ": " + shown(expected).toUtf8()];
     }
 
     void modifyPropertyFirst()
@@ -658,7 +654,7 @@ private:
         const EditPlan plan = editPlan();
         const bool save = random.chance(30);
         const bool empty = random.chance(6);
-        calling("modifyPropertyFirst", at, empty ? QStringLiteral("no function") : plan.text(), save);
+        calling("modifyPropertyFirst", at, empty ? u"no function"_qs : plan.text(), save);
         std::vector<Encounter> actual;
         std::vector<Encounter> expected;
         const std::function<bool(QJsonObject&, bool&)> edit = handlerEdit(plan, foreign.json, actual);
@@ -671,11 +667,11 @@ private:
     void modifyProperty()
     {
         const QStringList at = random.listPath(foreign.items);
-        const QString whole = random.chance(30) ? QString() : at.join(QLatin1Char('/'));
+        const QString whole = random.chance(30) ? QString() : at.join(u'/');
         const EditPlan plan = editPlan();
         const bool changedBefore = random.chance(20);
         const bool empty = random.chance(6);
-        calling("modifyProperty", at, whole, changedBefore, empty ? QStringLiteral("no function") : plan.text());
+        calling("modifyProperty", at, whole, changedBefore, empty ? u"no function"_qs : plan.text());
         std::vector<Encounter> actual;
         std::vector<Encounter> expected;
         const std::function<bool(QJsonObject&, bool&)> edit = handlerEdit(plan, foreign.json, actual);
@@ -717,8 +713,7 @@ private:
     void sortElements()
     {
         const QString at = random.chance(30) ? QString() : random.path(model.manifest);
-        const QStringList names =
-            random.order(model.manifest, at.isEmpty() ? QStringList() : at.split(QLatin1Char('/')));
+        const QStringList names = random.order(model.manifest, at.isEmpty() ? QStringList() : at.split(u'/'));
         const bool save = random.chance(30);
         calling("sortElements", at, names, save);
         result(handler->sortElements(at, names, save), model.sortElements(at, names, save));
@@ -772,7 +767,7 @@ private:
     void deleteFromArray()
     {
         const QStringList at = random.listPath(foreign.items);
-        const QString whole = random.chance(30) ? QString() : at.join(QLatin1Char('/'));
+        const QString whole = random.chance(30) ? QString() : at.join(u'/');
         calling("deleteElement in array", at, whole);
         result(handler->deleteElement(foreign.json, at, whole), model.deleteElement(foreign.items, at, whole));
     }
@@ -807,7 +802,7 @@ private:
     {
         const QString at = random.path(model.manifest);
         calling("getNodeElement", at);
-        Members expected {{QStringLiteral("before"), {}}};
+        Members expected {{u"before"_qs, {}}};
         QJsonObject actual = jsonFrom(expected);
         result(handler->getNodeElement(at, actual), model.getNodeElement(at, expected));
         comparison.same("element", membersFrom(actual), expected);
@@ -817,7 +812,7 @@ private:
     {
         const QStringList at = random.listPath(foreign.items);
         calling("getNodeElement in array", at);
-        Members expected {{QStringLiteral("before"), {}}};
+        Members expected {{u"before"_qs, {}}};
         QJsonObject actual = jsonFrom(expected);
         result(handler->getNodeElement(foreign.json, at, actual), model.getNodeElement(foreign.items, at, expected));
         comparison.same("element", membersFrom(actual), expected);
@@ -840,7 +835,7 @@ private:
         const QString at = random.chance(15) ? QString() : random.path(model.manifest);
         if (random.chance(50)) {
             calling("getListOfInstances", at);
-            QStringList expected {QStringLiteral("before")};
+            QStringList expected {u"before"_qs};
             QStringList actual = expected;
             result(handler->getListOfInstances(at, actual), model.getListOfInstances(at, expected));
             comparison.same("instances", actual, expected);

@@ -8,7 +8,7 @@
 #include <map>
 #include <memory>
 
-/// A number from 0 up to, not including, the bound. Zeros without end bring everything that asks for them to an end.
+/// A number from 0 to bound - 1. A sequence of zeros ends every loop that asks for numbers.
 using Choice = std::function<int(int bound)>;
 
 /**
@@ -17,17 +17,17 @@ using Choice = std::function<int(int bound)>;
  */
 class HandlerSequence {
 public:
-    /// Works in a folder that holds nothing else than the manifest of an earlier sequence.
+    /// The folder may hold the manifest of an earlier sequence, and nothing else.
     HandlerSequence(Choice choice, const QString& folderPath);
     ~HandlerSequence();
 
-    /// Takes one step. In what both sides differ afterwards.
+    /// Takes one step. Returns the differences between both sides afterwards.
     QStringList step();
 
     QString lastCall() const;
     /// What the model holds.
     QString state() const;
-    /// How often what has happened.
+    /// How often each event has happened.
     const std::map<QByteArray, int>& events() const;
 
 private:

@@ -6,9 +6,9 @@
 struct HeapUse {
     qint64 taken;
     qint64 calls;
-    /// How much more than before was in use at once.
+    /// The peak, relative to what was in use before.
     qint64 peak;
-    /// How much more than before is in use now.
+    /// What is in use now, relative to what was in use before.
     qint64 kept;
 };
 
@@ -16,9 +16,9 @@ struct HeapUse {
 HeapUse heapUse();
 void forgetPeak();
 
-/// Lets the allocation of this number fail, counted from 1, and all others succeed again.
+/// The allocation of this number fails, counted from 1. All others succeed.
 void failAllocation(qint64 number);
-/// Whether that allocation has been asked for since.
+/// Whether that allocation has been requested since then.
 bool allocationHasFailed();
 
 template <typename Action>

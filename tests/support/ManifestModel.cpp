@@ -1,6 +1,7 @@
 #include "ManifestModel.h"
 
 #include "ConfigurationAndProcessDataDefinitions.h"
+#include "Literals.h"
 #include "SystemInformationManagerRegistryDefinitions.h"
 
 #include <QtCore/QLocale>
@@ -14,11 +15,11 @@ namespace {
 using Data = ConfigurationAndProcessDataDefinitions;
 using Registry = SystemInformationManagerRegistryDefinitions;
 
-const QString selectionType = QStringLiteral("selectionType");
-const QString instanceNameKey = QStringLiteral("instanceName");
-const QString substructure = QStringLiteral("substructure");
-const QString displayPosition = QStringLiteral("displayPosition");
-const QString iconName = QStringLiteral("iconName");
+const QString selectionType = u"selectionType"_qs;
+const QString instanceNameKey = u"instanceName"_qs;
+const QString substructure = u"substructure"_qs;
+const QString displayPosition = u"displayPosition"_qs;
+const QString iconName = u"iconName"_qs;
 
 template <typename T>
 const T* as(const Members& object, const QString& key)
@@ -53,12 +54,12 @@ Items childrenOf(const Members& element)
 bool isSelection(const Members& element)
 {
     const auto* type = as<QString>(element, selectionType);
-    return type && *type == QStringLiteral("Selection");
+    return type && *type == u"Selection"_qs;
 }
 
 QStringList namesIn(const QString& path)
 {
-    return path.split(QLatin1Char('/'), Qt::KeepEmptyParts, Qt::CaseSensitive);
+    return path.split(u'/', Qt::KeepEmptyParts, Qt::CaseSensitive);
 }
 
 QStringList namesEndingInWhole(const QString& path)
@@ -388,8 +389,7 @@ bool ManifestModel::getNodeElement(const Items& array, const QStringList& instan
 
 bool ManifestModel::getNodeElement(const QString& instancePath, Members& element)
 {
-    return getNodeElement(
-        manifest, instancePath.split(QLatin1Char('/'), Qt::SkipEmptyParts, Qt::CaseSensitive), element);
+    return getNodeElement(manifest, instancePath.split(u'/', Qt::SkipEmptyParts, Qt::CaseSensitive), element);
 }
 
 bool ManifestModel::getListOfInstances(const QString& instancePath, QStringList& instances)
@@ -756,7 +756,7 @@ Members ManifestModel::nodeFrom(const Members& description, const QString& insta
     reportDisplayPosition(description);
     Members node = description;
     node.erase(displayPosition);
-    node[selectionType] = Value {QStringLiteral("Node")};
+    node[selectionType] = Value {u"Node"_qs};
     node[Registry::getKeyDataSourceType()] = Value {Registry::DataSourceTypeValues::getJsonData()};
     node[instanceNameKey] = Value {instanceName};
     node.erase(Data::getKeyDataPropertyTolmVersion());
@@ -785,7 +785,7 @@ Members ManifestModel::selectionFrom(const Members& description, const QString& 
     copyText(Registry::getKeyLabelTextId());
     copyText(Registry::getKeyDataModel());
     copyText(Registry::getKeyLastModified());
-    selection[selectionType] = Value {QStringLiteral("Selection")};
+    selection[selectionType] = Value {u"Selection"_qs};
     selection[Registry::getKeyCloseMode()] = Value {Registry::CloseModeValues::getManual()};
     selection[Registry::getKeyUiJob()] = Value {Registry::UiJobValues::getUiJobOpenConfiguration()};
     selection[Registry::getKeyHide()] = Value {readBool(description, Registry::getKeyHide())};

@@ -33,7 +33,7 @@ QJsonValue jsonFrom(const Value& value);
 QJsonArray jsonFrom(const Items& items);
 QJsonObject jsonFrom(const Members& members);
 
-/// What a lookup reads of an element; none, if it is no object.
+/// What a look-up reads of an element; null if it is no object.
 QString nameOf(const Value& element);
 bool isSelection(const Value& element);
 const Items* childrenOf(const Value& element);
@@ -49,12 +49,12 @@ QString messageText(const Parts&... parts)
     QString text;
     QDebug stream(&text);
     (stream << ... << parts);
-    return text.endsWith(QLatin1Char(' ')) ? text.chopped(1) : text;
+    return text.endsWith(u' ') ? text.chopped(1) : text;
 }
 
 /**
- * What a ConfigurationManifestHandler has to do, in the plainest words: every level is copied, edited and stored again,
- * nothing is remembered and nothing is saved. The file is a field.
+ * What a ConfigurationManifestHandler must do, implemented as plainly as possible: every level is copied, edited and
+ * stored again. Nothing is cached. The file is a member.
  */
 class ManifestModel {
 public:
@@ -66,9 +66,9 @@ public:
     bool modified = false;
     /// None while there is no file.
     std::optional<QByteArray> file;
-    /// The texts of all messages so far; whoever has compared them clears them.
+    /// The texts of all messages so far. The caller clears them after comparing.
     QStringList messages;
-    /// How often what has happened.
+    /// How often each event has happened.
     std::map<QByteArray, int> events;
 
     /// Content whose root is an array, and content that is no manifest and is refused with that message.

@@ -1,5 +1,7 @@
 #include "MessageRecorder.h"
 
+#include "Literals.h"
+
 #include <QtCore/QFileInfo>
 #include <QtCore/QRegularExpression>
 #include <QtTest/QTest>
@@ -8,7 +10,7 @@
 
 namespace {
 
-Q_GLOBAL_STATIC(QVector<Message>, recorded)
+Q_GLOBAL_STATIC(Messages, recorded)
 QtMessageHandler previousHandler = nullptr;
 
 void record(QtMsgType level, const QMessageLogContext& context, const QString& text)
@@ -20,9 +22,9 @@ void record(QtMsgType level, const QMessageLogContext& context, const QString& t
 Message expected(QtMsgType level, const QString& text, const char* function)
 {
     const QString signature = QString::fromUtf8(function);
-    static const QRegularExpression qualifiedName(QStringLiteral("(\\w+)::\\w+\\("));
+    static const QRegularExpression qualifiedName(u"(\\w+)::\\w+\\("_qs);
     const QString className = qualifiedName.match(signature).captured(1);
-    return {level, text, signature, className + QStringLiteral(".cpp"), QStringLiteral("default"), true};
+    return {level, text, signature, className + u".cpp"_qs, u"default"_qs, true};
 }
 
 } // namespace
@@ -35,12 +37,22 @@ bool operator==(const Message& a, const Message& b)
 
 char* toString(const Message& message)
 {
-    const QString level = message.level == QtWarningMsg ? QStringLiteral("warning")
-        : message.level == QtDebugMsg                   ? QStringLiteral("debug")
-                                                        : QStringLiteral("level %1").arg(message.level);
-    return qstrdup(qPrintable(QStringLiteral("[%1, %2] '%3' from %4 in %5%6")
-                                  .arg(level, message.category, message.text, message.function, message.file,
-                                      message.hasLine ? QString() : QStringLiteral(" without a line"))));
+    const QString level = message.level == QtWarningMsg ? u"warning"_qs
+        : message.level == QtDebugMsg                   ? u"debug"_qs
+                                                        : u"level %1"_qs.arg(message.level);
+    return qstrdup(qPrintable(u"[%1, %2] '%3' from %4 in %5%6"_qs.arg(level, message.category, message.text,
+        message.function, message.file, message.hasLine ? QString() : u" without a line"_qs)));
+}
+
+char* toString(const Messages& messages)
+{
+    QByteArray text;
+    for (const Message& message : messages) {
+        const char* const one = toString(message);
+        text.append(text.isEmpty() ? "" : "\n").append(one);
+        delete[] one;
+    }
+    return qstrdup(text.constData());
 }
 
 Message warning(const QString& text, const char* function)
@@ -67,7 +79,7 @@ MessageRecorder::~MessageRecorder()
     }
 }
 
-QVector<Message> MessageRecorder::take()
+Messages MessageRecorder::take()
 {
     return std::exchange(*recorded, {});
 }

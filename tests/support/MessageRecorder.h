@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QtCore/QMetaType>
 #include <QtCore/QString>
 #include <QtCore/QVector>
 #include <QtCore/QtGlobal>
@@ -14,9 +15,14 @@ struct Message {
     bool hasLine;
 };
 
+using Messages = QVector<Message>;
+
+Q_DECLARE_METATYPE(Message)
+
 bool operator==(const Message& a, const Message& b);
-/// Shows the message in the output of a failed comparison.
+// For the output of a failed comparison.
 char* toString(const Message& message);
+char* toString(const Messages& messages);
 
 /// What the library must have logged from `function`, given by its whole signature: in the default category, with a
 /// line, from the source file named after the function's class.
@@ -24,8 +30,8 @@ Message warning(const QString& text, const char* function);
 Message debug(const QString& text, const char* function);
 
 /**
- * Takes all messages of its lifetime, instead of letting them be printed. A test compares take() with the exact
- * sequence that it expects; what is left at the end of the recorder's life is printed as a failure of its own.
+ * Records all messages within its lifetime instead of printing them. A test compares take() with the exact sequence
+ * that it expects. Messages that are left in the end fail the test.
  */
 class MessageRecorder {
 public:
@@ -34,5 +40,5 @@ public:
     Q_DISABLE_COPY(MessageRecorder)
 
     /// The messages since the last take(), in order.
-    QVector<Message> take();
+    Messages take();
 };

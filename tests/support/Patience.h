@@ -1,7 +1,7 @@
 #pragma once
 
-/// Milliseconds until something that a test waits for is taken for hung: much more than it takes on a busy machine, and
-/// less than the whole test is given, so that the test can say what it waited for.
+/// Milliseconds until a test gives up waiting: much more than anything takes on a busy machine, and less than the
+/// timeout of the whole test, so that the test can report what it waited for.
 #if defined(EMULATED) || defined(MEMORY_CHECKED)
 constexpr int patience = 600000;
 #else

@@ -9,7 +9,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-/// A process of its own that does something until it is killed.
+/// A child process that runs a function. It is killed if it has not ended by then.
 class Process {
 public:
     template <typename Function>
@@ -35,7 +35,7 @@ public:
         wait();
     }
 
-    /// Whether it came to its end by itself.
+    /// Waits for its end. Returns whether it exited with 0.
     bool wait()
     {
         int status = 0;

@@ -1,6 +1,7 @@
 #include "RandomManifest.h"
 
-#include "ManifestFixture.h"
+#include "Elements.h"
+#include "Literals.h"
 
 #include <algorithm>
 

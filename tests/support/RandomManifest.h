@@ -7,7 +7,7 @@
 
 #include <random>
 
-/// Random manifests and edits of them, the same for every run and every C++ library.
+/// Random manifests and edits of them, reproducible with every run and every C++ library.
 class RandomManifest {
 public:
     enum class Names {
@@ -19,7 +19,7 @@ public:
 
     RandomManifest(unsigned seed, Names names);
 
-    /// A number from 0 up to, not including, the bound.
+    /// A number from 0 to bound - 1.
     int below(int bound);
     QJsonArray manifest();
     /// A manifest after some edits: members changed, elements added, removed, moved and stamped.

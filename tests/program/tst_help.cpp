@@ -1,0 +1,205 @@
+#include "ProgramRun.h"
+#include "TestMain.h"
+
+#include <QtCore/QRegularExpression>
+
+namespace {
+
+const QString project = QStringLiteral(EXAMPLES "/..");
+
+struct Help {
+    QString syntax;
+    QStringList options;
+    /// What the exit statuses mean, in order; empty for those that there are not.
+    QStringList exits;
+};
+
+QStringList commandNames()
+{
+    static const QRegularExpression command(u"^  ([a-z-]+) [A-Z\\[]"_qs, QRegularExpression::MultilineOption);
+    QStringList names;
+    const QString help = QString::fromUtf8(Program().run(u"--help"_qs).output);
+    for (auto matches = command.globalMatch(help); matches.hasNext();) {
+        names.append(matches.next().captured(1));
+    }
+    return names;
+}
+
+QString simplified(const QString& text)
+{
+    return text.simplified();
+}
+
+Help helpOf(const QString& command)
+{
+    const QString text = QString::fromUtf8(Program().run(u"help "_qs + command).output);
+    Help help;
+    help.syntax = text.section(u'\n', 0, 0).section(command + u' ', 1).trimmed();
+    static const QRegularExpression option(u"^  (--[^\\n]+)"_qs, QRegularExpression::MultilineOption);
+    for (auto matches = option.globalMatch(text); matches.hasNext();) {
+        help.options.append(matches.next().captured(1));
+    }
+    help.exits = QStringList {QString(), QString(), QString(), QString()};
+    static const QRegularExpression exit(u"^  ([0-3])  (([^\\n]|\\n     )*)"_qs, QRegularExpression::MultilineOption);
+    const QString exits = text.section(u"Exit status:\n"_qs, 1);
+    for (auto matches = exit.globalMatch(exits); matches.hasNext();) {
+        const QRegularExpressionMatch match = matches.next();
+        help.exits[match.captured(1).toInt()] = simplified(match.captured(2));
+    }
+    return help;
+}
+
+// What a reader sees of a manual page, in one line.
+QString readable(const QByteArray& manual)
+{
+    QString text = QString::fromUtf8(manual);
+    text.replace(u"\\-"_qs, u"-"_qs).replace(u"\\(aq"_qs, u"'"_qs).replace(u"\\(ti"_qs, u"~"_qs);
+    text.remove(u"\\fB"_qs).remove(u"\\fR"_qs).remove(u"\\&"_qs);
+    return simplified(text);
+}
+
+} // namespace
+
+class tst_Help : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void helpIsACommandAndAnOption();
+    void newcomersSeeWhatThereIs();
+    void helpOfShowSaysWhatPathsAdds();
+    void manualPageNamesEverything();
+    void manualPageIsTheInstalledOne();
+    void readmeHasTheExitStatusesOfEveryCommand();
+    void wordsNearToRightOnesAreNamed_data();
+    void wordsNearToRightOnesAreNamed();
+};
+
+void tst_Help::helpIsACommandAndAnOption()
+{
+    const QStringList names = commandNames();
+    QVERIFY(names.size() > 20);
+    QCOMPARE(Program().run(u"help"_qs), Program().run(u"--help"_qs));
+    for (const QString& name : names) {
+        const ProgramRun run = Program().run(u"help "_qs + name);
+        QCOMPARE(run.status, 0);
+        QCOMPARE(run, Program().run(name + u" --help"_qs));
+        const QStringList exits = helpOf(name).exits;
+        for (int status = 0; status < 3; ++status) {
+            QVERIFY2(!exits.at(status).isEmpty(), qPrintable(name));
+        }
+    }
+    QCOMPARE(Program().run(u"help shw"_qs),
+        misused(u"unknown command 'shw' (did you mean 'show'?); see 'configuration-manifest --help'"_qs));
+}
+
+void tst_Help::newcomersSeeWhatThereIs()
+{
+    const ProgramRun run = Program().run(QString());
+    QCOMPARE(run.status, 2);
+    QCOMPARE(run.output, QByteArray());
+    QVERIFY(run.errors.startsWith("configuration-manifest: no command given\nUsage: configuration-manifest COMMAND"));
+    const QStringList words = QString::fromUtf8(run.errors).split(QRegularExpression(u"\\s+"_qs));
+    for (const QString& name : commandNames()) {
+        QVERIFY2(words.contains(name), qPrintable(name));
+    }
+    QVERIFY(run.errors.contains("configuration-manifest --help says what each command does."));
+}
+
+void tst_Help::helpOfShowSaysWhatPathsAdds()
+{
+    const QString help = simplified(QString::fromUtf8(Program().run(u"show --help"_qs).output));
+    const QString description = help.section(u"Options:"_qs, 0, 0);
+    QVERIFY2(description.contains(u"With --paths also its position among its siblings and its path."_qs),
+        qPrintable(description));
+}
+
+void tst_Help::manualPageNamesEverything()
+{
+    const ProgramRun run = Program().run(u"help --man"_qs);
+    QCOMPARE(run.status, 0);
+    const QString manual = readable(run.output);
+    for (const QString& name : commandNames()) {
+        const Help help = helpOf(name);
+        QVERIFY2(manual.contains(name + u' ' + help.syntax), qPrintable(name));
+        for (const QString& option : help.options) {
+            QVERIFY2(manual.contains(option), qPrintable(option));
+        }
+        for (const QString& meaning : help.exits) {
+            QVERIFY2(manual.contains(meaning), qPrintable(meaning));
+        }
+    }
+    for (const QString& section : {u"NAME"_qs, u"SYNOPSIS"_qs, u"DESCRIPTION"_qs, u"COMMANDS"_qs, u"OPTIONS"_qs,
+             u"EXIT STATUS"_qs, u"ENVIRONMENT"_qs, u"FILES"_qs, u"EXAMPLES"_qs, u"SEE ALSO"_qs}) {
+        QVERIFY2(run.output.contains("\n.SH " + section.toUtf8() + '\n'), qPrintable(section));
+    }
+    for (const QString& word : {u"NO_COLOR"_qs, u"QT_LOGGING_RULES"_qs, u"MANIFEST.base"_qs, u"flock(1)"_qs}) {
+        QVERIFY2(manual.contains(word), qPrintable(word));
+    }
+}
+
+void tst_Help::manualPageIsTheInstalledOne()
+{
+    QCOMPARE(readFile(project + u"/tools/configuration-manifest.1"_qs), Program().run(u"help --man"_qs).output);
+}
+
+void tst_Help::readmeHasTheExitStatusesOfEveryCommand()
+{
+    // One row for commands that end in the same ways.
+    QStringList rows;
+    QStringList alike;
+    QStringList exits;
+    const auto finishRow = [&] {
+        if (!alike.isEmpty()) {
+            rows.append(u"| `%1` | %2 |"_qs.arg(alike.join(u"`, `"_qs), exits.join(u" | "_qs)));
+        }
+        alike.clear();
+    };
+    for (const QString& name : commandNames()) {
+        const QStringList own = helpOf(name).exits;
+        if (own != exits) {
+            finishRow();
+        }
+        exits = own;
+        alike.append(name);
+    }
+    finishRow();
+    const QString readme = QString::fromUtf8(readFile(project + u"/README.md"_qs));
+    for (const QString& row : qAsConst(rows)) {
+        QVERIFY2(readme.contains(row + u'\n'), qPrintable(row));
+    }
+    QCOMPARE(readme.count(QRegularExpression(u"^\\| `(create|show|exists|check|diff|explain|merge|set|help)\\b"_qs,
+                 QRegularExpression::MultilineOption)),
+        rows.size());
+}
+
+void tst_Help::wordsNearToRightOnesAreNamed_data()
+{
+    QTest::addColumn<QString>("commandLine");
+    QTest::addColumn<QString>("problem");
+
+    QTest::newRow("command") << u"delte M a"_qs << u"unknown command 'delte' (did you mean 'delete'?)"_qs;
+    QTest::newRow("option") << u"delete M a --sve"_qs << u"Unknown option 'sve' (did you mean '--save'?)"_qs;
+    QTest::newRow("option with a value") << u"delete M a --bakup=x"_qs
+                                         << u"Unknown option 'bakup' (did you mean '--backup'?)"_qs;
+    QTest::newRow("value like an option")
+        << u"move-node M a -3"_qs << u"Unknown option '3' (put '--' before a value that begins with '-')"_qs;
+    QTest::newRow("command that is not the first word")
+        << u"-- show M"_qs << u"'show' is a command, which stands before everything else"_qs;
+    QTest::newRow("option of the program")
+        << u"--versoin"_qs << u"Unknown option 'versoin' (did you mean '--version'?)"_qs;
+}
+
+void tst_Help::wordsNearToRightOnesAreNamed()
+{
+    QFETCH(QString, commandLine);
+    QFETCH(QString, problem);
+
+    const ProgramRun run = Program().run(commandLine);
+    QCOMPARE(run.status, 2);
+    QVERIFY2(run.errors.startsWith("configuration-manifest: " + problem.toUtf8() + "; see 'configuration-manifest"),
+        run.errors.constData());
+}
+
+MANIFEST_TEST_MAIN(tst_Help)
+
+#include "tst_help.moc"

@@ -1,0 +1,720 @@
+#include "ManifestFixture.h"
+#include "Merge.h"
+#include "Pairing.h"
+#include "RandomManifest.h"
+#include "TestMain.h"
+
+#include <QtCore/QElapsedTimer>
+#include <QtCore/QJsonDocument>
+
+#include <algorithm>
+#include <map>
+
+Q_DECLARE_METATYPE(RandomManifest::Names)
+
+namespace {
+
+#if defined(EMULATED) || defined(MEMORY_CHECKED)
+constexpr unsigned seeds = 300;
+#else
+constexpr unsigned seeds = 3000;
+#endif
+
+// What a merge makes of manifests, and of its conflicts.
+struct Outcome {
+    QJsonArray manifest;
+    QStringList conflicts;
+};
+
+Outcome mergeOf(
+    const QJsonArray& base, const QJsonArray& mine, const QJsonArray& theirs, Decision decision = Decision::Nobody)
+{
+    const MergeResult result = merge(treeOf(base), treeOf(mine), treeOf(theirs), decision);
+    QStringList conflicts;
+    for (const MergeConflict& conflict : result.conflicts) {
+        conflicts.append(toLine(conflict, ValueLength::Whole));
+    }
+    return {result.manifest, conflicts};
+}
+
+using Elements = std::map<QString, const TreeElement*>;
+
+void addElements(const TreeElements& tree, Elements& elements)
+{
+    for (const TreeElement& element : tree) {
+        elements.emplace(element.path, &element);
+        addElements(element.children, elements);
+    }
+}
+
+Elements elementsIn(const TreeElements& tree)
+{
+    Elements elements;
+    addElements(tree, elements);
+    return elements;
+}
+
+const TreeElement* at(const Elements& elements, const QString& path)
+{
+    const auto found = elements.find(path);
+    return found == elements.end() ? nullptr : found->second;
+}
+
+QString parentOf(const QString& path)
+{
+    return path.left(qMax(0, path.lastIndexOf(u'/')));
+}
+
+QStringList namesOf(const TreeElements& siblings)
+{
+    QStringList names;
+    for (const TreeElement& element : siblings) {
+        names.append(element.answersTo);
+    }
+    return names;
+}
+
+QStringList commonTo(const QStringList& names, const QStringList& others)
+{
+    QStringList result = names;
+    result.erase(
+        std::remove_if(result.begin(), result.end(), [&](const QString& name) { return !others.contains(name); }),
+        result.end());
+    return result;
+}
+
+/// Holds a merge of trees in which every element has a path against what each side has changed.
+class LossCheck {
+public:
+    LossCheck(const QJsonArray& base, const QJsonArray& mine, const QJsonArray& theirs, Decision decision)
+        : baseTree(treeOf(base))
+        , mineTree(treeOf(mine))
+        , theirTree(treeOf(theirs))
+        , merged(merge(baseTree, mineTree, theirTree, decision))
+        , resultTree(treeOf(merged.manifest))
+        , result(elementsIn(resultTree))
+    {
+        checkSide("mine", mineTree, theirTree);
+        checkSide("new", theirTree, mineTree);
+        checkStamps();
+        checkWhatAllHave();
+    }
+
+    const QStringList& allLosses() const
+    {
+        return losses;
+    }
+    const QJsonArray& manifest() const
+    {
+        return merged.manifest;
+    }
+
+private:
+    // Whether a conflict is about an element, one above it or, of one that was removed, one below it.
+    bool isInConflict(const QString& path) const
+    {
+        return std::any_of(merged.conflicts.begin(), merged.conflicts.end(), [&](const MergeConflict& conflict) {
+            for (const QString& text : {conflict.element, conflict.movedTo, conflict.otherMovedTo}) {
+                const QString place = text.section(u'\'', 1, 1);
+                const bool isAboveOrSame = path == place || path.startsWith(QString(place + u'/'));
+                if (!place.isEmpty() && (isAboveOrSame || place.startsWith(QString(path + u'/')))) {
+                    return true;
+                }
+            }
+            return false;
+        });
+    }
+
+    void expect(bool isKept, const char* side, const QString& path, const char* what)
+    {
+        if (!isKept && !isInConflict(path)) {
+            losses.append(u"%1: %2 %3"_qs.arg(QString::fromUtf8(side), path, QString::fromUtf8(what)));
+        }
+    }
+
+    void expectWhole(const char* side, const TreeElement& element)
+    {
+        const TreeElement* const there = at(result, element.path);
+        expect(there != nullptr, side, element.path, "is not there");
+        const QJsonObject object = element.object();
+        for (auto member = object.constBegin(); there != nullptr && member != object.constEnd(); ++member) {
+            expect(member.key() == u"substructure"_qs || isStamp(member.key(), element)
+                    || there->object().value(member.key()) == member.value(),
+                side, element.path, "has another member");
+        }
+    }
+
+    // Whether an element that was removed is still there for what was below it, and was moved to a place in conflict.
+    bool hasKeptBelow(const QVector<ElementChange>& changes, const TreeElement& removed) const
+    {
+        return std::any_of(changes.begin(), changes.end(), [&](const ElementChange& change) {
+            return change.kind == ElementChange::MovedElsewhere && isInConflict(change.after->path)
+                && change.before->path.startsWith(QString(removed.path + u'/'));
+        });
+    }
+
+    void checkSide(const char* side, const TreeElements& tree, const TreeElements& otherTree)
+    {
+        const Elements elements = elementsIn(tree);
+        const QVector<ElementChange> changes = differencesOf(baseTree, tree, Stamps::DoNotCount);
+        for (const ElementChange& change : changes) {
+            switch (change.kind) {
+            case ElementChange::Added:
+                expectWhole(side, *change.after);
+                break;
+            case ElementChange::MovedElsewhere:
+                expectWhole(side, *change.after);
+                // Where that is in conflict, it may have stayed.
+                expect(at(result, change.before->path) == nullptr || at(elements, change.before->path) != nullptr
+                        || isInConflict(change.after->path),
+                    side, change.before->path, "is still there");
+                break;
+            case ElementChange::Removed:
+                expect(at(result, change.before->path) == nullptr || hasKeptBelow(changes, *change.before), side,
+                    change.before->path, "is still there");
+                break;
+            case ElementChange::Changed:
+                for (const KeyChange& key : change.keys) {
+                    const TreeElement* const there = at(result, change.after->path);
+                    expect(there != nullptr
+                            && (key.key == u"substructure"_qs || there->object().value(key.key) == key.after),
+                        side, change.after->path, "has another value");
+                }
+                break;
+            case ElementChange::Moved:
+                checkOrder(side, parentOf(change.after->path), tree, otherTree);
+                break;
+            }
+        }
+    }
+
+    static const TreeElements* childrenAt(const TreeElements& tree, const QString& path)
+    {
+        if (path.isEmpty()) {
+            return &tree;
+        }
+        const TreeElement* const element = at(elementsIn(tree), path);
+        return element == nullptr ? nullptr : &element->children;
+    }
+
+    void checkOrder(const char* side, const QString& parent, const TreeElements& tree, const TreeElements& otherTree)
+    {
+        const TreeElements* const base = childrenAt(baseTree, parent);
+        const TreeElements* const here = childrenAt(tree, parent);
+        const TreeElements* const other = childrenAt(otherTree, parent);
+        const TreeElements* const there = childrenAt(resultTree, parent);
+        if (there == nullptr) {
+            expect(false, side, parent, "is gone, in another order");
+            return;
+        }
+        if (base == nullptr || other == nullptr) {
+            return;
+        }
+        const QStringList common = commonTo(namesOf(*there), commonTo(namesOf(*base), namesOf(*other)));
+        const QStringList wanted = commonTo(namesOf(*here), common);
+        const bool isOfTopLevel = std::any_of(merged.conflicts.begin(), merged.conflicts.end(),
+            [](const MergeConflict& conflict) { return conflict.element.isNull(); });
+        expect(commonTo(common, wanted) == wanted || wanted == commonTo(namesOf(*base), wanted)
+                || (parent.isEmpty() && isOfTopLevel),
+            side, parent, "has another order");
+    }
+
+    void checkStamps()
+    {
+        for (const auto& [path, element] : elementsIn(mineTree)) {
+            const TreeElement* const there = at(result, path);
+            for (const QString& key : {u"moduleName"_qs, u"objectName"_qs}) {
+                if (there != nullptr && isStamp(key, *element) && isStamp(key, *there)
+                    && there->object().value(key) != element->object().value(key) && !isInConflict(path)) {
+                    losses.append(u"%1 has another stamp"_qs.arg(path));
+                }
+            }
+        }
+    }
+
+    // Whatever is decided, an element that is in all three trees stays in one place.
+    void checkWhatAllHave()
+    {
+        const Pairing toMine(baseTree, mineTree, Stamps::DoNotCount);
+        const Pairing toTheirs(baseTree, theirTree, Stamps::DoNotCount);
+        for (const auto& [path, element] : elementsIn(baseTree)) {
+            const TreeElement* const mine = toMine.laterOf(*element);
+            const TreeElement* const theirs = toTheirs.laterOf(*element);
+            if (mine != nullptr && theirs != nullptr && at(result, mine->path) == nullptr
+                && at(result, theirs->path) == nullptr && at(result, path) == nullptr) {
+                losses.append(u"%1 is in all three trees, but not in the result"_qs.arg(path));
+            }
+        }
+    }
+
+    const TreeElements baseTree;
+    const TreeElements mineTree;
+    const TreeElements theirTree;
+    const MergeResult merged;
+    const TreeElements resultTree;
+    const Elements result;
+    QStringList losses;
+};
+
+} // namespace
+
+class tst_Merge : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void mergingObeysItsLaws_data();
+    void mergingObeysItsLaws();
+    void nothingIsLostWithoutALine();
+    void whatBothSidesDidIsMerged_data();
+    void whatBothSidesDidIsMerged();
+    void conflictsAreToldAndDecided_data();
+    void conflictsAreToldAndDecided();
+    void stampsOfMineStay();
+    void hugeTreesAreMergedQuickly_data();
+    void hugeTreesAreMergedQuickly();
+};
+
+void tst_Merge::mergingObeysItsLaws_data()
+{
+    QTest::addColumn<RandomManifest::Names>("names");
+
+    QTest::newRow("any names") << RandomManifest::Names::Any;
+    QTest::newRow("unique names") << RandomManifest::Names::Unique;
+}
+
+void tst_Merge::mergingObeysItsLaws()
+{
+    QFETCH(RandomManifest::Names, names);
+
+    int conflicting = 0;
+    for (unsigned seed = 0; seed < seeds; ++seed) {
+        RandomManifest random(seed, names);
+        const QJsonArray a = random.manifest();
+        const QJsonArray b = random.edited(a);
+        const QJsonArray c = random.edited(a);
+
+        const auto expect = [&](const char* law, const Outcome& outcome, const Outcome& wanted) {
+            const QByteArray found = QByteArray(law) + ", seed " + QByteArray::number(seed) + "\na " + compact(a)
+                + "\nb " + compact(b) + "\nc " + compact(c) + "\nfound " + compact(outcome.manifest) + "\nwanted "
+                + compact(wanted.manifest) + "\n" + outcome.conflicts.join(u'\n').toUtf8();
+            if (outcome.manifest != wanted.manifest || outcome.conflicts != wanted.conflicts) {
+                fprintf(stderr, "%s\n", found.constData());
+            }
+            QVERIFY2(outcome.manifest == wanted.manifest && outcome.conflicts == wanted.conflicts, found.constData());
+        };
+        const Outcome taken = mergeOf(a, a, b);
+        expect(
+            "merge(A, A, B) = B", {stripped(taken.manifest).toArray(), taken.conflicts}, {stripped(b).toArray(), {}});
+        expect("merge(A, B, A) = B", mergeOf(a, b, a), {b, {}});
+        expect("merge(A, B, B) = B", mergeOf(a, b, b), {b, {}});
+        const Outcome merged = mergeOf(a, b, c);
+        // Who repeats a merge, after a power cut for example, gets what he has. Of siblings of one name that is too much
+        // to ask: one that was added looks like one that was removed.
+        if (names == RandomManifest::Names::Unique) {
+            for (const Decision decision : {Decision::Mine, Decision::Theirs}) {
+                const QJsonArray decided = mergeOf(a, b, c, decision).manifest;
+                expect("repeated", {mergeOf(a, decided, c, decision).manifest, {}}, {decided, {}});
+            }
+            if (merged.conflicts.isEmpty()) {
+                expect("repeated without conflicts", mergeOf(a, merged.manifest, c), merged);
+            }
+        }
+        const Outcome ofStamped = mergeOf(stamped(a, u"A"_qs), stamped(b, u"B"_qs), stamped(c, u"C"_qs));
+        expect("stamps", {stripped(ofStamped.manifest).toArray(), {}}, {stripped(merged.manifest).toArray(), {}});
+        if (QTest::currentTestFailed()) {
+            return;
+        }
+        conflicting += merged.conflicts.isEmpty() ? 0 : 1;
+    }
+    qInfo("%d of %u merges have conflicts", conflicting, seeds);
+}
+
+void tst_Merge::nothingIsLostWithoutALine()
+{
+    for (unsigned seed = 0; seed < 3 * seeds; ++seed) {
+        RandomManifest random(seed, RandomManifest::Names::Unique);
+        const QJsonArray base = random.manifest();
+        const QJsonArray mine = random.edited(base);
+        const QJsonArray theirs = random.edited(base);
+        for (const Decision decision : {Decision::Nobody, Decision::Mine, Decision::Theirs}) {
+            const LossCheck check(base, mine, theirs, decision);
+            const QByteArray found = check.allLosses().join(u'\n').toUtf8() + "\nseed " + QByteArray::number(seed)
+                + "\nbase " + compact(base) + "\nmine " + compact(mine) + "\nnew " + compact(theirs) + "\nmerged "
+                + compact(check.manifest());
+            QVERIFY2(check.allLosses().isEmpty(), found.constData());
+        }
+    }
+}
+
+void tst_Merge::whatBothSidesDidIsMerged_data()
+{
+    QTest::addColumn<QJsonArray>("base");
+    QTest::addColumn<QJsonArray>("mine");
+    QTest::addColumn<QJsonArray>("theirs");
+    QTest::addColumn<QJsonArray>("result");
+
+    const QJsonObject a = selection(u"a"_qs);
+    const QJsonObject b = selection(u"b"_qs);
+    const QJsonObject c = selection(u"c"_qs);
+    const QJsonObject x = selection(u"x"_qs);
+    const QJsonObject y = selection(u"y"_qs);
+    const QString k = u"k"_qs;
+    const QString l = u"l"_qs;
+    const auto n = [](const QJsonArray& children) { return node(u"n"_qs, children); };
+    const auto m = [](const QJsonArray& children) { return node(u"m"_qs, children); };
+    const auto add = [](const char* name, const QJsonArray& base, const QJsonArray& mine, const QJsonArray& theirs,
+                         const QJsonArray& result) { QTest::newRow(name) << base << mine << theirs << result; };
+
+    add("different members of one element", {a}, {with(a, k, 1)}, {with(a, l, 2)}, {with(with(a, k, 1), l, 2)});
+    add("member removed and member changed", {with(with(a, k, 1), l, 1)}, {with(a, l, 1)}, {with(with(a, k, 1), l, 2)},
+        {with(a, l, 2)});
+    add("the same change", {a}, {with(a, k, 1)}, {with(a, k, 1)}, {with(a, k, 1)});
+    add("additions of both", {a}, {a, x}, {a, y}, {a, x, y});
+    add("the same addition", {a}, {a, x}, {x, a}, {x, a});
+    add("additions behind different elements", {a, b}, {a, x, b}, {a, b, y}, {a, x, b, y});
+    add("addition before all others", {a}, {x, a}, {with(a, k, 1)}, {x, with(a, k, 1)});
+    add("addition in an element that the other changed", {n({a})}, {n({a, x})}, {with(n({a}), k, 1)},
+        {with(n({a, x}), k, 1)});
+    add("addition behind a removed element", {a, b}, {a, x, b}, {b}, {x, b});
+    add("removals of both", {a, b, c}, {b, c}, {a, b}, {b});
+    add("removal of what the other left alone", {a, b}, {a}, {a, b, c}, {a, c});
+    add("removal of a node that the other left alone", {n({a, b}), c}, {c}, {n({a, b}), with(c, k, 1)},
+        {with(c, k, 1)});
+    add("removal by mine", {a, b}, {a}, {with(a, k, 1), b}, {with(a, k, 1)});
+    add("order of mine", {a, b, c}, {c, a, b}, {a, with(b, k, 1), c}, {c, a, with(b, k, 1)});
+    add("order of new", {a, b, c}, {a, with(b, k, 1), c}, {c, a, b}, {c, a, with(b, k, 1)});
+    add("the same order", {a, b, c}, {c, b, a}, {c, b, a}, {c, b, a});
+    add("order of mine with an addition of new", {a, b}, {b, a}, {a, x, b}, {b, a, x});
+    add("order of what is left", {a, b, c}, {c, b, a}, {c, a}, {c, a});
+    add("move to another parent by mine", {n({a, b}), m({c})}, {n({b}), m({c, a})}, {n({a, with(b, k, 1)}), m({c})},
+        {n({with(b, k, 1)}), m({c, a})});
+    add("move to another parent by new", {n({a, b}), m({c})}, {n({a, with(b, k, 1)}), m({c})}, {n({b}), m({c, a})},
+        {n({with(b, k, 1)}), m({c, a})});
+    add("the same move to another parent", {n({a, b}), m({c})}, {n({b}), m({c, a})}, {n({b}), m({a, c})},
+        {n({b}), m({a, c})});
+    add("move of what the other removed", {n({a, b}), m({c})}, {n({b}), m({c, a})}, {n({b}), m({c})},
+        {n({b}), m({c, a})});
+    add("move out of what the other removed", {n({a}), m({c})}, {n({}), m({c, a})}, {m({c})}, {m({c, a})});
+    add("move to one of two places that the other has", {a, n({}), m({})}, {n({}), m({a})}, {n({a}), m({a})},
+        {n({a}), m({a})});
+    add("children of a node that had none", {node(u"n"_qs)}, {n({a})}, {with(node(u"n"_qs), k, 1)},
+        {with(n({a}), k, 1)});
+    add("array of no children, unset by new", {n({})}, {n({})}, {node(u"n"_qs)}, {node(u"n"_qs)});
+    add("last children removed by both sides", {n({a, b})}, {n({b})}, {n({a})}, {n({})});
+    add("twins of which mine removed the second", {a, a}, {a}, {with(a, k, 1), a}, {with(a, k, 1)});
+    add("twin added by both", {a}, {a, a}, {a, a}, {a, a});
+    add("foreign items", {1, a}, {1, a}, {2, a}, {2, a});
+    add("foreign item of mine", {1, a}, {3, with(a, k, 1)}, {1, a}, {3, with(a, k, 1)});
+    add("elements without names", {QJsonObject {{k, 1}}}, {QJsonObject {{k, 1}, {l, 1}}}, {QJsonObject {{k, 2}}},
+        {QJsonObject {{k, 2}, {l, 1}}});
+    add("children that are no array", {with(node(u"n"_qs), u"substructure"_qs, 1)},
+        {with(with(node(u"n"_qs), u"substructure"_qs, 1), k, 1)}, {with(node(u"n"_qs), u"substructure"_qs, 2)},
+        {with(with(node(u"n"_qs), u"substructure"_qs, 2), k, 1)});
+    add("everything new", {}, {}, {a, n({b})}, {a, n({b})});
+    add("nothing left", {a, b}, {a, b}, {}, {});
+}
+
+void tst_Merge::whatBothSidesDidIsMerged()
+{
+    QFETCH(QJsonArray, base);
+    QFETCH(QJsonArray, mine);
+    QFETCH(QJsonArray, theirs);
+    QFETCH(QJsonArray, result);
+
+    for (const Decision decision : {Decision::Nobody, Decision::Mine, Decision::Theirs}) {
+        const Outcome outcome = mergeOf(base, mine, theirs, decision);
+        QCOMPARE(outcome.conflicts, QStringList());
+        QCOMPARE(compact(outcome.manifest), compact(result));
+    }
+}
+
+void tst_Merge::conflictsAreToldAndDecided_data()
+{
+    QTest::addColumn<QJsonArray>("base");
+    QTest::addColumn<QJsonArray>("mine");
+    QTest::addColumn<QJsonArray>("theirs");
+    QTest::addColumn<QStringList>("conflicts");
+    QTest::addColumn<QByteArray>("json");
+    QTest::addColumn<QJsonArray>("forMine");
+    QTest::addColumn<QJsonArray>("forTheirs");
+
+    const QJsonObject a = selection(u"a"_qs);
+    const QJsonObject b = selection(u"b"_qs);
+    const QJsonObject c = selection(u"c"_qs);
+    const QJsonObject x = selection(u"x"_qs);
+    const QString k = u"k"_qs;
+    const auto n = [](const QJsonArray& children) { return node(u"n"_qs, children); };
+    const auto m = [](const QJsonArray& children) { return node(u"m"_qs, children); };
+    const QString asText = u"{\"instanceName\":\"a\",\"selectionType\":\"Selection\"}"_qs;
+    const QString asChangedText = u"{\"instanceName\":\"a\",\"k\":1,\"selectionType\":\"Selection\"}"_qs;
+
+    QTest::newRow("one value") << QJsonArray {with(a, k, 0)} << QJsonArray {with(a, k, 1)} << QJsonArray {with(a, k, 2)}
+                               << QStringList(u"selection 'a', k: base 0, mine 1, new 2"_qs)
+                               << QByteArray("[{\"base\":0,\"conflict\":\"value\",\"element\":\"selection 'a'\","
+                                             "\"key\":\"k\",\"mine\":1,\"new\":2}]")
+                               << QJsonArray {with(a, k, 1)} << QJsonArray {with(a, k, 2)};
+    QTest::newRow("value of a key that the base has not")
+        << QJsonArray {a} << QJsonArray {with(a, k, 1)} << QJsonArray {with(a, k, QJsonValue::Null)}
+        << QStringList(u"selection 'a', k: base nothing, mine 1, new null"_qs)
+        << QByteArray("[{\"conflict\":\"value\",\"element\":\"selection 'a'\",\"key\":\"k\",\"mine\":1,\"new\":null}]")
+        << QJsonArray {with(a, k, 1)} << QJsonArray {with(a, k, QJsonValue::Null)};
+    QTest::newRow("value of a key without a letter")
+        << QJsonArray {a} << QJsonArray {with(a, u""_qs, 1)} << QJsonArray {with(a, u""_qs, 2)}
+        << QStringList(u"selection 'a', \"\": base nothing, mine 1, new 2"_qs)
+        << QByteArray("[{\"conflict\":\"value\",\"element\":\"selection 'a'\",\"key\":\"\",\"mine\":1,\"new\":2}]")
+        << QJsonArray {with(a, u""_qs, 1)} << QJsonArray {with(a, u""_qs, 2)};
+    QTest::newRow("value changed and unset")
+        << QJsonArray {with(a, k, 0)} << QJsonArray {a} << QJsonArray {with(a, k, 2)}
+        << QStringList(u"selection 'a', k: base 0, mine nothing, new 2"_qs)
+        << QByteArray("[{\"base\":0,\"conflict\":\"value\",\"element\":\"selection 'a'\",\"key\":\"k\",\"new\":2}]")
+        << QJsonArray {a} << QJsonArray {with(a, k, 2)};
+    QTest::newRow("one name added twice")
+        << QJsonArray {} << QJsonArray {with(a, k, 1)} << QJsonArray {with(a, k, 2)}
+        << QStringList(u"selection 'a', k: base nothing, mine 1, new 2"_qs)
+        << QByteArray("[{\"conflict\":\"value\",\"element\":\"selection 'a'\",\"key\":\"k\",\"mine\":1,\"new\":2}]")
+        << QJsonArray {with(a, k, 1)} << QJsonArray {with(a, k, 2)};
+    QTest::newRow("foreign item") << QJsonArray {0} << QJsonArray {1} << QJsonArray {2}
+                                  << QStringList(u"no object at position 0 of the top level: base 0, mine 1, new 2"_qs)
+                                  << QByteArray("[{\"base\":0,\"conflict\":\"value\",\"element\":\"no object at "
+                                                "position 0 of the top level\",\"mine\":1,\"new\":2}]")
+                                  << QJsonArray {1} << QJsonArray {2};
+    QTest::newRow("removed by mine, changed by new")
+        << QJsonArray {a, b} << QJsonArray {b} << QJsonArray {with(a, k, 1), b}
+        << QStringList(QString(u"selection 'a', removed by mine, changed by new: base "_qs + asText
+               + u", mine nothing, new "_qs + asChangedText))
+        << QByteArray("[{\"base\":" + asText.toUtf8()
+               + ",\"by\":\"mine\",\"conflict\":\"removed\",\"element\":\"selection 'a'\",\"new\":"
+               + asChangedText.toUtf8() + "}]")
+        << QJsonArray {b} << QJsonArray {with(a, k, 1), b};
+    QTest::newRow("removed by new, changed by mine")
+        << QJsonArray {a, b} << QJsonArray {with(a, k, 1), b} << QJsonArray {b}
+        << QStringList(QString(u"selection 'a', removed by new, changed by mine: base "_qs + asText + u", mine "_qs
+               + asChangedText + u", new nothing"_qs))
+        << QByteArray("[{\"base\":" + asText.toUtf8()
+               + ",\"by\":\"new\",\"conflict\":\"removed\",\"element\":\"selection 'a'\",\"mine\":"
+               + asChangedText.toUtf8() + "}]")
+        << QJsonArray {with(a, k, 1), b} << QJsonArray {b};
+    QTest::newRow("node removed with a child that the other changed")
+        << QJsonArray {n({a, b}), c} << QJsonArray {n({with(a, k, 1), b}), c} << QJsonArray {c}
+        << QStringList(QString(u"selection 'n/a', removed by new, changed by mine: base "_qs + asText + u", mine "_qs
+               + asChangedText + u", new nothing"_qs))
+        << QByteArray() << QJsonArray {n({with(a, k, 1)}), c} << QJsonArray {c};
+    QTest::newRow("node removed to which the other added a child")
+        << QJsonArray {n({}), c} << QJsonArray {c} << QJsonArray {n({a}), c}
+        << QStringList(QString(u"node 'n', removed by mine, changed by new: base "
+                               "{\"instanceName\":\"n\",\"selectionType\":\"Node\",\"substructure\":[]}, mine nothing, "
+                               "new {\"instanceName\":\"n\",\"selectionType\":\"Node\",\"substructure\":["_qs
+               + asText + u"]}"_qs))
+        << QByteArray() << QJsonArray {c} << QJsonArray {n({a}), c};
+    const QString ab = u"[{\"instanceName\":\"a\",\"selectionType\":\"Selection\"},{\"instanceName\":\"b\","
+                       "\"selectionType\":\"Selection\"}]"_qs;
+    const QString ba = u"[{\"instanceName\":\"b\",\"selectionType\":\"Selection\"},{\"instanceName\":\"a\","
+                       "\"selectionType\":\"Selection\"}]"_qs;
+    const QString nodeText = u"{\"instanceName\":\"n\",\"selectionType\":\"Node\",\"substructure\":%1}"_qs;
+    QTest::newRow("node removed of which the other reordered the children")
+        << QJsonArray {n({a, b}), c} << QJsonArray {n({b, a}), c} << QJsonArray {c}
+        << QStringList(QString(u"node 'n', removed by new, changed by mine: base "_qs + nodeText.arg(ab) + u", mine "_qs
+               + nodeText.arg(ba) + u", new nothing"_qs))
+        << QByteArray() << QJsonArray {n({b, a}), c} << QJsonArray {c};
+    QTest::newRow("moved by mine, changed by new")
+        << QJsonArray {n({a}), m({c})} << QJsonArray {n({}), m({c, a})} << QJsonArray {n({with(a, k, 1)}), m({c})}
+        << QStringList(QString(u"selection 'n/a', moved to 'm/a' by mine, changed by new: base "_qs + asText
+               + u", mine "_qs + asText + u", new "_qs + asChangedText))
+        << QByteArray("[{\"base\":" + asText.toUtf8()
+               + ",\"by\":\"mine\",\"conflict\":\"moved\",\"element\":\"selection 'n/a'\",\"mine\":" + asText.toUtf8()
+               + ",\"movedTo\":\"'m/a'\",\"new\":" + asChangedText.toUtf8() + "}]")
+        << QJsonArray {n({}), m({c, a})} << QJsonArray {n({with(a, k, 1)}), m({c})};
+    QTest::newRow("moved by mine, children reordered by new")
+        << QJsonArray {n({a, b}), m({c})} << QJsonArray {m({c, n({a, b})})} << QJsonArray {n({b, a}), m({c})}
+        << QStringList(QString(u"node 'n', moved to 'm/n' by mine, changed by new: base "_qs + nodeText.arg(ab)
+               + u", mine "_qs + nodeText.arg(ab) + u", new "_qs + nodeText.arg(ba)))
+        << QByteArray() << QJsonArray {m({c, n({a, b})})} << QJsonArray {n({b, a}), m({c})};
+    QTest::newRow("moved by new, changed by mine")
+        << QJsonArray {n({a}), m({c})} << QJsonArray {n({with(a, k, 1)}), m({c})} << QJsonArray {n({}), m({c, a})}
+        << QStringList(QString(u"selection 'n/a', moved to 'm/a' by new, changed by mine: base "_qs + asText
+               + u", mine "_qs + asChangedText + u", new "_qs + asText))
+        << QByteArray() << QJsonArray {n({with(a, k, 1)}), m({c})} << QJsonArray {n({}), m({c, a})};
+    QTest::newRow("moved by new, children reordered by mine")
+        << QJsonArray {n({a, b}), m({c})} << QJsonArray {n({b, a}), m({c})} << QJsonArray {m({c, n({a, b})})}
+        << QStringList(QString(u"node 'n', moved to 'm/n' by new, changed by mine: base "_qs + nodeText.arg(ab)
+               + u", mine "_qs + nodeText.arg(ba) + u", new "_qs + nodeText.arg(ab)))
+        << QByteArray() << QJsonArray {n({b, a}), m({c})} << QJsonArray {m({c, n({a, b})})};
+    QTest::newRow("moved to two places")
+        << QJsonArray {n({a}), m({c}), x} << QJsonArray {n({}), m({c, a}), x} << QJsonArray {n({}), m({c}), a, x}
+        << QStringList(QString(u"selection 'n/a', moved to 'a' by new, to 'm/a' by mine: base "_qs + asText
+               + u", mine "_qs + asText + u", new "_qs + asText))
+        << QByteArray("[{\"base\":" + asText.toUtf8()
+               + ",\"by\":\"new\",\"conflict\":\"moved\",\"element\":\"selection 'n/a'\",\"mine\":" + asText.toUtf8()
+               + ",\"movedTo\":\"'a'\",\"new\":" + asText.toUtf8() + ",\"otherMovedTo\":\"'m/a'\"}]")
+        << QJsonArray {n({}), m({c, a}), x} << QJsonArray {n({}), m({c}), a, x};
+    QTest::newRow("moved into what the other removed")
+        << QJsonArray {a, n({c}), x} << QJsonArray {n({c, a}), x} << QJsonArray {a, x}
+        << QStringList(QString(u"node 'n', removed by new, changed by mine: base "_qs
+               + nodeText.arg(u"[{\"instanceName\":\"c\",\"selectionType\":\"Selection\"}]"_qs) + u", mine "_qs
+               + nodeText.arg(u"[{\"instanceName\":\"c\",\"selectionType\":\"Selection\"},{\"instanceName\":\"a\","
+                              "\"selectionType\":\"Selection\"}]"_qs)
+               + u", new nothing"_qs))
+        << QByteArray() << QJsonArray {n({c, a}), x} << QJsonArray {a, x};
+    QTest::newRow("moved into what the other moved")
+        << QJsonArray {a, n({c}), m({x})} << QJsonArray {n({c, a}), m({x})} << QJsonArray {a, m({x, n({c})})}
+        << QStringList(QString(u"node 'n', moved to 'm/n' by new, changed by mine: base "_qs
+               + nodeText.arg(u"[{\"instanceName\":\"c\",\"selectionType\":\"Selection\"}]"_qs) + u", mine "_qs
+               + nodeText.arg(u"[{\"instanceName\":\"c\",\"selectionType\":\"Selection\"},{\"instanceName\":\"a\","
+                              "\"selectionType\":\"Selection\"}]"_qs)
+               + u", new "_qs + nodeText.arg(u"[{\"instanceName\":\"c\",\"selectionType\":\"Selection\"}]"_qs)))
+        << QByteArray() << QJsonArray {n({c, a}), m({x})} << QJsonArray {a, m({x, n({c})})};
+    QTest::newRow("order") << QJsonArray {a, b, c} << QJsonArray {c, a, b} << QJsonArray {b, a, c}
+                           << QStringList(
+                                  u"order of the top level: base [\"a\",\"b\",\"c\"], mine [\"c\",\"a\",\"b\"], "
+                                  "new [\"b\",\"a\",\"c\"]"_qs)
+                           << QByteArray("[{\"base\":[\"a\",\"b\",\"c\"],\"conflict\":\"order\",\"element\":null,"
+                                         "\"mine\":[\"c\",\"a\",\"b\"],\"new\":[\"b\",\"a\",\"c\"]}]")
+                           << QJsonArray {c, a, b} << QJsonArray {b, a, c};
+    QTest::newRow("order of children, with an addition")
+        << QJsonArray {n({a, b, c})} << QJsonArray {n({c, a, b, x})} << QJsonArray {n({b, a, c})}
+        << QStringList(u"order of the children of node 'n': base [\"a\",\"b\",\"c\"], mine [\"c\",\"a\",\"b\"], "
+                       "new [\"b\",\"a\",\"c\"]"_qs)
+        << QByteArray() << QJsonArray {n({c, a, b, x})} << QJsonArray {n({b, x, a, c})};
+    QTest::newRow("twins of which each side changed one after mine removed the first")
+        << QJsonArray {with(a, k, 1), with(a, k, 2)} << QJsonArray {with(a, k, 2)}
+        << QJsonArray {with(a, k, 1), with(a, k, 3)}
+        << QStringList(u"selection at position 1 of the top level, removed by mine, changed by new: base "
+                       "{\"instanceName\":\"a\",\"k\":2,\"selectionType\":\"Selection\"}, mine nothing, new "
+                       "{\"instanceName\":\"a\",\"k\":3,\"selectionType\":\"Selection\"}"_qs)
+        << QByteArray() << QJsonArray {with(a, k, 2)} << QJsonArray {with(a, k, 2), with(a, k, 3)};
+}
+
+void tst_Merge::conflictsAreToldAndDecided()
+{
+    QFETCH(QJsonArray, base);
+    QFETCH(QJsonArray, mine);
+    QFETCH(QJsonArray, theirs);
+    QFETCH(QStringList, conflicts);
+    QFETCH(QByteArray, json);
+    QFETCH(QJsonArray, forMine);
+    QFETCH(QJsonArray, forTheirs);
+
+    for (const Decision decision : {Decision::Nobody, Decision::Mine, Decision::Theirs}) {
+        const Outcome outcome = mergeOf(base, mine, theirs, decision);
+        QCOMPARE(outcome.conflicts, conflicts);
+        QCOMPARE(compact(outcome.manifest), compact(decision == Decision::Theirs ? forTheirs : forMine));
+    }
+    if (!json.isNull()) {
+        QJsonArray found;
+        const QVector<MergeConflict> all =
+            merge(treeOf(base), treeOf(mine), treeOf(theirs), Decision::Nobody).conflicts;
+        for (const MergeConflict& conflict : all) {
+            found.append(toJson(conflict));
+        }
+        QCOMPARE(compact(found), json);
+    }
+}
+
+void tst_Merge::stampsOfMineStay()
+{
+    const auto stamp = [](const QJsonObject& element, const QString& text) {
+        return with(with(element, u"moduleName"_qs, text), u"objectName"_qs, text);
+    };
+    const QString k = u"k"_qs;
+    const QJsonObject a = selection(u"a"_qs);
+    const auto merged = [&](const QJsonObject& base, const QJsonObject& mine, const QJsonObject& theirs) {
+        const Outcome outcome = mergeOf({base}, {mine}, {theirs});
+        return outcome.conflicts.isEmpty() ? compact(outcome.manifest) : outcome.conflicts.join(u'\n').toUtf8();
+    };
+    QCOMPARE(merged(a, stamp(a, u"M"_qs), stamp(with(a, k, 1), u"N"_qs)), compact({stamp(with(a, k, 1), u"M"_qs)}));
+    QCOMPARE(merged(stamp(a, u"B"_qs), a, stamp(with(a, k, 1), u"N"_qs)), compact({with(a, k, 1)}));
+    QCOMPARE(merged(stamp(a, u"B"_qs), stamp(a, u"M"_qs), with(a, k, 1)), compact({stamp(with(a, k, 1), u"M"_qs)}));
+    // What was removed had other stamps, which nobody changed.
+    QCOMPARE(compact(mergeOf({stamp(a, u"B"_qs)}, {stamp(a, u"M"_qs)}, {}).manifest), compact({}));
+    // A selection that becomes a node has none any more, and a member of a node is none.
+    const QJsonObject asNode = node(u"a"_qs);
+    QCOMPARE(merged(a, stamp(a, u"M"_qs), asNode), compact({asNode}));
+    QCOMPARE(merged(asNode, with(asNode, u"moduleName"_qs, 1), with(asNode, k, 1)),
+        compact({with(with(asNode, u"moduleName"_qs, 1), k, 1)}));
+    // They make no conflict of a foreign item, either.
+    QCOMPARE(compact(mergeOf({stamp(QJsonObject {{u"selectionType"_qs, u"Selection"_qs}}, u"B"_qs)},
+                 {stamp(QJsonObject {{u"selectionType"_qs, u"Selection"_qs}}, u"M"_qs)}, {1})
+                         .manifest),
+        compact({1}));
+}
+
+void tst_Merge::hugeTreesAreMergedQuickly_data()
+{
+    QTest::addColumn<QJsonArray>("base");
+    QTest::addColumn<QJsonArray>("mine");
+    QTest::addColumn<QJsonArray>("theirs");
+
+    constexpr int many = 20000;
+    const auto manyOf = [](const char* name, int key) {
+        QJsonArray manifest;
+        for (int i = 0; i < many; ++i) {
+            const QString itsName = *name == '\0' ? QString::number(i) : QString::fromUtf8(name);
+            manifest.append(with(with(selection(itsName), u"number"_qs, i), u"key"_qs, key));
+        }
+        return manifest;
+    };
+    const auto reversed = [](const QJsonArray& manifest) {
+        QJsonArray result;
+        for (int i = manifest.size() - 1; i >= 0; --i) {
+            result.append(manifest.at(i));
+        }
+        return result;
+    };
+    const auto inChain = [](const QJsonArray& manifest) {
+        constexpr int levels = 500;
+        QJsonArray result = manifest;
+        for (int level = 0; level < levels; ++level) {
+            result = {node(u"n"_qs, result)};
+        }
+        return result;
+    };
+    const auto a = [](const QJsonArray& children) { return node(u"a"_qs, children); };
+    const auto b = [](const QJsonArray& children) { return node(u"b"_qs, children); };
+    const QJsonArray before = manyOf("", 0);
+    const QJsonArray after = manyOf("", 1);
+    QTest::newRow("reversed by mine, changed by new") << before << reversed(before) << after;
+    QJsonArray rotated = before;
+    rotated.append(rotated.takeAt(0));
+    QTest::newRow("reordered by both, in conflict") << before << reversed(before) << rotated;
+    QTest::newRow("conflicts only") << before << after << manyOf("", 2);
+    QTest::newRow("twins") << manyOf("twin", 0) << reversed(manyOf("twin", 0)) << manyOf("twin", 1);
+    QTest::newRow("all additions at the start") << QJsonArray() << before << QJsonArray {selection(u"x"_qs)};
+    QTest::newRow("moved by mine, changed by new")
+        << QJsonArray {a(before), b({})} << QJsonArray {a({}), b(before)} << QJsonArray {a(after), b({})};
+    QTest::newRow("moved to two places") << QJsonArray {a(before), b({})} << QJsonArray {a({}), b(before)}
+                                         << QJsonArray {a({}), b({}), node(u"c"_qs, before)};
+    QTest::newRow("removed by new, changed by mine") << QJsonArray {a(before)} << QJsonArray {a(after)} << QJsonArray();
+    QTest::newRow("below many levels") << inChain(before) << inChain(reversed(before)) << inChain(after);
+    QTest::newRow("many levels moved by mine, changed by new") << QJsonArray {a(inChain(before)),
+        b({})} << QJsonArray {a({}), b(inChain(before))} << QJsonArray {a(inChain(after)), b({})};
+    QTest::newRow("many levels removed by new, changed by mine")
+        << QJsonArray {a(inChain(before))} << QJsonArray {a(inChain(after))} << QJsonArray();
+}
+
+void tst_Merge::hugeTreesAreMergedQuickly()
+{
+    QFETCH(QJsonArray, base);
+    QFETCH(QJsonArray, mine);
+    QFETCH(QJsonArray, theirs);
+
+    const QByteArray text = compact(base);
+    QElapsedTimer timer;
+    timer.start();
+    const TreeElements baseTree = treeOf(QJsonDocument::fromJson(text).array());
+    const qint64 load = timer.elapsed();
+    const TreeElements mineTree = treeOf(mine);
+    const TreeElements theirTree = treeOf(theirs);
+    for (const Decision decision : {Decision::Mine, Decision::Theirs}) {
+        timer.restart();
+        const MergeResult result = merge(baseTree, mineTree, theirTree, decision);
+        const qint64 duration = timer.elapsed();
+        qInfo("loaded in %lld ms, merged in %lld ms, %d conflicts", load, duration, result.conflicts.size());
+        // What is quadratic takes hundreds of loads, and more than this.
+        constexpr qint64 disturbance = 1500;
+        QVERIFY(duration < 20 * load + disturbance);
+    }
+}
+
+MANIFEST_TEST_MAIN(tst_Merge)
+
+#include "tst_merge.moc"

@@ -1,0 +1,768 @@
+#include "ConfigurationManifestCreator.h"
+#include "ManifestFixture.h"
+#include "QuickFolder.h"
+#include "TestMain.h"
+#include "Tree.h"
+
+#include <QtCore/QDir>
+#include <QtCore/QDirIterator>
+#include <QtCore/QTemporaryDir>
+
+#include <algorithm>
+#include <functional>
+#include <random>
+#include <vector>
+
+#include <sys/stat.h>
+
+namespace {
+
+using Kind = TreeElement::Kind;
+
+const QString configurationScheme = QStringLiteral("configuration");
+
+void copyTree(const QString& from, const QString& to)
+{
+    QDirIterator files(from, QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
+    while (files.hasNext()) {
+        const QString file = files.next();
+        writeFile(to + file.mid(from.size()), readFile(file));
+    }
+}
+
+void link(const QString& target, const QString& path)
+{
+    if (!QFile::link(target, path)) {
+        qFatal("cannot link %s", qPrintable(path));
+    }
+}
+
+void makePipe(const QString& path)
+{
+    if (mkfifo(QFile::encodeName(path).constData(), 0600) != 0) {
+        qFatal("cannot make the pipe %s", qPrintable(path));
+    }
+}
+
+QStringList lines(const QVector<Remark>& remarks)
+{
+    QStringList lines;
+    for (const Remark& remark : remarks) {
+        lines << (remark.isDamage ? u"damage "_qs : u"ordinary "_qs) + remark.source + u": "_qs + remark.text;
+    }
+    return lines;
+}
+
+// What the creator writes for the same arguments, and what it reports.
+struct Creation {
+    QByteArray manifest;
+    QStringList messages;
+};
+
+Creation create(const QString& folder, const QString& scheme)
+{
+    MessageRecorder log;
+    Creation creation;
+    if (!ConfigurationManifestCreator().create2(folder, scheme)) {
+        qFatal("cannot create a manifest");
+    }
+    const Messages messages = log.take();
+    for (const Message& message : messages) {
+        creation.messages << message.text.trimmed();
+    }
+    creation.manifest = readFile(folder + QLatin1Char('/') + scheme + QStringLiteral(".manifest.json"));
+    return creation;
+}
+
+QStringList textsOf(const QVector<Remark>& remarks)
+{
+    QStringList texts;
+    for (const Remark& remark : remarks) {
+        texts << remark.text;
+    }
+    return texts;
+}
+
+void compareWithCreator(const QString& folder, const QString& scheme, FolderScan& scan)
+{
+    MessageRecorder log;
+    scan = scanFolder(folder, scheme);
+    // Nothing gets out of it but what it returns.
+    QCOMPARE(log.take(), Messages());
+    QCOMPARE(scan.refusal, QString());
+    const Creation creation = create(folder, scheme);
+    QCOMPARE(scan.isEmpty ? QByteArray() : compact(manifestOf(scan.elements)), creation.manifest);
+    QCOMPARE(textsOf(scan.remarks), creation.messages);
+}
+
+const TreeElement* elementFrom(const TreeElements& elements, const QString& source)
+{
+    for (const TreeElement& element : elements) {
+        if (element.source == source) {
+            return &element;
+        }
+        if (const TreeElement* const found = elementFrom(element.children, source)) {
+            return found;
+        }
+    }
+    return nullptr;
+}
+
+class RandomTree {
+public:
+    RandomTree(uint seed, const QString& folder)
+        : engine(seed)
+        , root(folder)
+    {
+        QDir().mkpath(root);
+        fill(root, 0);
+    }
+
+    int below(int bound)
+    {
+        return static_cast<int>(engine() % static_cast<uint>(bound));
+    }
+
+private:
+    template <std::size_t size>
+    const char* oneOf(const char* const (&texts)[size])
+    {
+        return texts[below(size)];
+    }
+
+    QByteArray description()
+    {
+        static const char* const whole[] = {"", "{", "[1,2]", "\"text\"", "{}\r\n",
+            "{\"hide\":1,\"displayPosition\":\"1\"}", "{\"substructure\":[{\"instanceName\":\"described\"}]}"};
+        static const char* const members[] = {R"("instanceName":"taken")", R"("instanceName":"Net/port")",
+            R"("instanceName":"")", R"("hide":true)", R"("hide":false)", R"("labelTextId":"ü")", R"("labelTextId":1)",
+            R"("connectorId":3)", R"("selectorTypeList":["a"])", R"("selectorTypeList":{})", R"("moduleName":"M")",
+            R"("own":{"deep":[1,2,3]})", R"("selectionType":"Node")", R"("tolmVersion":1)"};
+        static const char* const positions[] = {"0", "1", "1.5", "-7", "1e99", "null"};
+        if (below(5) == 0) {
+            return oneOf(whole);
+        }
+        QByteArray text = "{\"last\":0";
+        for (int i = below(4); i > 0; --i) {
+            const QByteArray member = oneOf(members);
+            // Of a key that comes twice, Qt loses the first array or object.
+            if (!text.contains(member.left(member.indexOf(':')))) {
+                text += ',' + member;
+            }
+        }
+        if (below(4) > 0) {
+            text += QByteArray(",\"displayPosition\":") + oneOf(positions);
+        }
+        return text + '}';
+    }
+
+    QString name()
+    {
+        static const char* const names[] = {"a", "B", "b", "net", "net.old", "Net", "ü", "日本", " ", "a b", "a\nb",
+            ".", "-x", "configuration", "%1", "\\", "'", "é"};
+        const QString text = QString::fromUtf8(oneOf(names)) + (below(3) > 0 ? QString::number(below(60)) : QString());
+        return text == QLatin1String(".") ? u"..."_qs : text;
+    }
+
+    QString fileName()
+    {
+        static const char* const suffixes[] = {".config.json", ".config.json", ".config.json", ".config.json",
+            ".process.json", ".process.json", ".CONFIG.JSON", ".txt"};
+        return name() + QLatin1String(oneOf(suffixes));
+    }
+
+    void fill(const QString& folder, int depth)
+    {
+        // Wide enough now and then that the order of equal positions is not that of the listing.
+        const int files = below(6) == 0 ? 17 + below(40) : below(5);
+        for (int i = 0; i < files; ++i) {
+            add(folder, fileName(), [&](const QString& path) { writeFile(path, description()); });
+        }
+        if (below(4) > 0) {
+            add(folder, u"Folder.menu.json"_qs, [&](const QString& path) { writeFile(path, description()); });
+        }
+        for (int i = below(3); i > 0; --i) {
+            add(folder, fileName(), [&](const QString& path) { link(root + u"/nowhere"_qs, path); });
+            add(folder, below(4) == 0 ? u"Folder.menu.json"_qs : fileName(), [&](const QString& path) {
+                writeFile(root + u".linked/file"_qs + QString::number(++linked), description());
+                link(root + u".linked/file"_qs + QString::number(linked), path);
+            });
+        }
+        const int folders = depth > 3 ? 0 : below(depth == 0 && below(8) == 0 ? 30 : 4);
+        for (int i = 0; i < folders; ++i) {
+            add(folder, below(9) == 0 ? fileName() : name(), [&](const QString& path) {
+                QDir().mkpath(path);
+                fill(path, depth + 1);
+                if (below(3) == 0) {
+                    add(folder, name(), [&](const QString& other) { link(path, other); });
+                }
+            });
+        }
+    }
+
+    template <typename Make>
+    void add(const QString& folder, const QString& name, const Make& make)
+    {
+        const QString path = folder + QLatin1Char('/') + name;
+        const QFileInfo info(path);
+        if (!info.exists() && !info.isSymLink()) {
+            make(path);
+        }
+    }
+
+    std::mt19937 engine;
+    const QString root;
+    int linked = 0;
+};
+
+struct Frequencies {
+    int trees = 0;
+    int empty = 0;
+    int wideWithTies = 0;
+    int damaged = 0;
+    int unreachable = 0;
+};
+
+int unreachableIn(const TreeElements& elements)
+{
+    int number = 0;
+    for (const TreeElement& element : elements) {
+        number += (element.isReachable() ? 0 : 1) + unreachableIn(element.children);
+    }
+    return number;
+}
+
+bool isWide(const TreeElements& elements)
+{
+    return elements.size() > 16 || std::any_of(elements.begin(), elements.end(), [](const TreeElement& child) {
+        return isWide(child.children);
+    });
+}
+
+// Every path leads queries and edits to its element, and the way to an unreachable one leads past it.
+void checkPaths(const TreeElements& tree, const TreeElements& siblings, const QString& wayTo)
+{
+    const HandlerWithoutFile handler(manifestOf(tree));
+    for (const TreeElement& element : siblings) {
+        const QString way = wayTo + element.answersTo;
+        QCOMPARE(findElement(tree, way, Qt::SkipEmptyParts) == &element, element.isReachable());
+        if (element.isReachable()) {
+            QCOMPARE(element.path, way);
+            QCOMPARE(findElement(tree, element.path, Qt::KeepEmptyParts), &element);
+            QJsonObject found;
+            QVERIFY(handler.getNodeElement(element.path, found));
+            QCOMPARE(found, element.object());
+        }
+        checkPaths(tree, element.children, way + QLatin1Char('/'));
+    }
+}
+
+} // namespace
+
+Q_DECLARE_METATYPE(Kind)
+
+// The model of a tree, read from manifests and from folders.
+class tst_Tree : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void kindOfAnElement_data();
+    void kindOfAnElement();
+    void pathOfAnElement_data();
+    void pathOfAnElement();
+    void everyPathIsOneThatLookupsTake();
+    void elementKnowsItsPlace();
+    void labelAndHiddenAreThoseOfTheElement();
+    void treeGivesItsManifestBack();
+    void editsFindWhatQueriesDoNot_data();
+    void editsFindWhatQueriesDoNot();
+
+    void scanOfTheExampleIsWhatTheCreatorWrites_data();
+    void scanOfTheExampleIsWhatTheCreatorWrites();
+    void scansOfRandomTreesAreWhatTheCreatorWrites();
+    void remarksNameTheirFiles_data();
+    void remarksNameTheirFiles();
+    void everyElementKnowsItsSource();
+    void scanWritesNothing();
+    void folderWithNothingToDo_data();
+    void folderWithNothingToDo();
+    void folderThatMayNotBeReadIsDamage();
+    void deviceIsRefusedUnread_data();
+    void deviceIsRefusedUnread();
+    void deviceThatIsNoDescriptionIsNotRefused();
+    void linkThatLeadsBackIsRefused_data();
+    void linkThatLeadsBackIsRefused();
+    void refusedScanLeavesMessagesAlone();
+};
+
+void tst_Tree::kindOfAnElement_data()
+{
+    QTest::addColumn<QJsonValue>("value");
+    QTest::addColumn<Kind>("kind");
+    QTest::addColumn<QString>("word");
+    QTest::newRow("node") << QJsonValue(node(u"a"_qs)) << Kind::Node << u"node"_qs;
+    QTest::newRow("selection") << QJsonValue(selection(u"a"_qs)) << Kind::Selection << u"selection"_qs;
+    QTest::newRow("another type") << QJsonValue(with(node(u"a"_qs), u"selectionType"_qs, u"node"_qs)) << Kind::Unknown
+                                  << u"unknown"_qs;
+    QTest::newRow("type that is no text")
+        << QJsonValue(with(node(u"a"_qs), u"selectionType"_qs, 1)) << Kind::Unknown << u"unknown"_qs;
+    QTest::newRow("without a type") << QJsonValue(QJsonObject()) << Kind::Unknown << u"unknown"_qs;
+    QTest::newRow("array") << QJsonValue(QJsonArray {node(u"a"_qs)}) << Kind::NoObject << u"no object"_qs;
+    QTest::newRow("null") << QJsonValue(QJsonValue::Null) << Kind::NoObject << u"no object"_qs;
+}
+
+void tst_Tree::kindOfAnElement()
+{
+    QFETCH(const QJsonValue, value);
+    QFETCH(const Kind, kind);
+    QFETCH(const QString, word);
+    const TreeElements tree = treeOf({value});
+    QCOMPARE(tree.size(), std::size_t(1));
+    QCOMPARE(tree.at(0).kind, kind);
+    QCOMPARE(toText(tree.at(0).kind), word);
+    QCOMPARE(tree.at(0).value, value);
+}
+
+void tst_Tree::pathOfAnElement_data()
+{
+    // The elements of the manifest, those of every level in front of what is below them.
+    QTest::addColumn<QJsonArray>("manifest");
+    QTest::addColumn<QStringList>("paths");
+    const auto row = [](const char* name, const QJsonArray& manifest, const QStringList& paths) {
+        QTest::newRow(name) << manifest << paths;
+    };
+    const QString none;
+    row("node", {node(u"a.b c"_qs)}, {u"a.b c"_qs});
+    row("selection at the top", {selection(u"main"_qs)}, {u"main"_qs});
+    row("selection answers to its last segment", {selection(u"Net/eth/port"_qs)}, {u"port"_qs});
+    row("below a node", {node(u"Net"_qs, {selection(u"Net/port"_qs), node(u"x"_qs)})},
+        {u"Net"_qs, u"Net/port"_qs, u"Net/x"_qs});
+    row("below a selection", {with(selection(u"a/s"_qs), u"substructure"_qs, QJsonArray {node(u"x"_qs)})},
+        {u"s"_qs, u"s/x"_qs});
+    row("below an unknown kind", {arrayFrom(R"([{"instanceName":"u","substructure":[{"instanceName":"v"}]}])").at(0)},
+        {u"u"_qs, u"u/v"_qs});
+    row("node with a slash", {node(u"a/b"_qs, {node(u"x"_qs)})}, {none, none});
+    row("unknown kind with a slash", {QJsonObject {{u"instanceName"_qs, u"a/b"_qs}}}, {none});
+    row("empty name", {node(u""_qs, {node(u"x"_qs)})}, {none, none});
+    row("empty last segment", {selection(u"Net/"_qs)}, {none});
+    row("without a name", {QJsonObject {{u"selectionType"_qs, u"Node"_qs}}}, {none});
+    row("name that is no text", {with(node(none), u"instanceName"_qs, 7)}, {none});
+    row("no object", {7, QJsonArray {node(u"x"_qs)}}, {none, none});
+    row("two of a name", {node(u"a"_qs, {node(u"x"_qs)}), node(u"a"_qs, {node(u"x"_qs)})},
+        {u"a"_qs, none, u"a/x"_qs, none});
+    row("selection behind a node of its last segment", {node(u"port"_qs), selection(u"Net/port"_qs)},
+        {u"port"_qs, none});
+    row("node behind a selection of its name", {selection(u"x/port"_qs), node(u"port"_qs)}, {u"port"_qs, none});
+    row("one of a name with a slash does not stand in the way", {node(u"x/port"_qs), selection(u"x/port"_qs)},
+        {none, u"port"_qs});
+    row("same name elsewhere", {node(u"a"_qs, {node(u"a"_qs)}), node(u"b"_qs, {node(u"a"_qs)})},
+        {u"a"_qs, u"b"_qs, u"a/a"_qs, u"b/a"_qs});
+    row("capitals count", {node(u"a"_qs), node(u"A"_qs)}, {u"a"_qs, u"A"_qs});
+    row("children that are no array", {with(node(u"a"_qs), u"substructure"_qs, node(u"x"_qs))}, {u"a"_qs});
+}
+
+void tst_Tree::pathOfAnElement()
+{
+    QFETCH(const QJsonArray, manifest);
+    QFETCH(const QStringList, paths);
+    const TreeElements tree = treeOf(manifest);
+    QStringList found;
+    std::vector<const TreeElements*> levels {&tree};
+    for (std::size_t i = 0; i < levels.size(); ++i) {
+        for (const TreeElement& element : *levels.at(i)) {
+            found << element.path;
+            QCOMPARE(element.isReachable(), !element.path.isNull());
+            levels.push_back(&element.children);
+        }
+    }
+    QCOMPARE(found, paths);
+    checkPaths(tree, tree, QString());
+}
+
+void tst_Tree::everyPathIsOneThatLookupsTake()
+{
+    std::mt19937 engine(1);
+    const auto below = [&](int bound) { return static_cast<int>(engine() % static_cast<uint>(bound)); };
+    const QStringList names {u"a"_qs, u"b"_qs, u"a/b"_qs, u"b/a"_qs, u""_qs, u"a/"_qs, u"/a"_qs, u"b/b"_qs, u"ab"_qs};
+    const std::function<QJsonArray(int)> children = [&](int depth) {
+        QJsonArray array;
+        for (int i = below(6); i > 0; --i) {
+            QJsonObject element =
+                below(2) == 0 ? node(names.at(below(names.size()))) : selection(names.at(below(names.size())));
+            if (below(8) == 0) {
+                element.remove(below(2) == 0 ? u"selectionType"_qs : u"instanceName"_qs);
+            }
+            if (depth < 4) {
+                element.insert(u"substructure"_qs, children(depth + 1));
+            }
+            array.append(below(12) == 0 ? QJsonValue(1) : QJsonValue(element));
+        }
+        return array;
+    };
+    int unreachable = 0;
+    for (int i = 0; i < 40; ++i) {
+        const TreeElements tree = treeOf(children(0));
+        checkPaths(tree, tree, QString());
+        if (QTest::currentTestFailed()) {
+            return;
+        }
+        unreachable += unreachableIn(tree);
+    }
+    QVERIFY(unreachable > 500);
+}
+
+void tst_Tree::elementKnowsItsPlace()
+{
+    const TreeElements tree =
+        treeOf({node(u"a"_qs), node(u"b"_qs, {node(u"c"_qs), node(u"c"_qs, {node(u"d"_qs)})}), 1});
+    const TreeElement& b = tree.at(1);
+    QCOMPARE(b.position(), 1);
+    QCOMPARE(b.depth(), 0);
+    QCOMPARE(b.positions, QVector<int>({1}));
+    QCOMPARE(b.place(), u"'b'"_qs);
+    QCOMPARE(b.shadowedBy, -1);
+    const TreeElement& second = b.children.at(1);
+    QCOMPARE(second.position(), 1);
+    QCOMPARE(second.depth(), 1);
+    QCOMPARE(second.place(), u"position 1 below 'b'"_qs);
+    QCOMPARE(second.answersTo, u"c"_qs);
+    QCOMPARE(second.shadowedBy, 0);
+    const TreeElement& deepest = second.children.at(0);
+    QCOMPARE(deepest.positions, QVector<int>({1, 1, 0}));
+    QCOMPARE(deepest.depth(), 2);
+    QCOMPARE(deepest.place(), u"position 0 below position 1 below 'b'"_qs);
+    QCOMPARE(tree.at(2).place(), u"position 2 of the top level"_qs);
+}
+
+void tst_Tree::labelAndHiddenAreThoseOfTheElement()
+{
+    const TreeElements tree = treeOf(arrayFrom(
+        R"([{"labelTextId":"TXT","hide":true},{"labelTextId":1,"hide":1},{"instanceName":"Net/port"},{"hide":false}])"));
+    QCOMPARE(tree.at(0).label(), u"TXT"_qs);
+    QCOMPARE(tree.at(0).isHidden(), true);
+    QCOMPARE(tree.at(1).label(), QString());
+    QCOMPARE(tree.at(1).isHidden(), false);
+    QCOMPARE(tree.at(2).name, u"Net/port"_qs);
+    QCOMPARE(tree.at(3).isHidden(), false);
+}
+
+void tst_Tree::treeGivesItsManifestBack()
+{
+    const QJsonArray manifest = {node(u"a"_qs, {1, node(u"b"_qs, {})}), QJsonArray {1}, selection(u"s"_qs)};
+    QCOMPARE(compact(manifestOf(treeOf(manifest))), compact(manifest));
+    QCOMPARE(manifestOf(treeOf({})), QJsonArray());
+}
+
+void tst_Tree::editsFindWhatQueriesDoNot_data()
+{
+    QTest::addColumn<QString>("path");
+    QTest::addColumn<QVector<int>>("query");
+    QTest::addColumn<QVector<int>>("edit");
+    const QVector<int> nothing;
+    QTest::newRow("plain") << u"a/b"_qs << QVector<int> {0, 0} << QVector<int> {0, 0};
+    QTest::newRow("empty") << u""_qs << nothing << QVector<int> {1};
+    QTest::newRow("only slashes") << u"//"_qs << nothing << nothing;
+    QTest::newRow("slash in front") << u"/a"_qs << QVector<int> {0} << QVector<int> {1, 0};
+    QTest::newRow("two slashes") << u"a//b"_qs << QVector<int> {0, 0} << nothing;
+    QTest::newRow("slash at the end") << u"a/"_qs << QVector<int> {0} << nothing;
+    QTest::newRow("whole path where the last name is missing") << u"a/c"_qs << nothing << QVector<int> {0, 1};
+    QTest::newRow("first name missing") << u"c/a"_qs << nothing << nothing;
+}
+
+void tst_Tree::editsFindWhatQueriesDoNot()
+{
+    QFETCH(const QString, path);
+    QFETCH(const QVector<int>, query);
+    QFETCH(const QVector<int>, edit);
+    const TreeElements tree =
+        treeOf({node(u"a"_qs, {node(u"b"_qs), node(u"a/c"_qs)}), node(u""_qs, {node(u"a"_qs)}), node(u"b/c"_qs)});
+    const auto positionsOf = [](const TreeElement* element) { return element ? element->positions : QVector<int>(); };
+    QCOMPARE(positionsOf(findElement(tree, path, Qt::SkipEmptyParts)), query);
+    const TreeElement* const edited = findElement(tree, path, Qt::KeepEmptyParts);
+    QCOMPARE(positionsOf(edited), edit);
+    // And so it is with an edit.
+    HandlerWithoutFile handler(manifestOf(tree));
+    QCOMPARE(handler.setProperty(path, u"mark"_qs, true, false), edited != nullptr);
+    const TreeElements after = treeOf(handler.getManifestJsonArray());
+    const TreeElement* const marked = findElement(after, path, Qt::KeepEmptyParts);
+    QCOMPARE(marked != nullptr && marked->object().contains(u"mark"_qs), edited != nullptr);
+}
+
+void tst_Tree::scanOfTheExampleIsWhatTheCreatorWrites_data()
+{
+    QTest::addColumn<QString>("scheme");
+    QTest::newRow("configuration") << configurationScheme;
+    QTest::newRow("process") << u"process"_qs;
+    QTest::newRow("another one") << u"Configuration"_qs;
+}
+
+void tst_Tree::scanOfTheExampleIsWhatTheCreatorWrites()
+{
+    QFETCH(const QString, scheme);
+    const QTemporaryDir base;
+    copyTree(QStringLiteral(EXAMPLE_TREE), base.path());
+    FolderScan scan;
+    compareWithCreator(base.filePath(u"configuration"_qs), scheme, scan);
+    QCOMPARE(scan.elements.empty(), false);
+}
+
+void tst_Tree::scansOfRandomTreesAreWhatTheCreatorWrites()
+{
+    Frequencies frequencies;
+    const QStringList schemes {configurationScheme, configurationScheme, u"process"_qs, u"x"_qs};
+    for (uint seed = 1; seed <= 500; ++seed) {
+        const QTemporaryDir base(quickFolder());
+        const QString folder = base.filePath(u"tree"_qs);
+        RandomTree random(seed, folder);
+        const QString scheme = schemes.at(random.below(schemes.size()));
+        FolderScan scan;
+        compareWithCreator(folder, scheme, scan);
+        if (QTest::currentTestFailed()) {
+            qWarning("seed %u", seed);
+            return;
+        }
+        const TreeElements read = treeOf(arrayFrom(compact(manifestOf(scan.elements)).constData()));
+        QCOMPARE(unreachableIn(scan.elements), unreachableIn(read));
+        ++frequencies.trees;
+        frequencies.empty += scan.elements.empty() ? 1 : 0;
+        frequencies.wideWithTies += isWide(scan.elements) ? 1 : 0;
+        frequencies.damaged +=
+            std::any_of(scan.remarks.begin(), scan.remarks.end(), [](const Remark& remark) { return remark.isDamage; });
+        frequencies.unreachable += unreachableIn(scan.elements) > 0 ? 1 : 0;
+    }
+    // So often that the trees are worth something.
+    QCOMPARE(frequencies.trees, 500);
+    QVERIFY2(frequencies.empty > 10, qPrintable(QString::number(frequencies.empty)));
+    QVERIFY2(frequencies.wideWithTies > 100, qPrintable(QString::number(frequencies.wideWithTies)));
+    QVERIFY2(frequencies.damaged > 200, qPrintable(QString::number(frequencies.damaged)));
+    QVERIFY2(frequencies.unreachable > 100, qPrintable(QString::number(frequencies.unreachable)));
+}
+
+void tst_Tree::remarksNameTheirFiles_data()
+{
+    using Files = QVector<QPair<QString, QByteArray>>;
+    QTest::addColumn<Files>("files");
+    QTest::addColumn<QStringList>("remarks");
+    const QByteArray good = R"({"displayPosition":1,"hide":false})";
+    const auto row = [](const char* name, const Files& files, const QStringList& remarks) {
+        QTest::newRow(name) << files << remarks;
+    };
+    row("nothing to say", {{u"a.config.json"_qs, good}}, {});
+    row("cut short", {{u"a.config.json"_qs, good}, {u"b.config.json"_qs, "{"}},
+        {u"damage b.config.json: Can't parse Json!"_qs,
+            u"ordinary b.config.json: Cannot find key displayPosition in Json object!"_qs,
+            u"ordinary b.config.json: Cannot find key \"hide\" in Json object!"_qs});
+    row("below", {{u"x/Folder.menu.json"_qs, good}, {u"x/y/Folder.menu.json"_qs, good}, {u"x/y/a.config.json"_qs, "{"}},
+        {u"damage x/y/a.config.json: Can't parse Json!"_qs,
+            u"ordinary x/y/a.config.json: Cannot find key displayPosition in Json object!"_qs,
+            u"ordinary x/y/a.config.json: Cannot find key \"hide\" in Json object!"_qs});
+    row("wrong types", {{u"a.config.json"_qs, R"({"displayPosition":"1","hide":1,"iconName":2,"selectorTypeList":3})"}},
+        {u"damage a.config.json: Property displayPosition is not of type double!"_qs,
+            u"damage a.config.json: Property \"hide\" is not of type bool!"_qs,
+            u"damage a.config.json: Property \"selectorTypeList\" is not of type array!"_qs,
+            u"damage a.config.json: Property \"iconName\" is not of type string!"_qs});
+    row("folder without a description", {{u"x/a.config.json"_qs, good}},
+        {u"ordinary x: No description file found!"_qs,
+            u"ordinary x: Cannot find key displayPosition in Json object!"_qs});
+    row("description of a folder cut short", {{u"x/Folder.menu.json"_qs, "{"}, {u"x/a.config.json"_qs, good}},
+        {u"damage x/Folder.menu.json: Can't parse Json!"_qs,
+            u"ordinary x/Folder.menu.json: Cannot find key displayPosition in Json object!"_qs});
+    row("folder that is not in the tree", {{u"x/Folder.menu.json"_qs, "{"}},
+        {u"damage x/Folder.menu.json: Can't parse Json!"_qs,
+            u"ordinary x/Folder.menu.json: Cannot find key displayPosition in Json object!"_qs});
+    row("same message about two files, in the order of the listing",
+        {{u"b.config.json"_qs, R"({"displayPosition":1})"}, {u"a.config.json"_qs, R"({"displayPosition":2})"}},
+        {u"ordinary a.config.json: Cannot find key \"hide\" in Json object!"_qs,
+            u"ordinary b.config.json: Cannot find key \"hide\" in Json object!"_qs});
+    row("file of the other kind", {{u"a.process.json"_qs, "{"}}, {});
+}
+
+void tst_Tree::remarksNameTheirFiles()
+{
+    using Files = QVector<QPair<QString, QByteArray>>;
+    QFETCH(const Files, files);
+    QFETCH(const QStringList, remarks);
+    const QTemporaryDir folder;
+    for (const auto& file : files) {
+        writeFile(folder.filePath(file.first), file.second);
+    }
+    const FolderScan scan = scanFolder(folder.path(), configurationScheme);
+    QCOMPARE(lines(scan.remarks), remarks);
+}
+
+void tst_Tree::everyElementKnowsItsSource()
+{
+    const QTemporaryDir base;
+    copyTree(QStringLiteral(EXAMPLE_TREE), base.path());
+    const QString folder = base.filePath(u"configuration"_qs);
+    QVERIFY(QDir().mkpath(folder + u"/broken"_qs));
+    writeFile(folder + u"/broken/a.config.json"_qs, "{\"displayPosition\":1,\"hide\":true}");
+    link(folder + u"/nowhere"_qs, folder + u"/broken/Folder.menu.json"_qs);
+    const FolderScan scan = scanFolder(folder, configurationScheme);
+
+    const TreeElement* const cutShort = elementFrom(scan.elements, u"imported/cut-short.config.json"_qs);
+    QVERIFY(cutShort != nullptr);
+    QCOMPARE(cutShort->path, u"imported/cut-short"_qs);
+    QCOMPARE(lines(cutShort->remarks).constFirst(), u"damage imported/cut-short.config.json: Can't parse Json!"_qs);
+    const TreeElement* const menu = elementFrom(scan.elements, u"imported/menu-cut-short/Folder.menu.json"_qs);
+    QVERIFY(menu != nullptr);
+    QCOMPARE(menu->kind, Kind::Node);
+    QCOMPARE(
+        lines(menu->remarks).constFirst(), u"damage imported/menu-cut-short/Folder.menu.json: Can't parse Json!"_qs);
+    // A link that leads nowhere is more than a folder without a description.
+    const TreeElement* const broken = elementFrom(scan.elements, u"broken/Folder.menu.json"_qs);
+    QVERIFY(broken != nullptr);
+    QVERIFY(lines(broken->remarks).constFirst().startsWith(u"damage broken/Folder.menu.json: Can't open file"_qs));
+    const TreeElement* const hidden = elementFrom(scan.elements, u"broken/a.config.json"_qs);
+    QVERIFY(hidden != nullptr);
+    QCOMPARE(hidden->isHidden(), true);
+    QVERIFY(hidden->remarks.isEmpty());
+    // One of the two that want to be called network.
+    const TreeElement* const old = elementFrom(scan.elements, u"network.old/Folder.menu.json"_qs);
+    QVERIFY(old != nullptr);
+    QCOMPARE(old->name, u"network"_qs);
+}
+
+void tst_Tree::scanWritesNothing()
+{
+    const QTemporaryDir base;
+    writeFile(base.filePath(u"a.config.json"_qs), "{}");
+    scanFolder(base.path(), configurationScheme);
+    QCOMPARE(everythingIn(base.path()), QStringList({u"a.config.json"_qs}));
+}
+
+void tst_Tree::folderWithNothingToDo_data()
+{
+    QTest::addColumn<QStringList>("files");
+    QTest::addColumn<bool>("isEmpty");
+    QTest::newRow("missing") << QStringList() << true;
+    QTest::newRow("only hidden entries") << QStringList(u".hidden"_qs) << true;
+    QTest::newRow("no description") << QStringList(u"readme.txt"_qs) << false;
+}
+
+void tst_Tree::folderWithNothingToDo()
+{
+    QFETCH(const QStringList, files);
+    QFETCH(const bool, isEmpty);
+    const QTemporaryDir base;
+    for (const QString& file : files) {
+        writeFile(base.filePath(u"tree/"_qs + file), "{}");
+    }
+    const FolderScan scan = scanFolder(base.filePath(u"tree"_qs), configurationScheme);
+    QCOMPARE(scan.isEmpty, isEmpty);
+    QVERIFY(scan.elements.empty());
+    QCOMPARE(scan.refusal, QString());
+}
+
+void tst_Tree::folderThatMayNotBeReadIsDamage()
+{
+    const QTemporaryDir base;
+    writeFile(base.filePath(u"x/a.config.json"_qs), "{}");
+    writeFile(base.filePath(u"y.config.json"_qs), "{\"displayPosition\":1,\"hide\":true}");
+    writeFile(base.filePath(u"z.config.json"_qs), "{}");
+    QVERIFY(QFile::setPermissions(base.filePath(u"z.config.json"_qs), QFile::Permissions()));
+    QVERIFY(chmod(QFile::encodeName(base.path()).constData(), 0755) == 0);
+    QVERIFY(chmod(QFile::encodeName(base.filePath(u"x"_qs)).constData(), 0) == 0);
+    FolderScan scan;
+    {
+        const AsOrdinaryUser user;
+        scan = scanFolder(base.path(), configurationScheme);
+    }
+    QVERIFY(chmod(QFile::encodeName(base.filePath(u"x"_qs)).constData(), 0700) == 0);
+    QCOMPARE(scan.elements.size(), std::size_t(2));
+    QCOMPARE(scan.elements.at(1).source, u"y.config.json"_qs);
+    const QStringList remarks = lines(scan.remarks);
+    QVERIFY2(remarks.contains(u"damage x: Can't read folder: Permission denied"_qs), qPrintable(remarks.join(u'\n')));
+    QVERIFY2(remarks.filter(u"damage z.config.json: Can't open file"_qs).size() == 1, qPrintable(remarks.join(u'\n')));
+}
+
+void tst_Tree::deviceIsRefusedUnread_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QString>("target");
+    QTest::addColumn<QString>("refusal");
+    QTest::newRow("endless device") << u"x/a.config.json"_qs << u"/dev/zero"_qs << u"x/a.config.json: is a device"_qs;
+    QTest::newRow("description of a folder")
+        << u"x/Folder.menu.json"_qs << u"/dev/zero"_qs << u"x/Folder.menu.json: is a device"_qs;
+    // Whoever opens it for reading waits for a writer.
+    QTest::newRow("pipe") << u"a.config.json"_qs << QString() << u"a.config.json: is a pipe"_qs;
+    QTest::newRow("pipe describing a folder")
+        << u"x/Folder.menu.json"_qs << QString() << u"x/Folder.menu.json: is a pipe"_qs;
+}
+
+void tst_Tree::deviceIsRefusedUnread()
+{
+    QFETCH(const QString, name);
+    QFETCH(QString, target);
+    QFETCH(const QString, refusal);
+    const QTemporaryDir base;
+    writeFile(base.filePath(u"tree/x/b.config.json"_qs), "{}");
+    if (target.isEmpty()) {
+        target = base.filePath(u"pipe"_qs);
+        makePipe(target);
+    }
+    link(target, base.filePath(u"tree/"_qs + name));
+    const FolderScan scan = scanFolder(base.filePath(u"tree"_qs), configurationScheme);
+    QCOMPARE(scan.refusal, refusal);
+    QVERIFY(scan.elements.empty());
+}
+
+void tst_Tree::deviceThatIsNoDescriptionIsNotRefused()
+{
+    const QTemporaryDir base;
+    writeFile(base.filePath(u"tree/a.config.json"_qs), "{}");
+    // Not listed, so the library does not read it.
+    makePipe(base.filePath(u"tree/b.config.json"_qs));
+    link(u"/dev/zero"_qs, base.filePath(u"tree/c.process.json"_qs));
+    link(u"/dev/zero"_qs, base.filePath(u"tree/zero"_qs));
+    // Only the folders below are described.
+    link(u"/dev/zero"_qs, base.filePath(u"tree/Folder.menu.json"_qs));
+    FolderScan scan;
+    compareWithCreator(base.filePath(u"tree"_qs), configurationScheme, scan);
+    QCOMPARE(scan.elements.size(), std::size_t(1));
+}
+
+void tst_Tree::linkThatLeadsBackIsRefused_data()
+{
+    QTest::addColumn<QString>("target");
+    QTest::addColumn<QString>("path");
+    QTest::addColumn<QString>("refusal");
+    const auto leadsBack = [](const QString& path) -> QString {
+        return path + u": leads back to a folder that it lies in"_qs;
+    };
+    QTest::newRow("to its own folder") << u"x"_qs << u"x/up"_qs << leadsBack(u"x/up"_qs);
+    QTest::newRow("to the scanned folder") << u"."_qs << u"x/y/up"_qs << leadsBack(u"x/y/up"_qs);
+    QTest::newRow("above the scanned folder") << u".."_qs << u"x/up"_qs << leadsBack(u"x/up/tree"_qs);
+    QTest::newRow("to a folder beside it") << u"other"_qs << u"x/y/other"_qs << QString();
+}
+
+void tst_Tree::linkThatLeadsBackIsRefused()
+{
+    QFETCH(const QString, target);
+    QFETCH(const QString, path);
+    QFETCH(const QString, refusal);
+    const QTemporaryDir base;
+    const QString folder = base.filePath(u"tree"_qs);
+    writeFile(folder + u"/x/y/a.config.json"_qs, "{}");
+    writeFile(folder + u"/other/b.config.json"_qs, "{}");
+    link(folder + QLatin1Char('/') + target, folder + QLatin1Char('/') + path);
+    const FolderScan scan = scanFolder(folder, configurationScheme);
+    QCOMPARE(scan.refusal, refusal);
+    QCOMPARE(scan.elements.empty(), !refusal.isNull());
+}
+
+void tst_Tree::refusedScanLeavesMessagesAlone()
+{
+    const QTemporaryDir base;
+    link(base.path(), base.filePath(u"up"_qs));
+    MessageRecorder log;
+    QVERIFY(!scanFolder(base.path(), configurationScheme).refusal.isNull());
+    qWarning("afterwards");
+    const Messages messages = log.take();
+    QCOMPARE(messages.size(), 1);
+    QCOMPARE(messages.at(0).text, u"afterwards"_qs);
+}
+
+MANIFEST_TEST_MAIN(tst_Tree)
+
+#include "tst_tree.moc"
