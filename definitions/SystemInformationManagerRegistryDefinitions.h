@@ -9,14 +9,15 @@
  * a provider:
  *
  * - Every getter returns a reference to the same string from its first call to the end of the process, also in
- * destructors of static objects. The library keeps these references. A function-local static QString made from
- * QStringLiteral fulfils this. A string that is built at run time does not, because its data is freed at exit. -
- * Getters are called from any thread. A string that is built on the first call needs a guarded initialisation, which a
- * function-local static has. - No text is empty. No two keys have the same text, the keys of
- * ConfigurationAndProcessDataDefinitions included. Keys are compared case-sensitively. - The texts marked "fixed" are
- * part of the file format of the manifest. The library has its own copies of four of them, which must be equal:
- * "selectionType", "Selection" and "Node" in ConfigurationManifestHandler, "instanceName" in
- * JsonDataIteratorConfigurationInstanceListUpdater. All other texts are the choice of the provider.
+ *   destructors of static objects. The library keeps these references. A function-local static QString made from
+ *   QStringLiteral fulfils this. A string that is built at run time does not, because its data is freed at exit.
+ * - Getters are called from any thread. A string that is built on the first call needs a guarded initialisation, which
+ *   a function-local static has.
+ * - No text is empty. No two keys have the same text, the keys of ConfigurationAndProcessDataDefinitions included. Keys
+ *   are compared case-sensitively.
+ * - The texts marked "fixed" are part of the file format of the manifest. The library has its own copies of four of
+ *   them, which must be equal: "selectionType", "Selection" and "Node" in ConfigurationManifestHandler, "instanceName"
+ *   in JsonDataIteratorConfigurationInstanceListUpdater. All other texts are the choice of the provider.
  *
  * | getter                | text                     | JSON type | meaning                                     |
  * |-----------------------|--------------------------|-----------|---------------------------------------------|
