@@ -1,5 +1,6 @@
 #include "Patience.h"
 #include "ProgramRun.h"
+#include "Table.h"
 #include "TestMain.h"
 #include "tools/Descriptor.h"
 
@@ -161,50 +162,42 @@ private Q_SLOTS:
 
 void tst_Compare::everyOperandMayBeAFileAFolderOrStandardInput_data()
 {
-    QTest::addColumn<QString>("commandLine");
-    QTest::addColumn<QByteArray>("input");
-    QTest::addColumn<ProgramRun>("run");
+    const Table<QString, QByteArray, ProgramRun> row("commandLine", "input", "run");
 
     const QByteArray text = compact({selection(u"x"_qs)});
     const QByteArray removed = "removed: selection 'page'\n";
     const QByteArray added = "added: selection 'page', as position 0\n";
     const ProgramRun nothing {0, QByteArray(), QByteArray()};
-    QTest::newRow("check of a file") << u"check file"_qs << QByteArray() << nothing;
-    QTest::newRow("check of a folder") << u"check folder"_qs << QByteArray() << nothing;
-    QTest::newRow("check of standard input") << u"check -"_qs << text << nothing;
-    QTest::newRow("check of nothing in standard input")
-        << u"check -"_qs << QByteArray() << misused(u"- is not a manifest: illegal value at byte 0"_qs);
-    QTest::newRow("check of a file with a folder") << u"check file --folder folder"_qs << QByteArray() << nothing;
-    QTest::newRow("check of a folder with itself") << u"check folder --folder folder"_qs << QByteArray() << nothing;
-    QTest::newRow("check of standard input with a folder")
-        << u"check - --folder folder"_qs << QByteArray("[]") << found("drift: " + added);
-    QTest::newRow("diff of a file and a folder") << u"diff file folder"_qs << QByteArray() << nothing;
-    QTest::newRow("diff of a folder and a file") << u"diff folder/ ./file"_qs << QByteArray() << nothing;
-    QTest::newRow("diff of folders") << u"diff folder folder"_qs << QByteArray() << nothing;
-    QTest::newRow("diff of standard input and a file") << u"diff - file"_qs << QByteArray("[]") << found(added);
-    QTest::newRow("diff of a file and standard input") << u"diff file -"_qs << QByteArray("[]") << found(removed);
-    QTest::newRow("diff of standard input and a folder") << u"diff - folder"_qs << QByteArray("[]") << found(added);
-    QTest::newRow("diff of a folder and standard input") << u"diff folder -"_qs << QByteArray("[]") << found(removed);
-    QTest::newRow("merge of files") << u"merge empty other file"_qs << QByteArray()
-                                    << ProgramRun {0, added + "merged: 1 added, 0 removed, 0 changed; not saved\n", {}};
-    QTest::newRow("merge of folders") << u"merge folder folder folder"_qs << QByteArray()
-                                      << ProgramRun {0, "unchanged\n",
-                                             "warning: BASE and MINE are the same file, so nothing in MINE counts as "
-                                             "changed\n"};
-    QTest::newRow("merge with BASE from standard input")
-        << u"merge - file empty"_qs << text << ProgramRun {0, "unchanged\n", {}};
-    QTest::newRow("merge with MINE from standard input")
-        << u"merge empty - file"_qs << QByteArray("[]")
-        << ProgramRun {0, added + "merged: 1 added, 0 removed, 0 changed; not saved\n", {}};
-    QTest::newRow("merge with NEW from standard input")
-        << u"merge file folder -"_qs << QByteArray("[]")
-        << ProgramRun {0, removed + "merged: 0 added, 1 removed, 0 changed; not saved\n", {}};
-    QTest::newRow("merge with a folder as BASE")
-        << u"merge folder file empty"_qs << QByteArray()
-        << ProgramRun {0, removed + "merged: 0 added, 1 removed, 0 changed; not saved\n", {}};
+    row("check of a file", u"check file"_qs, {}, nothing);
+    row("check of a folder", u"check folder"_qs, {}, nothing);
+    row("check of standard input", u"check -"_qs, text, nothing);
+    row("check of nothing in standard input", u"check -"_qs, {},
+        misused(u"- is not a manifest: illegal value at byte 0"_qs));
+    row("check of a file with a folder", u"check file --folder folder"_qs, {}, nothing);
+    row("check of a folder with itself", u"check folder --folder folder"_qs, {}, nothing);
+    row("check of standard input with a folder", u"check - --folder folder"_qs, "[]", found("drift: " + added));
+    row("diff of a file and a folder", u"diff file folder"_qs, {}, nothing);
+    row("diff of a folder and a file", u"diff folder/ ./file"_qs, {}, nothing);
+    row("diff of folders", u"diff folder folder"_qs, {}, nothing);
+    row("diff of standard input and a file", u"diff - file"_qs, "[]", found(added));
+    row("diff of a file and standard input", u"diff file -"_qs, "[]", found(removed));
+    row("diff of standard input and a folder", u"diff - folder"_qs, "[]", found(added));
+    row("diff of a folder and standard input", u"diff folder -"_qs, "[]", found(removed));
+    row("merge of files", u"merge empty other file"_qs, {},
+        ProgramRun {0, added + "merged: 1 added, 0 removed, 0 changed; not saved\n", {}});
+    row("merge of folders", u"merge folder folder folder"_qs, {},
+        ProgramRun {
+            0, "unchanged\n", "warning: BASE and MINE are the same file, so nothing in MINE counts as changed\n"});
+    row("merge with BASE from standard input", u"merge - file empty"_qs, text, ProgramRun {0, "unchanged\n", {}});
+    row("merge with MINE from standard input", u"merge empty - file"_qs, "[]",
+        ProgramRun {0, added + "merged: 1 added, 0 removed, 0 changed; not saved\n", {}});
+    row("merge with NEW from standard input", u"merge file folder -"_qs, "[]",
+        ProgramRun {0, removed + "merged: 0 added, 1 removed, 0 changed; not saved\n", {}});
+    row("merge with a folder as BASE", u"merge folder file empty"_qs, {},
+        ProgramRun {0, removed + "merged: 0 added, 1 removed, 0 changed; not saved\n", {}});
     const ProgramRun twice = misused(u"standard input can be read only once"_qs);
-    QTest::newRow("diff of standard input with itself") << u"diff - -"_qs << text << twice;
-    QTest::newRow("merge of standard input with itself") << u"merge - file -"_qs << text << twice;
+    row("diff of standard input with itself", u"diff - -"_qs, text, twice);
+    row("merge of standard input with itself", u"merge - file -"_qs, text, twice);
 }
 
 void tst_Compare::everyOperandMayBeAFileAFolderOrStandardInput()
@@ -252,8 +245,8 @@ void tst_Compare::stampsCountWhenAskedFor()
     place.describe(u"folder/page.config.json"_qs, 1);
     writeFile(place.path(u"new"_qs), place.run(u"create-folder folder --print"_qs).output);
     writeFile(place.path(u"stamped"_qs), place.run(u"stamp new --module M --object O --print"_qs).output);
-    const QByteArray line = "changed: selection 'page', moduleName from \"M\" to nothing, objectName from \"O\" to "
-                            "nothing\n";
+    const QByteArray line =
+        "changed: selection 'page', moduleName from \"M\" to nothing, objectName from \"O\" to nothing\n";
     QCOMPARE(place.run(u"diff stamped folder"_qs), (ProgramRun {0, {}, {}}));
     QCOMPARE(place.run(u"diff stamped folder --stamps"_qs), found(line));
     QCOMPARE(place.run(u"check stamped --folder folder"_qs), (ProgramRun {0, {}, {}}));
@@ -322,8 +315,8 @@ void tst_Compare::resultsAreTheSameAsJson()
         QByteArray("{\"drift\":[{\"below\":0,\"change\":\"added\",\"kind\":\"selection\",\"path\":\"page\","
                    "\"positions\":[0]}],\"findings\":[]}"));
     QCOMPARE(json(u"check one"_qs, 1),
-        QByteArray("{\"findings\":[{\"advice\":\"Add elements below it, unless it is to be filled later\","
-                   "\"finding\":\"no-children\",\"path\":\"n\",\"positions\":[0],\"what\":\"is a node without "
+        QByteArray("{\"findings\":[{\"advice\":\"Add elements below it, unless it is to be filled "
+                   "later\",\"finding\":\"no-children\",\"path\":\"n\",\"positions\":[0],\"what\":\"is a node without "
                    "children\"}]}"));
     QCOMPARE(json(u"diff empty empty"_qs, 0), QByteArray("[]"));
     QCOMPARE(json(u"diff empty one"_qs, 1),
@@ -338,8 +331,8 @@ void tst_Compare::resultsAreTheSameAsJson()
     const ProgramRun run = place.run(u"merge base mine new --json --save"_qs);
     QCOMPARE(run.status, 1);
     QCOMPARE(QJsonDocument::fromJson(run.output).toJson(QJsonDocument::Compact),
-        QByteArray("{\"changes\":[],\"conflicts\":[{\"conflict\":\"value\",\"element\":\"selection 'a'\","
-                   "\"key\":\"key\",\"mine\":1,\"new\":2}],\"decidedFor\":null,\"saved\":false}"));
+        QByteArray("{\"changes\":[],\"conflicts\":[{\"conflict\":\"value\",\"element\":\"selection "
+                   "'a'\",\"key\":\"key\",\"mine\":1,\"new\":2}],\"decidedFor\":null,\"saved\":false}"));
     QCOMPARE(run.errors, QByteArray("configuration-manifest: 1 conflict; --prefer mine or --prefer new decides\n"));
 }
 
@@ -399,8 +392,7 @@ void tst_Compare::foreignItemsInAnyOperandAreMerged()
 
 void tst_Compare::badOperandsAreTrouble_data()
 {
-    QTest::addColumn<QString>("commandLine");
-    QTest::addColumn<ProgramRun>("run");
+    const Table<QString, ProgramRun> row("commandLine", "run");
 
     struct BadOperand {
         const char* name;
@@ -426,17 +418,13 @@ void tst_Compare::badOperandsAreTrouble_data()
                 << commandLine.arg(operand.path) << misused(operand.problem);
         }
     }
-    QTest::newRow("folder to save to") << u"merge file void file --save"_qs
-                                       << misused(u"cannot read void: it is a folder"_qs);
-    QTest::newRow("standard input to save to")
-        << u"merge file - file --save"_qs << misused(u"cannot save to standard input: MINE has to be a file"_qs);
-    QTest::newRow("nobody to decide") << u"merge file file file --prefer both"_qs
-                                      << misused(u"--prefer takes 'mine' or 'new'"_qs);
-    QTest::newRow("no text to decide") << u"merge file file file --prefer ''"_qs
-                                       << misused(u"--prefer takes 'mine' or 'new'"_qs);
-    QTest::newRow("bad wait") << u"merge file file file --save --wait x"_qs << misused(u"'x' is not a whole number"_qs);
-    QTest::newRow("bad wait without a save")
-        << u"merge file file file --wait x"_qs << misused(u"'x' is not a whole number"_qs);
+    row("folder to save to", u"merge file void file --save"_qs, misused(u"cannot read void: it is a folder"_qs));
+    row("standard input to save to", u"merge file - file --save"_qs,
+        misused(u"cannot save to standard input: MINE has to be a file"_qs));
+    row("nobody to decide", u"merge file file file --prefer both"_qs, misused(u"--prefer takes 'mine' or 'new'"_qs));
+    row("no text to decide", u"merge file file file --prefer ''"_qs, misused(u"--prefer takes 'mine' or 'new'"_qs));
+    row("bad wait", u"merge file file file --save --wait x"_qs, misused(u"'x' is not a whole number"_qs));
+    row("bad wait without a save", u"merge file file file --wait x"_qs, misused(u"'x' is not a whole number"_qs));
 }
 
 void tst_Compare::badOperandsAreTrouble()
@@ -463,13 +451,10 @@ void tst_Compare::badOperandsAreTrouble()
 
 void tst_Compare::mergeWithWhatCannotBeReadIsRefused_data()
 {
-    QTest::addColumn<QString>("unreadable");
-    QTest::addColumn<QByteArray>("warning");
+    const Table<QString, QByteArray> row("unreadable", "warning");
 
-    QTest::newRow("folder") << u"folder/in"_qs
-                            << QByteArray("warning: folder/in: Can't read folder: Permission denied\n");
-    QTest::newRow("file") << u"folder/in/a.config.json"_qs
-                          << QByteArray("warning: folder/in/a.config.json: Can't open file  \"");
+    row("folder", u"folder/in"_qs, "warning: folder/in: Can't read folder: Permission denied\n");
+    row("file", u"folder/in/a.config.json"_qs, "warning: folder/in/a.config.json: Can't open file  \"");
 }
 
 void tst_Compare::mergeWithWhatCannotBeReadIsRefused()
@@ -493,10 +478,10 @@ void tst_Compare::mergeWithWhatCannotBeReadIsRefused()
     const ProgramRun refused = program.run(u"merge base mine folder --save"_qs);
     QCOMPARE(refused.status, 1);
     QVERIFY2(refused.errors.startsWith(warning), refused.errors.constData());
-    QVERIFY2(refused.errors.endsWith(
-                 "configuration-manifest: folder could not be read completely, and what is missing would count as "
-                 "removed\n"
-                 "configuration-manifest: the edit is refused; --force carries it out all the same\n"),
+    QVERIFY2(
+        refused.errors.endsWith(
+            "configuration-manifest: folder could not be read completely, and what is missing would count as removed\n"
+            "configuration-manifest: the edit is refused; --force carries it out all the same\n"),
         refused.errors.constData());
     QCOMPARE(stateOf(place.path(u"mine"_qs)), before);
     QCOMPARE(program.run(u"merge base mine folder --force"_qs).status, 0);
@@ -514,16 +499,12 @@ void tst_Compare::damagedDescriptionsAreWarnedOf()
     QCOMPARE(run.output, QByteArray("added: selection 'bad', as position 0\nadded: selection 'page', as position 1\n"));
     QVERIFY2(run.errors.startsWith("warning: folder/bad.config.json: "), run.errors.constData());
     QCOMPARE(place.run(u"merge empty empty folder"_qs).errors,
-        run.errors
-            + "warning: BASE and MINE are the same file, so "
-              "nothing in MINE counts as changed\n");
+        run.errors + "warning: BASE and MINE are the same file, so nothing in MINE counts as changed\n");
 }
 
 void tst_Compare::unrelatedManifestsAreWarnedOf_data()
 {
-    QTest::addColumn<QJsonArray>("before");
-    QTest::addColumn<QJsonArray>("after");
-    QTest::addColumn<QByteArray>("warning");
+    const Table<QJsonArray, QJsonArray, QByteArray> row("before", "after", "warning");
 
     const QJsonArray many = manySelections(20, u"s"_qs);
     QJsonArray tenth = manySelections(18, u"t"_qs);
@@ -533,16 +514,16 @@ void tst_Compare::unrelatedManifestsAreWarnedOf_data()
     const auto warning = [](const char* counts) -> QByteArray {
         return QByteArray("warning: hardly anything is common to old and new: ") + counts + " elements\n";
     };
-    QTest::newRow("the same") << many << many << QByteArray();
-    QTest::newRow("nothing common") << many << manySelections(20, u"t"_qs) << warning("0 of 20 and 20");
-    QTest::newRow("hardly anything common") << many << tenth << warning("1 of 20 and 19");
-    QTest::newRow("something common") << many << twoTenths << QByteArray();
-    QTest::newRow("nothing left") << many << QJsonArray() << warning("0 of 20 and 0");
-    QTest::newRow("hardly anything left") << many << QJsonArray {many.at(3)} << warning("1 of 20 and 1");
-    QTest::newRow("nothing before") << QJsonArray() << many << QByteArray();
-    QTest::newRow("grown") << QJsonArray {many.at(0)} << many << QByteArray();
-    QTest::newRow("too few to tell") << manySelections(9, u"s"_qs) << manySelections(9, u"t"_qs) << QByteArray();
-    QTest::newRow("everything in another place") << many << QJsonArray {node(u"n"_qs, many)} << QByteArray();
+    row("the same", many, many, {});
+    row("nothing common", many, manySelections(20, u"t"_qs), warning("0 of 20 and 20"));
+    row("hardly anything common", many, tenth, warning("1 of 20 and 19"));
+    row("something common", many, twoTenths, {});
+    row("nothing left", many, {}, warning("0 of 20 and 0"));
+    row("hardly anything left", many, {many.at(3)}, warning("1 of 20 and 1"));
+    row("nothing before", {}, many, {});
+    row("grown", {many.at(0)}, many, {});
+    row("too few to tell", manySelections(9, u"s"_qs), manySelections(9, u"t"_qs), {});
+    row("everything in another place", many, {node(u"n"_qs, many)}, {});
 }
 
 void tst_Compare::unrelatedManifestsAreWarnedOf()
@@ -562,14 +543,13 @@ void tst_Compare::unrelatedManifestsAreWarnedOf()
 
 void tst_Compare::mergeThatTakesNearlyEverythingIsRefused_data()
 {
-    QTest::addColumn<QJsonArray>("theirs");
-    QTest::addColumn<QString>("option");
+    const Table<QJsonArray, QString> row("theirs", "option");
 
     const QJsonArray many = manySelections(20, u"s"_qs);
-    QTest::newRow("all") << QJsonArray() << QString();
-    QTest::newRow("all but one") << QJsonArray {many.at(0)} << QString();
-    QTest::newRow("everything for something else") << manySelections(20, u"t"_qs) << QString();
-    QTest::newRow("whoever decides") << QJsonArray() << u"--prefer new"_qs;
+    row("all", {}, {});
+    row("all but one", {many.at(0)}, {});
+    row("everything for something else", manySelections(20, u"t"_qs), {});
+    row("whoever decides", {}, u"--prefer new"_qs);
 }
 
 void tst_Compare::mergeThatTakesNearlyEverythingIsRefused()
@@ -594,15 +574,13 @@ void tst_Compare::mergeThatTakesNearlyEverythingIsRefused()
 
 void tst_Compare::folderThatCannotBeListedIsNoRemoval_data()
 {
-    QTest::addColumn<QString>("faults");
-    QTest::addColumn<QString>("option");
-    QTest::addColumn<int>("status");
+    const Table<QString, QString, int> row("faults", "option", "status");
 
     const QString list = u"list %1 1 99 "_qs.arg(EIO);
-    QTest::newRow("not at all") << list << QString() << 1;
-    QTest::newRow("not to its end") << u"next %1 2 99 "_qs.arg(EIO) << QString() << 1;
-    QTest::newRow("whoever decides") << list << u"--prefer new"_qs << 1;
-    QTest::newRow("on request") << list << u"--force"_qs << 0;
+    row("not at all", list, {}, 1);
+    row("not to its end", u"next %1 2 99 "_qs.arg(EIO), {}, 1);
+    row("whoever decides", list, u"--prefer new"_qs, 1);
+    row("on request", list, u"--force"_qs, 0);
 }
 
 void tst_Compare::folderThatCannotBeListedIsNoRemoval()
@@ -882,16 +860,12 @@ void tst_Compare::changeOfTheManifestBeforeTheTurnIsMerged()
 
 void tst_Compare::saveThatFailsLeavesEverything_data()
 {
-    QTest::addColumn<Program>("program");
-    QTest::addColumn<mode_t>("permissions");
-    QTest::addColumn<QByteArray>("cause");
+    const Table<Program, mode_t, QByteArray> row("program", "permissions", "cause");
 
-    QTest::newRow("disk full") << Program().prepared(onFullDisk) << mode_t(0700) << QByteArray("File too large");
-    QTest::newRow("at its very end") << Program().unableToRename() << mode_t(0700) << QByteArray("cause unknown");
-    QTest::newRow("quota") << Program().withFaultyCalls(u"write %1"_qs.arg(EDQUOT)) << mode_t(0700)
-                           << QByteArray("Disk quota exceeded");
-    QTest::newRow("read-only folder") << Program().prepared(asOrdinaryUser) << mode_t(0500)
-                                      << QByteArray("Permission denied");
+    row("disk full", Program().prepared(onFullDisk), mode_t(0700), "File too large");
+    row("at its very end", Program().unableToRename(), mode_t(0700), "cause unknown");
+    row("quota", Program().withFaultyCalls(u"write %1"_qs.arg(EDQUOT)), mode_t(0700), "Disk quota exceeded");
+    row("read-only folder", Program().prepared(asOrdinaryUser), mode_t(0500), "Permission denied");
 }
 
 void tst_Compare::saveThatFailsLeavesEverything()

@@ -1,4 +1,5 @@
 #include "ProgramRun.h"
+#include "Table.h"
 #include "TestMain.h"
 #include "faults/FaultyCalls.h"
 
@@ -64,12 +65,9 @@ QVector<CommandHelp> commands()
 
 void addCommandRows()
 {
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<QString>("syntax");
-    QTest::addColumn<QStringList>("options");
+    const Table<QString, QString, QStringList> row("name", "syntax", "options");
     for (const CommandHelp& command : commands()) {
-        QTest::newRow(command.name) << QString::fromUtf8(command.name) << QString::fromUtf8(command.syntax)
-                                    << command.options;
+        row(command.name, QString::fromUtf8(command.name), QString::fromUtf8(command.syntax), command.options);
     }
 }
 
@@ -242,18 +240,14 @@ void tst_Create::createCountsTheElementsOfTheExamples()
 
 void tst_Create::countsAgreeWithTheirNouns_data()
 {
-    QTest::addColumn<QStringList>("files");
-    QTest::addColumn<QString>("counts");
+    const Table<QStringList, QString> row("files", "counts");
 
-    QTest::newRow("nothing") << QStringList(u"readme.txt"_qs) << u"0 selections, 0 nodes"_qs;
-    QTest::newRow("one selection") << QStringList(u"a.config.json"_qs) << u"1 selection, 0 nodes"_qs;
-    QTest::newRow("two selections") << QStringList {u"a.config.json"_qs, u"b.config.json"_qs}
-                                    << u"2 selections, 0 nodes"_qs;
-    QTest::newRow("one node") << QStringList {u"n/a.config.json"_qs, u"n/Folder.menu.json"_qs}
-                              << u"1 selection, 1 node"_qs;
-    QTest::newRow("two nodes") << QStringList {u"n/m/a.config.json"_qs, u"n/m/Folder.menu.json"_qs,
-        u"n/Folder.menu.json"_qs}
-                               << u"1 selection, 2 nodes"_qs;
+    row("nothing", {u"readme.txt"_qs}, u"0 selections, 0 nodes"_qs);
+    row("one selection", {u"a.config.json"_qs}, u"1 selection, 0 nodes"_qs);
+    row("two selections", {u"a.config.json"_qs, u"b.config.json"_qs}, u"2 selections, 0 nodes"_qs);
+    row("one node", {u"n/a.config.json"_qs, u"n/Folder.menu.json"_qs}, u"1 selection, 1 node"_qs);
+    row("two nodes", {u"n/m/a.config.json"_qs, u"n/m/Folder.menu.json"_qs, u"n/Folder.menu.json"_qs},
+        u"1 selection, 2 nodes"_qs);
 }
 
 void tst_Create::countsAgreeWithTheirNouns()
@@ -271,18 +265,16 @@ void tst_Create::countsAgreeWithTheirNouns()
 
 void tst_Create::schemeNamesTheFileAndChoosesWhatIsCollected_data()
 {
-    QTest::addColumn<QString>("commandLine");
-    QTest::addColumn<QString>("manifest");
-    QTest::addColumn<QString>("tree");
+    const Table<QString, QString, QString> row("commandLine", "manifest", "tree");
 
     const QString configuration = u"selection page"_qs;
     const QString process = u"selection values"_qs;
-    QTest::newRow("none") << u"create-folder folder"_qs << u"configuration.manifest.json"_qs << configuration;
-    QTest::newRow("the configuration scheme")
-        << u"create-folder folder --scheme configuration"_qs << u"configuration.manifest.json"_qs << configuration;
-    QTest::newRow("process") << u"create-folder folder --scheme process"_qs << u"process.manifest.json"_qs << process;
-    QTest::newRow("any other") << u"create-folder --scheme=Configuration --any-scheme folder"_qs
-                               << u"Configuration.manifest.json"_qs << process;
+    row("none", u"create-folder folder"_qs, u"configuration.manifest.json"_qs, configuration);
+    row("the configuration scheme", u"create-folder folder --scheme configuration"_qs,
+        u"configuration.manifest.json"_qs, configuration);
+    row("process", u"create-folder folder --scheme process"_qs, u"process.manifest.json"_qs, process);
+    row("any other", u"create-folder --scheme=Configuration --any-scheme folder"_qs, u"Configuration.manifest.json"_qs,
+        process);
 }
 
 void tst_Create::schemeNamesTheFileAndChoosesWhatIsCollected()
@@ -302,16 +294,15 @@ void tst_Create::schemeNamesTheFileAndChoosesWhatIsCollected()
 
 void tst_Create::schemeOfOnesOwnHasToBeMeant_data()
 {
-    QTest::addColumn<QString>("options");
-    QTest::addColumn<QString>("complaint");
+    const Table<QString, QString> row("options", "complaint");
 
     const QString empty = u"a scheme is not empty and has no '/'"_qs;
     const QString neither = u"'%1' is neither 'configuration' nor 'process'; --any-scheme takes it all the same"_qs;
-    QTest::newRow("typing error") << u"--scheme proces"_qs << neither.arg(u"proces"_qs);
-    QTest::newRow("in capitals") << u"--scheme Configuration"_qs << neither.arg(u"Configuration"_qs);
-    QTest::newRow("empty") << u"--scheme ''"_qs << empty;
-    QTest::newRow("empty, meant") << u"--scheme '' --any-scheme"_qs << empty;
-    QTest::newRow("another folder") << u"--scheme ../process --any-scheme"_qs << empty;
+    row("typing error", u"--scheme proces"_qs, neither.arg(u"proces"_qs));
+    row("in capitals", u"--scheme Configuration"_qs, neither.arg(u"Configuration"_qs));
+    row("empty", u"--scheme ''"_qs, empty);
+    row("empty, meant", u"--scheme '' --any-scheme"_qs, empty);
+    row("another folder", u"--scheme ../process --any-scheme"_qs, empty);
 }
 
 void tst_Create::schemeOfOnesOwnHasToBeMeant()
@@ -476,20 +467,18 @@ void tst_Create::damageIsToldFromOrdinaryRemarks()
 
 void tst_Create::wayOfWritingAFolderMakesNoDifference_data()
 {
-    QTest::addColumn<QString>("currentFolder");
-    QTest::addColumn<QString>("folder");
-    QTest::addColumn<QString>("manifest");
+    const Table<QString, QString, QString> row("currentFolder", "folder", "manifest");
 
     const QString name = u"configuration.manifest.json"_qs;
-    QTest::newRow("relative") << u"."_qs << u"cfg"_qs << u"cfg/"_qs + name;
-    QTest::newRow("with a separator at its end") << u"."_qs << u"cfg/"_qs << u"cfg/"_qs + name;
-    QTest::newRow("with many") << u"."_qs << u"cfg///"_qs << u"cfg/"_qs + name;
-    QTest::newRow("with a dot") << u"."_qs << u"./cfg/."_qs << u"cfg/"_qs + name;
-    QTest::newRow("by a detour") << u"."_qs << u"cfg/sub/.."_qs << u"cfg/"_qs + name;
-    QTest::newRow("the current folder") << u"cfg"_qs << u"."_qs << name;
-    QTest::newRow("the folder above") << u"cfg/sub"_qs << u".."_qs << u"../"_qs + name;
-    QTest::newRow("from beside") << u"cfg/sub"_qs << u"../../cfg/"_qs << u"../../cfg/"_qs + name;
-    QTest::newRow("back from a link") << u"beside"_qs << u"link/.."_qs << u"link/../"_qs + name;
+    row("relative", u"."_qs, u"cfg"_qs, u"cfg/"_qs + name);
+    row("with a separator at its end", u"."_qs, u"cfg/"_qs, u"cfg/"_qs + name);
+    row("with many", u"."_qs, u"cfg///"_qs, u"cfg/"_qs + name);
+    row("with a dot", u"."_qs, u"./cfg/."_qs, u"cfg/"_qs + name);
+    row("by a detour", u"."_qs, u"cfg/sub/.."_qs, u"cfg/"_qs + name);
+    row("the current folder", u"cfg"_qs, u"."_qs, name);
+    row("the folder above", u"cfg/sub"_qs, u".."_qs, u"../"_qs + name);
+    row("from beside", u"cfg/sub"_qs, u"../../cfg/"_qs, u"../../cfg/"_qs + name);
+    row("back from a link", u"beside"_qs, u"link/.."_qs, u"link/../"_qs + name);
 }
 
 void tst_Create::wayOfWritingAFolderMakesNoDifference()
@@ -519,15 +508,13 @@ void tst_Create::wayOfWritingAFolderMakesNoDifference()
 
 void tst_Create::wayOfWritingABaseMakesNoDifference_data()
 {
-    QTest::addColumn<QString>("currentFolder");
-    QTest::addColumn<QString>("base");
-    QTest::addColumn<QString>("manifest");
+    const Table<QString, QString, QString> row("currentFolder", "base", "manifest");
 
     const QString name = u"configuration/configuration.manifest.json"_qs;
-    QTest::newRow("relative") << u"."_qs << u"base"_qs << u"base/"_qs + name;
-    QTest::newRow("with a separator at its end") << u"."_qs << u"base/"_qs << u"base/"_qs + name;
-    QTest::newRow("the current folder") << u"base"_qs << u"."_qs << name;
-    QTest::newRow("the folder above") << u"base/configuration"_qs << u".."_qs << u"../"_qs + name;
+    row("relative", u"."_qs, u"base"_qs, u"base/"_qs + name);
+    row("with a separator at its end", u"."_qs, u"base/"_qs, u"base/"_qs + name);
+    row("the current folder", u"base"_qs, u"."_qs, name);
+    row("the folder above", u"base/configuration"_qs, u".."_qs, u"../"_qs + name);
 }
 
 void tst_Create::wayOfWritingABaseMakesNoDifference()
@@ -572,21 +559,17 @@ void tst_Create::debugMessagesCanBeSwitchedOff()
 
 void tst_Create::nothingToWriteIsAFailure_data()
 {
-    QTest::addColumn<QString>("commandLine");
-    QTest::addColumn<QString>("complaint");
+    const Table<QString, QString> row("commandLine", "complaint");
 
-    QTest::newRow("no such folder") << u"create-folder none"_qs
-                                    << u"nothing to write in none: there is no such folder"_qs;
-    QTest::newRow("a file") << u"create-folder hidden/.file"_qs
-                            << u"nothing to write in hidden/.file: it is not a folder"_qs;
-    QTest::newRow("an empty folder") << u"create-folder empty"_qs
-                                     << u"nothing to write in empty: the folder holds no visible entry"_qs;
-    QTest::newRow("only hidden entries") << u"create-folder hidden"_qs
-                                         << u"nothing to write in hidden: the folder holds no visible entry"_qs;
-    QTest::newRow("no such base") << u"create none"_qs
-                                  << u"nothing to write in none/configuration: there is no such folder"_qs;
-    QTest::newRow("base without a configuration folder")
-        << u"create empty"_qs << u"nothing to write in empty/configuration: there is no such folder"_qs;
+    row("no such folder", u"create-folder none"_qs, u"nothing to write in none: there is no such folder"_qs);
+    row("a file", u"create-folder hidden/.file"_qs, u"nothing to write in hidden/.file: it is not a folder"_qs);
+    row("an empty folder", u"create-folder empty"_qs,
+        u"nothing to write in empty: the folder holds no visible entry"_qs);
+    row("only hidden entries", u"create-folder hidden"_qs,
+        u"nothing to write in hidden: the folder holds no visible entry"_qs);
+    row("no such base", u"create none"_qs, u"nothing to write in none/configuration: there is no such folder"_qs);
+    row("base without a configuration folder", u"create empty"_qs,
+        u"nothing to write in empty/configuration: there is no such folder"_qs);
 }
 
 void tst_Create::nothingToWriteIsAFailure()
@@ -605,12 +588,12 @@ void tst_Create::nothingToWriteIsAFailure()
 
 void tst_Create::folderThatCannotBeReadIsAFailure_data()
 {
-    QTest::addColumn<int>("permissions");
+    const Table<int> row("permissions");
 
-    QTest::newRow("no permission at all") << 0000;
-    QTest::newRow("may be entered") << 0111;
-    QTest::newRow("may be written to") << 0333;
-    QTest::newRow("may be listed") << 0444;
+    row("no permission at all", 0000);
+    row("may be entered", 0111);
+    row("may be written to", 0333);
+    row("may be listed", 0444);
 }
 
 void tst_Create::folderThatCannotBeReadIsAFailure()
@@ -633,15 +616,12 @@ namespace {
 
 void addFailingWrites()
 {
-    QTest::addColumn<Program>("program");
-    QTest::addColumn<int>("permissions");
-    QTest::addColumn<QString>("cause");
-    QTest::addColumn<QString>("message");
+    const Table<Program, int, QString, QString> row("program", "permissions", "cause", "message");
 
-    QTest::newRow("full disk") << Program().prepared(onFullDisk) << 0700 << u"File too large"_qs
-                               << u"warning: Manifest file was not successful written: -1 , %2 !\n"_qs;
-    QTest::newRow("unwritable folder") << Program().prepared(asOrdinaryUser) << 0555 << u"Permission denied"_qs
-                                       << u"warning: Unable to open the manifest file for writing: \"%1\" !\n"_qs;
+    row("full disk", Program().prepared(onFullDisk), 0700, u"File too large"_qs,
+        u"warning: Manifest file was not successful written: -1 , %2 !\n"_qs);
+    row("unwritable folder", Program().prepared(asOrdinaryUser), 0555, u"Permission denied"_qs,
+        u"warning: Unable to open the manifest file for writing: \"%1\" !\n"_qs);
 }
 
 // The run of a creation that fails as the row says.
@@ -764,29 +744,25 @@ void tst_Create::showPrintsEveryElementOfTheExamples()
 
 void tst_Create::showPrintsWhatCanBeLoaded_data()
 {
-    QTest::addColumn<QByteArray>("manifest");
-    QTest::addColumn<QByteArray>("tree");
+    const Table<QByteArray, QByteArray> row("manifest", "tree");
 
-    QTest::newRow("no element") << QByteArray("[]") << QByteArray();
-    QTest::newRow("no objects") << QByteArray("[1,2,null]") << QByteArray("unknown   \n").repeated(3);
-    QTest::newRow("arrays and texts") << QByteArray("[[],[{\"selectionType\":\"Node\"}],\"Node\",true]")
-                                      << QByteArray("unknown   \n").repeated(4);
-    QTest::newRow("empty object") << QByteArray("[{}]") << QByteArray("unknown   \n");
-    QTest::newRow("wrong types") << QByteArray(
-        "[{\"selectionType\":7,\"instanceName\":[\"a\"],\"labelTextId\":{},\"substructure\":\"none\"}]")
-                                 << QByteArray("unknown   \n");
-    QTest::newRow("wrong types but for the kind")
-        << QByteArray("[{\"selectionType\":\"Node\",\"instanceName\":5,\"labelTextId\":null,\"substructure\":{}}]")
-        << QByteArray("node      \n");
-    QTest::newRow("kind in capitals") << QByteArray("[{\"selectionType\":\"SELECTION\",\"instanceName\":\"a\"}]")
-                                      << QByteArray("unknown   a\n");
-    QTest::newRow("children of a selection")
-        << QByteArray("[{\"selectionType\":\"Selection\",\"instanceName\":\"a\",\"substructure\":"
-                      "[{\"selectionType\":\"Node\",\"instanceName\":\"b\"},3]}]")
-        << QByteArray("selection a\n  node      b\n  unknown   \n");
-    QTest::newRow("children of neither kind") << QByteArray("[{\"substructure\":[{\"substructure\":[0]}]}]")
-                                              << QByteArray("unknown   \n  unknown   \n    unknown   \n");
-    QTest::newRow("byte order mark") << QByteArray("\xef\xbb\xbf[{}]") << QByteArray("unknown   \n");
+    row("no element", "[]", {});
+    row("no objects", "[1,2,null]", QByteArray("unknown   \n").repeated(3));
+    row("arrays and texts", "[[],[{\"selectionType\":\"Node\"}],\"Node\",true]",
+        QByteArray("unknown   \n").repeated(4));
+    row("empty object", "[{}]", "unknown   \n");
+    row("wrong types", "[{\"selectionType\":7,\"instanceName\":[\"a\"],\"labelTextId\":{},\"substructure\":\"none\"}]",
+        "unknown   \n");
+    row("wrong types but for the kind",
+        "[{\"selectionType\":\"Node\",\"instanceName\":5,\"labelTextId\":null,\"substructure\":{}}]", "node      \n");
+    row("kind in capitals", "[{\"selectionType\":\"SELECTION\",\"instanceName\":\"a\"}]", "unknown   a\n");
+    row("children of a selection",
+        "[{\"selectionType\":\"Selection\",\"instanceName\":\"a\",\"substructure\":[{\"selectionType\":\"Node\","
+        "\"instanceName\":\"b\"},3]}]",
+        "selection a\n  node      b\n  unknown   \n");
+    row("children of neither kind", "[{\"substructure\":[{\"substructure\":[0]}]}]",
+        "unknown   \n  unknown   \n    unknown   \n");
+    row("byte order mark", "\xef\xbb\xbf[{}]", "unknown   \n");
 }
 
 void tst_Create::showPrintsWhatCanBeLoaded()
@@ -800,8 +776,7 @@ void tst_Create::showPrintsWhatCanBeLoaded()
 
 void tst_Create::showEscapesWhatATerminalWouldActOn_data()
 {
-    QTest::addColumn<QByteArray>("json");
-    QTest::addColumn<QByteArray>("shown");
+    const Table<QByteArray, QByteArray> row("json", "shown");
 
     for (int control = 0; control < 0x20; ++control) {
         const QByteArray shown = control == '\n' ? QByteArray("\\n")
@@ -811,22 +786,21 @@ void tst_Create::showEscapesWhatATerminalWouldActOn_data()
         QTest::addRow("control %02x", static_cast<unsigned>(control))
             << "\\u" + QByteArray::number(control, 16).rightJustified(4, '0') << shown;
     }
-    QTest::newRow("escape sequence") << QByteArray("\\u001b[31mred\\u001b[0m")
-                                     << QByteArray("\\u{1b}[31mred\\u{1b}[0m");
-    QTest::newRow("title of the window") << QByteArray("\\u001b]0;title\\u0007") << QByteArray("\\u{1b}]0;title\\u{7}");
-    QTest::newRow("line feed, forging a line") << QByteArray("a\\nselection b") << QByteArray("a\\nselection b");
-    QTest::newRow("DEL") << QByteArray("\x7f") << QByteArray("\\u{7f}");
-    QTest::newRow("first C1 control") << QByteArray("\xc2\x80") << QByteArray("\\u{80}");
-    QTest::newRow("next line") << QByteArray("\xc2\x85") << QByteArray("\\u{85}");
-    QTest::newRow("CSI in one character") << QByteArray("\xc2\x9b\x33\x31m") << QByteArray("\\u{9b}31m");
-    QTest::newRow("last C1 control") << QByteArray("\xc2\x9f") << QByteArray("\\u{9f}");
+    row("escape sequence", "\\u001b[31mred\\u001b[0m", "\\u{1b}[31mred\\u{1b}[0m");
+    row("title of the window", "\\u001b]0;title\\u0007", "\\u{1b}]0;title\\u{7}");
+    row("line feed, forging a line", "a\\nselection b", "a\\nselection b");
+    row("DEL", "\x7f", "\\u{7f}");
+    row("first C1 control", "\xc2\x80", "\\u{80}");
+    row("next line", "\xc2\x85", "\\u{85}");
+    row("CSI in one character", "\xc2\x9b\x33\x31m", "\\u{9b}31m");
+    row("last C1 control", "\xc2\x9f", "\\u{9f}");
     for (const char* const code : {"61c", "200e", "200f", "202a", "202b", "202c", "202d", "202e", "2066", "2067",
              "2068", "2069", "2028", "2029", "200b", "200d", "2060", "feff"}) {
         QTest::addRow("U+%s", code) << "\\u" + QByteArray(code).rightJustified(4, '0')
                                     << "\\u{" + QByteArray(code) + '}';
     }
-    QTest::newRow("half of a character") << QByteArray("\\ud800") << QByteArray("\xef\xbf\xbd");
-    QTest::newRow("tag character") << QByteArray("\\udb40\\udc41") << QByteArray("\\u{e0041}");
+    row("half of a character", "\\ud800", "\xef\xbf\xbd");
+    row("tag character", "\\udb40\\udc41", "\\u{e0041}");
 }
 
 void tst_Create::showEscapesWhatATerminalWouldActOn()
@@ -860,19 +834,18 @@ void tst_Create::showPrintsDeepManifests()
 
 void tst_Create::showRefusesWhatIsNoManifest_data()
 {
-    QTest::addColumn<QByteArray>("content");
-    QTest::addColumn<QString>("problem");
+    const Table<QByteArray, QString> row("content", "problem");
 
-    QTest::newRow("empty") << QByteArray() << u"illegal value at byte 0"_qs;
-    QTest::newRow("blanks") << QByteArray(" \n ") << u"illegal value at byte 3"_qs;
-    QTest::newRow("text") << QByteArray("no manifest") << u"illegal value at byte 1"_qs;
-    QTest::newRow("object") << QByteArray("{\"instanceName\":\"a\"}") << u"its root is not an array"_qs;
-    QTest::newRow("cut short") << QByteArray("[{\"instanceName\":\"a\"}") << u"unterminated array at byte 21"_qs;
-    QTest::newRow("more than an array") << QByteArray("[] []") << u"garbage at the end of the document at byte 3"_qs;
-    QTest::newRow("binary") << QByteArray("\x7f\x45LF\x02\x01\x00\x1b[31m", 12) << u"illegal value at byte 1"_qs;
-    QTest::newRow("zeros") << QByteArray(64, '\0') << u"illegal value at byte 1"_qs;
-    QTest::newRow("invalid UTF-8") << QByteArray("[\"\xff\xfe\"]") << u"invalid UTF8 string at byte 2"_qs;
-    QTest::newRow("nested too deeply") << nodesBelowEachOther(600) << u"too deeply nested document at byte 30209"_qs;
+    row("empty", {}, u"illegal value at byte 0"_qs);
+    row("blanks", " \n ", u"illegal value at byte 3"_qs);
+    row("text", "no manifest", u"illegal value at byte 1"_qs);
+    row("object", "{\"instanceName\":\"a\"}", u"its root is not an array"_qs);
+    row("cut short", "[{\"instanceName\":\"a\"}", u"unterminated array at byte 21"_qs);
+    row("more than an array", "[] []", u"garbage at the end of the document at byte 3"_qs);
+    row("binary", QByteArray("\x7f\x45LF\x02\x01\x00\x1b[31m", 12), u"illegal value at byte 1"_qs);
+    row("zeros", QByteArray(64, '\0'), u"illegal value at byte 1"_qs);
+    row("invalid UTF-8", "[\"\xff\xfe\"]", u"invalid UTF8 string at byte 2"_qs);
+    row("nested too deeply", nodesBelowEachOther(600), u"too deeply nested document at byte 30209"_qs);
 }
 
 void tst_Create::showRefusesWhatIsNoManifest()
@@ -930,18 +903,17 @@ void tst_Create::pathsInResultsAreEscaped()
 
 void tst_Create::coloursAreForTerminalsThatWantThem_data()
 {
-    QTest::addColumn<Program>("program");
-    QTest::addColumn<QByteArray>("tree");
+    const Table<Program, QByteArray> row("program", "tree");
 
     const QByteArray plain = "selection a  [TXT]\nnode      b\nunknown   c\n";
     const QByteArray coloured = "\x1b[32mselection\x1b[0m a\x1b[2m  [TXT]\x1b[0m\n"
                                 "\x1b[1;34mnode     \x1b[0m b\n"
                                 "\x1b[31munknown  \x1b[0m c\n";
-    QTest::newRow("no terminal") << Program() << plain;
-    QTest::newRow("terminal") << Program().onTerminal() << coloured;
-    QTest::newRow("NO_COLOR") << Program().onTerminal().with(u"NO_COLOR"_qs, u"1"_qs) << plain;
-    QTest::newRow("empty NO_COLOR") << Program().onTerminal().with(u"NO_COLOR"_qs, QString()) << coloured;
-    QTest::newRow("dumb terminal") << Program().onTerminal().with(u"TERM"_qs, u"dumb"_qs) << plain;
+    row("no terminal", {}, plain);
+    row("terminal", Program().onTerminal(), coloured);
+    row("NO_COLOR", Program().onTerminal().with(u"NO_COLOR"_qs, u"1"_qs), plain);
+    row("empty NO_COLOR", Program().onTerminal().with(u"NO_COLOR"_qs, QString()), coloured);
+    row("dumb terminal", Program().onTerminal().with(u"TERM"_qs, u"dumb"_qs), plain);
 }
 
 void tst_Create::coloursAreForTerminalsThatWantThem()
@@ -967,11 +939,11 @@ void tst_Create::terminalIsActedOnByNothingButTheColours()
 
 void tst_Create::localeMakesNoDifference_data()
 {
-    QTest::addColumn<QString>("locale");
+    const Table<QString> row("locale");
 
-    QTest::newRow("C") << u"C"_qs;
-    QTest::newRow("POSIX") << u"POSIX"_qs;
-    QTest::newRow("none that there is") << u"none_NONE.ISO-8859-1"_qs;
+    row("C", u"C"_qs);
+    row("POSIX", u"POSIX"_qs);
+    row("none that there is", u"none_NONE.ISO-8859-1"_qs);
 }
 
 void tst_Create::localeMakesNoDifference()
@@ -1005,20 +977,20 @@ void tst_Create::localeMakesNoDifference()
 
 void tst_Create::outputThatDoesNotArriveIsAFailure_data()
 {
-    QTest::addColumn<QString>("commandLine");
+    const Table<QString> row("commandLine");
 
-    QTest::newRow("show") << u"show manifest.json"_qs;
-    QTest::newRow("show, more than a buffer") << u"show deep/manifest.json"_qs;
-    QTest::newRow("list") << u"list manifest.json"_qs;
-    QTest::newRow("get") << u"get manifest.json a"_qs;
-    QTest::newRow("instances") << u"instances manifest.json"_qs;
-    QTest::newRow("set") << u"set manifest.json a key value"_qs;
-    QTest::newRow("dry run") << u"set manifest.json a key value --dry-run"_qs;
-    QTest::newRow("print") << u"set manifest.json a key value --print"_qs;
-    QTest::newRow("create-folder, dry run") << u"create-folder folder --dry-run"_qs;
-    QTest::newRow("help") << u"--help"_qs;
-    QTest::newRow("help of a command") << u"show --help"_qs;
-    QTest::newRow("version") << u"--version"_qs;
+    row("show", u"show manifest.json"_qs);
+    row("show, more than a buffer", u"show deep/manifest.json"_qs);
+    row("list", u"list manifest.json"_qs);
+    row("get", u"get manifest.json a"_qs);
+    row("instances", u"instances manifest.json"_qs);
+    row("set", u"set manifest.json a key value"_qs);
+    row("dry run", u"set manifest.json a key value --dry-run"_qs);
+    row("print", u"set manifest.json a key value --print"_qs);
+    row("create-folder, dry run", u"create-folder folder --dry-run"_qs);
+    row("help", u"--help"_qs);
+    row("help of a command", u"show --help"_qs);
+    row("version", u"--version"_qs);
 }
 
 void tst_Create::outputThatDoesNotArriveIsAFailure()
@@ -1035,11 +1007,11 @@ void tst_Create::outputThatDoesNotArriveIsAFailure()
 
 void tst_Create::helpNamesEveryCommand_data()
 {
-    QTest::addColumn<QString>("commandLine");
+    const Table<QString> row("commandLine");
 
-    QTest::newRow("long") << u"--help"_qs;
-    QTest::newRow("short") << u"-h"_qs;
-    QTest::newRow("before a command") << u"--help show"_qs;
+    row("long", u"--help"_qs);
+    row("short", u"-h"_qs);
+    row("before a command", u"--help show"_qs);
 }
 
 void tst_Create::helpNamesEveryCommand()
@@ -1093,10 +1065,10 @@ void tst_Create::helpOfACommandNamesItsArgumentsAndOptions()
 
 void tst_Create::versionIsPrinted_data()
 {
-    QTest::addColumn<QString>("commandLine");
+    const Table<QString> row("commandLine");
 
-    QTest::newRow("long") << u"--version"_qs;
-    QTest::newRow("short") << u"-v"_qs;
+    row("long", u"--version"_qs);
+    row("short", u"-v"_qs);
 }
 
 void tst_Create::versionIsPrinted()

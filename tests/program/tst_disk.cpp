@@ -1,6 +1,7 @@
 #include "Patience.h"
 #include "Process.h"
 #include "ProgramRun.h"
+#include "Table.h"
 #include "TestMain.h"
 #include "faults/FaultyCalls.h"
 #include "tools/Descriptor.h"
@@ -250,10 +251,10 @@ void tst_Disk::turnIsWaitedFor()
 
 void tst_Disk::turnIsNotWaitedForLongerThanAsked_data()
 {
-    QTest::addColumn<int>("seconds");
+    const Table<int> row("seconds");
 
-    QTest::newRow("not at all") << 0;
-    QTest::newRow("one second") << 1;
+    row("not at all", 0);
+    row("one second", 1);
 }
 
 void tst_Disk::turnIsNotWaitedForLongerThanAsked()
@@ -338,18 +339,17 @@ void tst_Disk::turnIsTakenWhereALinkLeads()
 
 void tst_Disk::turnIsTakenByWhoSavesOnly_data()
 {
-    QTest::addColumn<QString>("commandLine");
-    QTest::addColumn<int>("status");
+    const Table<QString, int> row("commandLine", "status");
 
-    QTest::newRow("query") << u"get manifest.json top"_qs << 0;
-    QTest::newRow("edit") << u"set manifest.json top key value"_qs << 0;
-    QTest::newRow("dry run") << u"set manifest.json top key value --save --dry-run"_qs << 0;
-    QTest::newRow("print") << u"set manifest.json top key value --save --print"_qs << 0;
-    QTest::newRow("saved edit") << u"set manifest.json top key value --save --wait 0"_qs << 1;
-    QTest::newRow("edit that does not apply") << u"set manifest.json none key value --save --wait 0"_qs << 1;
-    QTest::newRow("dry creation") << u"create-folder . --dry-run"_qs << 0;
-    QTest::newRow("printed creation") << u"create-folder . --print"_qs << 0;
-    QTest::newRow("creation") << u"create-folder . --wait 0"_qs << 1;
+    row("query", u"get manifest.json top"_qs, 0);
+    row("edit", u"set manifest.json top key value"_qs, 0);
+    row("dry run", u"set manifest.json top key value --save --dry-run"_qs, 0);
+    row("print", u"set manifest.json top key value --save --print"_qs, 0);
+    row("saved edit", u"set manifest.json top key value --save --wait 0"_qs, 1);
+    row("edit that does not apply", u"set manifest.json none key value --save --wait 0"_qs, 1);
+    row("dry creation", u"create-folder . --dry-run"_qs, 0);
+    row("printed creation", u"create-folder . --print"_qs, 0);
+    row("creation", u"create-folder . --wait 0"_qs, 1);
 }
 
 void tst_Disk::turnIsTakenByWhoSavesOnly()
@@ -386,8 +386,8 @@ void tst_Disk::editsThatShareATurnAreAllKept()
     constexpr int edits = editsOfALoop / 5;
     const ManifestFile file(before());
     const QString loops =
-        u"for loop in 1 2 3 4; do for i in $(seq %1); do"
-        " '%2' set '%3' top key$loop-$i x --save --wait 60 || echo failed; done & done; wait"_qs.arg(edits)
+        u"for loop in 1 2 3 4; do for i in $(seq %1); do '%2' set '%3' top key$loop-$i x --save --wait 60 || echo failed; done & done; wait"_qs
+            .arg(edits)
             .arg(QStringLiteral(PROGRAM), file.path());
     QCOMPARE(Program(u"flock"_qs).run({file.folder(), u"sh"_qs, u"-c"_qs, loops}),
         (ProgramRun {0, saved.repeated(4 * edits), QByteArray()}));
@@ -411,14 +411,12 @@ void tst_Disk::runThatSharesTheTurnIsNamed()
 
 void tst_Disk::locksOfOthersStayAsTheyAre_data()
 {
-    QTest::addColumn<int>("lock");
-    QTest::addColumn<bool>("isShared");
-    QTest::addColumn<int>("status");
+    const Table<int, bool, int> row("lock", "isShared", "status");
 
-    QTest::newRow("shared lock") << LOCK_SH << false << 1;
-    QTest::newRow("lock that another one shares") << LOCK_SH << true << 1;
-    QTest::newRow("exclusive lock") << LOCK_EX << false << 0;
-    QTest::newRow("no lock") << LOCK_UN << true << 1;
+    row("shared lock", LOCK_SH, false, 1);
+    row("lock that another one shares", LOCK_SH, true, 1);
+    row("exclusive lock", LOCK_EX, false, 0);
+    row("no lock", LOCK_UN, true, 1);
 }
 
 void tst_Disk::locksOfOthersStayAsTheyAre()
@@ -469,13 +467,12 @@ void tst_Disk::folderThatCannotBeListedIsSavedInWithAWarning()
 
 void tst_Disk::wrongWaitIsWrongUsage_data()
 {
-    QTest::addColumn<QString>("seconds");
-    QTest::addColumn<QString>("complaint");
+    const Table<QString, QString> row("seconds", "complaint");
 
-    QTest::newRow("word") << u"long"_qs << u"'long' is not a whole number"_qs;
-    QTest::newRow("fraction") << u"0.5"_qs << u"'0.5' is not a whole number"_qs;
-    QTest::newRow("less than nothing") << u"-1"_qs << u"--wait takes from 0 to 1000000 seconds"_qs;
-    QTest::newRow("too long") << u"1000001"_qs << u"--wait takes from 0 to 1000000 seconds"_qs;
+    row("word", u"long"_qs, u"'long' is not a whole number"_qs);
+    row("fraction", u"0.5"_qs, u"'0.5' is not a whole number"_qs);
+    row("less than nothing", u"-1"_qs, u"--wait takes from 0 to 1000000 seconds"_qs);
+    row("too long", u"1000001"_qs, u"--wait takes from 0 to 1000000 seconds"_qs);
 }
 
 void tst_Disk::wrongWaitIsWrongUsage()
@@ -537,15 +534,14 @@ constexpr int lookAfterTheSave = 4;
 
 void tst_Disk::changeBetweenLoadAndSaveIsNotOverwritten_data()
 {
-    QTest::addColumn<Change>("change");
-    QTest::addColumn<QString>("reason");
+    const Table<Change, QString> row("change", "reason");
 
-    QTest::newRow("disappears") << Change(disappear) << u": No such file or directory"_qs;
-    QTest::newRow("is replaced") << Change(beReplaced) << QString();
-    QTest::newRow("is truncated") << Change(beTruncated) << QString();
-    QTest::newRow("becomes a folder") << Change(becomeAFolder) << u": it is a folder"_qs;
-    QTest::newRow("becomes a pipe") << Change(becomeAPipe) << u": it is a pipe"_qs;
-    QTest::newRow("becomes unreadable") << Change(becomeUnreadable) << u": Permission denied"_qs;
+    row("disappears", disappear, u": No such file or directory"_qs);
+    row("is replaced", beReplaced, {});
+    row("is truncated", beTruncated, {});
+    row("becomes a folder", becomeAFolder, u": it is a folder"_qs);
+    row("becomes a pipe", becomeAPipe, u": it is a pipe"_qs);
+    row("becomes unreadable", becomeUnreadable, u": Permission denied"_qs);
 }
 
 void tst_Disk::changeBetweenLoadAndSaveIsNotOverwritten()
@@ -626,12 +622,11 @@ void tst_Disk::replacementAfterTheSaveIsNoticed()
 
 void tst_Disk::lookThatFailsAfterTheSaveIsSaidSo_data()
 {
-    QTest::addColumn<QString>("fault");
-    QTest::addColumn<QString>("reason");
+    const Table<QString, QString> row("fault", "reason");
 
-    QTest::newRow("no descriptor left") << u"open %1"_qs.arg(EMFILE) << u"Too many open files"_qs;
-    QTest::newRow("no permission") << u"open %1"_qs.arg(EACCES) << u"Permission denied"_qs;
-    QTest::newRow("read error") << u"open %1"_qs.arg(EIO) << u"Input/output error"_qs;
+    row("no descriptor left", u"open %1"_qs.arg(EMFILE), u"Too many open files"_qs);
+    row("no permission", u"open %1"_qs.arg(EACCES), u"Permission denied"_qs);
+    row("read error", u"open %1"_qs.arg(EIO), u"Input/output error"_qs);
 }
 
 void tst_Disk::lookThatFailsAfterTheSaveIsSaidSo()
@@ -702,12 +697,11 @@ void tst_Disk::contentThatIsThereAlreadyIsNoProofOfASave()
 
 void tst_Disk::backupIsTheReplacedManifest_data()
 {
-    QTest::addColumn<QString>("option");
-    QTest::addColumn<QString>("name");
+    const Table<QString, QString> row("option", "name");
 
-    QTest::newRow("usual suffix") << u"--backup"_qs << u"manifest.json~"_qs;
-    QTest::newRow("suffix of one's own") << u"--backup=.old"_qs << u"manifest.json.old"_qs;
-    QTest::newRow("blanks in it") << u"'--backup= 1 2'"_qs << u"manifest.json 1 2"_qs;
+    row("usual suffix", u"--backup"_qs, u"manifest.json~"_qs);
+    row("suffix of one's own", u"--backup=.old"_qs, u"manifest.json.old"_qs);
+    row("blanks in it", u"'--backup= 1 2'"_qs, u"manifest.json 1 2"_qs);
 }
 
 void tst_Disk::backupIsTheReplacedManifest()
@@ -740,17 +734,21 @@ void tst_Disk::backupIsTheReplacedManifest()
 
 void tst_Disk::backupThatCannotBeMadeIsNoSave_data()
 {
-    QTest::addColumn<Change>("obstacle");
-    QTest::addColumn<QString>("reason");
+    const Table<Change, QString> row("obstacle", "reason");
 
-    QTest::newRow("folder") << Change([](const QString& path) { QDir().mkdir(path); }) << u"it is a folder"_qs;
-    QTest::newRow("link") << Change([](const QString& path) { QFile::link(u"/dev/null"_qs, path); })
-                          << u"it is a link"_qs;
-    QTest::newRow("pipe") << Change([](const QString& path) { mkfifo(qPrintable(path), 0600); }) << u"it is a pipe"_qs;
-    QTest::newRow("read-only") << Change([](const QString& path) {
-        writeFile(path, "older");
-        chmod(qPrintable(path), 0444);
-    }) << u"Permission denied"_qs;
+    row(
+        "folder", [](const QString& path) { QDir().mkdir(path); }, u"it is a folder"_qs);
+    row(
+        "link", [](const QString& path) { QFile::link(u"/dev/null"_qs, path); }, u"it is a link"_qs);
+    row(
+        "pipe", [](const QString& path) { mkfifo(qPrintable(path), 0600); }, u"it is a pipe"_qs);
+    row(
+        "read-only",
+        [](const QString& path) {
+            writeFile(path, "older");
+            chmod(qPrintable(path), 0444);
+        },
+        u"Permission denied"_qs);
 }
 
 void tst_Disk::backupThatCannotBeMadeIsNoSave()
@@ -770,10 +768,10 @@ void tst_Disk::backupThatCannotBeMadeIsNoSave()
 
 void tst_Disk::wrongSuffixIsWrongUsage_data()
 {
-    QTest::addColumn<QString>("option");
+    const Table<QString> row("option");
 
-    QTest::newRow("empty") << u"--backup="_qs;
-    QTest::newRow("another folder") << u"--backup=/../b"_qs;
+    row("empty", u"--backup="_qs);
+    row("another folder", u"--backup=/../b"_qs);
 }
 
 void tst_Disk::wrongSuffixIsWrongUsage()
@@ -841,13 +839,12 @@ void tst_Disk::baseIsKeptBeforeAFirstManifestAndAfterALaterOne()
 
 void tst_Disk::causeOfAFailedSaveIsNamed_data()
 {
-    QTest::addColumn<QString>("faults");
-    QTest::addColumn<QString>("cause");
+    const Table<QString, QString> row("faults", "cause");
 
-    QTest::newRow("disk full") << u"write %1"_qs.arg(ENOSPC) << u"No space left on device"_qs;
-    QTest::newRow("quota") << u"write %1"_qs.arg(EDQUOT) << u"Disk quota exceeded"_qs;
-    QTest::newRow("read-only file system") << u"make %1"_qs.arg(EROFS) << u"Read-only file system"_qs;
-    QTest::newRow("new file does not get the name") << u"rename %1"_qs.arg(EIO) << u"cause unknown"_qs;
+    row("disk full", u"write %1"_qs.arg(ENOSPC), u"No space left on device"_qs);
+    row("quota", u"write %1"_qs.arg(EDQUOT), u"Disk quota exceeded"_qs);
+    row("read-only file system", u"make %1"_qs.arg(EROFS), u"Read-only file system"_qs);
+    row("new file does not get the name", u"rename %1"_qs.arg(EIO), u"cause unknown"_qs);
 }
 
 void tst_Disk::causeOfAFailedSaveIsNamed()
@@ -959,11 +956,11 @@ namespace {
 
 void addEndingSignals()
 {
-    QTest::addColumn<int>("signal");
+    const Table<int> row("signal");
 
-    QTest::newRow("SIGINT") << SIGINT;
-    QTest::newRow("SIGTERM") << SIGTERM;
-    QTest::newRow("SIGHUP") << SIGHUP;
+    row("SIGINT", SIGINT);
+    row("SIGTERM", SIGTERM);
+    row("SIGHUP", SIGHUP);
 }
 
 } // namespace
@@ -1034,10 +1031,10 @@ void checkWhatAKillLeft(const ManifestFile& file)
 
 void tst_Disk::killAtAnyStepLeavesAWholeManifest_data()
 {
-    QTest::addColumn<QString>("call");
+    const Table<QString> row("call");
 
     for (const char* const call : {"lock", "make", "write", "sync", "close", "link", "rename", "unlink", "chmod"}) {
-        QTest::newRow(call) << QString::fromUtf8(call);
+        row(call, QString::fromUtf8(call));
     }
 }
 
@@ -1079,15 +1076,14 @@ namespace {
 
 void addSpecialFiles()
 {
-    QTest::addColumn<QString>("path");
-    QTest::addColumn<QString>("complaint");
+    const Table<QString, QString> row("path", "complaint");
 
-    QTest::newRow("folder") << u"."_qs << u"cannot read .: it is a folder"_qs;
-    QTest::newRow("endless device") << u"/dev/zero"_qs << u"cannot read /dev/zero: it is a device"_qs;
-    QTest::newRow("empty device") << u"/dev/null"_qs << u"cannot read /dev/null: it is a device"_qs;
-    QTest::newRow("link to a device") << u"zero"_qs << u"cannot read zero: it is a device"_qs;
-    QTest::newRow("link that leads nowhere") << u"nowhere"_qs << u"cannot read nowhere: No such file or directory"_qs;
-    QTest::newRow("link to itself") << u"itself"_qs << u"cannot read itself: Too many levels of symbolic links"_qs;
+    row("folder", u"."_qs, u"cannot read .: it is a folder"_qs);
+    row("endless device", u"/dev/zero"_qs, u"cannot read /dev/zero: it is a device"_qs);
+    row("empty device", u"/dev/null"_qs, u"cannot read /dev/null: it is a device"_qs);
+    row("link to a device", u"zero"_qs, u"cannot read zero: it is a device"_qs);
+    row("link that leads nowhere", u"nowhere"_qs, u"cannot read nowhere: No such file or directory"_qs);
+    row("link to itself", u"itself"_qs, u"cannot read itself: Too many levels of symbolic links"_qs);
 }
 
 // The folder that they are in.
@@ -1127,12 +1123,12 @@ void tst_Disk::editsTakeNothingButRegularFiles()
 
 void tst_Disk::editsSaveToNoOpenFile_data()
 {
-    QTest::addColumn<QString>("path");
+    const Table<QString> row("path");
 
-    QTest::newRow("standard input") << u"/dev/stdin"_qs;
-    QTest::newRow("descriptor") << u"/dev/fd/7"_qs;
-    QTest::newRow("descriptor of a process") << u"/proc/self/fd/7"_qs;
-    QTest::newRow("link to a descriptor") << u"link"_qs;
+    row("standard input", u"/dev/stdin"_qs);
+    row("descriptor", u"/dev/fd/7"_qs);
+    row("descriptor of a process", u"/proc/self/fd/7"_qs);
+    row("link to a descriptor", u"link"_qs);
 }
 
 void tst_Disk::editsSaveToNoOpenFile()
@@ -1155,18 +1151,15 @@ void tst_Disk::editsSaveToNoOpenFile()
 
 void tst_Disk::queriesTakePipes_data()
 {
-    QTest::addColumn<QString>("commandLine");
-    QTest::addColumn<QByteArray>("output");
+    const Table<QString, QByteArray> row("commandLine", "output");
 
-    QTest::newRow("show") << u"show pipe"_qs
-                          << QByteArray(
-                                 "selection top\nnode      a\n  selection a/first\n  node      second\nnode      "
-                                 "spare\n");
-    QTest::newRow("list") << u"list pipe a"_qs << QByteArray("a/first\nsecond\n");
-    QTest::newRow("count") << u"count pipe"_qs << QByteArray("3\n");
-    QTest::newRow("get") << u"get pipe a/first instanceName"_qs << QByteArray("a/first\n");
-    QTest::newRow("exists") << u"exists pipe a/first"_qs << QByteArray();
-    QTest::newRow("instances") << u"instances pipe"_qs << QByteArray("top\na/first\n");
+    row("show", u"show pipe"_qs,
+        "selection top\nnode      a\n  selection a/first\n  node      second\nnode      spare\n");
+    row("list", u"list pipe a"_qs, "a/first\nsecond\n");
+    row("count", u"count pipe"_qs, "3\n");
+    row("get", u"get pipe a/first instanceName"_qs, "a/first\n");
+    row("exists", u"exists pipe a/first"_qs, {});
+    row("instances", u"instances pipe"_qs, "top\na/first\n");
 }
 
 void tst_Disk::queriesTakePipes()
@@ -1191,11 +1184,11 @@ void tst_Disk::queriesTakePipes()
 
 void tst_Disk::queriesTakeStandardInput_data()
 {
-    QTest::addColumn<QString>("file");
+    const Table<QString> row("file");
 
-    QTest::newRow("-") << u"-"_qs;
-    QTest::newRow("/dev/stdin") << u"/dev/stdin"_qs;
-    QTest::newRow("/proc/self/fd/0") << u"/proc/self/fd/0"_qs;
+    row("-", u"-"_qs);
+    row("/dev/stdin", u"/dev/stdin"_qs);
+    row("/proc/self/fd/0", u"/proc/self/fd/0"_qs);
 }
 
 void tst_Disk::queriesTakeStandardInput()
@@ -1239,13 +1232,12 @@ void tst_Disk::queriesTakeNoDevices()
 
 void tst_Disk::manifestThatCannotBeReadToItsEndIsNoManifest_data()
 {
-    QTest::addColumn<QString>("commandLine");
-    QTest::addColumn<int>("number");
+    const Table<QString, int> row("commandLine", "number");
 
-    QTest::newRow("query, nothing") << u"count %1"_qs << 1;
-    QTest::newRow("query, only the beginning") << u"count %1"_qs << 2;
-    QTest::newRow("edit, nothing") << u"set %1 top key value --save"_qs << 1;
-    QTest::newRow("edit, only the beginning") << u"set %1 top key value --save"_qs << 2;
+    row("query, nothing", u"count %1"_qs, 1);
+    row("query, only the beginning", u"count %1"_qs, 2);
+    row("edit, nothing", u"set %1 top key value --save"_qs, 1);
+    row("edit, only the beginning", u"set %1 top key value --save"_qs, 2);
 }
 
 void tst_Disk::manifestThatCannotBeReadToItsEndIsNoManifest()
@@ -1285,12 +1277,11 @@ void tst_Disk::descriptionBehindALinkToADeviceIsRefused()
 
 void tst_Disk::outputThatDoesNotArriveAfterASaveIsToldApart_data()
 {
-    QTest::addColumn<QString>("commandLine");
-    QTest::addColumn<QString>("savedName");
+    const Table<QString, QString> row("commandLine", "savedName");
 
-    QTest::newRow("edit") << u"set manifest.json top key value --save"_qs << u"manifest.json"_qs;
-    QTest::newRow("rewrite") << u"rewrite manifest.json top key value --add --save"_qs << u"manifest.json"_qs;
-    QTest::newRow("creation") << u"create-folder ."_qs << u"configuration.manifest.json"_qs;
+    row("edit", u"set manifest.json top key value --save"_qs, u"manifest.json"_qs);
+    row("rewrite", u"rewrite manifest.json top key value --add --save"_qs, u"manifest.json"_qs);
+    row("creation", u"create-folder ."_qs, u"configuration.manifest.json"_qs);
 }
 
 void tst_Disk::outputThatDoesNotArriveAfterASaveIsToldApart()

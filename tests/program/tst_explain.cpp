@@ -1,6 +1,7 @@
 #include "Explanation.h"
 #include "ProgramRun.h"
 #include "QuickFolder.h"
+#include "Table.h"
 #include "TestMain.h"
 #include "faults/FaultyCalls.h"
 
@@ -342,11 +343,9 @@ void tst_Explain::whatMayNotBeReadIsSaid()
 
 void tst_Explain::whatIsRefusedIsLeftOutOfTheRest_data()
 {
-    QTest::addColumn<QString>("target");
-    QTest::addColumn<QString>("path");
-    QTest::addColumn<QString>("refused");
-    QTest::newRow("looping link") << u"."_qs << u"x/up"_qs << u"x/up leads back to a folder that it lies in"_qs;
-    QTest::newRow("device") << u"/dev/zero"_qs << u"x/b.config.json"_qs << u"x/b.config.json is a device"_qs;
+    const Table<QString, QString, QString> row("target", "path", "refused");
+    row("looping link", u"."_qs, u"x/up"_qs, u"x/up leads back to a folder that it lies in"_qs);
+    row("device", u"/dev/zero"_qs, u"x/b.config.json"_qs, u"x/b.config.json is a device"_qs);
 }
 
 void tst_Explain::whatIsRefusedIsLeftOutOfTheRest()
@@ -369,13 +368,7 @@ void tst_Explain::whatIsRefusedIsLeftOutOfTheRest()
 
 void tst_Explain::damageHasItsPlace_data()
 {
-    QTest::addColumn<QByteArray>("content");
-    QTest::addColumn<int>("line");
-    QTest::addColumn<int>("column");
-    QTest::addColumn<QString>("text");
-    const auto row = [](const char* name, const QByteArray& content, int line, int column, const QString& text) {
-        QTest::newRow(name) << content << line << column << text;
-    };
+    const Table<QByteArray, int, int, QString> row("content", "line", "column", "text");
     row("nothing wrong", "{}", 0, 0, {});
     row("empty", "", 1, 1, u"not JSON: illegal value"_qs);
     row("first line", "{\"a\" 1}", 1, 7, u"not JSON: missing name separator"_qs);
@@ -502,15 +495,13 @@ void tst_Explain::everyKeyHasItsFate()
 
 void tst_Explain::displayPositionIsExplained_data()
 {
-    QTest::addColumn<QByteArray>("value");
-    QTest::addColumn<QString>("words");
-    QTest::addColumn<int>("position");
-    QTest::newRow("whole") << QByteArray("7") << u"taken displayPosition"_qs << 7;
-    QTest::newRow("like a missing one") << QByteArray("-1") << u"taken displayPosition"_qs << -1;
-    QTest::newRow("fraction") << QByteArray("2.9") << u"taken displayPosition: as 2"_qs << 2;
-    QTest::newRow("out of range") << QByteArray("1e99") << u"taken displayPosition: as 2147483647"_qs << 2147483647;
-    QTest::newRow("missing") << QByteArray() << u"defaulted displayPosition"_qs << -1;
-    QTest::newRow("text") << QByteArray("\"1\"") << u"defaulted displayPosition: is a string, not a number"_qs << -1;
+    const Table<QByteArray, QString, int> row("value", "words", "position");
+    row("whole", "7", u"taken displayPosition"_qs, 7);
+    row("like a missing one", "-1", u"taken displayPosition"_qs, -1);
+    row("fraction", "2.9", u"taken displayPosition: as 2"_qs, 2);
+    row("out of range", "1e99", u"taken displayPosition: as 2147483647"_qs, 2147483647);
+    row("missing", {}, u"defaulted displayPosition"_qs, -1);
+    row("text", "\"1\"", u"defaulted displayPosition: is a string, not a number"_qs, -1);
 }
 
 void tst_Explain::displayPositionIsExplained()
@@ -530,19 +521,16 @@ void tst_Explain::displayPositionIsExplained()
 
 void tst_Explain::unreachableElementsNameTheirReason_data()
 {
-    QTest::addColumn<QStringList>("files");
-    QTest::addColumn<QString>("path");
-    QTest::addColumn<QString>("reason");
-    QTest::newRow("same base name") << QStringList {u"a.config.json"_qs, u"a.b.config.json"_qs} << u"a.config.json"_qs
-                                    << u"'a.b.config.json' answers to 'a' before it"_qs;
-    QTest::newRow("same base name of a folder, below") << QStringList {u"y/x/c.config.json"_qs, u"y/x.config.json"_qs}
-                                                       << u"y/x"_qs << u"'y/x.config.json' answers to 'x' before it"_qs;
-    QTest::newRow("in an unreachable folder") << QStringList {u"x/c.config.json"_qs, u"x.config.json"_qs}
-                                              << u"x/c.config.json"_qs << u"no path leads to its folder"_qs;
-    QTest::newRow("name that is no part of a path")
-        << QStringList {u"strange.config.json"_qs} << u"strange.config.json"_qs
-        << u"its name 'strange/' cannot be part of a path"_qs;
-    QTest::newRow("reachable") << QStringList {u"a.config.json"_qs} << u"a.config.json"_qs << QString();
+    const Table<QStringList, QString, QString> row("files", "path", "reason");
+    row("same base name", {u"a.config.json"_qs, u"a.b.config.json"_qs}, u"a.config.json"_qs,
+        u"'a.b.config.json' answers to 'a' before it"_qs);
+    row("same base name of a folder, below", {u"y/x/c.config.json"_qs, u"y/x.config.json"_qs}, u"y/x"_qs,
+        u"'y/x.config.json' answers to 'x' before it"_qs);
+    row("in an unreachable folder", {u"x/c.config.json"_qs, u"x.config.json"_qs}, u"x/c.config.json"_qs,
+        u"no path leads to its folder"_qs);
+    row("name that is no part of a path", {u"strange.config.json"_qs}, u"strange.config.json"_qs,
+        u"its name 'strange/' cannot be part of a path"_qs);
+    row("reachable", {u"a.config.json"_qs}, u"a.config.json"_qs, {});
 }
 
 void tst_Explain::unreachableElementsNameTheirReason()
@@ -579,9 +567,9 @@ void tst_Explain::entriesComeInTheOrderOfTheTree()
 
 void tst_Explain::everythingInTheExampleIsExplainedOnce_data()
 {
-    QTest::addColumn<QString>("scheme");
-    QTest::newRow("configuration") << configurationScheme;
-    QTest::newRow("process") << u"process"_qs;
+    const Table<QString> row("scheme");
+    row("configuration", configurationScheme);
+    row("process", u"process"_qs);
 }
 
 void tst_Explain::everythingInTheExampleIsExplainedOnce()
@@ -604,19 +592,14 @@ void tst_Explain::everythingInTheExampleIsExplainedOnce()
 
 void tst_Explain::whatChangesMeanwhileIsSaid_data()
 {
-    QTest::addColumn<QByteArray>("before");
-    QTest::addColumn<QByteArray>("after");
-    QTest::addColumn<bool>("isSaid");
-    QTest::newRow("gone") << good << QByteArray() << true;
-    QTest::newRow("gone, with nothing in it") << QByteArray("{}") << QByteArray() << true;
-    QTest::newRow("other value") << good << QByteArray(R"({"displayPosition":1,"hide":true,"iconName":"i"})") << true;
-    QTest::newRow("key that is missing now") << good << QByteArray(R"({"displayPosition":1,"hide":false})") << true;
-    QTest::newRow("other position") << good << QByteArray(R"({"displayPosition":2,"hide":false,"iconName":"i"})")
-                                    << true;
-    QTest::newRow("no position any more") << good << QByteArray(R"({"hide":false,"iconName":"i"})") << true;
-    QTest::newRow("key of its own") << good
-                                    << QByteArray(R"({"displayPosition":1,"hide":false,"iconName":"i","own":1})")
-                                    << false;
+    const Table<QByteArray, QByteArray, bool> row("before", "after", "isSaid");
+    row("gone", good, {}, true);
+    row("gone, with nothing in it", "{}", {}, true);
+    row("other value", good, QByteArray(R"({"displayPosition":1,"hide":true,"iconName":"i"})"), true);
+    row("key that is missing now", good, QByteArray(R"({"displayPosition":1,"hide":false})"), true);
+    row("other position", good, QByteArray(R"({"displayPosition":2,"hide":false,"iconName":"i"})"), true);
+    row("no position any more", good, QByteArray(R"({"hide":false,"iconName":"i"})"), true);
+    row("key of its own", good, QByteArray(R"({"displayPosition":1,"hide":false,"iconName":"i","own":1})"), false);
 }
 
 void tst_Explain::whatChangesMeanwhileIsSaid()
@@ -659,23 +642,17 @@ void tst_Explain::manyLinksAndLevelsComeToAnEnd()
 
 void tst_Explain::deadEndsNameWhatIsThere_data()
 {
-    QTest::addColumn<QString>("path");
-    QTest::addColumn<QString>("reached");
-    QTest::addColumn<QString>("missing");
-    QTest::addColumn<QString>("nearest");
-    QTest::addColumn<QStringList>("namesakes");
-    QTest::newRow("misspelled") << u"netwrok/port"_qs << QString() << u"netwrok"_qs << u"network"_qs << QStringList();
-    QTest::newRow("misspelled below") << u"network/prot"_qs << u"network"_qs << u"prot"_qs << u"network/port"_qs
-                                      << QStringList();
-    QTest::newRow("too long") << u"network/port/x"_qs << u"network/port"_qs << u"x"_qs << QString() << QStringList();
-    QTest::newRow("folder without a selection") << u"network/radio/antenna"_qs << u"network"_qs << u"radio"_qs
-                                                << QString() << QStringList {u"network/radio"_qs};
-    QTest::newRow("other suffix") << u"network/live"_qs << u"network"_qs << u"live"_qs << QString()
-                                  << QStringList {u"network/live.process.json"_qs};
-    QTest::newRow("other name") << u"network/mapping"_qs << u"network"_qs << u"mapping"_qs << QString()
-                                << QStringList {u"network/mapping.config.json"_qs};
-    QTest::newRow("hidden") << u"backup"_qs << QString() << u"backup"_qs << QString() << QStringList {u".backup"_qs};
-    QTest::newRow("nothing like it") << u"zzzzzz"_qs << QString() << u"zzzzzz"_qs << QString() << QStringList();
+    const Table<QString, QString, QString, QString, QStringList> row(
+        "path", "reached", "missing", "nearest", "namesakes");
+    row("misspelled", u"netwrok/port"_qs, {}, u"netwrok"_qs, u"network"_qs, {});
+    row("misspelled below", u"network/prot"_qs, u"network"_qs, u"prot"_qs, u"network/port"_qs, {});
+    row("too long", u"network/port/x"_qs, u"network/port"_qs, u"x"_qs, {}, {});
+    row("folder without a selection", u"network/radio/antenna"_qs, u"network"_qs, u"radio"_qs, {},
+        {u"network/radio"_qs});
+    row("other suffix", u"network/live"_qs, u"network"_qs, u"live"_qs, {}, {u"network/live.process.json"_qs});
+    row("other name", u"network/mapping"_qs, u"network"_qs, u"mapping"_qs, {}, {u"network/mapping.config.json"_qs});
+    row("hidden", u"backup"_qs, {}, u"backup"_qs, {}, {u".backup"_qs});
+    row("nothing like it", u"zzzzzz"_qs, {}, u"zzzzzz"_qs, {}, {});
 }
 
 void tst_Explain::deadEndsNameWhatIsThere()
@@ -715,25 +692,24 @@ void tst_Explain::importedFolderIsExplained()
 
 void tst_Explain::oneEntryIsFound_data()
 {
-    QTest::addColumn<QString>("what");
-    QTest::addColumn<QStringList>("files");
+    const Table<QString, QStringList> row("what", "files");
     const QStringList network {u"network"_qs, u"network/Folder.menu.json"_qs, u"network/port.v2.config.json"_qs};
     const QStringList other {u"network/port"_qs, u"network/port/other.txt"_qs};
     const QStringList port {u"network/port.v2.config.json"_qs};
     const QStringList older {u"older"_qs, u"older/a.config.json"_qs};
-    QTest::newRow("folder from here") << u"tree/older"_qs << older;
-    QTest::newRow("folder in the folder") << u"older"_qs << older;
-    QTest::newRow("slash behind it") << u"older/"_qs << older;
-    QTest::newRow("whole path") << u"%1/tree/older"_qs << older;
-    QTest::newRow("through a link") << u"link/older"_qs << older;
-    QTest::newRow("link in the folder") << u"tree/dangling"_qs << QStringList {u"dangling"_qs};
-    QTest::newRow("file in the folder") << u"network/port.v2.config.json"_qs << port;
-    QTest::newRow("file before instance") << u"network/port"_qs << other;
-    QTest::newRow("instance") << u"network/inner"_qs << QStringList {u"network/special.config.json"_qs};
-    QTest::newRow("instance with slashes") << u"/network//inner/"_qs << QStringList {u"network/special.config.json"_qs};
-    QTest::newRow("the folder") << u"tree"_qs << QStringList {u"*"_qs};
-    QTest::newRow("the folder, with a dot") << u"./tree/."_qs << QStringList {u"*"_qs};
-    QTest::newRow("nothing given") << u"''"_qs << QStringList {u"*"_qs};
+    row("folder from here", u"tree/older"_qs, older);
+    row("folder in the folder", u"older"_qs, older);
+    row("slash behind it", u"older/"_qs, older);
+    row("whole path", u"%1/tree/older"_qs, older);
+    row("through a link", u"link/older"_qs, older);
+    row("link in the folder", u"tree/dangling"_qs, {u"dangling"_qs});
+    row("file in the folder", u"network/port.v2.config.json"_qs, port);
+    row("file before instance", u"network/port"_qs, other);
+    row("instance", u"network/inner"_qs, {u"network/special.config.json"_qs});
+    row("instance with slashes", u"/network//inner/"_qs, {u"network/special.config.json"_qs});
+    row("the folder", u"tree"_qs, {u"*"_qs});
+    row("the folder, with a dot", u"./tree/."_qs, {u"*"_qs});
+    row("nothing given", u"''"_qs, {u"*"_qs});
 }
 
 void tst_Explain::oneEntryIsFound()
@@ -796,16 +772,14 @@ void tst_Explain::whatLeadsNowhereIsExplained()
 
 void tst_Explain::troubleIsTrouble_data()
 {
-    QTest::addColumn<QString>("commandLine");
-    QTest::addColumn<QByteArray>("complaint");
-    QTest::newRow("no such folder") << u"nowhere"_qs << QByteArray("cannot read nowhere: No such file or directory");
-    QTest::newRow("no folder") << u"file"_qs << QByteArray("cannot read file: it is not a folder");
-    QTest::newRow("may not be read") << u"closed"_qs << QByteArray("cannot read closed: Permission denied");
-    QTest::newRow("unknown scheme")
-        << u"open --scheme x"_qs
-        << QByteArray("'x' is neither 'configuration' nor 'process'; --any-scheme takes it all the same");
-    QTest::newRow("nothing but slashes") << u"open //"_qs << QByteArray("PATH is empty");
-    QTest::newRow("too much given") << u"open a b"_qs << QByteArray("explain takes FOLDER [PATH|FILE]; see ");
+    const Table<QString, QByteArray> row("commandLine", "complaint");
+    row("no such folder", u"nowhere"_qs, "cannot read nowhere: No such file or directory");
+    row("no folder", u"file"_qs, "cannot read file: it is not a folder");
+    row("may not be read", u"closed"_qs, "cannot read closed: Permission denied");
+    row("unknown scheme", u"open --scheme x"_qs,
+        "'x' is neither 'configuration' nor 'process'; --any-scheme takes it all the same");
+    row("nothing but slashes", u"open //"_qs, "PATH is empty");
+    row("too much given", u"open a b"_qs, "explain takes FOLDER [PATH|FILE]; see ");
 }
 
 void tst_Explain::troubleIsTrouble()

@@ -1,5 +1,6 @@
 #include "Findings.h"
 #include "ManifestFixture.h"
+#include "Table.h"
 #include "TestMain.h"
 
 #include <QtCore/QElapsedTimer>
@@ -156,19 +157,18 @@ private Q_SLOTS:
 
 void tst_Findings::everyKindHasAWordOfItsOwn_data()
 {
-    QTest::addColumn<FindingKind>("kind");
-    QTest::addColumn<QString>("word");
-    QTest::newRow("NoObject") << FindingKind::NoObject << u"no-object"_qs;
-    QTest::newRow("UnknownKind") << FindingKind::UnknownKind << u"unknown-kind"_qs;
-    QTest::newRow("NameMissing") << FindingKind::NameMissing << u"name-missing"_qs;
-    QTest::newRow("NameEmpty") << FindingKind::NameEmpty << u"name-empty"_qs;
-    QTest::newRow("NameNoText") << FindingKind::NameNoText << u"name-no-text"_qs;
-    QTest::newRow("NameWithSlash") << FindingKind::NameWithSlash << u"name-with-slash"_qs;
-    QTest::newRow("NameTaken") << FindingKind::NameTaken << u"name-taken"_qs;
-    QTest::newRow("ChildrenNoArray") << FindingKind::ChildrenNoArray << u"children-no-array"_qs;
-    QTest::newRow("ChildrenOfSelection") << FindingKind::ChildrenOfSelection << u"children-of-selection"_qs;
-    QTest::newRow("TooDeep") << FindingKind::TooDeep << u"too-deep"_qs;
-    QTest::newRow("NoChildren") << FindingKind::NoChildren << u"no-children"_qs;
+    const Table<FindingKind, QString> row("kind", "word");
+    row("NoObject", FindingKind::NoObject, u"no-object"_qs);
+    row("UnknownKind", FindingKind::UnknownKind, u"unknown-kind"_qs);
+    row("NameMissing", FindingKind::NameMissing, u"name-missing"_qs);
+    row("NameEmpty", FindingKind::NameEmpty, u"name-empty"_qs);
+    row("NameNoText", FindingKind::NameNoText, u"name-no-text"_qs);
+    row("NameWithSlash", FindingKind::NameWithSlash, u"name-with-slash"_qs);
+    row("NameTaken", FindingKind::NameTaken, u"name-taken"_qs);
+    row("ChildrenNoArray", FindingKind::ChildrenNoArray, u"children-no-array"_qs);
+    row("ChildrenOfSelection", FindingKind::ChildrenOfSelection, u"children-of-selection"_qs);
+    row("TooDeep", FindingKind::TooDeep, u"too-deep"_qs);
+    row("NoChildren", FindingKind::NoChildren, u"no-children"_qs);
 }
 
 void tst_Findings::everyKindHasAWordOfItsOwn()
@@ -190,11 +190,7 @@ void tst_Findings::onlyMissingChildrenAreNoDamage()
 
 void tst_Findings::findingsOfAManifest_data()
 {
-    QTest::addColumn<QJsonArray>("manifest");
-    QTest::addColumn<QStringList>("findings");
-    const auto row = [](const char* name, const QJsonArray& manifest, const QStringList& findings) {
-        QTest::newRow(name) << manifest << findings;
-    };
+    const Table<QJsonArray, QStringList> row("manifest", "findings");
     row("nothing", {}, {});
     row("sound", network(), {});
     row("number", {1}, {u"no-object: position 0 of the top level is a number, not an element"_qs});
@@ -224,14 +220,10 @@ void tst_Findings::findingsOfAManifest_data()
         {u"name-with-slash: position 0 of the top level has the name 'a/b', of which a path makes several"_qs});
     row("selection with a slash", {selection(u"a/b"_qs)}, {});
     row("two of a name", {selection(u"x/a"_qs), selection(u"b"_qs), node(u"a"_qs, {selection(u"s"_qs)})},
-        {u"name-taken: position 2 of the top level answers to 'a', as its sibling at position 0 does, which is found "
-         u"instead"_qs});
+        {u"name-taken: position 2 of the top level answers to 'a', as its sibling at position 0 does, which is found instead"_qs});
     row("three of a name", {selection(u"a"_qs), selection(u"a"_qs), selection(u"a"_qs)},
-        {u"name-taken: position 1 of the top level answers to 'a', as its sibling at position 0 does, which is found "
-         u"instead"_qs,
-            u"name-taken: position 2 of the top level answers to 'a', as its sibling at position 0 does, which is "
-            u"found "
-            u"instead"_qs});
+        {u"name-taken: position 1 of the top level answers to 'a', as its sibling at position 0 does, which is found instead"_qs,
+            u"name-taken: position 2 of the top level answers to 'a', as its sibling at position 0 does, which is found instead"_qs});
     row("same name elsewhere", {node(u"a"_qs, {selection(u"a/a"_qs)}), node(u"b"_qs, {selection(u"b/a"_qs)})}, {});
     row("children that are an object", {with(node(u"a"_qs), u"substructure"_qs, node(u"b"_qs))},
         {u"children-no-array: 'a' has a 'substructure' that is an object, not an array"_qs});
@@ -250,8 +242,7 @@ void tst_Findings::findingsOfAManifest_data()
         {QJsonObject {{u"substructure"_qs, QJsonArray {node(u"a/b"_qs)}}}},
         {u"unknown-kind: position 0 of the top level has no 'selectionType'"_qs,
             u"name-missing: position 0 of the top level has no 'instanceName'"_qs,
-            u"name-with-slash: position 0 below position 0 of the top level has the name 'a/b', of which a path makes "
-            u"several"_qs,
+            u"name-with-slash: position 0 below position 0 of the top level has the name 'a/b', of which a path makes several"_qs,
             u"no-children: position 0 below position 0 of the top level is a node without children"_qs});
 }
 
@@ -314,25 +305,21 @@ void tst_Findings::everyUnreachableElementHasAReason()
 
 void tst_Findings::tooDeepIsWhatCannotBeLoaded_data()
 {
-    QTest::addColumn<QJsonArray>("manifest");
-    QTest::addColumn<bool>("isTooDeep");
+    const Table<QJsonArray, bool> row("manifest", "isTooDeep");
     const QJsonObject empty = with(node(u"n"_qs), u"substructure"_qs, QJsonArray());
-    QTest::newRow("512 elements") << QJsonArray {chain(511, selection(u"s"_qs))} << false;
-    QTest::newRow("with an empty array") << QJsonArray {chain(511, empty)} << true;
-    QTest::newRow("511 elements with an empty array") << QJsonArray {chain(510, empty)} << false;
-    QTest::newRow("513 elements") << QJsonArray {chain(512, selection(u"s"_qs))} << true;
-    QTest::newRow("array in the last") << QJsonArray {chain(511, with(selection(u"s"_qs), u"list"_qs, QJsonArray()))}
-                                       << true;
-    QTest::newRow("array in the last but one")
-        << QJsonArray {chain(510, with(selection(u"s"_qs), u"list"_qs, QJsonArray()))} << false;
-    QTest::newRow("deep member") << QJsonArray {with(selection(u"s"_qs), u"m"_qs, nested(1022))} << false;
-    QTest::newRow("too deep a member") << QJsonArray {with(selection(u"s"_qs), u"m"_qs, nested(1023))} << true;
-    QTest::newRow("deep array") << QJsonArray {nested(1023)} << false;
-    QTest::newRow("too deep an array") << QJsonArray {nested(1024)} << true;
-    QTest::newRow("deep children that are no array")
-        << QJsonArray {with(node(u"n"_qs), u"substructure"_qs, nested(1022).toObject())} << false;
-    QTest::newRow("too deep children that are no array")
-        << QJsonArray {with(node(u"n"_qs), u"substructure"_qs, QJsonObject {{u"k"_qs, nested(1022)}})} << true;
+    row("512 elements", {chain(511, selection(u"s"_qs))}, false);
+    row("with an empty array", {chain(511, empty)}, true);
+    row("511 elements with an empty array", {chain(510, empty)}, false);
+    row("513 elements", {chain(512, selection(u"s"_qs))}, true);
+    row("array in the last", {chain(511, with(selection(u"s"_qs), u"list"_qs, QJsonArray()))}, true);
+    row("array in the last but one", {chain(510, with(selection(u"s"_qs), u"list"_qs, QJsonArray()))}, false);
+    row("deep member", {with(selection(u"s"_qs), u"m"_qs, nested(1022))}, false);
+    row("too deep a member", {with(selection(u"s"_qs), u"m"_qs, nested(1023))}, true);
+    row("deep array", {nested(1023)}, false);
+    row("too deep an array", {nested(1024)}, true);
+    row("deep children that are no array", {with(node(u"n"_qs), u"substructure"_qs, nested(1022).toObject())}, false);
+    row("too deep children that are no array",
+        {with(node(u"n"_qs), u"substructure"_qs, QJsonObject {{u"k"_qs, nested(1022)}})}, true);
 }
 
 void tst_Findings::tooDeepIsWhatCannotBeLoaded()
@@ -359,14 +346,10 @@ void tst_Findings::tooDeepIsReportedOncePerBranch()
 
 void tst_Findings::exampleHasTheKnownFindings_data()
 {
-    QTest::addColumn<QString>("scheme");
-    QTest::addColumn<QStringList>("findings");
-    QTest::newRow("configuration")
-        << u"configuration"_qs
-        << QStringList(
-               u"name-taken: position 5 of the top level answers to 'network', as its sibling at position 4 does, "
-               u"which is found instead"_qs);
-    QTest::newRow("process") << u"process"_qs << QStringList();
+    const Table<QString, QStringList> row("scheme", "findings");
+    row("configuration", u"configuration"_qs,
+        {u"name-taken: position 5 of the top level answers to 'network', as its sibling at position 4 does, which is found instead"_qs});
+    row("process", u"process"_qs, {});
 }
 
 void tst_Findings::exampleHasTheKnownFindings()
@@ -380,12 +363,7 @@ void tst_Findings::exampleHasTheKnownFindings()
 
 void tst_Findings::addedDamage_data()
 {
-    QTest::addColumn<QJsonArray>("before");
-    QTest::addColumn<QJsonArray>("after");
-    QTest::addColumn<QStringList>("words");
-    const auto row = [](const char* name, const QJsonArray& before, const QJsonArray& after, const QStringList& words) {
-        QTest::newRow(name) << before << after << words;
-    };
+    const Table<QJsonArray, QJsonArray, QStringList> row("before", "after", "words");
     const QJsonObject first = with(node(u"a"_qs), u"iconName"_qs, u"1"_qs);
     const QJsonObject second = with(node(u"a"_qs), u"iconName"_qs, u"2"_qs);
     const QJsonObject other = selection(u"b"_qs);
@@ -482,19 +460,14 @@ void tst_Findings::damageAddedToManyElementsIsFoundQuickly()
 
 void tst_Findings::editAddsDamage_data()
 {
-    QTest::addColumn<Change>("change");
-    QTest::addColumn<QStringList>("added");
-    const auto row = [](const char* name, const Change& change, const QStringList& added) {
-        QTest::newRow(name) << change << added;
-    };
+    const Table<Change, QStringList> row("change", "added");
     row("key of a sound element",
         [](Handler& handler) { return handler.setProperty(u"network/eth"_qs, u"iconName"_qs, u"x"_qs, false); }, {});
     row("free name",
         [](Handler& handler) { return handler.setProperty(u"users"_qs, u"instanceName"_qs, u"people"_qs, false); }, {});
     row("taken name",
         [](Handler& handler) { return handler.setProperty(u"users"_qs, u"instanceName"_qs, u"network"_qs, false); },
-        {u"name-taken: position 2 of the top level answers to 'network', as its sibling at position 1 does, which is "
-         u"found instead"_qs});
+        {u"name-taken: position 2 of the top level answers to 'network', as its sibling at position 1 does, which is found instead"_qs});
     row("empty name",
         [](Handler& handler) { return handler.setProperty(u"users"_qs, u"instanceName"_qs, u""_qs, false); },
         {u"name-empty: position 2 of the top level has an empty name"_qs});
@@ -530,13 +503,7 @@ void tst_Findings::editAddsDamage()
 
 void tst_Findings::lostElementsOfTwoManifests_data()
 {
-    QTest::addColumn<QJsonArray>("before");
-    QTest::addColumn<QJsonArray>("after");
-    QTest::addColumn<QVector<QVector<int>>>("edited");
-    QTest::addColumn<QStringList>("lost");
-    using Edited = QVector<QVector<int>>;
-    const auto row = [](const char* name, const QJsonArray& before, const QJsonArray& after, const Edited& edited,
-                         const QStringList& lost) { QTest::newRow(name) << before << after << edited << lost; };
+    const Table<QJsonArray, QJsonArray, QVector<QVector<int>>, QStringList> row("before", "after", "edited", "lost");
     const QJsonObject a = selection(u"a"_qs);
     const QJsonObject b = selection(u"b"_qs);
     row("nothing", network(), network(), {}, {});
@@ -643,12 +610,7 @@ void tst_Findings::editLosesElements()
 
 void tst_Findings::permutation_data()
 {
-    QTest::addColumn<QJsonArray>("before");
-    QTest::addColumn<QJsonArray>("after");
-    QTest::addColumn<bool>("isPermutation");
-    const auto row = [](const char* name, const QJsonArray& before, const QJsonArray& after, bool isPermutation) {
-        QTest::newRow(name) << before << after << isPermutation;
-    };
+    const Table<QJsonArray, QJsonArray, bool> row("before", "after", "isPermutation");
     const QJsonObject a = selection(u"a"_qs);
     const QJsonObject b = selection(u"b"_qs);
     row("nothing", {}, {}, true);
@@ -725,21 +687,18 @@ void tst_Findings::typeOfAVocabularyKey()
 
 void tst_Findings::typeOfAnyOtherKey_data()
 {
-    QTest::addColumn<QString>("key");
-    QTest::addColumn<QJsonValue>("present");
-    QTest::addColumn<QJsonValue>("given");
-    QTest::addColumn<bool>("isRight");
+    const Table<QString, QJsonValue, QJsonValue, bool> row("key", "present", "given", "isRight");
     const QJsonValue none(QJsonValue::Undefined);
-    QTest::newRow("new key") << u"own"_qs << none << QJsonValue(u"x"_qs) << true;
-    QTest::newRow("text for text") << u"own"_qs << QJsonValue(u""_qs) << QJsonValue(u"x"_qs) << true;
-    QTest::newRow("text for a number") << u"own"_qs << QJsonValue(1) << QJsonValue(u"1"_qs) << false;
-    QTest::newRow("number for a number") << u"own"_qs << QJsonValue(1) << QJsonValue(2.5) << true;
-    QTest::newRow("object for an array") << u"own"_qs << QJsonValue(QJsonArray()) << QJsonValue(QJsonObject()) << false;
-    QTest::newRow("null for a text") << u"own"_qs << QJsonValue(u"x"_qs) << QJsonValue() << false;
-    QTest::newRow("text for null") << u"own"_qs << QJsonValue() << QJsonValue(u"x"_qs) << false;
-    QTest::newRow("capitals make another key") << u"Hide"_qs << none << QJsonValue(u"true"_qs) << true;
-    QTest::newRow("key of any type") << u"tolmVersion"_qs << QJsonValue(1) << QJsonValue(u"1"_qs) << true;
-    QTest::newRow("other key of any type") << u"configurationVersion"_qs << QJsonValue(1) << QJsonValue(true) << true;
+    row("new key", u"own"_qs, none, u"x"_qs, true);
+    row("text for text", u"own"_qs, u""_qs, u"x"_qs, true);
+    row("text for a number", u"own"_qs, 1, u"1"_qs, false);
+    row("number for a number", u"own"_qs, 1, 2.5, true);
+    row("object for an array", u"own"_qs, QJsonArray(), QJsonObject(), false);
+    row("null for a text", u"own"_qs, u"x"_qs, {}, false);
+    row("text for null", u"own"_qs, {}, u"x"_qs, false);
+    row("capitals make another key", u"Hide"_qs, none, u"true"_qs, true);
+    row("key of any type", u"tolmVersion"_qs, 1, u"1"_qs, true);
+    row("other key of any type", u"configurationVersion"_qs, 1, true, true);
 }
 
 void tst_Findings::typeOfAnyOtherKey()
@@ -753,12 +712,7 @@ void tst_Findings::typeOfAnyOtherKey()
 
 void tst_Findings::typesOfElementsInAValue_data()
 {
-    QTest::addColumn<QJsonArray>("present");
-    QTest::addColumn<QJsonArray>("given");
-    QTest::addColumn<QString>("message");
-    const auto row = [](const char* name, const QJsonArray& present, const QJsonArray& given, const QString& message) {
-        QTest::newRow(name) << present << given << message;
-    };
+    const Table<QJsonArray, QJsonArray, QString> row("present", "given", "message");
     const QJsonObject a = selection(u"a"_qs);
     const QJsonObject wrong = with(a, u"hide"_qs, u"true"_qs);
     const QString message = u"'hide' of the element 'a' takes a boolean, not a string"_qs;
@@ -785,20 +739,13 @@ void tst_Findings::typesOfElementsInAValue()
 
 void tst_Findings::messageNamesBothTypesAndTheOption_data()
 {
-    QTest::addColumn<QString>("key");
-    QTest::addColumn<QJsonValue>("present");
-    QTest::addColumn<QJsonValue>("given");
-    QTest::addColumn<QString>("message");
-    QTest::newRow("text for a boolean")
-        << u"hide"_qs << QJsonValue(true) << QJsonValue(u"true"_qs)
-        << u"'hide' takes a boolean, not a string; --json takes a value of another type "
-           u"than a string"_qs;
-    QTest::newRow("number for a text")
-        << u"iconName"_qs << QJsonValue(QJsonValue::Undefined) << QJsonValue(1)
-        << u"'iconName' takes a string, not a number; without --json the value is a string"_qs;
-    QTest::newRow("object for a list of the user's own")
-        << u"own"_qs << QJsonValue(QJsonArray()) << QJsonValue(QJsonObject())
-        << u"'own' takes an array, not an object; look at what --json was given"_qs;
+    const Table<QString, QJsonValue, QJsonValue, QString> row("key", "present", "given", "message");
+    row("text for a boolean", u"hide"_qs, true, u"true"_qs,
+        u"'hide' takes a boolean, not a string; --json takes a value of another type than a string"_qs);
+    row("number for a text", u"iconName"_qs, QJsonValue::Undefined, 1,
+        u"'iconName' takes a string, not a number; without --json the value is a string"_qs);
+    row("object for a list of the user's own", u"own"_qs, QJsonArray(), QJsonObject(),
+        u"'own' takes an array, not an object; look at what --json was given"_qs);
 }
 
 void tst_Findings::messageNamesBothTypesAndTheOption()

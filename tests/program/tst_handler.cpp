@@ -1,5 +1,6 @@
 #include "ProgramRun.h"
 #include "SystemInformationManagerRegistryDefinitions.h"
+#include "Table.h"
 #include "TestMain.h"
 
 #include <QtCore/QDir>
@@ -231,25 +232,22 @@ private Q_SLOTS:
 
 void tst_Handler::queriesPrintTheirResults_data()
 {
-    QTest::addColumn<QString>("commandLine");
-    QTest::addColumn<QByteArray>("output");
+    const Table<QString, QByteArray> row("commandLine", "output");
 
-    QTest::newRow("list") << u"list manifest.json"_qs << QByteArray("top\na\nspare\n");
-    QTest::newRow("list, empty path") << u"list manifest.json ''"_qs << QByteArray("top\na\nspare\n");
-    QTest::newRow("list, node") << u"list manifest.json a"_qs << QByteArray("a/first\nsecond\n");
-    QTest::newRow("list, empty names are skipped") << u"list manifest.json //a/"_qs << QByteArray("a/first\nsecond\n");
-    QTest::newRow("list, node without children") << u"list manifest.json spare"_qs << QByteArray();
-    QTest::newRow("count") << u"count manifest.json"_qs << QByteArray("3\n");
-    QTest::newRow("count, node") << u"count manifest.json a"_qs << QByteArray("2\n");
-    QTest::newRow("count, selection") << u"count manifest.json top"_qs << QByteArray("0\n");
-    QTest::newRow("get, text") << u"get manifest.json a/first instanceName"_qs << QByteArray("a/first\n");
-    QTest::newRow("get, JSON text") << u"get manifest.json a/first instanceName --json"_qs
-                                    << QByteArray("\"a/first\"\n");
-    QTest::newRow("get, empty names are skipped")
-        << u"get manifest.json /a//second/ instanceName"_qs << QByteArray("second\n");
-    QTest::newRow("get, children") << u"get manifest.json a substructure"_qs << compact({first, second}) + '\n';
-    QTest::newRow("get, module name") << u"get --module M manifest.json top moduleName"_qs << QByteArray("M\n");
-    QTest::newRow("get, object name") << u"get manifest.json a/first objectName --object O"_qs << QByteArray("O\n");
+    row("list", u"list manifest.json"_qs, "top\na\nspare\n");
+    row("list, empty path", u"list manifest.json ''"_qs, "top\na\nspare\n");
+    row("list, node", u"list manifest.json a"_qs, "a/first\nsecond\n");
+    row("list, empty names are skipped", u"list manifest.json //a/"_qs, "a/first\nsecond\n");
+    row("list, node without children", u"list manifest.json spare"_qs, {});
+    row("count", u"count manifest.json"_qs, "3\n");
+    row("count, node", u"count manifest.json a"_qs, "2\n");
+    row("count, selection", u"count manifest.json top"_qs, "0\n");
+    row("get, text", u"get manifest.json a/first instanceName"_qs, "a/first\n");
+    row("get, JSON text", u"get manifest.json a/first instanceName --json"_qs, "\"a/first\"\n");
+    row("get, empty names are skipped", u"get manifest.json /a//second/ instanceName"_qs, "second\n");
+    row("get, children", u"get manifest.json a substructure"_qs, compact({first, second}) + '\n');
+    row("get, module name", u"get --module M manifest.json top moduleName"_qs, "M\n");
+    row("get, object name", u"get manifest.json a/first objectName --object O"_qs, "O\n");
 }
 
 void tst_Handler::queriesPrintTheirResults()
@@ -281,11 +279,11 @@ void tst_Handler::getPrintsAnElementAsJson()
 
 void tst_Handler::getPrintsEveryKindOfValue_data()
 {
-    QTest::addColumn<QJsonValue>("value");
+    const Table<QJsonValue> row("value");
 
     const QJsonArray values = everyKind();
     for (const QJsonValue& value : values) {
-        QTest::newRow(compact({value}).constData()) << value;
+        row(compact({value}).constData(), value);
     }
 }
 
@@ -366,11 +364,11 @@ void tst_Handler::printShowsWhatWouldBeSaved()
 
 void tst_Handler::printNeverSaves_data()
 {
-    QTest::addColumn<QString>("commandLine");
+    const Table<QString> row("commandLine");
 
-    QTest::newRow("behind --save") << u"set manifest.json top key value --save --print"_qs;
-    QTest::newRow("before --save") << u"set --print manifest.json top key value --save"_qs;
-    QTest::newRow("beside --dry-run") << u"set --print manifest.json top key value --dry-run"_qs;
+    row("behind --save", u"set manifest.json top key value --save --print"_qs);
+    row("before --save", u"set --print manifest.json top key value --save"_qs);
+    row("beside --dry-run", u"set --print manifest.json top key value --dry-run"_qs);
 }
 
 void tst_Handler::printNeverSaves()
@@ -451,13 +449,13 @@ void tst_Handler::saveGoesWhereALinkLeads()
 
 void tst_Handler::optionsStandAnywhereBehindTheCommand_data()
 {
-    QTest::addColumn<QString>("commandLine");
+    const Table<QString> row("commandLine");
 
-    QTest::newRow("before the file") << u"set --json --save --module M manifest.json top key 1"_qs;
-    QTest::newRow("between") << u"set manifest.json --module M top --json key --save 1"_qs;
-    QTest::newRow("at the end") << u"set manifest.json top key 1 --save --module M --json"_qs;
-    QTest::newRow("everywhere") << u"set --module=M manifest.json top --save key 1 --json"_qs;
-    QTest::newRow("before a double dash") << u"set --module=M --save --json -- manifest.json top key 1"_qs;
+    row("before the file", u"set --json --save --module M manifest.json top key 1"_qs);
+    row("between", u"set manifest.json --module M top --json key --save 1"_qs);
+    row("at the end", u"set manifest.json top key 1 --save --module M --json"_qs);
+    row("everywhere", u"set --module=M manifest.json top --save key 1 --json"_qs);
+    row("before a double dash", u"set --module=M --save --json -- manifest.json top key 1"_qs);
 }
 
 void tst_Handler::optionsStandAnywhereBehindTheCommand()
@@ -548,10 +546,9 @@ void tst_Handler::missingKeyIsNamedAlsoOfAnElementFoundByItsWholePath()
 
 void tst_Handler::valuesThatAreNoJsonAreWrongUsage_data()
 {
-    QTest::addColumn<QString>("value");
-    QTest::addColumn<QString>("shown");
+    const Table<QString, QString> row("value", "shown");
 
-    const auto add = [](const char* name, const QString& value) { QTest::newRow(name) << value << value; };
+    const auto add = [&](const char* name, const QString& value) { row(name, value, value); };
     add("nothing", QString());
     add("blank", u" "_qs);
     add("word", u"text"_qs);
@@ -569,7 +566,7 @@ void tst_Handler::valuesThatAreNoJsonAreWrongUsage_data()
     add("two values", u"1,2"_qs);
     add("two values without a comma", u"1 2"_qs);
     add("array turned inside out", u"1],[2"_qs);
-    QTest::newRow("control") << u"\x1b"_qs << u"\\u{1b}"_qs;
+    row("control", u"\x1b"_qs, u"\\u{1b}"_qs);
 }
 
 void tst_Handler::valuesThatAreNoJsonAreWrongUsage()
@@ -649,7 +646,7 @@ void tst_Handler::descriptionsThatAreNoneFail()
 
 void tst_Handler::commandsFailWithoutAManifest_data()
 {
-    QTest::addColumn<QString>("commandLine");
+    const Table<QString> row("commandLine");
 
     for (const char* const commandLine :
         {"list none.json", "count none.json", "get none.json top", "set none.json top key value --save",
@@ -659,7 +656,7 @@ void tst_Handler::commandsFailWithoutAManifest_data()
             "update-selection none.json a --description - --save", "sort none.json '' top --save",
             "stamp none.json --module M --save", "stamp none.json --object O --dry-run", "show none.json",
             "exists none.json top", "instances none.json", "rewrite none.json top key value --save"}) {
-        QTest::newRow(commandLine) << QString::fromUtf8(commandLine);
+        row(commandLine, QString::fromUtf8(commandLine));
     }
 }
 
@@ -675,12 +672,11 @@ void tst_Handler::commandsFailWithoutAManifest()
 
 void tst_Handler::whatIsNoManifestIsSaidSo_data()
 {
-    QTest::addColumn<QByteArray>("content");
-    QTest::addColumn<QString>("problem");
+    const Table<QByteArray, QString> row("content", "problem");
 
-    QTest::newRow("empty") << QByteArray() << u"illegal value at byte 0"_qs;
-    QTest::newRow("not JSON") << QByteArray("[1,") << u"unterminated array at byte 3"_qs;
-    QTest::newRow("object") << QByteArray("{}") << u"its root is not an array"_qs;
+    row("empty", {}, u"illegal value at byte 0"_qs);
+    row("not JSON", "[1,", u"unterminated array at byte 3"_qs);
+    row("object", "{}", u"its root is not an array"_qs);
 }
 
 void tst_Handler::whatIsNoManifestIsSaidSo()
@@ -759,36 +755,33 @@ QByteArray hostileManifest()
 
 void tst_Handler::nothingHostileIsPrinted_data()
 {
-    QTest::addColumn<QStringList>("arguments");
-    QTest::addColumn<int>("status");
+    const Table<QStringList, int> row("arguments", "status");
 
     const QString file = u"manifest.json"_qs;
     const QString page = hostile() + u'1';
     const QString parent = hostile() + u'2';
     const QString odd = hostile() + u'3';
-    QTest::newRow("list") << QStringList {u"list"_qs, file} << 0;
-    QTest::newRow("list, node") << QStringList {u"list"_qs, file, parent} << 0;
-    QTest::newRow("list, no children") << QStringList {u"list"_qs, file, odd} << 1;
-    QTest::newRow("list, no element") << QStringList {u"list"_qs, file, hostile()} << 1;
-    QTest::newRow("count, no element") << QStringList {u"count"_qs, file, hostile()} << 1;
-    QTest::newRow("get, text") << QStringList {u"get"_qs, file, page, u"labelTextId"_qs} << 0;
-    QTest::newRow("get, hostile key") << QStringList {u"get"_qs, file, page, hostile()} << 0;
-    QTest::newRow("get, no key") << QStringList {u"get"_qs, file, page, hostile() + u'4'} << 1;
-    QTest::newRow("get, no element") << QStringList {u"get"_qs, file, hostile()} << 1;
-    QTest::newRow("set, no element") << QStringList {u"set"_qs, file, hostile(), u"key"_qs, u"value"_qs} << 1;
-    QTest::newRow("set, no JSON") << QStringList {u"set"_qs, file, page, u"key"_qs, hostile(), u"--json"_qs} << 2;
-    QTest::newRow("update, no key") << QStringList {u"update"_qs, file, page, hostile() + u'4', u"value"_qs} << 1;
-    QTest::newRow("add, no description") << QStringList {u"add-node"_qs, file, u"b"_qs, u"--description"_qs, hostile()}
-                                         << 2;
-    QTest::newRow("add, no number") << QStringList {u"add-node"_qs, file, u"b"_qs, u"--index"_qs, hostile()} << 2;
-    QTest::newRow("move, no position") << QStringList {u"move-node"_qs, file, odd, u"9"_qs} << 1;
-    QTest::newRow("sort, no element") << QStringList {u"sort"_qs, file, hostile(), u"x"_qs} << 1;
-    QTest::newRow("instances") << QStringList {u"instances"_qs, file} << 0;
-    QTest::newRow("rewrite, no instance") << QStringList {u"rewrite"_qs, file, hostile(), u"key"_qs, u"value"_qs} << 1;
-    QTest::newRow("rewrite, no key") << QStringList {u"rewrite"_qs, file, page, hostile() + u'4', u"value"_qs} << 1;
-    QTest::newRow("rewrite, no key to add to")
-        << QStringList {u"rewrite"_qs, file, hostile(), hostile(), u"x"_qs, u"--add"_qs} << 1;
-    QTest::newRow("no manifest") << QStringList {u"list"_qs, hostile()} << 2;
+    row("list", {u"list"_qs, file}, 0);
+    row("list, node", {u"list"_qs, file, parent}, 0);
+    row("list, no children", {u"list"_qs, file, odd}, 1);
+    row("list, no element", {u"list"_qs, file, hostile()}, 1);
+    row("count, no element", {u"count"_qs, file, hostile()}, 1);
+    row("get, text", {u"get"_qs, file, page, u"labelTextId"_qs}, 0);
+    row("get, hostile key", {u"get"_qs, file, page, hostile()}, 0);
+    row("get, no key", {u"get"_qs, file, page, hostile() + u'4'}, 1);
+    row("get, no element", {u"get"_qs, file, hostile()}, 1);
+    row("set, no element", {u"set"_qs, file, hostile(), u"key"_qs, u"value"_qs}, 1);
+    row("set, no JSON", {u"set"_qs, file, page, u"key"_qs, hostile(), u"--json"_qs}, 2);
+    row("update, no key", {u"update"_qs, file, page, hostile() + u'4', u"value"_qs}, 1);
+    row("add, no description", {u"add-node"_qs, file, u"b"_qs, u"--description"_qs, hostile()}, 2);
+    row("add, no number", {u"add-node"_qs, file, u"b"_qs, u"--index"_qs, hostile()}, 2);
+    row("move, no position", {u"move-node"_qs, file, odd, u"9"_qs}, 1);
+    row("sort, no element", {u"sort"_qs, file, hostile(), u"x"_qs}, 1);
+    row("instances", {u"instances"_qs, file}, 0);
+    row("rewrite, no instance", {u"rewrite"_qs, file, hostile(), u"key"_qs, u"value"_qs}, 1);
+    row("rewrite, no key", {u"rewrite"_qs, file, page, hostile() + u'4', u"value"_qs}, 1);
+    row("rewrite, no key to add to", {u"rewrite"_qs, file, hostile(), hostile(), u"x"_qs, u"--add"_qs}, 1);
+    row("no manifest", {u"list"_qs, hostile()}, 2);
 }
 
 void tst_Handler::nothingHostileIsPrinted()
@@ -813,13 +806,13 @@ void tst_Handler::nothingHostileIsPrinted()
 
 void tst_Handler::jsonIsEscapedForTerminalsOnly_data()
 {
-    QTest::addColumn<QStringList>("arguments");
+    const Table<QStringList> row("arguments");
 
     const QString file = u"manifest.json"_qs;
     const QString page = hostile() + u'1';
-    QTest::newRow("element") << QStringList {u"get"_qs, file, page};
-    QTest::newRow("array") << QStringList {u"get"_qs, file, hostile() + u'2', u"substructure"_qs};
-    QTest::newRow("print") << QStringList {u"stamp"_qs, file, u"--module"_qs, u"M"_qs, u"--print"_qs};
+    row("element", {u"get"_qs, file, page});
+    row("array", {u"get"_qs, file, hostile() + u'2', u"substructure"_qs});
+    row("print", {u"stamp"_qs, file, u"--module"_qs, u"M"_qs, u"--print"_qs});
 }
 
 void tst_Handler::jsonIsEscapedForTerminalsOnly()

@@ -1,4 +1,5 @@
 #include "ProgramRun.h"
+#include "Table.h"
 #include "TestMain.h"
 
 #include <QtCore/QRegularExpression>
@@ -174,19 +175,16 @@ void tst_Help::readmeHasTheExitStatusesOfEveryCommand()
 
 void tst_Help::wordsNearToRightOnesAreNamed_data()
 {
-    QTest::addColumn<QString>("commandLine");
-    QTest::addColumn<QString>("problem");
+    const Table<QString, QString> row("commandLine", "problem");
 
-    QTest::newRow("command") << u"delte M a"_qs << u"unknown command 'delte' (did you mean 'delete'?)"_qs;
-    QTest::newRow("option") << u"delete M a --sve"_qs << u"Unknown option 'sve' (did you mean '--save'?)"_qs;
-    QTest::newRow("option with a value") << u"delete M a --bakup=x"_qs
-                                         << u"Unknown option 'bakup' (did you mean '--backup'?)"_qs;
-    QTest::newRow("value like an option")
-        << u"move-node M a -3"_qs << u"Unknown option '3' (put '--' before a value that begins with '-')"_qs;
-    QTest::newRow("command that is not the first word")
-        << u"-- show M"_qs << u"'show' is a command, which stands before everything else"_qs;
-    QTest::newRow("option of the program")
-        << u"--versoin"_qs << u"Unknown option 'versoin' (did you mean '--version'?)"_qs;
+    row("command", u"delte M a"_qs, u"unknown command 'delte' (did you mean 'delete'?)"_qs);
+    row("option", u"delete M a --sve"_qs, u"Unknown option 'sve' (did you mean '--save'?)"_qs);
+    row("option with a value", u"delete M a --bakup=x"_qs, u"Unknown option 'bakup' (did you mean '--backup'?)"_qs);
+    row("value like an option", u"move-node M a -3"_qs,
+        u"Unknown option '3' (put '--' before a value that begins with '-')"_qs);
+    row("command that is not the first word", u"-- show M"_qs,
+        u"'show' is a command, which stands before everything else"_qs);
+    row("option of the program", u"--versoin"_qs, u"Unknown option 'versoin' (did you mean '--version'?)"_qs);
 }
 
 void tst_Help::wordsNearToRightOnesAreNamed()

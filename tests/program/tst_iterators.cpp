@@ -1,4 +1,5 @@
 #include "ProgramRun.h"
+#include "Table.h"
 #include "TestMain.h"
 
 #include <QtCore/QJsonDocument>
@@ -106,11 +107,10 @@ private Q_SLOTS:
 
 void tst_Iterators::instancesAreThoseOfAllSelectionsOfTheExamples_data()
 {
-    QTest::addColumn<QString>("scheme");
-    QTest::addColumn<QString>("one");
+    const Table<QString, QString> row("scheme", "one");
 
-    QTest::newRow("configuration") << u"configuration"_qs << u"表示/日本語"_qs;
-    QTest::newRow("process") << u"process"_qs << u"diagnostics/log/events"_qs;
+    row("configuration", u"configuration"_qs, u"表示/日本語"_qs);
+    row("process", u"process"_qs, u"diagnostics/log/events"_qs);
 }
 
 void tst_Iterators::instancesAreThoseOfAllSelectionsOfTheExamples()
@@ -152,9 +152,9 @@ void tst_Iterators::instancesPrintsWholeNamesInTheOrderOfTheManifest()
 
 void tst_Iterators::instancesPassesOverWhatHasNoName()
 {
-    const ManifestFile file("[{\"selectionType\":\"Selection\",\"key\":\"\x7f\"},{\"selectionType\":7},"
-                            "{\"instanceName\":null,\"selectionType\":\"Selection\"},"
-                            "{\"instanceName\":\"a\",\"selectionType\":\"Selection\"}]");
+    const ManifestFile file(
+        "[{\"selectionType\":\"Selection\",\"key\":\"\x7f\"},{\"selectionType\":7},{\"instanceName\":null,"
+        "\"selectionType\":\"Selection\"},{\"instanceName\":\"a\",\"selectionType\":\"Selection\"}]");
     QCOMPARE(Program().in(file.folder()).run(u"instances manifest.json"_qs),
         done(u"a"_qs,
             "warning: Selection does not contain an instanceName: "
@@ -228,9 +228,7 @@ void tst_Iterators::saveThatFailsAtItsLastStepFails()
 
 void tst_Iterators::rewriteChangesAndCountsEveryMatch_data()
 {
-    QTest::addColumn<QString>("commandLine");
-    QTest::addColumn<QByteArray>("after");
-    QTest::addColumn<ProgramRun>("run");
+    const Table<QString, QByteArray, ProgramRun> row("commandLine", "after", "run");
 
     const QByteArray keyIsMissing = "warning: Unable to find key \"key\" in jsonObject: "
                                     "QJsonObject({\"instanceName\":\"x\",\"selectionType\":\"Selection\"}) !\n";
@@ -239,14 +237,13 @@ void tst_Iterators::rewriteChangesAndCountsEveryMatch_data()
         return compact({one, node(u"n"_qs, {selection(u"n/x"_qs), two, node(u"m"_qs, {three})})});
     };
     const QString key = u"key"_qs;
-    QTest::newRow("overwrite") << u"rewrite manifest.json x key new --save --force"_qs
-                               << manifest(with(x, key, u"new"_qs), x, with(x, key, u"new"_qs))
-                               << done(u"2 changed; saved"_qs, keyIsMissing);
-    QTest::newRow("add") << u"rewrite manifest.json x key new --add --save --force"_qs
-                         << manifest(with(x, key, u"new"_qs), with(x, key, u"new"_qs), with(x, key, u"new"_qs))
-                         << done(u"3 changed; saved"_qs);
-    QTest::newRow("remove") << u"rewrite manifest.json x key --remove --save"_qs << manifest(x, x, x)
-                            << done(u"2 changed; saved"_qs, keyIsMissing);
+    row("overwrite", u"rewrite manifest.json x key new --save --force"_qs,
+        manifest(with(x, key, u"new"_qs), x, with(x, key, u"new"_qs)), done(u"2 changed; saved"_qs, keyIsMissing));
+    row("add", u"rewrite manifest.json x key new --add --save --force"_qs,
+        manifest(with(x, key, u"new"_qs), with(x, key, u"new"_qs), with(x, key, u"new"_qs)),
+        done(u"3 changed; saved"_qs));
+    row("remove", u"rewrite manifest.json x key --remove --save"_qs, manifest(x, x, x),
+        done(u"2 changed; saved"_qs, keyIsMissing));
 }
 
 void tst_Iterators::rewriteChangesAndCountsEveryMatch()

@@ -1,4 +1,5 @@
 #include "ProgramRun.h"
+#include "Table.h"
 #include "TestMain.h"
 
 #include <QtCore/QJsonDocument>
@@ -54,13 +55,11 @@ private Q_SLOTS:
 
 void tst_Paths::printedPathsAreWhatOtherCommandsTake_data()
 {
-    QTest::addColumn<QString>("command");
-    QTest::addColumn<int>("column");
-    QTest::addColumn<int>("elements");
+    const Table<QString, int, int> row("command", "column", "elements");
 
-    QTest::newRow("show") << u"show"_qs << 2 << 74;
-    QTest::newRow("list") << u"list"_qs << 1 << 12;
-    QTest::newRow("instances") << u"instances"_qs << 1 << 49;
+    row("show", u"show"_qs, 2, 74);
+    row("list", u"list"_qs, 1, 12);
+    row("instances", u"instances"_qs, 1, 49);
 }
 
 void tst_Paths::printedPathsAreWhatOtherCommandsTake()
@@ -102,76 +101,69 @@ void tst_Paths::printedPathsAreWhatOtherCommandsTake()
 
 void tst_Paths::linesArePrintedAsAskedFor_data()
 {
-    QTest::addColumn<QString>("commandLine");
-    QTest::addColumn<QString>("lines");
-    QTest::addColumn<QByteArray>("messages");
+    const Table<QString, QString, QByteArray> row("commandLine", "lines", "messages");
 
-    QTest::newRow("whole tree") << u"show manifest.json"_qs
-                                << u"selection main  HIDDEN\n"
-                                   "node      net\n"
-                                   "  selection net/port\n"
-                                   "  selection port  [TXT]\n"
-                                   "node      net\n"
-                                   "  selection lost\n"
-                                   "node      a/b  [TXT_AB]\n"
-                                   "  selection below\n"
-                                   "selection \n"
-                                   "unknown   "_qs
-                                << QByteArray();
-    QTest::newRow("paths and positions")
-        << u"show --paths manifest.json"_qs
-        << u"selection main  HIDDEN\t0\tmain\n"
-           "node      net\t1\tnet\n"
-           "  selection net/port\t0\tnet/port\n"
-           "  selection port  [TXT]\t1\tunreachable\tposition 1 below 'net'\n"
-           "node      net\t2\tunreachable\tposition 2 of the top level\n"
-           "  selection lost\t0\tunreachable\tposition 0 below position 2 of the top level\n"
-           "node      a/b  [TXT_AB]\t3\tunreachable\tposition 3 of the top level\n"
-           "  selection below\t0\tunreachable\tposition 0 below position 3 of the top level\n"
-           "selection \t4\tunreachable\tposition 4 of the top level\n"
-           "unknown   \t5\tunreachable\tposition 5 of the top level"_qs
-        << QByteArray();
-    QTest::newRow("sub-tree") << u"show manifest.json net"_qs
-                              << u"node      net\n  selection net/port\n  selection port  [TXT]"_qs << QByteArray();
-    QTest::newRow("sub-tree, paths") << u"show manifest.json /net/ --paths"_qs
-                                     << u"node      net\t1\tnet\n"
-                                        "  selection net/port\t0\tnet/port\n"
-                                        "  selection port  [TXT]\t1\tunreachable\tposition 1 below 'net'"_qs
-                                     << QByteArray();
-    QTest::newRow("one element") << u"show manifest.json net/port --paths"_qs << u"selection net/port\t0\tnet/port"_qs
-                                 << QByteArray();
-    QTest::newRow("empty path") << u"show manifest.json '' --depth 1"_qs
-                                << u"selection main  HIDDEN\n"
-                                   "node      net  (2 below)\n"
-                                   "node      net  (1 below)\n"
-                                   "node      a/b  [TXT_AB]  (1 below)\n"
-                                   "selection \n"
-                                   "unknown   "_qs
-                                << QByteArray();
-    QTest::newRow("sub-tree, one level") << u"show manifest.json net --depth=1"_qs << u"node      net  (2 below)"_qs
-                                         << QByteArray();
-    QTest::newRow("sub-tree, all levels")
-        << u"show manifest.json net --depth 2"_qs << u"node      net\n  selection net/port\n  selection port  [TXT]"_qs
-        << QByteArray();
-    QTest::newRow("list") << u"list manifest.json --paths"_qs
-                          << u"main\tmain\n"
-                             "net\tnet\n"
-                             "net\tunreachable\tposition 2 of the top level\n"
-                             "a/b\tunreachable\tposition 3 of the top level\n"
-                             "\tunreachable\tposition 4 of the top level\n"
-                             "\tunreachable\tposition 5 of the top level"_qs
-                          << QByteArray();
-    QTest::newRow("list, node") << u"list manifest.json net --paths"_qs
-                                << u"net/port\tnet/port\nport\tunreachable\tposition 1 below 'net'"_qs << QByteArray();
-    QTest::newRow("instances") << u"instances manifest.json --paths"_qs
-                               << u"main\tmain\n"
-                                  "net/port\tnet/port\n"
-                                  "port\tunreachable\tposition 1 below 'net'\n"
-                                  "lost\tunreachable\tposition 0 below position 2 of the top level\n"
-                                  "below\tunreachable\tposition 0 below position 3 of the top level\n"
-                                  "\tunreachable\tposition 4 of the top level"_qs
-                               << QByteArray("warning: Selection does not contain an instanceName: "
-                                             "QJsonObject({\"selectionType\":\"Selection\"}) !\n");
+    row("whole tree", u"show manifest.json"_qs,
+        u"selection main  HIDDEN\n"
+        "node      net\n"
+        "  selection net/port\n"
+        "  selection port  [TXT]\n"
+        "node      net\n"
+        "  selection lost\n"
+        "node      a/b  [TXT_AB]\n"
+        "  selection below\n"
+        "selection \n"
+        "unknown   "_qs,
+        {});
+    row("paths and positions", u"show --paths manifest.json"_qs,
+        u"selection main  HIDDEN\t0\tmain\n"
+        "node      net\t1\tnet\n"
+        "  selection net/port\t0\tnet/port\n"
+        "  selection port  [TXT]\t1\tunreachable\tposition 1 below 'net'\n"
+        "node      net\t2\tunreachable\tposition 2 of the top level\n"
+        "  selection lost\t0\tunreachable\tposition 0 below position 2 of the top level\n"
+        "node      a/b  [TXT_AB]\t3\tunreachable\tposition 3 of the top level\n"
+        "  selection below\t0\tunreachable\tposition 0 below position 3 of the top level\n"
+        "selection \t4\tunreachable\tposition 4 of the top level\n"
+        "unknown   \t5\tunreachable\tposition 5 of the top level"_qs,
+        {});
+    row("sub-tree", u"show manifest.json net"_qs, u"node      net\n  selection net/port\n  selection port  [TXT]"_qs,
+        {});
+    row("sub-tree, paths", u"show manifest.json /net/ --paths"_qs,
+        u"node      net\t1\tnet\n"
+        "  selection net/port\t0\tnet/port\n"
+        "  selection port  [TXT]\t1\tunreachable\tposition 1 below 'net'"_qs,
+        {});
+    row("one element", u"show manifest.json net/port --paths"_qs, u"selection net/port\t0\tnet/port"_qs, {});
+    row("empty path", u"show manifest.json '' --depth 1"_qs,
+        u"selection main  HIDDEN\n"
+        "node      net  (2 below)\n"
+        "node      net  (1 below)\n"
+        "node      a/b  [TXT_AB]  (1 below)\n"
+        "selection \n"
+        "unknown   "_qs,
+        {});
+    row("sub-tree, one level", u"show manifest.json net --depth=1"_qs, u"node      net  (2 below)"_qs, {});
+    row("sub-tree, all levels", u"show manifest.json net --depth 2"_qs,
+        u"node      net\n  selection net/port\n  selection port  [TXT]"_qs, {});
+    row("list", u"list manifest.json --paths"_qs,
+        u"main\tmain\n"
+        "net\tnet\n"
+        "net\tunreachable\tposition 2 of the top level\n"
+        "a/b\tunreachable\tposition 3 of the top level\n"
+        "\tunreachable\tposition 4 of the top level\n"
+        "\tunreachable\tposition 5 of the top level"_qs,
+        {});
+    row("list, node", u"list manifest.json net --paths"_qs,
+        u"net/port\tnet/port\nport\tunreachable\tposition 1 below 'net'"_qs, {});
+    row("instances", u"instances manifest.json --paths"_qs,
+        u"main\tmain\n"
+        "net/port\tnet/port\n"
+        "port\tunreachable\tposition 1 below 'net'\n"
+        "lost\tunreachable\tposition 0 below position 2 of the top level\n"
+        "below\tunreachable\tposition 0 below position 3 of the top level\n"
+        "\tunreachable\tposition 4 of the top level"_qs,
+        "warning: Selection does not contain an instanceName: QJsonObject({\"selectionType\":\"Selection\"}) !\n");
 }
 
 void tst_Paths::linesArePrintedAsAskedFor()
@@ -186,28 +178,22 @@ void tst_Paths::linesArePrintedAsAskedFor()
 
 void tst_Paths::jsonHoldsWhatIsKnown_data()
 {
-    QTest::addColumn<QString>("commandLine");
-    QTest::addColumn<QJsonArray>("elements");
+    const Table<QString, QJsonArray> row("commandLine", "elements");
 
-    QTest::newRow("list") << u"list manifest.json --json"_qs
-                          << QJsonArray {shown("selection", u"main"_qs, u"main"_qs, 0, {}, true),
-                                 shown("node", u"net"_qs, u"net"_qs, 1), shown("node", u"net"_qs, QJsonValue::Null, 2),
-                                 shown("node", u"a/b"_qs, QJsonValue::Null, 3, u"TXT_AB"_qs),
-                                 shown("selection", {}, QJsonValue::Null, 4),
-                                 shown("no object", {}, QJsonValue::Null, 5)};
-    QTest::newRow("list, node") << u"list manifest.json net --json"_qs
-                                << QJsonArray {shown("selection", u"net/port"_qs, u"net/port"_qs, 0),
-                                       shown("selection", u"port"_qs, QJsonValue::Null, 1, u"TXT"_qs)};
-    QTest::newRow("list, selection") << u"list manifest.json net/port --json"_qs << QJsonArray();
-    QTest::newRow("instances") << u"instances manifest.json --json"_qs
-                               << QJsonArray {shown("selection", u"main"_qs, u"main"_qs, 0, {}, true),
-                                      shown("selection", u"net/port"_qs, u"net/port"_qs, 0),
-                                      shown("selection", u"port"_qs, QJsonValue::Null, 1, u"TXT"_qs),
-                                      shown("selection", u"lost"_qs, QJsonValue::Null, 0),
-                                      shown("selection", u"below"_qs, QJsonValue::Null, 0),
-                                      shown("selection", {}, QJsonValue::Null, 4)};
-    QTest::newRow("show, one level") << u"show manifest.json net --depth 1 --json"_qs
-                                     << QJsonArray {shown("node", u"net"_qs, u"net"_qs, 1)};
+    row("list", u"list manifest.json --json"_qs,
+        {shown("selection", u"main"_qs, u"main"_qs, 0, {}, true), shown("node", u"net"_qs, u"net"_qs, 1),
+            shown("node", u"net"_qs, QJsonValue::Null, 2), shown("node", u"a/b"_qs, QJsonValue::Null, 3, u"TXT_AB"_qs),
+            shown("selection", {}, QJsonValue::Null, 4), shown("no object", {}, QJsonValue::Null, 5)});
+    row("list, node", u"list manifest.json net --json"_qs,
+        {shown("selection", u"net/port"_qs, u"net/port"_qs, 0),
+            shown("selection", u"port"_qs, QJsonValue::Null, 1, u"TXT"_qs)});
+    row("list, selection", u"list manifest.json net/port --json"_qs, {});
+    row("instances", u"instances manifest.json --json"_qs,
+        {shown("selection", u"main"_qs, u"main"_qs, 0, {}, true), shown("selection", u"net/port"_qs, u"net/port"_qs, 0),
+            shown("selection", u"port"_qs, QJsonValue::Null, 1, u"TXT"_qs),
+            shown("selection", u"lost"_qs, QJsonValue::Null, 0), shown("selection", u"below"_qs, QJsonValue::Null, 0),
+            shown("selection", {}, QJsonValue::Null, 4)});
+    row("show, one level", u"show manifest.json net --depth 1 --json"_qs, {shown("node", u"net"_qs, u"net"_qs, 1)});
 }
 
 void tst_Paths::jsonHoldsWhatIsKnown()
@@ -272,21 +258,20 @@ void tst_Paths::showOfWhatIsNotThereFails()
 
 void tst_Paths::existsAnswersByItsStatus_data()
 {
-    QTest::addColumn<QString>("path");
-    QTest::addColumn<ProgramRun>("run");
+    const Table<QString, ProgramRun> row("path", "run");
 
     const ProgramRun yes {0, {}, {}};
     const ProgramRun no {1, {}, {}};
-    QTest::newRow("selection") << u"top"_qs << yes;
-    QTest::newRow("node") << u"a"_qs << yes;
-    QTest::newRow("below a node") << u"a/first"_qs << yes;
-    QTest::newRow("empty names are skipped") << u"/a//second/"_qs << yes;
-    QTest::newRow("none") << u"none"_qs << no;
-    QTest::newRow("in capitals") << u"TOP"_qs << no;
-    QTest::newRow("below a selection") << u"top/x"_qs << no;
-    QTest::newRow("whole name of a selection") << u"a/a/first"_qs << no;
-    QTest::newRow("empty") << u"''"_qs << misused(u"PATH is empty"_qs);
-    QTest::newRow("no name") << u"//"_qs << misused(u"PATH is empty"_qs);
+    row("selection", u"top"_qs, yes);
+    row("node", u"a"_qs, yes);
+    row("below a node", u"a/first"_qs, yes);
+    row("empty names are skipped", u"/a//second/"_qs, yes);
+    row("none", u"none"_qs, no);
+    row("in capitals", u"TOP"_qs, no);
+    row("below a selection", u"top/x"_qs, no);
+    row("whole name of a selection", u"a/a/first"_qs, no);
+    row("empty", u"''"_qs, misused(u"PATH is empty"_qs));
+    row("no name", u"//"_qs, misused(u"PATH is empty"_qs));
 }
 
 void tst_Paths::existsAnswersByItsStatus()

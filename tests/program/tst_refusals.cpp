@@ -1,4 +1,5 @@
 #include "ProgramRun.h"
+#include "Table.h"
 #include "TestMain.h"
 
 #include <QtCore/QJsonDocument>
@@ -86,10 +87,7 @@ private Q_SLOTS:
 
 void tst_Refusals::damageIsRefusedAndCanBeForced_data()
 {
-    QTest::addColumn<QString>("commandLine");
-    QTest::addColumn<QByteArray>("input");
-    QTest::addColumn<QByteArray>("messages");
-    QTest::addColumn<QByteArray>("complaints");
+    const Table<QString, QByteArray, QByteArray, QByteArray> row("commandLine", "input", "messages", "complaints");
 
     const QByteArray noPosition = "warning: Cannot find key displayPosition in Json object!\n";
     const QByteArray noHide = "warning: Cannot find key \"hide\" in Json object!\n";
@@ -168,26 +166,23 @@ void tst_Refusals::damageIsRefusedAndCanBeForced()
 
 void tst_Refusals::whatIsNoDamageIsDone_data()
 {
-    QTest::addColumn<QString>("commandLine");
-    QTest::addColumn<QByteArray>("input");
+    const Table<QString, QByteArray> row("commandLine", "input");
 
-    QTest::newRow("new name") << u"set manifest.json net instanceName other"_qs << QByteArray();
-    QTest::newRow("new key") << u"set manifest.json main other true"_qs << QByteArray();
-    QTest::newRow("new key of another type") << u"set manifest.json main other '[1]' --json"_qs << QByteArray();
-    QTest::newRow("key of the structure that is not there")
-        << u"set manifest.json menu substructure '[]' --json"_qs << QByteArray();
-    QTest::newRow("right type") << u"set manifest.json main hide true --json"_qs << QByteArray();
-    QTest::newRow("empty node") << u"add-node manifest.json net/empty"_qs << QByteArray();
-    QTest::newRow("deletion with everything below") << u"delete manifest.json net"_qs << QByteArray();
-    QTest::newRow("removed key") << u"unset manifest.json main limit"_qs << QByteArray();
-    QTest::newRow("other children by a description")
-        << u"update-node manifest.json net --description - --replace-substructure"_qs
-        << QByteArray("{\"instanceName\":\"net\",\"selectionType\":\"Node\"}");
-    QTest::newRow("description") << u"update-node manifest.json net --description -"_qs
-                                 << QByteArray("{\"instanceName\":\"net\",\"selectionType\":\"Node\",\"columns\":3}");
-    QTest::newRow("order") << u"sort manifest.json net eth port"_qs << QByteArray();
-    QTest::newRow("place") << u"move-node manifest.json net 0"_qs << QByteArray();
-    QTest::newRow("stamps") << u"stamp manifest.json --module M"_qs << QByteArray();
+    row("new name", u"set manifest.json net instanceName other"_qs, {});
+    row("new key", u"set manifest.json main other true"_qs, {});
+    row("new key of another type", u"set manifest.json main other '[1]' --json"_qs, {});
+    row("key of the structure that is not there", u"set manifest.json menu substructure '[]' --json"_qs, {});
+    row("right type", u"set manifest.json main hide true --json"_qs, {});
+    row("empty node", u"add-node manifest.json net/empty"_qs, {});
+    row("deletion with everything below", u"delete manifest.json net"_qs, {});
+    row("removed key", u"unset manifest.json main limit"_qs, {});
+    row("other children by a description", u"update-node manifest.json net --description - --replace-substructure"_qs,
+        "{\"instanceName\":\"net\",\"selectionType\":\"Node\"}");
+    row("description", u"update-node manifest.json net --description -"_qs,
+        "{\"instanceName\":\"net\",\"selectionType\":\"Node\",\"columns\":3}");
+    row("order", u"sort manifest.json net eth port"_qs, {});
+    row("place", u"move-node manifest.json net 0"_qs, {});
+    row("stamps", u"stamp manifest.json --module M"_qs, {});
 }
 
 void tst_Refusals::whatIsNoDamageIsDone()
@@ -204,12 +199,12 @@ void tst_Refusals::whatIsNoDamageIsDone()
 
 void tst_Refusals::damageThatIsThereBlamesNobody_data()
 {
-    QTest::addColumn<QString>("commandLine");
+    const Table<QString> row("commandLine");
 
-    QTest::newRow("another element") << u"set manifest.json main key value --save"_qs;
-    QTest::newRow("damaged element") << u"set manifest.json broken key value --save"_qs;
-    QTest::newRow("repair") << u"set manifest.json broken selectionType Node --save"_qs;
-    QTest::newRow("what moves the damaged one") << u"delete manifest.json main --save"_qs;
+    row("another element", u"set manifest.json main key value --save"_qs);
+    row("damaged element", u"set manifest.json broken key value --save"_qs);
+    row("repair", u"set manifest.json broken selectionType Node --save"_qs);
+    row("what moves the damaged one", u"delete manifest.json main --save"_qs);
 }
 
 void tst_Refusals::damageThatIsThereBlamesNobody()
@@ -282,13 +277,11 @@ void tst_Refusals::treeThatIsTooDeepToBeLoadedIsRefused()
 
 void tst_Refusals::dryRunSaysWhatWouldChange_data()
 {
-    QTest::addColumn<QString>("commandLine");
-    QTest::addColumn<QString>("lines");
-    QTest::addColumn<QByteArray>("messages");
+    const Table<QString, QString, QByteArray> row("commandLine", "lines", "messages");
 
-    const auto add = [](const char* name, const char16_t* commandLine, const char16_t* lines,
+    const auto add = [&](const char* name, const char16_t* commandLine, const char16_t* lines,
                          const QByteArray& messages = {}) {
-        QTest::newRow(name) << QString::fromUtf16(commandLine) << QString::fromUtf16(lines) << messages;
+        row(name, QString::fromUtf16(commandLine), QString::fromUtf16(lines), messages);
     };
     add("new key", u"set manifest.json main key value",
         u"changed: selection 'main', key from nothing to \"value\"\nchanged; not saved");
@@ -380,15 +373,14 @@ void tst_Refusals::namesThatBeginWithAColonAreFiles()
 
 void tst_Refusals::argumentsThatAreNoTextAreRefused_data()
 {
-    QTest::addColumn<QString>("arguments");
-    QTest::addColumn<QString>("shown");
+    const Table<QString, QString> row("arguments", "shown");
 
-    QTest::newRow("value") << u"set manifest.json main key $(printf 'caf\\351') --save"_qs << u"caf\\xe9"_qs;
-    QTest::newRow("file") << u"show $(printf 'caf\\351.json')"_qs << u"caf\\xe9.json"_qs;
-    QTest::newRow("description") << u"add-node manifest.json x --description=$(printf '\\033\\377')"_qs
-                                 << u"--description=\\x1b\\xff"_qs;
-    QTest::newRow("command") << u"$(printf '\\303')"_qs << u"\\xc3"_qs;
-    QTest::newRow("surrogate") << u"get manifest.json $(printf '\\355\\240\\200')"_qs << u"\\xed\\xa0\\x80"_qs;
+    row("value", u"set manifest.json main key $(printf 'caf\\351') --save"_qs, u"caf\\xe9"_qs);
+    row("file", u"show $(printf 'caf\\351.json')"_qs, u"caf\\xe9.json"_qs);
+    row("description", u"add-node manifest.json x --description=$(printf '\\033\\377')"_qs,
+        u"--description=\\x1b\\xff"_qs);
+    row("command", u"$(printf '\\303')"_qs, u"\\xc3"_qs);
+    row("surrogate", u"get manifest.json $(printf '\\355\\240\\200')"_qs, u"\\xed\\xa0\\x80"_qs);
 }
 
 void tst_Refusals::argumentsThatAreNoTextAreRefused()
@@ -406,26 +398,24 @@ void tst_Refusals::argumentsThatAreNoTextAreRefused()
 
 void tst_Refusals::emptyPathIsWrongUsage_data()
 {
-    QTest::addColumn<QString>("command");
-    QTest::addColumn<QString>("rest");
-    QTest::addColumn<bool>("takesTopLevel");
+    const Table<QString, QString, bool> row("command", "rest", "takesTopLevel");
 
-    QTest::newRow("show") << u"show"_qs << QString() << true;
-    QTest::newRow("list") << u"list"_qs << QString() << true;
-    QTest::newRow("count") << u"count"_qs << QString() << true;
-    QTest::newRow("sort") << u"sort"_qs << u"main net menu twin twin"_qs << true;
-    QTest::newRow("get") << u"get"_qs << QString() << false;
-    QTest::newRow("exists") << u"exists"_qs << QString() << false;
-    QTest::newRow("set") << u"set"_qs << u"key value"_qs << false;
-    QTest::newRow("update") << u"update"_qs << u"key value"_qs << false;
-    QTest::newRow("unset") << u"unset"_qs << u"key"_qs << false;
-    QTest::newRow("add-node") << u"add-node"_qs << QString() << false;
-    QTest::newRow("add-selection") << u"add-selection"_qs << QString() << false;
-    QTest::newRow("delete") << u"delete"_qs << QString() << false;
-    QTest::newRow("move-node") << u"move-node"_qs << u"0"_qs << false;
-    QTest::newRow("move-selection") << u"move-selection"_qs << u"0"_qs << false;
-    QTest::newRow("update-node") << u"update-node"_qs << u"--description -"_qs << false;
-    QTest::newRow("update-selection") << u"update-selection"_qs << u"--description -"_qs << false;
+    row("show", u"show"_qs, {}, true);
+    row("list", u"list"_qs, {}, true);
+    row("count", u"count"_qs, {}, true);
+    row("sort", u"sort"_qs, u"main net menu twin twin"_qs, true);
+    row("get", u"get"_qs, {}, false);
+    row("exists", u"exists"_qs, {}, false);
+    row("set", u"set"_qs, u"key value"_qs, false);
+    row("update", u"update"_qs, u"key value"_qs, false);
+    row("unset", u"unset"_qs, u"key"_qs, false);
+    row("add-node", u"add-node"_qs, {}, false);
+    row("add-selection", u"add-selection"_qs, {}, false);
+    row("delete", u"delete"_qs, {}, false);
+    row("move-node", u"move-node"_qs, u"0"_qs, false);
+    row("move-selection", u"move-selection"_qs, u"0"_qs, false);
+    row("update-node", u"update-node"_qs, u"--description -"_qs, false);
+    row("update-selection", u"update-selection"_qs, u"--description -"_qs, false);
 }
 
 void tst_Refusals::emptyPathIsWrongUsage()

@@ -1,6 +1,7 @@
 #include "ConfigurationManifestCreator.h"
 #include "ManifestFixture.h"
 #include "QuickFolder.h"
+#include "Table.h"
 #include "TestMain.h"
 #include "Tree.h"
 
@@ -297,18 +298,14 @@ private Q_SLOTS:
 
 void tst_Tree::kindOfAnElement_data()
 {
-    QTest::addColumn<QJsonValue>("value");
-    QTest::addColumn<Kind>("kind");
-    QTest::addColumn<QString>("word");
-    QTest::newRow("node") << QJsonValue(node(u"a"_qs)) << Kind::Node << u"node"_qs;
-    QTest::newRow("selection") << QJsonValue(selection(u"a"_qs)) << Kind::Selection << u"selection"_qs;
-    QTest::newRow("another type") << QJsonValue(with(node(u"a"_qs), u"selectionType"_qs, u"node"_qs)) << Kind::Unknown
-                                  << u"unknown"_qs;
-    QTest::newRow("type that is no text")
-        << QJsonValue(with(node(u"a"_qs), u"selectionType"_qs, 1)) << Kind::Unknown << u"unknown"_qs;
-    QTest::newRow("without a type") << QJsonValue(QJsonObject()) << Kind::Unknown << u"unknown"_qs;
-    QTest::newRow("array") << QJsonValue(QJsonArray {node(u"a"_qs)}) << Kind::NoObject << u"no object"_qs;
-    QTest::newRow("null") << QJsonValue(QJsonValue::Null) << Kind::NoObject << u"no object"_qs;
+    const Table<QJsonValue, Kind, QString> row("value", "kind", "word");
+    row("node", node(u"a"_qs), Kind::Node, u"node"_qs);
+    row("selection", selection(u"a"_qs), Kind::Selection, u"selection"_qs);
+    row("another type", with(node(u"a"_qs), u"selectionType"_qs, u"node"_qs), Kind::Unknown, u"unknown"_qs);
+    row("type that is no text", with(node(u"a"_qs), u"selectionType"_qs, 1), Kind::Unknown, u"unknown"_qs);
+    row("without a type", QJsonObject(), Kind::Unknown, u"unknown"_qs);
+    row("array", QJsonArray {node(u"a"_qs)}, Kind::NoObject, u"no object"_qs);
+    row("null", QJsonValue::Null, Kind::NoObject, u"no object"_qs);
 }
 
 void tst_Tree::kindOfAnElement()
@@ -326,11 +323,7 @@ void tst_Tree::kindOfAnElement()
 void tst_Tree::pathOfAnElement_data()
 {
     // The elements of the manifest, those of every level in front of what is below them.
-    QTest::addColumn<QJsonArray>("manifest");
-    QTest::addColumn<QStringList>("paths");
-    const auto row = [](const char* name, const QJsonArray& manifest, const QStringList& paths) {
-        QTest::newRow(name) << manifest << paths;
-    };
+    const Table<QJsonArray, QStringList> row("manifest", "paths");
     const QString none;
     row("node", {node(u"a.b c"_qs)}, {u"a.b c"_qs});
     row("selection at the top", {selection(u"main"_qs)}, {u"main"_qs});
@@ -455,18 +448,16 @@ void tst_Tree::treeGivesItsManifestBack()
 
 void tst_Tree::editsFindWhatQueriesDoNot_data()
 {
-    QTest::addColumn<QString>("path");
-    QTest::addColumn<QVector<int>>("query");
-    QTest::addColumn<QVector<int>>("edit");
+    const Table<QString, QVector<int>, QVector<int>> row("path", "query", "edit");
     const QVector<int> nothing;
-    QTest::newRow("plain") << u"a/b"_qs << QVector<int> {0, 0} << QVector<int> {0, 0};
-    QTest::newRow("empty") << u""_qs << nothing << QVector<int> {1};
-    QTest::newRow("only slashes") << u"//"_qs << nothing << nothing;
-    QTest::newRow("slash in front") << u"/a"_qs << QVector<int> {0} << QVector<int> {1, 0};
-    QTest::newRow("two slashes") << u"a//b"_qs << QVector<int> {0, 0} << nothing;
-    QTest::newRow("slash at the end") << u"a/"_qs << QVector<int> {0} << nothing;
-    QTest::newRow("whole path where the last name is missing") << u"a/c"_qs << nothing << QVector<int> {0, 1};
-    QTest::newRow("first name missing") << u"c/a"_qs << nothing << nothing;
+    row("plain", u"a/b"_qs, {0, 0}, {0, 0});
+    row("empty", u""_qs, nothing, {1});
+    row("only slashes", u"//"_qs, nothing, nothing);
+    row("slash in front", u"/a"_qs, {0}, {1, 0});
+    row("two slashes", u"a//b"_qs, {0, 0}, nothing);
+    row("slash at the end", u"a/"_qs, {0}, nothing);
+    row("whole path where the last name is missing", u"a/c"_qs, nothing, {0, 1});
+    row("first name missing", u"c/a"_qs, nothing, nothing);
 }
 
 void tst_Tree::editsFindWhatQueriesDoNot()
@@ -490,10 +481,10 @@ void tst_Tree::editsFindWhatQueriesDoNot()
 
 void tst_Tree::scanOfTheExampleIsWhatTheCreatorWrites_data()
 {
-    QTest::addColumn<QString>("scheme");
-    QTest::newRow("configuration") << configurationScheme;
-    QTest::newRow("process") << u"process"_qs;
-    QTest::newRow("another one") << u"Configuration"_qs;
+    const Table<QString> row("scheme");
+    row("configuration", configurationScheme);
+    row("process", u"process"_qs);
+    row("another one", u"Configuration"_qs);
 }
 
 void tst_Tree::scanOfTheExampleIsWhatTheCreatorWrites()
@@ -541,12 +532,8 @@ void tst_Tree::scansOfRandomTreesAreWhatTheCreatorWrites()
 void tst_Tree::remarksNameTheirFiles_data()
 {
     using Files = QVector<QPair<QString, QByteArray>>;
-    QTest::addColumn<Files>("files");
-    QTest::addColumn<QStringList>("remarks");
+    const Table<Files, QStringList> row("files", "remarks");
     const QByteArray good = R"({"displayPosition":1,"hide":false})";
-    const auto row = [](const char* name, const Files& files, const QStringList& remarks) {
-        QTest::newRow(name) << files << remarks;
-    };
     row("nothing to say", {{u"a.config.json"_qs, good}}, {});
     row("cut short", {{u"a.config.json"_qs, good}, {u"b.config.json"_qs, "{"}},
         {u"damage b.config.json: Can't parse Json!"_qs,
@@ -633,11 +620,10 @@ void tst_Tree::scanWritesNothing()
 
 void tst_Tree::folderWithNothingToDo_data()
 {
-    QTest::addColumn<QStringList>("files");
-    QTest::addColumn<bool>("isEmpty");
-    QTest::newRow("missing") << QStringList() << true;
-    QTest::newRow("only hidden entries") << QStringList(u".hidden"_qs) << true;
-    QTest::newRow("no description") << QStringList(u"readme.txt"_qs) << false;
+    const Table<QStringList, bool> row("files", "isEmpty");
+    row("missing", {}, true);
+    row("only hidden entries", {u".hidden"_qs}, true);
+    row("no description", {u"readme.txt"_qs}, false);
 }
 
 void tst_Tree::folderWithNothingToDo()
@@ -678,16 +664,12 @@ void tst_Tree::folderThatMayNotBeReadIsDamage()
 
 void tst_Tree::deviceIsRefusedUnread_data()
 {
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<QString>("target");
-    QTest::addColumn<QString>("refusal");
-    QTest::newRow("endless device") << u"x/a.config.json"_qs << u"/dev/zero"_qs << u"x/a.config.json: is a device"_qs;
-    QTest::newRow("description of a folder")
-        << u"x/Folder.menu.json"_qs << u"/dev/zero"_qs << u"x/Folder.menu.json: is a device"_qs;
+    const Table<QString, QString, QString> row("name", "target", "refusal");
+    row("endless device", u"x/a.config.json"_qs, u"/dev/zero"_qs, u"x/a.config.json: is a device"_qs);
+    row("description of a folder", u"x/Folder.menu.json"_qs, u"/dev/zero"_qs, u"x/Folder.menu.json: is a device"_qs);
     // Whoever opens it for reading waits for a writer.
-    QTest::newRow("pipe") << u"a.config.json"_qs << QString() << u"a.config.json: is a pipe"_qs;
-    QTest::newRow("pipe describing a folder")
-        << u"x/Folder.menu.json"_qs << QString() << u"x/Folder.menu.json: is a pipe"_qs;
+    row("pipe", u"a.config.json"_qs, {}, u"a.config.json: is a pipe"_qs);
+    row("pipe describing a folder", u"x/Folder.menu.json"_qs, {}, u"x/Folder.menu.json: is a pipe"_qs);
 }
 
 void tst_Tree::deviceIsRefusedUnread()
@@ -724,16 +706,14 @@ void tst_Tree::deviceThatIsNoDescriptionIsNotRefused()
 
 void tst_Tree::linkThatLeadsBackIsRefused_data()
 {
-    QTest::addColumn<QString>("target");
-    QTest::addColumn<QString>("path");
-    QTest::addColumn<QString>("refusal");
+    const Table<QString, QString, QString> row("target", "path", "refusal");
     const auto leadsBack = [](const QString& path) -> QString {
         return path + u": leads back to a folder that it lies in"_qs;
     };
-    QTest::newRow("to its own folder") << u"x"_qs << u"x/up"_qs << leadsBack(u"x/up"_qs);
-    QTest::newRow("to the scanned folder") << u"."_qs << u"x/y/up"_qs << leadsBack(u"x/y/up"_qs);
-    QTest::newRow("above the scanned folder") << u".."_qs << u"x/up"_qs << leadsBack(u"x/up/tree"_qs);
-    QTest::newRow("to a folder beside it") << u"other"_qs << u"x/y/other"_qs << QString();
+    row("to its own folder", u"x"_qs, u"x/up"_qs, leadsBack(u"x/up"_qs));
+    row("to the scanned folder", u"."_qs, u"x/y/up"_qs, leadsBack(u"x/y/up"_qs));
+    row("above the scanned folder", u".."_qs, u"x/up"_qs, leadsBack(u"x/up/tree"_qs));
+    row("to a folder beside it", u"other"_qs, u"x/y/other"_qs, {});
 }
 
 void tst_Tree::linkThatLeadsBackIsRefused()
