@@ -1,6 +1,7 @@
 #include "Difference.h"
 #include "ManifestFixture.h"
 #include "NearestWord.h"
+#include "ProgramManifests.h"
 #include "RandomManifest.h"
 #include "Table.h"
 #include "TestMain.h"
@@ -436,27 +437,9 @@ void tst_Difference::hugeTreesAreComparedQuickly_data()
         return manifest;
     };
     const auto number = [](int i) { return QString::number(i); };
-    const auto reversed = [](const QJsonArray& manifest) {
-        QJsonArray result;
-        for (int i = manifest.size() - 1; i >= 0; --i) {
-            result.append(manifest.at(i));
-        }
-        return result;
-    };
-    const auto inChain = [](const QJsonArray& manifest) {
-        constexpr int levels = 500;
-        QJsonArray result = manifest;
-        for (int level = 0; level < levels; ++level) {
-            result = {node(u"n"_qs, result)};
-        }
-        return result;
-    };
     const QJsonArray numbers = manyOf(number);
     const QJsonArray twins = manyOf([](int) { return u"twin"_qs; });
-    QJsonArray veryMany;
-    for (int i = 0; i < 3 * many; ++i) {
-        veryMany.append(selection(number(i)));
-    }
+    const QJsonArray veryMany = manySelections(3 * many, QString());
     QJsonArray fewer = twins;
     fewer.removeFirst();
     row("reversed", numbers, reversed(numbers), many - 1);
@@ -467,9 +450,9 @@ void tst_Difference::hugeTreesAreComparedQuickly_data()
     row("node with all its children moved to another parent", {node(u"a"_qs, veryMany), node(u"b"_qs, {})},
         {node(u"b"_qs, {node(u"a"_qs, veryMany)})}, 1);
     row("everything below many levels moved with its parent",
-        {node(u"a"_qs, {node(u"x"_qs, inChain(numbers))}), node(u"b"_qs, {})},
-        {node(u"a"_qs, {}), node(u"b"_qs, {node(u"x"_qs, inChain(numbers))})}, 1);
-    row("reversed below many levels", inChain(numbers), inChain(reversed(numbers)), many - 1);
+        {node(u"a"_qs, {node(u"x"_qs, chain(500, numbers))}), node(u"b"_qs, {})},
+        {node(u"a"_qs, {}), node(u"b"_qs, {node(u"x"_qs, chain(500, numbers))})}, 1);
+    row("reversed below many levels", chain(500, numbers), chain(500, reversed(numbers)), many - 1);
 }
 
 void tst_Difference::hugeTreesAreComparedQuickly()

@@ -1,49 +1,21 @@
 #include "Explanation.h"
-#include "ProgramRun.h"
 #include "QuickFolder.h"
 #include "Table.h"
 #include "TestMain.h"
+#include "Workplace.h"
 #include "faults/FaultyCalls.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QJsonDocument>
 #include <QtCore/QTemporaryDir>
 
-#include <sys/socket.h>
 #include <sys/stat.h>
-#include <sys/un.h>
 #include <unistd.h>
 
 namespace {
 
-const QString configurationScheme = QStringLiteral("configuration");
+const QString configurationScheme = u"configuration"_qs;
 const QByteArray good = R"({"displayPosition":1,"hide":false,"iconName":"i"})";
-
-void link(const QString& target, const QString& path)
-{
-    if (!QFile::link(target, path)) {
-        qFatal("cannot link %s", qPrintable(path));
-    }
-}
-
-void makePipe(const QString& path)
-{
-    if (mkfifo(QFile::encodeName(path).constData(), 0600) != 0) {
-        qFatal("cannot make the pipe %s", qPrintable(path));
-    }
-}
-
-void makeSocket(const QString& path)
-{
-    const int socket = ::socket(AF_UNIX, SOCK_STREAM, 0);
-    sockaddr_un address {};
-    address.sun_family = AF_UNIX;
-    qstrncpy(address.sun_path, QFile::encodeName(path).constData(), sizeof address.sun_path);
-    if (bind(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
-        qFatal("cannot make the socket %s", qPrintable(path));
-    }
-    close(socket);
-}
 
 // A folder that is removed in the end, with a file of every kind that everybody knows.
 class Folder {
@@ -114,11 +86,6 @@ QStringList pathsOf(const FolderExplanation& explanation)
         paths << entry.path;
     }
     return paths;
-}
-
-QStringList linesOf(const QByteArray& output)
-{
-    return QString::fromUtf8(output).split(u'\n', Qt::SkipEmptyParts);
 }
 
 // The first line of every entry without its path.
@@ -193,23 +160,18 @@ private Q_SLOTS:
     void troubleIsTrouble_data();
     void troubleIsTrouble();
     void jsonSaysWhatLinesSay();
-    void outputThatIsLostIsAFailure();
     void keyWithoutALetterIsListed();
     void strangeNamesStayInTheirLine();
 };
 
 void tst_Explain::everyAbsenceHasItsReason_data()
 {
-    QTest::addColumn<Preparer>("prepare");
-    QTest::addColumn<QString>("path");
-    QTest::addColumn<QString>("scheme");
-    QTest::addColumn<QString>("words");
-    const auto row = [](const char* name, Preparer prepare, const QString& path, const QString& words,
-                         const QString& scheme = configurationScheme) {
-        QTest::newRow(name) << prepare << path << scheme << words;
+    const Table<Preparer, QString, QString, QString> table("prepare", "path", "scheme", "words");
+    const auto row = [&](const char* name, Preparer prepare, const QString& path, const QString& words) {
+        table(name, prepare, path, configurationScheme, words);
     };
-    const auto file = [row](const char* name, const QString& path, const QString& words,
-                          const QString& scheme = configurationScheme) { row(name, nullptr, path, words, scheme); };
+    const auto file = [&](const char* name, const QString& path, const QString& words,
+                          const QString& scheme = configurationScheme) { table(name, nullptr, path, scheme, words); };
 
     file("hidden file", u".a.config.json"_qs, u"hidden: its name begins with a dot"_qs);
     file("in a hidden folder", u".x/y/a.config.json"_qs, u"hidden: it lies in the hidden folder '.x'"_qs);
@@ -237,24 +199,24 @@ void tst_Explain::everyAbsenceHasItsReason_data()
         "folder without a selection", [](const Folder& folder) { folder.add(u"x/y/a.process.json"_qs); }, u"x"_qs,
         u"no-selection: there is no selection in it"_qs);
     row(
-        "dangling link", [](const Folder& folder) { link(u"/nowhere"_qs, folder.path(u"a.config.json"_qs)); },
+        "dangling link", [](const Folder& folder) { makeLink(u"/nowhere"_qs, folder.path(u"a.config.json"_qs)); },
         u"a.config.json"_qs, u"dangling-link: the link leads to '/nowhere', which is not there"_qs);
     row(
         "dangling link through a file",
         [](const Folder& folder) {
             folder.add(u"b.txt"_qs);
-            link(u"b.txt/c"_qs, folder.path(u"a.config.json"_qs));
+            makeLink(u"b.txt/c"_qs, folder.path(u"a.config.json"_qs));
         },
         u"a.config.json"_qs, u"dangling-link: the link leads to '%1/b.txt/c': Not a directory"_qs);
     row(
-        "link to itself", [](const Folder& folder) { link(u"a.config.json"_qs, folder.path(u"a.config.json"_qs)); },
+        "link to itself", [](const Folder& folder) { makeLink(u"a.config.json"_qs, folder.path(u"a.config.json"_qs)); },
         u"a.config.json"_qs,
         u"looping-link: the link leads to '%1/a.config.json': Too many levels of symbolic links"_qs);
     row(
         "link to a folder around it",
         [](const Folder& folder) {
             folder.add(u"x/a.config.json"_qs);
-            link(folder.path(), folder.path(u"x/up"_qs));
+            makeLink(folder.path(), folder.path(u"x/up"_qs));
         },
         u"x/up"_qs,
         u"looping-link: leads back to a folder that it lies in; no manifest is created as long as it is there"_qs);
@@ -265,15 +227,15 @@ void tst_Explain::everyAbsenceHasItsReason_data()
         "socket", [](const Folder& folder) { makeSocket(folder.path(u"a.config.json"_qs)); }, u"a.config.json"_qs,
         u"no-file: it is a socket"_qs);
     row(
-        "link to a device", [](const Folder& folder) { link(u"/dev/zero"_qs, folder.path(u"zero"_qs)); }, u"zero"_qs,
-        u"no-file: it is a device"_qs);
+        "link to a device", [](const Folder& folder) { makeLink(u"/dev/zero"_qs, folder.path(u"zero"_qs)); },
+        u"zero"_qs, u"no-file: it is a device"_qs);
     row(
         "device for a description",
-        [](const Folder& folder) { link(u"/dev/zero"_qs, folder.path(u"a.config.json"_qs)); }, u"a.config.json"_qs,
+        [](const Folder& folder) { makeLink(u"/dev/zero"_qs, folder.path(u"a.config.json"_qs)); }, u"a.config.json"_qs,
         u"no-file: is a device; no manifest is created as long as it is there"_qs);
     const Preparer deviceForFolder = [](const Folder& folder) {
         folder.add(u"x/a.config.json"_qs);
-        link(u"/dev/zero"_qs, folder.path(u"x/Folder.menu.json"_qs));
+        makeLink(u"/dev/zero"_qs, folder.path(u"x/Folder.menu.json"_qs));
     };
     row("device for a description of a folder", deviceForFolder, u"x/Folder.menu.json"_qs,
         u"no-file: is a device; no manifest is created as long as it is there"_qs);
@@ -356,7 +318,7 @@ void tst_Explain::whatIsRefusedIsLeftOutOfTheRest()
     const Folder folder;
     folder.add(u"a.config.json"_qs);
     folder.add(u"x/a.config.json"_qs);
-    link(target, folder.path(path));
+    makeLink(target, folder.path(path));
     const FolderExplanation explanation = folder.explain();
     QCOMPARE(pathsOf(explanation), QStringList({u"a.config.json"_qs, u"x"_qs, u"x/a.config.json"_qs, path}));
     QCOMPARE(explanation.entries.at(2).instancePath, u"x/a"_qs);
@@ -420,18 +382,13 @@ void tst_Explain::damageOfFolderDescriptionsIsSaidOnce()
 
 void tst_Explain::everyKeyHasItsFate_data()
 {
-    QTest::addColumn<QString>("file");
-    QTest::addColumn<QByteArray>("content");
-    QTest::addColumn<QStringList>("taken");
-    QTest::addColumn<QStringList>("defaulted");
-    QTest::addColumn<QStringList>("ignored");
-    const auto row = [](const char* name, const QByteArray& content, const QStringList& taken,
-                         const QStringList& defaulted, const QStringList& ignored) {
-        QTest::newRow(name) << u"a.config.json"_qs << content << taken << defaulted << ignored;
-    };
-    const auto folder = [](const char* name, const QByteArray& content, const QStringList& taken,
-                            const QStringList& defaulted, const QStringList& ignored) {
-        QTest::newRow(name) << u"x/Folder.menu.json"_qs << content << taken << defaulted << ignored;
+    using Keys = QStringList;
+    const Table<QString, QByteArray, Keys, Keys, Keys> table("file", "content", "taken", "defaulted", "ignored");
+    const auto row = [&](const char* name, const QByteArray& content, const Keys& taken, const Keys& defaulted,
+                         const Keys& ignored) { table(name, u"a.config.json"_qs, content, taken, defaulted, ignored); };
+    const auto folder = [&](const char* name, const QByteArray& content, const Keys& taken, const Keys& defaulted,
+                            const Keys& ignored) {
+        table(name, u"x/Folder.menu.json"_qs, content, taken, defaulted, ignored);
     };
     const QStringList all {u"dataModel"_qs, u"hide"_qs, u"iconName"_qs, u"instanceName"_qs, u"labelTextId"_qs,
         u"lastModified"_qs, u"displayPosition"_qs};
@@ -630,10 +587,10 @@ void tst_Explain::manyLinksAndLevelsComeToAnEnd()
         deep += u"/d"_qs;
     }
     folder.add(deep + u"/a.config.json"_qs);
-    link(folder.path(), folder.path(deep + u"/up"_qs));
-    link(folder.path(u"d"_qs), folder.path(u"d/d/up"_qs));
+    makeLink(folder.path(), folder.path(deep + u"/up"_qs));
+    makeLink(folder.path(u"d"_qs), folder.path(u"d/d/up"_qs));
     folder.add(u".hidden/a.config.json"_qs);
-    link(u"."_qs, folder.path(u".hidden/up"_qs));
+    makeLink(u"."_qs, folder.path(u".hidden/up"_qs));
     const FolderExplanation explanation = folder.explain();
     QCOMPARE(explanation.refusals.size(), 2);
     // 301 folders, a file and two links; and a hidden folder with a file and a link.
@@ -723,8 +680,8 @@ void tst_Explain::oneEntryIsFound()
         writeFile(tree + file, good);
     }
     writeFile(tree + u"network/special.config.json"_qs, R"({"instanceName":"network/inner"})");
-    link(u"/nowhere"_qs, tree + u"dangling"_qs);
-    link(u"tree"_qs, base.filePath(u"link"_qs));
+    makeLink(u"/nowhere"_qs, tree + u"dangling"_qs);
+    makeLink(u"tree"_qs, base.filePath(u"link"_qs));
     const QString argument = what.contains(u"%1"_qs) ? what.arg(base.path()) : what;
     const ProgramRun run = Program().in(base.path()).run(u"explain tree "_qs + argument);
     QCOMPARE(run.errors, QByteArray());
@@ -742,12 +699,11 @@ void tst_Explain::oneEntryIsFound()
 
 void tst_Explain::whatLeadsNowhereIsExplained_data()
 {
-    QTest::addColumn<QString>("what");
-    QTest::addColumn<ProgramRun>("run");
-    const auto row = [](const char* name, const QString& what, const QString& complaint, const QByteArray& output) {
+    const Table<QString, ProgramRun> table("what", "run");
+    const auto row = [&](const char* name, const QString& what, const QString& complaint, const QByteArray& output) {
         ProgramRun run = failed(u'\'' + what + u"' leads nowhere: "_qs + complaint);
         run.output = output;
-        QTest::newRow(name) << what << run;
+        table(name, what, run);
     };
     row("misspelled", u"netwrok"_qs, u"nothing answers to 'netwrok' at the top level (did you mean 'network'?)"_qs, {});
     row("below", u"network/x"_qs, u"nothing answers to 'x' below 'network' (did you mean 'network/a'?)"_qs, {});
@@ -776,8 +732,6 @@ void tst_Explain::troubleIsTrouble_data()
     row("no such folder", u"nowhere"_qs, "cannot read nowhere: No such file or directory");
     row("no folder", u"file"_qs, "cannot read file: it is not a folder");
     row("may not be read", u"closed"_qs, "cannot read closed: Permission denied");
-    row("unknown scheme", u"open --scheme x"_qs,
-        "'x' is neither 'configuration' nor 'process'; --any-scheme takes it all the same");
     row("nothing but slashes", u"open //"_qs, "PATH is empty");
     row("too much given", u"open a b"_qs, "explain takes FOLDER [PATH|FILE]; see ");
 }
@@ -829,14 +783,6 @@ void tst_Explain::jsonSaysWhatLinesSay()
     QCOMPARE(entry.value(u"path"_qs), QJsonValue(u"imported/cut-short"_qs));
     QCOMPARE(Program().run(u"explain --json nowhere"_qs).output, QByteArray());
     QCOMPARE(Program().run(u"explain --json "_qs + folder + u" zzzzzz"_qs).output, QByteArray("[\n]\n"));
-}
-
-void tst_Explain::outputThatIsLostIsAFailure()
-{
-    const Folder folder;
-    folder.add(u"a.config.json"_qs);
-    QCOMPARE(
-        Program().prepared(withFullOutput).run(u"explain "_qs + folder.path()), failed(u"cannot write the results"_qs));
 }
 
 void tst_Explain::keyWithoutALetterIsListed()

@@ -1,5 +1,6 @@
 #include "Findings.h"
 #include "ManifestFixture.h"
+#include "ProgramManifests.h"
 #include "Table.h"
 #include "TestMain.h"
 
@@ -13,7 +14,7 @@ namespace {
 
 QString line(const Finding& finding)
 {
-    return toText(finding.kind) + u": "_qs + finding.place + QLatin1Char(' ') + finding.what;
+    return toText(finding.kind) + u": "_qs + finding.place + u' ' + finding.what;
 }
 
 QStringList lines(const QVector<Finding>& findings)
@@ -32,27 +33,6 @@ QStringList namesOf(const TreeElements& elements)
         names << element.name;
     }
     return names;
-}
-
-QJsonObject without(QJsonObject element, const QString& key)
-{
-    element.remove(key);
-    return element;
-}
-
-QJsonObject stamped(const QJsonObject& element)
-{
-    return with(with(element, u"moduleName"_qs, u"M"_qs), u"objectName"_qs, u"O"_qs);
-}
-
-/// A node that a number of others lie below, each in the one before.
-QJsonObject chain(int length, const QJsonObject& last)
-{
-    QJsonObject element = last;
-    for (int i = 0; i < length; ++i) {
-        element = node(u"n"_qs, {element});
-    }
-    return element;
 }
 
 QJsonValue nested(int levels)
@@ -116,11 +96,11 @@ class tst_Findings : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void everyKindHasAWordOfItsOwn_data();
-    void everyKindHasAWordOfItsOwn();
+    void everyKindHasItsWord_data();
+    void everyKindHasItsWord();
     void onlyMissingChildrenAreNoDamage();
-    void findingsOfAManifest_data();
-    void findingsOfAManifest();
+    void findingNamesElementAndDamage_data();
+    void findingNamesElementAndDamage();
     void findingKnowsItsElement();
     void findingsDeepDownAreComparedQuickly();
     void findingOfNeitherManifestIsAdded();
@@ -128,34 +108,34 @@ private Q_SLOTS:
     void tooDeepIsWhatCannotBeLoaded_data();
     void tooDeepIsWhatCannotBeLoaded();
     void tooDeepIsReportedOncePerBranch();
-    void exampleHasTheKnownFindings_data();
-    void exampleHasTheKnownFindings();
+    void exampleHasKnownFindings_data();
+    void exampleHasKnownFindings();
 
-    void addedDamage_data();
-    void addedDamage();
+    void addedDamageIsToldFromOldDamage_data();
+    void addedDamageIsToldFromOldDamage();
     void damageAddedToManyElementsIsFoundQuickly();
-    void editAddsDamage_data();
-    void editAddsDamage();
+    void damageOfEditIsFound_data();
+    void damageOfEditIsFound();
 
-    void lostElementsOfTwoManifests_data();
-    void lostElementsOfTwoManifests();
-    void editLosesElements_data();
-    void editLosesElements();
-    void permutation_data();
-    void permutation();
+    void lostElementsAreFound_data();
+    void lostElementsAreFound();
+    void elementsLostByEditAreFound_data();
+    void elementsLostByEditAreFound();
+    void otherOrderAloneIsPermutation_data();
+    void otherOrderAloneIsPermutation();
     void sortThatNamesOneTwiceIsNoPermutation();
 
-    void typeOfAVocabularyKey_data();
-    void typeOfAVocabularyKey();
-    void typeOfAnyOtherKey_data();
-    void typeOfAnyOtherKey();
-    void typesOfElementsInAValue_data();
-    void typesOfElementsInAValue();
+    void vocabularyKeyHasOneType_data();
+    void vocabularyKeyHasOneType();
+    void otherKeyKeepsItsType_data();
+    void otherKeyKeepsItsType();
+    void elementsInValueHaveRightTypes_data();
+    void elementsInValueHaveRightTypes();
     void messageNamesBothTypesAndTheOption_data();
     void messageNamesBothTypesAndTheOption();
 };
 
-void tst_Findings::everyKindHasAWordOfItsOwn_data()
+void tst_Findings::everyKindHasItsWord_data()
 {
     const Table<FindingKind, QString> row("kind", "word");
     row("NoObject", FindingKind::NoObject, u"no-object"_qs);
@@ -171,7 +151,7 @@ void tst_Findings::everyKindHasAWordOfItsOwn_data()
     row("NoChildren", FindingKind::NoChildren, u"no-children"_qs);
 }
 
-void tst_Findings::everyKindHasAWordOfItsOwn()
+void tst_Findings::everyKindHasItsWord()
 {
     QFETCH(const FindingKind, kind);
     QFETCH(const QString, word);
@@ -188,7 +168,7 @@ void tst_Findings::onlyMissingChildrenAreNoDamage()
     }
 }
 
-void tst_Findings::findingsOfAManifest_data()
+void tst_Findings::findingNamesElementAndDamage_data()
 {
     const Table<QJsonArray, QStringList> row("manifest", "findings");
     row("nothing", {}, {});
@@ -246,7 +226,7 @@ void tst_Findings::findingsOfAManifest_data()
             u"no-children: position 0 below position 0 of the top level is a node without children"_qs});
 }
 
-void tst_Findings::findingsOfAManifest()
+void tst_Findings::findingNamesElementAndDamage()
 {
     QFETCH(const QJsonArray, manifest);
     QFETCH(const QStringList, findings);
@@ -272,27 +252,9 @@ void tst_Findings::findingKnowsItsElement()
 void tst_Findings::everyUnreachableElementHasAReason()
 {
     std::mt19937 engine(1);
-    const auto below = [&](int bound) { return static_cast<int>(engine() % static_cast<uint>(bound)); };
-    const QVector<QJsonValue> names {
-        u"a"_qs, u"b"_qs, u"a/b"_qs, u"b/a"_qs, u""_qs, u"a/"_qs, u"/a"_qs, 1, QJsonValue()};
-    const std::function<QJsonArray(int)> children = [&](int depth) {
-        QJsonArray array;
-        for (int i = below(6); i > 0; --i) {
-            QJsonObject element = with(
-                below(2) == 0 ? node(u""_qs) : selection(u""_qs), u"instanceName"_qs, names.at(below(names.size())));
-            if (below(8) == 0) {
-                element.remove(below(2) == 0 ? u"selectionType"_qs : u"instanceName"_qs);
-            }
-            if (depth < 4) {
-                element.insert(u"substructure"_qs, children(depth + 1));
-            }
-            array.append(below(12) == 0 ? QJsonValue(1) : QJsonValue(element));
-        }
-        return array;
-    };
     int number = 0;
     for (int i = 0; i < 40; ++i) {
-        const TreeElements tree = treeOf(children(0));
+        const TreeElements tree = treeOf(oddlyNamed(engine));
         const QVector<Finding> findings = check(tree);
         checkNames(tree, true, findings);
         if (QTest::currentTestFailed()) {
@@ -307,12 +269,12 @@ void tst_Findings::tooDeepIsWhatCannotBeLoaded_data()
 {
     const Table<QJsonArray, bool> row("manifest", "isTooDeep");
     const QJsonObject empty = with(node(u"n"_qs), u"substructure"_qs, QJsonArray());
-    row("512 elements", {chain(511, selection(u"s"_qs))}, false);
-    row("with an empty array", {chain(511, empty)}, true);
-    row("511 elements with an empty array", {chain(510, empty)}, false);
-    row("513 elements", {chain(512, selection(u"s"_qs))}, true);
-    row("array in the last", {chain(511, with(selection(u"s"_qs), u"list"_qs, QJsonArray()))}, true);
-    row("array in the last but one", {chain(510, with(selection(u"s"_qs), u"list"_qs, QJsonArray()))}, false);
+    row("512 elements", chain(511, {selection(u"s"_qs)}), false);
+    row("with an empty array", chain(511, {empty}), true);
+    row("511 elements with an empty array", chain(510, {empty}), false);
+    row("513 elements", chain(512, {selection(u"s"_qs)}), true);
+    row("array in the last", chain(511, {with(selection(u"s"_qs), u"list"_qs, QJsonArray())}), true);
+    row("array in the last but one", chain(510, {with(selection(u"s"_qs), u"list"_qs, QJsonArray())}), false);
     row("deep member", {with(selection(u"s"_qs), u"m"_qs, nested(1022))}, false);
     row("too deep a member", {with(selection(u"s"_qs), u"m"_qs, nested(1023))}, true);
     row("deep array", {nested(1023)}, false);
@@ -335,8 +297,8 @@ void tst_Findings::tooDeepIsWhatCannotBeLoaded()
 
 void tst_Findings::tooDeepIsReportedOncePerBranch()
 {
-    const QJsonArray manifest {
-        chain(520, selection(u"s"_qs)), with(chain(515, selection(u"s"_qs)), u"instanceName"_qs, u"m"_qs)};
+    const QJsonArray manifest {chain(520, {selection(u"s"_qs)}).at(0),
+        with(chain(515, {selection(u"s"_qs)}).at(0).toObject(), u"instanceName"_qs, u"m"_qs)};
     const QVector<Finding> findings = check(manifest);
     QCOMPARE(findings.size(), 2);
     QCOMPARE(findings.at(0).kind, FindingKind::TooDeep);
@@ -344,7 +306,7 @@ void tst_Findings::tooDeepIsReportedOncePerBranch()
     QCOMPARE(findings.at(1).positions, QVector<int>({1}) + QVector<int>(511));
 }
 
-void tst_Findings::exampleHasTheKnownFindings_data()
+void tst_Findings::exampleHasKnownFindings_data()
 {
     const Table<QString, QStringList> row("scheme", "findings");
     row("configuration", u"configuration"_qs,
@@ -352,7 +314,7 @@ void tst_Findings::exampleHasTheKnownFindings_data()
     row("process", u"process"_qs, {});
 }
 
-void tst_Findings::exampleHasTheKnownFindings()
+void tst_Findings::exampleHasKnownFindings()
 {
     QFETCH(const QString, scheme);
     QFETCH(const QStringList, findings);
@@ -361,7 +323,7 @@ void tst_Findings::exampleHasTheKnownFindings()
     QCOMPARE(lines(check(arrayFrom(manifest.constData()))), findings);
 }
 
-void tst_Findings::addedDamage_data()
+void tst_Findings::addedDamageIsToldFromOldDamage_data()
 {
     const Table<QJsonArray, QJsonArray, QStringList> row("before", "after", "words");
     const QJsonObject first = with(node(u"a"_qs), u"iconName"_qs, u"1"_qs);
@@ -416,11 +378,11 @@ void tst_Findings::addedDamage_data()
     row("other children that are no array", {with(node(u"n"_qs), u"substructure"_qs, 1)},
         {with(node(u"n"_qs), u"substructure"_qs, 2)}, {u"children-no-array"_qs});
     row("empty node", {}, {node(u"n"_qs)}, {});
-    row("too deep", {chain(511, selection(u"s"_qs))}, {chain(512, selection(u"s"_qs))}, {u"too-deep"_qs});
-    row("too deep as before", {chain(512, selection(u"s"_qs))}, {chain(512, selection(u"t"_qs))}, {});
+    row("too deep", chain(511, {selection(u"s"_qs)}), chain(512, {selection(u"s"_qs)}), {u"too-deep"_qs});
+    row("too deep as before", chain(512, {selection(u"s"_qs)}), chain(512, {selection(u"t"_qs)}), {});
 }
 
-void tst_Findings::addedDamage()
+void tst_Findings::addedDamageIsToldFromOldDamage()
 {
     QFETCH(const QJsonArray, before);
     QFETCH(const QJsonArray, after);
@@ -458,26 +420,23 @@ void tst_Findings::damageAddedToManyElementsIsFoundQuickly()
     QVERIFY(comparison < 50 * load + disturbance);
 }
 
-void tst_Findings::editAddsDamage_data()
+void tst_Findings::damageOfEditIsFound_data()
 {
     const Table<Change, QStringList> row("change", "added");
-    row("key of a sound element",
-        [](Handler& handler) { return handler.setProperty(u"network/eth"_qs, u"iconName"_qs, u"x"_qs, false); }, {});
-    row("free name",
-        [](Handler& handler) { return handler.setProperty(u"users"_qs, u"instanceName"_qs, u"people"_qs, false); }, {});
-    row("taken name",
-        [](Handler& handler) { return handler.setProperty(u"users"_qs, u"instanceName"_qs, u"network"_qs, false); },
+    const auto set = [](const QString& path, const QString& key, const QString& value) -> Change {
+        return [=](Handler& handler) { return handler.setProperty(path, key, value, false); };
+    };
+    row("key of a sound element", set(u"network/eth"_qs, u"iconName"_qs, u"x"_qs), {});
+    row("free name", set(u"users"_qs, u"instanceName"_qs, u"people"_qs), {});
+    row("taken name", set(u"users"_qs, u"instanceName"_qs, u"network"_qs),
         {u"name-taken: position 2 of the top level answers to 'network', as its sibling at position 1 does, which is found instead"_qs});
-    row("empty name",
-        [](Handler& handler) { return handler.setProperty(u"users"_qs, u"instanceName"_qs, u""_qs, false); },
+    row("empty name", set(u"users"_qs, u"instanceName"_qs, u""_qs),
         {u"name-empty: position 2 of the top level has an empty name"_qs});
-    row("name with a slash",
-        [](Handler& handler) { return handler.setProperty(u"users"_qs, u"instanceName"_qs, u"a/b"_qs, false); },
+    row("name with a slash", set(u"users"_qs, u"instanceName"_qs, u"a/b"_qs),
         {u"name-with-slash: position 2 of the top level has the name 'a/b', of which a path makes several"_qs});
     row("no name", [](Handler& handler) { return handler.removeProperty(u"users"_qs, u"instanceName"_qs, false); },
         {u"name-missing: position 2 of the top level has no 'instanceName'"_qs});
-    row("children",
-        [](Handler& handler) { return handler.setProperty(u"network"_qs, u"substructure"_qs, u"x"_qs, false); },
+    row("children", set(u"network"_qs, u"substructure"_qs, u"x"_qs),
         {u"children-no-array: 'network' has a 'substructure' that is a string, not an array"_qs});
     row("child below a selection", [](Handler& handler) { return handler.addNode(u"main/x"_qs, {}, -1, false); },
         {u"children-of-selection: 'main' is a selection with a child"_qs});
@@ -490,7 +449,7 @@ void tst_Findings::editAddsDamage_data()
             u"name-missing: position 1 of the top level has no 'instanceName'"_qs});
 }
 
-void tst_Findings::editAddsDamage()
+void tst_Findings::damageOfEditIsFound()
 {
     QFETCH(const Change, change);
     QFETCH(const QStringList, added);
@@ -501,7 +460,7 @@ void tst_Findings::editAddsDamage()
     QCOMPARE(lines(::added(network(), handler.getManifestJsonArray())), added);
 }
 
-void tst_Findings::lostElementsOfTwoManifests_data()
+void tst_Findings::lostElementsAreFound_data()
 {
     const Table<QJsonArray, QJsonArray, QVector<QVector<int>>, QStringList> row("before", "after", "edited", "lost");
     const QJsonObject a = selection(u"a"_qs);
@@ -537,7 +496,7 @@ void tst_Findings::lostElementsOfTwoManifests_data()
         {u"a"_qs});
 }
 
-void tst_Findings::lostElementsOfTwoManifests()
+void tst_Findings::lostElementsAreFound()
 {
     QFETCH(const QJsonArray, before);
     QFETCH(const QJsonArray, after);
@@ -546,50 +505,37 @@ void tst_Findings::lostElementsOfTwoManifests()
     QCOMPARE(namesOf(lostElements(before, after, edited)), lost);
 }
 
-void tst_Findings::editLosesElements_data()
+void tst_Findings::elementsLostByEditAreFound_data()
 {
-    QTest::addColumn<QString>("path");
-    QTest::addColumn<Change>("change");
-    QTest::addColumn<QStringList>("lost");
+    const Table<QString, Change, QStringList> row("path", "change", "lost");
     const QStringList children {u"network/eth"_qs, u"wlan"_qs, u"network/wlan/key"_qs};
     const QString path = u"network"_qs;
-    const auto row = [&](const char* name, const Change& change, const QStringList& lost) {
-        QTest::newRow(name) << path << change << lost;
+    const auto set = [=](const QString& key, const QVariant& value) -> Change {
+        return [=](Handler& handler) { return handler.setProperty(path, key, value, false); };
     };
-    row("key", [=](Handler& handler) { return handler.setProperty(path, u"iconName"_qs, u"x"_qs, false); }, {});
-    row("name", [=](Handler& handler) { return handler.setProperty(path, u"instanceName"_qs, u"x"_qs, false); }, {});
+    const QJsonArray others {selection(u"a"_qs), selection(u"b"_qs), selection(u"c"_qs)};
+    row("key", path, set(u"iconName"_qs, u"x"_qs), {});
+    row("name", path, set(u"instanceName"_qs, u"x"_qs), {});
+    row("children", path, set(u"substructure"_qs, u"x"_qs), children);
+    row("other children", path, set(u"substructure"_qs, others.toVariantList()), children);
     row(
-        "children", [=](Handler& handler) { return handler.setProperty(path, u"substructure"_qs, u"x"_qs, false); },
+        "no children", path, [=](Handler& handler) { return handler.removeProperty(path, u"substructure"_qs, false); },
         children);
-    row(
-        "other children",
-        [=](Handler& handler) {
-            return handler.setProperty(path, u"substructure"_qs,
-                QJsonArray {selection(u"a"_qs), selection(u"b"_qs), selection(u"c"_qs)}.toVariantList(), false);
-        },
-        children);
-    row(
-        "no children", [=](Handler& handler) { return handler.removeProperty(path, u"substructure"_qs, false); },
-        children);
-    row("description that keeps the children",
+    row("description that keeps the children", path,
         [=](Handler& handler) { return handler.updateNode(path, node(u"x"_qs), false, false); }, {});
     row(
-        "description with other children",
+        "description with other children", path,
         [=](Handler& handler) { return handler.updateNode(path, node(u"x"_qs), true, false); }, children);
-    QTest::newRow("deletion") << QString()
-                              << Change([=](Handler& handler) { return handler.deleteElement(path, false); })
-                              << QStringList(path) + children;
-    QTest::newRow("addition in front") << QString() << Change([](Handler& handler) {
-        return handler.addNode(u"x"_qs, {}, 0, false);
-    }) << QStringList();
-    QTest::newRow("addition below children that are no array")
-        << QString() << Change([](Handler& handler) { return handler.addNode(u"odd/x"_qs, {}, 0, false); })
-        << QStringList();
-    QTest::newRow("move") << QString() << Change([=](Handler& handler) { return handler.moveNode(path, 0, false); })
-                          << QStringList();
+    row(
+        "deletion", {}, [=](Handler& handler) { return handler.deleteElement(path, false); },
+        QStringList(path) + children);
+    row("addition in front", {}, [](Handler& handler) { return handler.addNode(u"x"_qs, {}, 0, false); }, {});
+    row("addition below children that are no array", {},
+        [](Handler& handler) { return handler.addNode(u"odd/x"_qs, {}, 0, false); }, {});
+    row("move", {}, [=](Handler& handler) { return handler.moveNode(path, 0, false); }, {});
 }
 
-void tst_Findings::editLosesElements()
+void tst_Findings::elementsLostByEditAreFound()
 {
     QFETCH(const QString, path);
     QFETCH(const Change, change);
@@ -608,7 +554,7 @@ void tst_Findings::editLosesElements()
     QCOMPARE(namesOf(lostElements(before, handler.getManifestJsonArray(), edited)), lost);
 }
 
-void tst_Findings::permutation_data()
+void tst_Findings::otherOrderAloneIsPermutation_data()
 {
     const Table<QJsonArray, QJsonArray, bool> row("before", "after", "isPermutation");
     const QJsonObject a = selection(u"a"_qs);
@@ -629,7 +575,7 @@ void tst_Findings::permutation_data()
     row("no object made one", {1}, {QJsonObject()}, false);
 }
 
-void tst_Findings::permutation()
+void tst_Findings::otherOrderAloneIsPermutation()
 {
     QFETCH(const QJsonArray, before);
     QFETCH(const QJsonArray, after);
@@ -650,14 +596,11 @@ void tst_Findings::sortThatNamesOneTwiceIsNoPermutation()
     QCOMPARE(namesOf(lostElements(before, after)), QStringList(u"b"_qs));
 }
 
-void tst_Findings::typeOfAVocabularyKey_data()
+void tst_Findings::vocabularyKeyHasOneType_data()
 {
-    QTest::addColumn<QString>("key");
-    QTest::addColumn<QJsonValue>("value");
+    const Table<QString, QJsonValue> table("key", "value");
     const QJsonValue text(u"x"_qs);
-    const auto row = [](const char* key, const QJsonValue& value) {
-        QTest::newRow(key) << QLatin1String(key) + QString() << value;
-    };
+    const auto row = [&](const char* key, const QJsonValue& value) { table(key, QString::fromUtf8(key), value); };
     for (const char* const key : {"selectionType", "instanceName", "iconName", "dataSourceType", "closeMode", "uiJob",
              "labelTextId", "dataModel", "lastModified", "moduleName", "objectName", "bufferType", "dependencyFile",
              "dependencyFileExtern", "labelTextUrl", "templateType"}) {
@@ -671,7 +614,7 @@ void tst_Findings::typeOfAVocabularyKey_data()
     row("selectorTypeListEndpoint", QJsonArray());
 }
 
-void tst_Findings::typeOfAVocabularyKey()
+void tst_Findings::vocabularyKeyHasOneType()
 {
     QFETCH(const QString, key);
     QFETCH(const QJsonValue, value);
@@ -685,7 +628,7 @@ void tst_Findings::typeOfAVocabularyKey()
     }
 }
 
-void tst_Findings::typeOfAnyOtherKey_data()
+void tst_Findings::otherKeyKeepsItsType_data()
 {
     const Table<QString, QJsonValue, QJsonValue, bool> row("key", "present", "given", "isRight");
     const QJsonValue none(QJsonValue::Undefined);
@@ -701,7 +644,7 @@ void tst_Findings::typeOfAnyOtherKey_data()
     row("other key of any type", u"configurationVersion"_qs, 1, true, true);
 }
 
-void tst_Findings::typeOfAnyOtherKey()
+void tst_Findings::otherKeyKeepsItsType()
 {
     QFETCH(const QString, key);
     QFETCH(const QJsonValue, present);
@@ -710,7 +653,7 @@ void tst_Findings::typeOfAnyOtherKey()
     QCOMPARE(typeProblem(key, present, given).isNull(), isRight);
 }
 
-void tst_Findings::typesOfElementsInAValue_data()
+void tst_Findings::elementsInValueHaveRightTypes_data()
 {
     const Table<QJsonArray, QJsonArray, QString> row("present", "given", "message");
     const QJsonObject a = selection(u"a"_qs);
@@ -728,7 +671,7 @@ void tst_Findings::typesOfElementsInAValue_data()
     row("another one wrong before", {with(selection(u"b"_qs), u"hide"_qs, u"true"_qs)}, {wrong}, message);
 }
 
-void tst_Findings::typesOfElementsInAValue()
+void tst_Findings::elementsInValueHaveRightTypes()
 {
     QFETCH(const QJsonArray, present);
     QFETCH(const QJsonArray, given);

@@ -1,5 +1,4 @@
 #include "ProgramRun.h"
-#include "Table.h"
 #include "TestMain.h"
 
 #include <QtCore/QRegularExpression>
@@ -65,17 +64,15 @@ class tst_Help : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void helpIsACommandAndAnOption();
+    void helpIsCommandAndOption();
     void newcomersSeeWhatThereIs();
     void helpOfShowSaysWhatPathsAdds();
     void manualPageNamesEverything();
-    void manualPageIsTheInstalledOne();
-    void readmeHasTheExitStatusesOfEveryCommand();
-    void wordsNearToRightOnesAreNamed_data();
-    void wordsNearToRightOnesAreNamed();
+    void manualPageIsInstalledOne();
+    void readmeHasExitStatusesOfEveryCommand();
 };
 
-void tst_Help::helpIsACommandAndAnOption()
+void tst_Help::helpIsCommandAndOption()
 {
     const QStringList names = commandNames();
     QVERIFY(names.size() > 20);
@@ -89,8 +86,6 @@ void tst_Help::helpIsACommandAndAnOption()
             QVERIFY2(!exits.at(status).isEmpty(), qPrintable(name));
         }
     }
-    QCOMPARE(Program().run(u"help shw"_qs),
-        misused(u"unknown command 'shw' (did you mean 'show'?); see 'configuration-manifest --help'"_qs));
 }
 
 void tst_Help::newcomersSeeWhatThereIs()
@@ -138,12 +133,12 @@ void tst_Help::manualPageNamesEverything()
     }
 }
 
-void tst_Help::manualPageIsTheInstalledOne()
+void tst_Help::manualPageIsInstalledOne()
 {
     QCOMPARE(readFile(project + u"/tools/configuration-manifest.1"_qs), Program().run(u"help --man"_qs).output);
 }
 
-void tst_Help::readmeHasTheExitStatusesOfEveryCommand()
+void tst_Help::readmeHasExitStatusesOfEveryCommand()
 {
     // One row for commands that end in the same ways.
     QStringList rows;
@@ -171,31 +166,6 @@ void tst_Help::readmeHasTheExitStatusesOfEveryCommand()
     QCOMPARE(readme.count(QRegularExpression(u"^\\| `(create|show|exists|check|diff|explain|merge|set|help)\\b"_qs,
                  QRegularExpression::MultilineOption)),
         rows.size());
-}
-
-void tst_Help::wordsNearToRightOnesAreNamed_data()
-{
-    const Table<QString, QString> row("commandLine", "problem");
-
-    row("command", u"delte M a"_qs, u"unknown command 'delte' (did you mean 'delete'?)"_qs);
-    row("option", u"delete M a --sve"_qs, u"Unknown option 'sve' (did you mean '--save'?)"_qs);
-    row("option with a value", u"delete M a --bakup=x"_qs, u"Unknown option 'bakup' (did you mean '--backup'?)"_qs);
-    row("value like an option", u"move-node M a -3"_qs,
-        u"Unknown option '3' (put '--' before a value that begins with '-')"_qs);
-    row("command that is not the first word", u"-- show M"_qs,
-        u"'show' is a command, which stands before everything else"_qs);
-    row("option of the program", u"--versoin"_qs, u"Unknown option 'versoin' (did you mean '--version'?)"_qs);
-}
-
-void tst_Help::wordsNearToRightOnesAreNamed()
-{
-    QFETCH(QString, commandLine);
-    QFETCH(QString, problem);
-
-    const ProgramRun run = Program().run(commandLine);
-    QCOMPARE(run.status, 2);
-    QVERIFY2(run.errors.startsWith("configuration-manifest: " + problem.toUtf8() + "; see 'configuration-manifest"),
-        run.errors.constData());
 }
 
 MANIFEST_TEST_MAIN(tst_Help)

@@ -1,6 +1,7 @@
 #include "ManifestFixture.h"
 #include "Merge.h"
 #include "Pairing.h"
+#include "ProgramManifests.h"
 #include "RandomManifest.h"
 #include "Table.h"
 #include "TestMain.h"
@@ -615,21 +616,6 @@ void tst_Merge::hugeTreesAreMergedQuickly_data()
         }
         return manifest;
     };
-    const auto reversed = [](const QJsonArray& manifest) {
-        QJsonArray result;
-        for (int i = manifest.size() - 1; i >= 0; --i) {
-            result.append(manifest.at(i));
-        }
-        return result;
-    };
-    const auto inChain = [](const QJsonArray& manifest) {
-        constexpr int levels = 500;
-        QJsonArray result = manifest;
-        for (int level = 0; level < levels; ++level) {
-            result = {node(u"n"_qs, result)};
-        }
-        return result;
-    };
     const auto a = [](const QJsonArray& children) { return node(u"a"_qs, children); };
     const auto b = [](const QJsonArray& children) { return node(u"b"_qs, children); };
     const QJsonArray before = manyOf("", 0);
@@ -644,10 +630,10 @@ void tst_Merge::hugeTreesAreMergedQuickly_data()
     row("moved by mine, changed by new", {a(before), b({})}, {a({}), b(before)}, {a(after), b({})});
     row("moved to two places", {a(before), b({})}, {a({}), b(before)}, {a({}), b({}), node(u"c"_qs, before)});
     row("removed by new, changed by mine", {a(before)}, {a(after)}, {});
-    row("below many levels", inChain(before), inChain(reversed(before)), inChain(after));
-    row("many levels moved by mine, changed by new", {a(inChain(before)), b({})}, {a({}), b(inChain(before))},
-        {a(inChain(after)), b({})});
-    row("many levels removed by new, changed by mine", {a(inChain(before))}, {a(inChain(after))}, {});
+    row("below many levels", chain(500, before), chain(500, reversed(before)), chain(500, after));
+    row("many levels moved by mine, changed by new", {a(chain(500, before)), b({})}, {a({}), b(chain(500, before))},
+        {a(chain(500, after)), b({})});
+    row("many levels removed by new, changed by mine", {a(chain(500, before))}, {a(chain(500, after))}, {});
 }
 
 void tst_Merge::hugeTreesAreMergedQuickly()

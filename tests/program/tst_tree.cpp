@@ -1,9 +1,11 @@
 #include "ConfigurationManifestCreator.h"
 #include "ManifestFixture.h"
+#include "ProgramManifests.h"
 #include "QuickFolder.h"
 #include "Table.h"
 #include "TestMain.h"
 #include "Tree.h"
+#include "Workplace.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QDirIterator>
@@ -20,7 +22,7 @@ namespace {
 
 using Kind = TreeElement::Kind;
 
-const QString configurationScheme = QStringLiteral("configuration");
+const QString configurationScheme = u"configuration"_qs;
 
 void copyTree(const QString& from, const QString& to)
 {
@@ -28,20 +30,6 @@ void copyTree(const QString& from, const QString& to)
     while (files.hasNext()) {
         const QString file = files.next();
         writeFile(to + file.mid(from.size()), readFile(file));
-    }
-}
-
-void link(const QString& target, const QString& path)
-{
-    if (!QFile::link(target, path)) {
-        qFatal("cannot link %s", qPrintable(path));
-    }
-}
-
-void makePipe(const QString& path)
-{
-    if (mkfifo(QFile::encodeName(path).constData(), 0600) != 0) {
-        qFatal("cannot make the pipe %s", qPrintable(path));
     }
 }
 
@@ -71,7 +59,7 @@ Creation create(const QString& folder, const QString& scheme)
     for (const Message& message : messages) {
         creation.messages << message.text.trimmed();
     }
-    creation.manifest = readFile(folder + QLatin1Char('/') + scheme + QStringLiteral(".manifest.json"));
+    creation.manifest = readFile(folder + u'/' + scheme + u".manifest.json"_qs);
     return creation;
 }
 
@@ -162,7 +150,7 @@ private:
         static const char* const names[] = {"a", "B", "b", "net", "net.old", "Net", "ü", "日本", " ", "a b", "a\nb",
             ".", "-x", "configuration", "%1", "\\", "'", "é"};
         const QString text = QString::fromUtf8(oneOf(names)) + (below(3) > 0 ? QString::number(below(60)) : QString());
-        return text == QLatin1String(".") ? u"..."_qs : text;
+        return text == u"."_qs ? u"..."_qs : text;
     }
 
     QString fileName()
@@ -183,10 +171,10 @@ private:
             add(folder, u"Folder.menu.json"_qs, [&](const QString& path) { writeFile(path, description()); });
         }
         for (int i = below(3); i > 0; --i) {
-            add(folder, fileName(), [&](const QString& path) { link(root + u"/nowhere"_qs, path); });
+            add(folder, fileName(), [&](const QString& path) { makeLink(root + u"/nowhere"_qs, path); });
             add(folder, below(4) == 0 ? u"Folder.menu.json"_qs : fileName(), [&](const QString& path) {
                 writeFile(root + u".linked/file"_qs + QString::number(++linked), description());
-                link(root + u".linked/file"_qs + QString::number(linked), path);
+                makeLink(root + u".linked/file"_qs + QString::number(linked), path);
             });
         }
         const int folders = depth > 3 ? 0 : below(depth == 0 && below(8) == 0 ? 30 : 4);
@@ -195,7 +183,7 @@ private:
                 QDir().mkpath(path);
                 fill(path, depth + 1);
                 if (below(3) == 0) {
-                    add(folder, name(), [&](const QString& other) { link(path, other); });
+                    add(folder, name(), [&](const QString& other) { makeLink(path, other); });
                 }
             });
         }
@@ -204,7 +192,7 @@ private:
     template <typename Make>
     void add(const QString& folder, const QString& name, const Make& make)
     {
-        const QString path = folder + QLatin1Char('/') + name;
+        const QString path = folder + u'/' + name;
         const QFileInfo info(path);
         if (!info.exists() && !info.isSymLink()) {
             make(path);
@@ -254,7 +242,7 @@ void checkPaths(const TreeElements& tree, const TreeElements& siblings, const QS
             QVERIFY(handler.getNodeElement(element.path, found));
             QCOMPARE(found, element.object());
         }
-        checkPaths(tree, element.children, way + QLatin1Char('/'));
+        checkPaths(tree, element.children, way + u'/');
     }
 }
 
@@ -267,10 +255,10 @@ class tst_Tree : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void kindOfAnElement_data();
-    void kindOfAnElement();
-    void pathOfAnElement_data();
-    void pathOfAnElement();
+    void kindFollowsFromType_data();
+    void kindFollowsFromType();
+    void pathLeadsToElement_data();
+    void pathLeadsToElement();
     void everyPathIsOneThatLookupsTake();
     void elementKnowsItsPlace();
     void labelAndHiddenAreThoseOfTheElement();
@@ -285,8 +273,8 @@ private Q_SLOTS:
     void remarksNameTheirFiles();
     void everyElementKnowsItsSource();
     void scanWritesNothing();
-    void folderWithNothingToDo_data();
-    void folderWithNothingToDo();
+    void folderWithoutDescriptionsIsScanned_data();
+    void folderWithoutDescriptionsIsScanned();
     void folderThatMayNotBeReadIsDamage();
     void deviceIsRefusedUnread_data();
     void deviceIsRefusedUnread();
@@ -296,7 +284,7 @@ private Q_SLOTS:
     void refusedScanLeavesMessagesAlone();
 };
 
-void tst_Tree::kindOfAnElement_data()
+void tst_Tree::kindFollowsFromType_data()
 {
     const Table<QJsonValue, Kind, QString> row("value", "kind", "word");
     row("node", node(u"a"_qs), Kind::Node, u"node"_qs);
@@ -308,7 +296,7 @@ void tst_Tree::kindOfAnElement_data()
     row("null", QJsonValue::Null, Kind::NoObject, u"no object"_qs);
 }
 
-void tst_Tree::kindOfAnElement()
+void tst_Tree::kindFollowsFromType()
 {
     QFETCH(const QJsonValue, value);
     QFETCH(const Kind, kind);
@@ -320,7 +308,7 @@ void tst_Tree::kindOfAnElement()
     QCOMPARE(tree.at(0).value, value);
 }
 
-void tst_Tree::pathOfAnElement_data()
+void tst_Tree::pathLeadsToElement_data()
 {
     // The elements of the manifest, those of every level in front of what is below them.
     const Table<QJsonArray, QStringList> row("manifest", "paths");
@@ -354,7 +342,7 @@ void tst_Tree::pathOfAnElement_data()
     row("children that are no array", {with(node(u"a"_qs), u"substructure"_qs, node(u"x"_qs))}, {u"a"_qs});
 }
 
-void tst_Tree::pathOfAnElement()
+void tst_Tree::pathLeadsToElement()
 {
     QFETCH(const QJsonArray, manifest);
     QFETCH(const QStringList, paths);
@@ -375,26 +363,9 @@ void tst_Tree::pathOfAnElement()
 void tst_Tree::everyPathIsOneThatLookupsTake()
 {
     std::mt19937 engine(1);
-    const auto below = [&](int bound) { return static_cast<int>(engine() % static_cast<uint>(bound)); };
-    const QStringList names {u"a"_qs, u"b"_qs, u"a/b"_qs, u"b/a"_qs, u""_qs, u"a/"_qs, u"/a"_qs, u"b/b"_qs, u"ab"_qs};
-    const std::function<QJsonArray(int)> children = [&](int depth) {
-        QJsonArray array;
-        for (int i = below(6); i > 0; --i) {
-            QJsonObject element =
-                below(2) == 0 ? node(names.at(below(names.size()))) : selection(names.at(below(names.size())));
-            if (below(8) == 0) {
-                element.remove(below(2) == 0 ? u"selectionType"_qs : u"instanceName"_qs);
-            }
-            if (depth < 4) {
-                element.insert(u"substructure"_qs, children(depth + 1));
-            }
-            array.append(below(12) == 0 ? QJsonValue(1) : QJsonValue(element));
-        }
-        return array;
-    };
     int unreachable = 0;
     for (int i = 0; i < 40; ++i) {
-        const TreeElements tree = treeOf(children(0));
+        const TreeElements tree = treeOf(oddlyNamed(engine));
         checkPaths(tree, tree, QString());
         if (QTest::currentTestFailed()) {
             return;
@@ -584,7 +555,7 @@ void tst_Tree::everyElementKnowsItsSource()
     const QString folder = base.filePath(u"configuration"_qs);
     QVERIFY(QDir().mkpath(folder + u"/broken"_qs));
     writeFile(folder + u"/broken/a.config.json"_qs, "{\"displayPosition\":1,\"hide\":true}");
-    link(folder + u"/nowhere"_qs, folder + u"/broken/Folder.menu.json"_qs);
+    makeLink(folder + u"/nowhere"_qs, folder + u"/broken/Folder.menu.json"_qs);
     const FolderScan scan = scanFolder(folder, configurationScheme);
 
     const TreeElement* const cutShort = elementFrom(scan.elements, u"imported/cut-short.config.json"_qs);
@@ -618,7 +589,7 @@ void tst_Tree::scanWritesNothing()
     QCOMPARE(everythingIn(base.path()), QStringList({u"a.config.json"_qs}));
 }
 
-void tst_Tree::folderWithNothingToDo_data()
+void tst_Tree::folderWithoutDescriptionsIsScanned_data()
 {
     const Table<QStringList, bool> row("files", "isEmpty");
     row("missing", {}, true);
@@ -626,7 +597,7 @@ void tst_Tree::folderWithNothingToDo_data()
     row("no description", {u"readme.txt"_qs}, false);
 }
 
-void tst_Tree::folderWithNothingToDo()
+void tst_Tree::folderWithoutDescriptionsIsScanned()
 {
     QFETCH(const QStringList, files);
     QFETCH(const bool, isEmpty);
@@ -683,7 +654,7 @@ void tst_Tree::deviceIsRefusedUnread()
         target = base.filePath(u"pipe"_qs);
         makePipe(target);
     }
-    link(target, base.filePath(u"tree/"_qs + name));
+    makeLink(target, base.filePath(u"tree/"_qs + name));
     const FolderScan scan = scanFolder(base.filePath(u"tree"_qs), configurationScheme);
     QCOMPARE(scan.refusal, refusal);
     QVERIFY(scan.elements.empty());
@@ -695,10 +666,10 @@ void tst_Tree::deviceThatIsNoDescriptionIsNotRefused()
     writeFile(base.filePath(u"tree/a.config.json"_qs), "{}");
     // Not listed, so the library does not read it.
     makePipe(base.filePath(u"tree/b.config.json"_qs));
-    link(u"/dev/zero"_qs, base.filePath(u"tree/c.process.json"_qs));
-    link(u"/dev/zero"_qs, base.filePath(u"tree/zero"_qs));
+    makeLink(u"/dev/zero"_qs, base.filePath(u"tree/c.process.json"_qs));
+    makeLink(u"/dev/zero"_qs, base.filePath(u"tree/zero"_qs));
     // Only the folders below are described.
-    link(u"/dev/zero"_qs, base.filePath(u"tree/Folder.menu.json"_qs));
+    makeLink(u"/dev/zero"_qs, base.filePath(u"tree/Folder.menu.json"_qs));
     FolderScan scan;
     compareWithCreator(base.filePath(u"tree"_qs), configurationScheme, scan);
     QCOMPARE(scan.elements.size(), std::size_t(1));
@@ -725,7 +696,7 @@ void tst_Tree::linkThatLeadsBackIsRefused()
     const QString folder = base.filePath(u"tree"_qs);
     writeFile(folder + u"/x/y/a.config.json"_qs, "{}");
     writeFile(folder + u"/other/b.config.json"_qs, "{}");
-    link(folder + QLatin1Char('/') + target, folder + QLatin1Char('/') + path);
+    makeLink(folder + u'/' + target, folder + u'/' + path);
     const FolderScan scan = scanFolder(folder, configurationScheme);
     QCOMPARE(scan.refusal, refusal);
     QCOMPARE(scan.elements.empty(), !refusal.isNull());
@@ -734,7 +705,7 @@ void tst_Tree::linkThatLeadsBackIsRefused()
 void tst_Tree::refusedScanLeavesMessagesAlone()
 {
     const QTemporaryDir base;
-    link(base.path(), base.filePath(u"up"_qs));
+    makeLink(base.path(), base.filePath(u"up"_qs));
     MessageRecorder log;
     QVERIFY(!scanFolder(base.path(), configurationScheme).refusal.isNull());
     qWarning("afterwards");

@@ -112,13 +112,6 @@ QByteArray line(const QString& text)
     return text.toUtf8() + '\n';
 }
 
-QStringList wordsWith(const QString& commandLine, const QString& option)
-{
-    QStringList result = words(commandLine);
-    result.insert(1, option);
-    return result;
-}
-
 bool isActedOn(uint codePoint)
 {
     constexpr struct {
@@ -148,6 +141,11 @@ char* toString(const ProgramRun& run)
     const QByteArray text = "status " + QByteArray::number(run.status) + "\n--- output\n" + run.output + "--- errors\n"
         + run.errors + "---";
     return qstrdup(text.constData());
+}
+
+ProgramRun printed(const QByteArray& output)
+{
+    return {0, output, QByteArray()};
 }
 
 ProgramRun done(const QString& output, const QByteArray& messages)
@@ -199,6 +197,17 @@ QStringList words(const QString& commandLine)
         result.append(match.captured(match.lastCapturedIndex()));
     }
     return result;
+}
+
+QString withOption(const QString& commandLine, const QString& option)
+{
+    const int end = commandLine.indexOf(u' ');
+    return QString(commandLine).insert(end, QString(u' ' + option));
+}
+
+QStringList linesOf(const QByteArray& output)
+{
+    return QString::fromUtf8(output).split(u'\n', Qt::SkipEmptyParts);
 }
 
 Program::Program()
@@ -377,124 +386,4 @@ bool isHarmless(const QByteArray& text)
     return decoded.toUtf8() == text && std::none_of(codePoints.begin(), codePoints.end(), [](uint codePoint) {
         return codePoint != '\n' && isActedOn(codePoint);
     });
-}
-
-void addProgramEditColumns()
-{
-    QTest::addColumn<QString>("commandLine");
-    QTest::addColumn<QByteArray>("input");
-    QTest::addColumn<QByteArray>("after");
-    QTest::addColumn<QString>("what");
-    QTest::addColumn<QByteArray>("messages");
-}
-
-void addProgramEdit(const char* name, const QString& commandLine, const QJsonArray& after, const QString& what,
-    const QByteArray& messages, const QByteArray& input)
-{
-    QTest::newRow(name) << commandLine << input << compact(after) << what << messages;
-}
-
-void checkEditIsNotSavedUnasked()
-{
-    QFETCH(QString, commandLine);
-    QFETCH(QByteArray, input);
-    QFETCH(QString, what);
-    QFETCH(QByteArray, messages);
-
-    const ManifestFile file(compact(saveRuleManifest()));
-    const FileState before = stateOf(file.path());
-    QCOMPARE(Program().in(file.folder()).reading(input).run(commandLine), done(what + u"; not saved"_qs, messages));
-    QCOMPARE(stateOf(file.path()), before);
-    QVERIFY(file.isAlone());
-}
-
-void checkPrintShowsWhatWouldBeSaved()
-{
-    QFETCH(QString, commandLine);
-    QFETCH(QByteArray, input);
-    QFETCH(QByteArray, after);
-    QFETCH(QByteArray, messages);
-
-    const ManifestFile file(compact(saveRuleManifest()));
-    const FileState before = stateOf(file.path());
-    QCOMPARE(Program().in(file.folder()).reading(input).run(wordsWith(commandLine, u"--print"_qs)),
-        done(QString::fromUtf8(after), messages));
-    QCOMPARE(stateOf(file.path()), before);
-    QVERIFY(file.isAlone());
-}
-
-void checkEditIsSaved()
-{
-    QFETCH(QString, commandLine);
-    QFETCH(QByteArray, input);
-    QFETCH(QByteArray, after);
-    QFETCH(QString, what);
-    QFETCH(QByteArray, messages);
-
-    const ManifestFile file(compact(saveRuleManifest()));
-    const FileState before = stateOf(file.path());
-    QCOMPARE(Program().in(file.folder()).reading(input).run(wordsWith(commandLine, u"--save"_qs)),
-        done(what + u"; saved"_qs, messages));
-    QCOMPARE(file.content(), after);
-    QVERIFY(stateOf(file.path()).inode != before.inode);
-    QVERIFY(file.isAlone());
-}
-
-void checkSaveFails(
-    Program program, const QString& cause, const QByteArray& messagesOfTheSave, mode_t permissionsOfTheFolder)
-{
-    QFETCH(QString, commandLine);
-    QFETCH(QByteArray, input);
-    QFETCH(QByteArray, messages);
-
-    const ManifestFile file(compact(saveRuleManifest()));
-    const FileState before = stateOf(file.path());
-    chmod(qPrintable(file.folder()), permissionsOfTheFolder);
-    const ProgramRun run = program.in(file.folder()).reading(input).run(wordsWith(commandLine, u"--save"_qs));
-    chmod(qPrintable(file.folder()), 0700);
-    QCOMPARE(run, failed(u"could not save manifest.json: "_qs + cause, messages + messagesOfTheSave));
-    QCOMPARE(stateOf(file.path()), before);
-    QVERIFY(file.isAlone());
-}
-
-void addProgramFailureColumns()
-{
-    QTest::addColumn<QString>("commandLine");
-    QTest::addColumn<QByteArray>("input");
-    QTest::addColumn<ProgramRun>("run");
-}
-
-void addProgramFailure(const char* name, const QString& commandLine, const ProgramRun& run, const QByteArray& input)
-{
-    QTest::newRow(name) << commandLine << input << run;
-}
-
-void checkProgramFailure()
-{
-    QFETCH(QString, commandLine);
-    QFETCH(QByteArray, input);
-    QFETCH(ProgramRun, run);
-
-    const ManifestFile file(compact(saveRuleManifest()));
-    const FileState before = stateOf(file.path());
-    QCOMPARE(Program().in(file.folder()).reading(input).run(commandLine), run);
-    QCOMPARE(stateOf(file.path()), before);
-    QVERIFY(file.isAlone());
-}
-
-void checkEditFailure()
-{
-    QFETCH(QString, commandLine);
-    QFETCH(QByteArray, input);
-    QFETCH(ProgramRun, run);
-
-    const ManifestFile file(compact(saveRuleManifest()));
-    const FileState before = stateOf(file.path());
-    const Program program = Program().in(file.folder()).reading(input);
-    QCOMPARE(program.run(commandLine), run);
-    QCOMPARE(program.run(wordsWith(commandLine, u"--save"_qs)), run);
-    QCOMPARE(program.run(wordsWith(commandLine, u"--dry-run"_qs)), run);
-    QCOMPARE(program.run(wordsWith(commandLine, u"--print"_qs)), run);
-    QCOMPARE(stateOf(file.path()), before);
-    QVERIFY(file.isAlone());
 }

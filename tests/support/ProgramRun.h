@@ -28,6 +28,8 @@ char* toString(const ProgramRun& run);
 
 // What the companion program leaves behind. `messages` are those of the library, in lines as they are printed.
 
+/// Nothing but this output, which has its last line end.
+ProgramRun printed(const QByteArray& output);
 ProgramRun done(const QString& output, const QByteArray& messages = {});
 ProgramRun failed(const QString& complaint, const QByteArray& messages = {});
 /// Wrong usage, or trouble with something that the command line names.
@@ -45,6 +47,10 @@ void withFullOutput();
 
 /// The words of a command line, separated by blanks. What stands between single quotes is one word.
 QStringList words(const QString& commandLine);
+/// A command line with an option directly behind the command.
+QString withOption(const QString& commandLine, const QString& option);
+/// The lines of what a program has printed, without those that are empty.
+QStringList linesOf(const QByteArray& output);
 
 /// A program that has been started. What is left of it is killed in the end.
 class RunningProgram {
@@ -115,25 +121,3 @@ void copyFolder(const QString& from, const QString& to);
 
 /// Whether a terminal would show all of `text` instead of acting on a part of it. Line ends count as shown.
 bool isHarmless(const QByteArray& text);
-
-// A table of edits of saveRuleManifest(), which lies in "manifest.json" in the current folder.
-
-void addProgramEditColumns();
-/// An edit, given without the options that ask for a save or a dry run. `what` is what it is reported as.
-void addProgramEdit(const char* name, const QString& commandLine, const QJsonArray& after, const QString& what,
-    const QByteArray& messages = {}, const QByteArray& input = {});
-void checkEditIsNotSavedUnasked();
-void checkPrintShowsWhatWouldBeSaved();
-void checkEditIsSaved();
-/// Checks that a save that fails is a failure, and that it leaves the previous manifest alone.
-void checkSaveFails(Program program, const QString& cause, const QByteArray& messagesOfTheSave = {},
-    mode_t permissionsOfTheFolder = 0700);
-
-// A table of runs that fail on the same manifest.
-
-void addProgramFailureColumns();
-void addProgramFailure(
-    const char* name, const QString& commandLine, const ProgramRun& run, const QByteArray& input = {});
-void checkProgramFailure();
-/// Checks a row that is an edit, which a request for a save or a dry run does not change.
-void checkEditFailure();
