@@ -404,7 +404,7 @@ void tst_Create::folderThatCannotBeReadIsFailure()
     const QString folder = place.path(u"folder"_qs);
     QVERIFY(QDir().mkdir(folder));
     // Of a link there is nothing to list without a look at the file that it leads to.
-    QVERIFY(QFile::link(u"/dev/null"_qs, folder + u"/page.config.json"_qs));
+    makeLink(u"/dev/null"_qs, folder + u"/page.config.json"_qs);
     chmod(qPrintable(folder), static_cast<mode_t>(permissions));
     const ProgramRun run = place.program().prepared(asOrdinaryUser).run(u"create-folder folder"_qs);
     chmod(qPrintable(folder), 0700);
@@ -455,7 +455,7 @@ void tst_Create::baseIsManifestAsCreated()
     QVERIFY(readFile(path + u'~').contains("\"key\":\"value\""));
 
     QFile::remove(path + u".base"_qs);
-    mkfifo(qPrintable(path + u".base"_qs), 0600);
+    makePipe(path + u".base"_qs);
     QCOMPARE(program.run(u"create-folder . --keep-base"_qs),
         (ProgramRun {1, "configuration.manifest.json\n2 selections, 0 nodes\nthe same as before\n",
             "configuration-manifest: the manifest is saved, but not configuration.manifest.json.base: it is a "

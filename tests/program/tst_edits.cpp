@@ -3,9 +3,6 @@
 #include "TestMain.h"
 #include "Workplace.h"
 
-#include <QtCore/QFile>
-#include <QtCore/QFileInfo>
-
 namespace {
 
 const QByteArray noPosition = "warning: Cannot find key displayPosition in Json object!\n";

@@ -42,28 +42,13 @@ void withClosedErrors()
     close(STDERR_FILENO);
 }
 
-// A place for commands of every kind, and what a run that saves has replaced in it.
-class Savings {
-public:
-    Savings()
-    {
-        place.write(u"manifest.json"_qs, saveRuleManifest()).write(u"deep/manifest.json"_qs, chain(100, {}));
-        place.write(u"base"_qs, saveRuleManifest()).write(u"new"_qs, {}).describe(u"folder/page.config.json"_qs);
-        place.write(u"folder/configuration.manifest.json"_qs, {});
-    }
-
-    ProgramRun run(const Preparation& output, const QString& commandLine) const
-    {
-        return place.program().prepared(output).run(commandLine);
-    }
-    QByteArray content(const QString& name) const
-    {
-        return place.content(name);
-    }
-
-private:
-    const Workplace place;
-};
+// What commands of every kind work on.
+void fill(const Workplace& place)
+{
+    place.write(u"manifest.json"_qs, saveRuleManifest()).write(u"deep/manifest.json"_qs, chain(100, {}));
+    place.write(u"base"_qs, saveRuleManifest()).write(u"new"_qs, {}).describe(u"folder/page.config.json"_qs);
+    place.write(u"folder/configuration.manifest.json"_qs, {});
+}
 
 } // namespace
 
@@ -352,9 +337,10 @@ void tst_Output::outputThatIsLostIsFailure()
     QFETCH(QString, saved);
 
     for (const Preparation output : {withFullOutput, withClosedOutput, withoutReader}) {
-        const Savings savings;
-        const QByteArray before = savings.content(saved);
-        const ProgramRun run = savings.run(output, commandLine);
+        const Workplace place;
+        fill(place);
+        const QByteArray before = place.content(saved);
+        const ProgramRun run = place.program().prepared(output).run(commandLine);
         if (saved.isEmpty()) {
             QCOMPARE(run.status, 1);
             QCOMPARE(run.output, QByteArray());
@@ -362,7 +348,7 @@ void tst_Output::outputThatIsLostIsFailure()
         } else {
             QCOMPARE(
                 run, (ProgramRun {3, {}, "configuration-manifest: saved, but the results could not be printed\n"}));
-            QVERIFY(savings.content(saved) != before);
+            QVERIFY(place.content(saved) != before);
         }
     }
 }

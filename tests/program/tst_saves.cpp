@@ -33,17 +33,6 @@ QByteArray before()
     return compact(saveRuleManifest());
 }
 
-QByteArray afterSettingKey(const QString& value = u"value"_qs)
-{
-    return compact({with(selection(u"top"_qs), u"key"_qs, value),
-        node(u"a"_qs, {selection(u"a/first"_qs), node(u"second"_qs)}), node(u"spare"_qs)});
-}
-
-QString editOf(const QString& path)
-{
-    return u"set %1 top key value --save"_qs.arg(path);
-}
-
 // A file system of its own, as large as asked for. Nothing when this process may not have one.
 class SmallDisk {
 public:
@@ -154,9 +143,9 @@ ProgramRun editDuring(int look, const Change& change, const QString& path, const
 }
 
 // What a killed save may leave: the old manifest or the new one, the backup likewise, and one temporary file.
-void checkWhatAKillLeft(const ManifestFile& file)
+void checkWhatKillLeft(const ManifestFile& file)
 {
-    QVERIFY(file.content() == before() || file.content() == afterSettingKey());
+    QVERIFY(file.content() == before() || file.content() == afterEdit());
     int others = 0;
     for (const QString& name : everythingIn(file.folder())) {
         if (name == u"manifest.json~"_qs) {
@@ -247,6 +236,7 @@ void tst_Saves::failedSaveLeavesEverything_data()
             row(rowName.constData(), command.commandLine, command.saved, program, ofFolder, ofFile, cause,
                 isEdit ? ofEdit : ofCreation);
         };
+        // What the library says: %1 is the path of the manifest, %2 its size.
         const QString incomplete = u"warning: Error on writing instance list to manifest file!\n"_qs;
         const QString incompletely = u"warning: Manifest file was not successful written: -1 , %2 !\n"_qs;
         const QString unopened =
@@ -284,8 +274,6 @@ void tst_Saves::failedSaveLeavesEverything()
     place.write(u"manifest.json"_qs, saveRuleManifest()).write(u"base"_qs, saveRuleManifest()).write(u"new"_qs, {});
     place.write(u"configuration.manifest.json"_qs, {u"previous"_qs}).describe(u"page.config.json"_qs);
     const QByteArray input = "{\"displayPosition\":1,\"hide\":false}";
-    const int size =
-        place.program().run(u"create-folder . --print --scheme "_qs + saved.section(u'.', 0, 0)).output.size() - 1;
     const auto stateOfSaved = [&] {
         return QFile::exists(place.path(saved)) ? stateOf(place.path(saved)) : FileState {QByteArray(), 0};
     };
@@ -295,7 +283,11 @@ void tst_Saves::failedSaveLeavesEverything()
     chmod(qPrintable(place.path()), ofFolder);
     const ProgramRun run = program.in(place.path()).reading(input).run(commandLine);
     chmod(qPrintable(place.path()), 0700);
-    message.replace(u"%1"_qs, place.path(saved)).replace(u"%2"_qs, QString::number(size));
+    message.replace(u"%1"_qs, place.path(saved));
+    if (message.contains(u"%2"_qs)) {
+        const QByteArray unsaved = place.run(commandLine + u" --print"_qs).output.chopped(1);
+        message.replace(u"%2"_qs, QString::number(unsaved.size()));
+    }
     QCOMPARE(run, failed(u"could not save %1: %2"_qs.arg(saved, cause), message.toUtf8()));
     QCOMPARE(stateOfSaved(), state);
     QCOMPARE(everythingIn(place.path()), entries);
@@ -315,7 +307,7 @@ void tst_Saves::printNeverSaves()
     QFETCH(QString, commandLine);
 
     const LoneManifest file;
-    QCOMPARE(file.run(commandLine), done(QString::fromUtf8(afterSettingKey())));
+    QCOMPARE(file.run(commandLine), done(QString::fromUtf8(afterEdit())));
     QVERIFY(file.isUntouched());
 }
 
@@ -323,9 +315,9 @@ void tst_Saves::saveGoesWhereLinkLeads()
 {
     const LoneManifest file;
     const QString link = file.folder() + u"/link.json"_qs;
-    QVERIFY(QFile::link(file.path(), link));
+    makeLink(file.path(), link);
     QCOMPARE(file.run(u"set link.json top key value --save"_qs), done(u"changed; saved"_qs));
-    QCOMPARE(file.content(), afterSettingKey());
+    QCOMPARE(file.content(), afterEdit());
     QVERIFY(QFileInfo(link).isSymLink());
 }
 
@@ -376,7 +368,7 @@ void tst_Saves::changeIsOverwrittenOnRequest()
     const LoneManifest file;
     QCOMPARE(editDuring(lookBeforeTheSave, beReplaced, file.path(), u" --overwrite --backup=.old"_qs),
         done(u"changed; saved"_qs));
-    QCOMPARE(file.content(), afterSettingKey());
+    QCOMPARE(file.content(), afterEdit());
     QCOMPARE(readFile(file.path() + u".old"_qs), QByteArray("[\"somebody else\"]"));
 }
 
@@ -412,7 +404,6 @@ void tst_Saves::changeAfterSaveIsNoticed()
     QFETCH(QString, complaint);
 
     const QTemporaryDir directory;
-    // @keepdir
     const QString path = directory.filePath(u"folder/manifest.json"_qs);
     writeFile(path, before());
     QCOMPARE(editDuring(lookAfterTheSave, change, path), failed(complaint.arg(path)));
@@ -437,7 +428,7 @@ void tst_Saves::lookThatFailsAfterSaveIsSaidSo()
                  .withFaultyCalls(u"%1 %2 99 %3"_qs.arg(fault).arg(lookAfterTheSave).arg(file.path()))
                  .run(editOf(file.path())),
         failed(u"cannot tell whether %1 is saved: %2"_qs.arg(file.path(), reason)));
-    QCOMPARE(file.content(), afterSettingKey());
+    QCOMPARE(file.content(), afterEdit());
 }
 
 void tst_Saves::manifestThatGoesBeforeSaveIsSaidSo()
@@ -471,7 +462,7 @@ void tst_Saves::backupIsReplacedManifest()
     chmod(qPrintable(file.path()), 0640);
     const QString link = file.folder() + u"/elsewhere/link"_qs;
     QVERIFY(QDir().mkpath(QFileInfo(link).path()));
-    QVERIFY(QFile::link(file.path(), link));
+    makeLink(file.path(), link);
     const QString backup = file.folder() + u'/' + name;
     const Program program = file.program();
     QCOMPARE(program.run(u"set manifest.json top key 1 --save "_qs + option), done(u"changed; saved"_qs));
@@ -481,13 +472,13 @@ void tst_Saves::backupIsReplacedManifest()
     QCOMPARE(status.st_mode & ACCESSPERMS, mode_t(0640));
     // Beside the file that is replaced, and in place of the older one.
     QCOMPARE(program.run(u"set elsewhere/link top key 2 --save "_qs + option), done(u"changed; saved"_qs));
-    QCOMPARE(readFile(backup), afterSettingKey(u"1"_qs));
-    QCOMPARE(file.content(), afterSettingKey(u"2"_qs));
+    QCOMPARE(readFile(backup), afterEdit(u"1"_qs));
+    QCOMPARE(file.content(), afterEdit(u"2"_qs));
     QCOMPARE(everythingIn(file.folder() + u"/elsewhere"_qs), QStringList(u"link"_qs));
     QCOMPARE(everythingIn(file.folder()).size(), 3);
     // Nothing is kept of what is not replaced.
     QCOMPARE(program.run(u"set manifest.json top key 3 "_qs + option).status, 0);
-    QCOMPARE(readFile(backup), afterSettingKey(u"1"_qs));
+    QCOMPARE(readFile(backup), afterEdit(u"1"_qs));
 }
 
 void tst_Saves::backupThatCannotBeMadeIsNoSave_data()
@@ -497,9 +488,8 @@ void tst_Saves::backupThatCannotBeMadeIsNoSave_data()
     row(
         "folder", [](const QString& path) { QDir().mkdir(path); }, u"it is a folder"_qs);
     row(
-        "link", [](const QString& path) { QFile::link(u"/dev/null"_qs, path); }, u"it is a link"_qs);
-    row(
-        "pipe", [](const QString& path) { mkfifo(qPrintable(path), 0600); }, u"it is a pipe"_qs);
+        "link", [](const QString& path) { makeLink(u"/dev/null"_qs, path); }, u"it is a link"_qs);
+    row("pipe", makePipe, u"it is a pipe"_qs);
     row(
         "read-only",
         [](const QString& path) {
@@ -616,7 +606,7 @@ void tst_Saves::signalDoesNotInterruptSave()
     // It ends by the signal, after it has told what became of the save.
     const QByteArray output = isSaving ? "changed; saved\n" : "";
     QCOMPARE(program->finish(), (ProgramRun {-1, output, QByteArray()}));
-    QCOMPARE(file.content(), isSaving ? afterSettingKey() : before());
+    QCOMPARE(file.content(), isSaving ? afterEdit() : before());
     QVERIFY(isSaving ? file.isReplaced() : file.isUntouched());
     QVERIFY(FolderLock(file.folder()).isHeld());
 }
@@ -642,7 +632,7 @@ void tst_Saves::killAtAnyStepLeavesWholeManifest()
                 .withFaultyCalls(u"%1 %2 %3 %3 %4"_qs.arg(call).arg(Fault::Killed).arg(kills + 1).arg(file.folder()))
                 .run(editOf(file.path()) + u" --backup"_qs);
         isKilled = run.status == -1;
-        checkWhatAKillLeft(file);
+        checkWhatKillLeft(file);
         if (!isKilled) {
             QCOMPARE(run, done(u"changed; saved"_qs));
         }
@@ -660,7 +650,7 @@ void tst_Saves::killAtAnyTimeLeavesWholeManifest()
         usleep(static_cast<useconds_t>(number % 20) * 1000);
         program->send(SIGKILL);
         program->finish();
-        checkWhatAKillLeft(file);
+        checkWhatKillLeft(file);
     }
 }
 

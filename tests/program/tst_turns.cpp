@@ -7,7 +7,6 @@
 
 #include <QtCore/QDir>
 #include <QtCore/QElapsedTimer>
-#include <QtCore/QFile>
 #include <QtCore/QFileInfo>
 #include <QtCore/QJsonDocument>
 #include <QtCore/QRegularExpression>
@@ -37,17 +36,6 @@ struct OpenFolder {
 
     const Descriptor file;
 };
-
-QString editOf(const QString& path)
-{
-    return u"set %1 top key value --save"_qs.arg(path);
-}
-
-QByteArray afterSettingKey()
-{
-    return compact({with(selection(u"top"_qs), u"key"_qs, u"value"_qs),
-        node(u"a"_qs, {selection(u"a/first"_qs), node(u"second"_qs)}), node(u"spare"_qs)});
-}
 
 // All values of "key<n>" that loops of edits have stored.
 int numberOfKeys(const QString& path)
@@ -88,7 +76,7 @@ void tst_Turns::parallelEditsAreAllKept()
     const LoneManifest file;
     const QString link = file.folder() + u"/elsewhere/link.json"_qs;
     QVERIFY(QDir().mkpath(QFileInfo(link).path()));
-    QVERIFY(QFile::link(file.path(), link));
+    makeLink(file.path(), link);
     const QString loop =
         u"for i in $(seq %1); do '%2' set \"$0\" top key$1-$i x --save --wait 600 || exit 1; done"_qs.arg(editsOfALoop)
             .arg(QStringLiteral(PROGRAM));
@@ -221,7 +209,7 @@ void tst_Turns::holderOfTurnIsNamed()
     QCOMPARE(file.content(), compact(saveRuleManifest()));
     holder->send(SIGCONT);
     QCOMPARE(holder->finish(), done(u"changed; saved"_qs));
-    QCOMPARE(file.content(), afterSettingKey());
+    QCOMPARE(file.content(), afterEdit());
 }
 
 void tst_Turns::heirOfTurnIsNamed()
@@ -259,7 +247,7 @@ void tst_Turns::turnIsTakenWhereLinkLeads()
     const LoneManifest file;
     const QTemporaryDir other;
     const QString link = other.filePath(u"link.json"_qs);
-    QVERIFY(QFile::link(file.path(), link));
+    makeLink(file.path(), link);
     {
         const FolderLock lockOfTheLink(other.path());
         QCOMPARE(Program().run(editOf(link) + u" --wait 0"_qs), done(u"changed; saved"_qs));
@@ -372,7 +360,7 @@ void tst_Turns::saveWithoutLocksIsWarnedOf()
             u"configuration-manifest: cannot lock the folder %1: Operation not supported; others may save at the same time\n"_qs
                 .arg(file.folder())
                 .toUtf8()}));
-    QCOMPARE(file.content(), afterSettingKey());
+    QCOMPARE(file.content(), afterEdit());
 }
 
 void tst_Turns::saveInFolderThatCannotBeListedIsWarnedOf()
@@ -384,7 +372,7 @@ void tst_Turns::saveInFolderThatCannotBeListedIsWarnedOf()
     QCOMPARE(run.status, 0);
     QCOMPARE(run.output, saved);
     QVERIFY2(run.errors.contains(": Permission denied; others may save at the same time\n"), run.errors.constData());
-    QCOMPARE(file.content(), afterSettingKey());
+    QCOMPARE(file.content(), afterEdit());
 }
 
 MANIFEST_TEST_MAIN(tst_Turns)

@@ -77,6 +77,18 @@ bool LoneManifest::isReplaced() const
     return isAlone() && stateOf(path()).inode != original.inode;
 }
 
+QString editOf(const QString& path)
+{
+    return u"set %1 top key value --save"_qs.arg(path);
+}
+
+QByteArray afterEdit(const QString& value)
+{
+    QJsonArray manifest = saveRuleManifest();
+    manifest.replace(0, with(manifest.at(0).toObject(), u"key"_qs, value));
+    return compact(manifest);
+}
+
 void makeLink(const QString& target, const QString& path)
 {
     if (!QFile::link(target, path)) {

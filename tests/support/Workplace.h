@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Literals.h"
 #include "ManifestFixture.h"
 #include "ProgramRun.h"
 
@@ -41,6 +42,11 @@ public:
 private:
     const FileState original;
 };
+
+/// An edit of saveRuleManifest() that is saved.
+QString editOf(const QString& path);
+/// What it makes of that manifest, or would make of it with another value.
+QByteArray afterEdit(const QString& value = u"value"_qs);
 
 // Entries of a folder that are no files. Each function fails the test program hard when it cannot make one.
 
