@@ -71,7 +71,7 @@ QJsonArray manySelections(int count, const QString& start)
 
 QJsonArray everyKind()
 {
-    return arrayFrom("[null,true,false,0,-1.5,1e300,\"\",\"text\",[],[[1]],{},{\"key\":{\"key\":2}}]");
+    return arrayFrom(R"([null,true,false,0,-1.5,1e300,"","text",[],[[1]],{},{"key":{"key":2}}])");
 }
 
 QJsonArray oddlyNamed(std::mt19937& engine)

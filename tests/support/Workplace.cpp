@@ -22,7 +22,7 @@ const Workplace& Workplace::write(const QString& name, const QJsonArray& manifes
 
 const Workplace& Workplace::describe(const QString& name, int position) const
 {
-    writeFile(path(name), QByteArray("{\"hide\":false,\"displayPosition\":") + QByteArray::number(position) + '}');
+    writeFile(path(name), QByteArray(R"({"hide":false,"displayPosition":)") + QByteArray::number(position) + '}');
     return *this;
 }
 
