@@ -14,7 +14,7 @@
 
 namespace {
 
-// What differs, or is found.
+// A run that ends with status 1 and prints differences or findings.
 ProgramRun found(const QByteArray& output, const QByteArray& errors = {})
 {
     return {1, output, errors};
@@ -32,7 +32,7 @@ QJsonObject b()
     return selection(u"b"_qs);
 }
 
-// What three manifests without a conflict are merged to.
+// Three manifests without a conflict, and what they are merged to.
 QJsonArray base()
 {
     return {a(), b()};
@@ -194,7 +194,7 @@ void tst_Compare::stampsCountWhenAskedFor()
     QCOMPARE(place.run(u"diff stamped folder --stamps"_qs), found(line));
     QCOMPARE(place.run(u"check stamped --folder folder"_qs), printed({}));
     QCOMPARE(place.run(u"check stamped --folder folder --stamps"_qs), found("drift: " + line));
-    // A merge keeps them, unasked.
+    // A merge always keeps the stamps.
     QCOMPARE(place.run(u"merge new stamped folder"_qs), done(u"unchanged"_qs));
 }
 
@@ -310,7 +310,7 @@ void tst_Compare::hostileTextsAreHarmless()
             QVERIFY2(isHarmless(run.errors), run.errors.constData());
         }
     }
-    // One line for each change, whatever it holds.
+    // Line feeds in values do not break the lines.
     QCOMPARE(place.run(u"diff base mine"_qs).output.count('\n'), 2);
 }
 
@@ -421,7 +421,7 @@ void tst_Compare::unrelatedManifestsAreWarnedOf()
     const ProgramRun run = place.run(u"diff old new"_qs);
     QCOMPARE(run.errors, warning);
     QCOMPARE(run.status, before == after ? 0 : 1);
-    // A base that belongs to another manifest.
+    // The same with a base that belongs to another manifest.
     QCOMPARE(place.run(u"merge old new old"_qs).errors, warning);
 }
 
@@ -521,7 +521,7 @@ void tst_Compare::mergeWithNothingNewWritesNothing()
     QCOMPARE(kept.content, compact(theirs()));
     QFile::remove(place.path(u"mine~"_qs));
 
-    // Also when the run before came to no end before it kept the base.
+    // The old base stands for a run that was interrupted before it replaced the base.
     for (const QString& from : {u"mine.base"_qs, u"base"_qs}) {
         QCOMPARE(place.run(u"merge %1 mine new --save --keep-base --backup"_qs.arg(from)), done(u"unchanged"_qs));
         QCOMPARE(stateOf(place.path(u"mine"_qs)), saved);
@@ -579,7 +579,7 @@ void tst_Compare::mergePrintsWhatItWouldSave()
     QCOMPARE(stateOf(place.path(u"mine"_qs)), before);
     QCOMPARE(everythingIn(place.path()).size(), 3);
 
-    // Standard output is for the manifest, also when there is something else to tell.
+    // Only the manifest goes to standard output; everything else goes to standard error.
     place.write(u"new"_qs, {with(a(), key, 2), b()});
     const QByteArray conflict = "selection 'a', key: base nothing, mine 1, new 2\n";
     QCOMPARE(place.run(u"merge base mine new --print"_qs),
@@ -616,14 +616,14 @@ void tst_Compare::conflictsKeepFromSaving()
             "configuration-manifest: 2 conflicts; --prefer mine or --prefer new decides\n"}));
     QCOMPARE(stateOf(place.path(u"mine"_qs)), before);
     QCOMPARE(everythingIn(place.path()).size(), 3);
-    // Where a manifest is asked for, nothing else is printed on standard output.
+    // With --print only the manifest goes to standard output.
     for (const QString& options : {u"--print"_qs, u"--print --json"_qs}) {
         const ProgramRun printed = place.run(u"merge base mine new "_qs + options);
         QCOMPARE(printed.status, 1);
         QCOMPARE(printed.output, QByteArray());
         QCOMPARE(printed.errors.count("conflict: "), 2);
     }
-    // Nor does --force decide them.
+    // --force does not decide conflicts.
     QCOMPARE(place.run(u"merge base mine new --save --force"_qs).status, 1);
     QCOMPARE(stateOf(place.path(u"mine"_qs)), before);
 }

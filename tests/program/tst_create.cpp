@@ -24,7 +24,7 @@ int countOf(const QJsonArray& elements, const QString& selectionType)
     return count;
 }
 
-// The look at the old manifest between the reading of the folder and the save.
+// The number of the call that looks at the old manifest after the scan and before the save.
 constexpr int lookBeforeTheSave = 3;
 
 } // namespace
@@ -263,7 +263,7 @@ void tst_Create::folderThatChangesMeanwhileIsCreatedAsItIsThen()
     const Workplace place;
     place.describe(u"a.config.json"_qs);
     const QString path = place.path(u"configuration.manifest.json"_qs);
-    // The look before the library begins.
+    // Stopped before the library scans the folder.
     const auto program =
         Program().stoppingAt(u"stat"_qs, lookBeforeTheSave, path).start(u"create-folder "_qs + place.path());
     QVERIFY(program->isStopped());
@@ -277,7 +277,7 @@ void tst_Create::folderThatGoesOnChangingIsSaidSo()
 {
     const Workplace place;
     const QString path = place.path(u"configuration.manifest.json"_qs);
-    // Stopped whenever it begins to read the folder.
+    // Stopped at every attempt to list the folder.
     const auto program = Program()
                              .withFaultyCalls(u"list %1 1 99 %2"_qs.arg(Fault::Stopped).arg(place.path()))
                              .start(u"create-folder "_qs + place.path());
@@ -300,7 +300,7 @@ void tst_Create::creationTellsWhatItReallyReplaces()
     const QString path = place.path(u"configuration.manifest.json"_qs);
     const QString creation = u"create-folder %1 --overwrite"_qs.arg(place.path());
     QCOMPARE(Program().run(creation), done(path + u"\n1 selection, 0 nodes"_qs));
-    // An edit by hand, between the reading of the folder and the save.
+    // Somebody edits the manifest after the scan and before the save.
     const auto program = Program().stoppingAt(u"stat"_qs, lookBeforeTheSave, path).start(creation);
     QVERIFY(program->isStopped());
     writeFile(path, compact({selection(u"a"_qs), selection(u"by hand"_qs)}));
@@ -403,7 +403,7 @@ void tst_Create::folderThatCannotBeReadIsFailure()
     const Workplace place;
     const QString folder = place.path(u"folder"_qs);
     QVERIFY(QDir().mkdir(folder));
-    // Of a link there is nothing to list without a look at the file that it leads to.
+    // A link is listed only if its target can be looked at.
     makeLink(u"/dev/null"_qs, folder + u"/page.config.json"_qs);
     chmod(qPrintable(folder), static_cast<mode_t>(permissions));
     const ProgramRun run = place.program().prepared(asOrdinaryUser).run(u"create-folder folder"_qs);
@@ -448,7 +448,7 @@ void tst_Create::baseIsManifestAsCreated()
     QVERIFY(!created.isEmpty());
     QCOMPARE(program.run(u"set configuration.manifest.json page key value --save"_qs).status, 0);
     QCOMPARE(readFile(path + u".base"_qs), created);
-    // Who does not ask for it leaves the older one.
+    // Without --keep-base the old base stays.
     writeFile(place.path(u"other.config.json"_qs), "{\"hide\":false,\"displayPosition\":2}");
     QCOMPARE(program.run(u"create-folder . --backup"_qs).status, 0);
     QCOMPARE(readFile(path + u".base"_qs), created);
@@ -483,7 +483,7 @@ void tst_Create::baseIsKeptBeforeFirstManifestAndAfterLaterOnes()
     QCOMPARE(readFile(path), first);
     QCOMPARE(readFile(base), first);
 
-    // What the older base lacks comes by the next merge. A newer one would say that an edit has removed it.
+    // The next merge adds what the old base lacks. With a newer base it would count as removed by an edit.
     writeFile(place.path(u"other.config.json"_qs), "{\"hide\":false,\"displayPosition\":2}");
     killBetweenTheFiles();
     QVERIFY(readFile(path).contains("\"other\""));

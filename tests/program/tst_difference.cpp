@@ -37,7 +37,7 @@ QStringList linesBetween(const QJsonArray& before, const QJsonArray& after, Stam
     return lines;
 }
 
-// The only change, as JSON.
+// All changes as JSON, one after the other.
 QByteArray jsonBetween(const QJsonArray& before, const QJsonArray& after)
 {
     const TreeElements treeBefore = treeOf(before);
@@ -65,7 +65,7 @@ int countElements(const TreeElements& tree)
     return count;
 }
 
-// The length of the longest rising sequence, found in the simplest way.
+// The length of the longest rising subsequence, by comparing all pairs.
 int longestRising(const std::vector<int>& numbers)
 {
     std::vector<int> lengths(numbers.size(), 1);
@@ -79,7 +79,7 @@ int longestRising(const std::vector<int>& numbers)
     return longest;
 }
 
-// A manifest with the siblings of every level in a random order, and how few of them must have been moved for that.
+// Shuffles the siblings at every level. Adds to `moves` the least number of moves that do the same.
 QJsonArray shuffled(RandomManifest& random, const QJsonArray& siblings, int& moves)
 {
     std::vector<int> order;
@@ -345,7 +345,7 @@ void tst_Difference::stampsDoNotKeepAMoveFromBeingFound()
     QCOMPARE(linesBetween(before, after), QStringList(u"moved: selection 'n/p', to 'm/p', as position 1"_qs));
     QCOMPARE(linesBetween(before, after, Stamps::Count),
         (QStringList {u"removed: selection 'n/p'"_qs, u"added: selection 'm/p', as position 1"_qs}));
-    // Of a node it is a member like any other.
+    // In a node, moduleName is a member like any other.
     const QJsonObject k = with(node(u"k"_qs), u"moduleName"_qs, u"M"_qs);
     QCOMPARE(
         linesBetween({k}, {node(u"k"_qs)}), QStringList(u"changed: node 'k', moduleName from \"M\" to nothing"_qs));
@@ -384,7 +384,7 @@ void tst_Difference::everyDifferenceIsTold()
     for (unsigned seed = 0; seed < seeds; ++seed) {
         RandomManifest random(seed, names);
         const QJsonArray before = random.manifest();
-        // Also one that has nothing to do with it.
+        // Every fourth manifest is an unrelated one.
         const QJsonArray after = random.below(4) == 0 ? random.manifest() : random.edited(before);
         const QByteArray both = "before " + compact(before) + "\nafter " + compact(after);
         QVERIFY2(linesBetween(before, after, Stamps::Count).isEmpty() == (before == after), both.constData());
@@ -471,7 +471,7 @@ void tst_Difference::hugeTreesAreComparedQuickly()
     QCOMPARE(differencesOf(treeBefore, treeAfter, Stamps::DoNotCount).size(), changes);
     const qint64 comparison = timer.elapsed();
     qInfo("loaded in %lld ms, compared in %lld ms", load, comparison);
-    // What is quadratic takes hundreds of loads, and more than this.
+    // A quadratic algorithm takes as long as hundreds of loads.
     constexpr qint64 disturbance = 500;
     QVERIFY(comparison < 10 * load + disturbance);
 }
@@ -485,7 +485,7 @@ void tst_Difference::stampsCountOnlyWhenTheyAreToCount()
         QStringList(u"changed: selection 'a', moduleName from nothing to \"M\", objectName from nothing to \"O\""_qs));
     QCOMPARE(linesBetween(before, {with(stamped, u"key"_qs, 1)}),
         QStringList(u"changed: selection 'a', key from nothing to 1"_qs));
-    // Also of what is a selection in one of the trees only.
+    // The same if the element is a selection in only one of the trees.
     const QString becomesNode = u"changed: node 'a', selectionType from \"Selection\" to \"Node\""_qs;
     QCOMPARE(linesBetween({stamped}, {node(u"a"_qs)}), QStringList(becomesNode));
     const QString becomesSelection = u"changed: selection 'a', selectionType from \"Node\" to \"Selection\""_qs;
@@ -543,7 +543,7 @@ void tst_Difference::longValuesAreCutShort()
         linesBetween({selection(u"a"_qs)}, {with(selection(u"a"_qs), u"key"_qs, QString(1000, u'x'))}).constFirst();
     QVERIFY(line.endsWith(u"xxx..."_qs));
     QVERIFY(line.size() < 150);
-    // Where nobody has to read it on a screen it is all there.
+    // Off the screen values are not cut.
     const QString whole = linesBetween({selection(u"a"_qs)}, {with(selection(u"a"_qs), u"key"_qs, QString(1000, u'x'))},
         Stamps::DoNotCount, ValueLength::Whole)
                               .constFirst();

@@ -8,13 +8,13 @@
 
 namespace {
 
-// A block of a document, and whether it is there to be run.
+// A fenced block of a document. Blocks of the kind sh are run.
 struct Fence {
     bool isShell;
     QByteArray text;
 };
 
-// The project as its documents see it, with the real program and a copy of the examples.
+// Lays out what the commands in the documents expect: the program and a copy of the examples.
 void layOutProject(const QString& folder)
 {
     copyFolder(QStringLiteral(EXAMPLES), folder + u"/examples"_qs);
@@ -79,7 +79,7 @@ void tst_Examples::tourShowsWhatItSays()
     const QVector<Fence> fences = fencesOf(QStringLiteral(EXAMPLES "/../README.md"));
     QVERIFY(fences.size() > 4);
 
-    // The folder that is described there, file by file, and what is shown of it.
+    // The README lists the files of a folder with their content, then what show prints of it.
     const QString folder = project.filePath(u"folder"_qs);
     for (const QString& line : linesOf(fences.at(2).text)) {
         const QString name = line.section(u' ', 0, 0);

@@ -17,7 +17,7 @@ namespace {
 const QString configurationScheme = u"configuration"_qs;
 const QByteArray good = R"({"displayPosition":1,"hide":false,"iconName":"i"})";
 
-// A folder that is removed in the end, with a file of every kind that everybody knows.
+// A temporary folder of descriptions.
 class Folder {
 public:
     Folder()
@@ -29,7 +29,7 @@ public:
 
     ~Folder()
     {
-        // Qt does not remove what it cannot name.
+        // QTemporaryDir cannot remove a file whose name is not valid UTF-8.
         const QByteArray unnameable = QFile::encodeName(path()) + "/a\xff.config.json";
         unlink(unnameable.constData());
     }
@@ -88,7 +88,7 @@ QStringList pathsOf(const FolderExplanation& explanation)
     return paths;
 }
 
-// The first line of every entry without its path.
+// The lines that tell the fates of entries.
 QStringList firstLines(const QByteArray& output)
 {
     QStringList lines;
@@ -570,7 +570,7 @@ void tst_Explain::whatChangesMeanwhileIsSaid()
     if (!after.isNull()) {
         writeFile(path + u".exchange"_qs, after);
     }
-    // The library opens it first.
+    // The first call to open() is the library's.
     const int fault = after.isNull() ? Fault::Vanished : Fault::Exchanged;
     const ProgramRun run =
         Program().withFaultyCalls(u"open %1 2 2 %2"_qs.arg(fault).arg(path)).run(u"explain "_qs + folder.path());
@@ -750,7 +750,7 @@ void tst_Explain::troubleIsTrouble()
     QCOMPARE(run.status, 2);
     QCOMPARE(run.output, QByteArray());
     QVERIFY2(run.errors.contains("configuration-manifest: " + complaint), run.errors.constData());
-    // A folder with nothing in it is none.
+    // An empty folder is no trouble.
     const ProgramRun empty = Program().in(base.path()).run(u"explain open"_qs);
     QCOMPARE(empty.status, 0);
     QCOMPARE(empty.errors, QByteArray("warning: no manifest is created: the folder holds no visible entry\n"));
@@ -765,7 +765,7 @@ void tst_Explain::jsonSaysWhatLinesSay()
     QJsonParseError error;
     const QJsonDocument document = QJsonDocument::fromJson(json.output, &error);
     QCOMPARE(error.error, QJsonParseError::NoError);
-    // It looks as everything else that is printed as JSON.
+    // The format is that of all other JSON.
     QCOMPARE(json.output, document.toJson(QJsonDocument::Indented));
     const QJsonArray array = document.array();
     const QStringList first = firstLines(lines.output);

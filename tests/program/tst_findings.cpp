@@ -60,7 +60,7 @@ bool isOfName(const Finding& finding)
     return kinds.contains(finding.kind);
 }
 
-// Every element that its siblings or its own name keep from lookups has a finding of that, and no other one has.
+// An element has a finding about its name if and only if look-ups cannot reach it below its parent.
 void checkNames(const TreeElements& siblings, bool isParentReachable, const QVector<Finding>& findings)
 {
     for (const TreeElement& element : siblings) {
@@ -415,7 +415,7 @@ void tst_Findings::damageAddedToManyElementsIsFoundQuickly()
     QCOMPARE(added(after, before).size(), 0);
     const qint64 comparison = timer.elapsed();
     qInfo("loaded in %lld ms, compared in %lld ms", load, comparison);
-    // What is quadratic takes hundreds of loads, and more than this.
+    // A quadratic algorithm takes as long as hundreds of loads.
     constexpr qint64 disturbance = 500;
     QVERIFY(comparison < 50 * load + disturbance);
 }
@@ -621,7 +621,7 @@ void tst_Findings::vocabularyKeyHasOneType()
     const QVector<QJsonValue> values {QJsonValue(), true, 2, u"y"_qs, QJsonArray {1}, QJsonObject()};
     for (const QJsonValue& given : values) {
         const bool isRight = given.type() == value.type();
-        // Whatever is there now.
+        // The value that is there makes no difference.
         for (const QJsonValue& present : {QJsonValue(QJsonValue::Undefined), value, given}) {
             QCOMPARE(typeProblem(key, present, given).isNull(), isRight);
         }
@@ -711,7 +711,7 @@ void tst_Findings::findingsDeepDownAreComparedQuickly()
         }
         siblings.append(last);
         for (int level = 0; level < levels; ++level) {
-            // Every level has a finding of its own as well.
+            // Every level adds a finding.
             siblings = {with(node(u"n"_qs, siblings), u"selectionType"_qs, u"other"_qs)};
         }
         return siblings;
@@ -726,7 +726,7 @@ void tst_Findings::findingsDeepDownAreComparedQuickly()
     QCOMPARE(added(before, after).size(), 2);
     const qint64 comparison = timer.elapsed();
     qInfo("loaded in %lld ms, compared in %lld ms", load, comparison);
-    // What looks at everything again for every level takes hundreds of loads, and more than this.
+    // An algorithm that visits all elements for each level takes as long as hundreds of loads.
     constexpr qint64 disturbance = 1000;
     QVERIFY(comparison < 20 * load + disturbance);
 }
@@ -743,7 +743,7 @@ void tst_Findings::findingOfNeitherManifestIsAdded()
     const QVector<Finding> findings = addedToBoth(healthy, healthy, treeOf(damaged));
     QCOMPARE(findings.size(), 1);
     QCOMPARE(findings.constFirst().kind, FindingKind::NoChildren);
-    // Twice is once more than either has.
+    // Two findings of a kind are one more than either manifest has.
     const QJsonArray twice {node(u"k"_qs, {empty}), node(u"l"_qs, {empty})};
     QCOMPARE(addedToBoth(damaged, damaged, treeOf(twice)).size(), 1);
 }

@@ -10,7 +10,7 @@ const QString project = QStringLiteral(EXAMPLES "/..");
 struct Help {
     QString syntax;
     QStringList options;
-    /// What the exit statuses mean, in order; empty for those that there are not.
+    /// The meanings of the exit statuses 0 to 3; empty where the command has none.
     QStringList exits;
 };
 
@@ -49,7 +49,7 @@ Help helpOf(const QString& command)
     return help;
 }
 
-// What a reader sees of a manual page, in one line.
+// A manual page without its markup, in one line.
 QString readable(const QByteArray& manual)
 {
     QString text = QString::fromUtf8(manual);
@@ -140,7 +140,7 @@ void tst_Help::manualPageIsInstalledOne()
 
 void tst_Help::readmeHasExitStatusesOfEveryCommand()
 {
-    // One row for commands that end in the same ways.
+    // Neighbouring commands with the same statuses share a row.
     QStringList rows;
     QStringList alike;
     QStringList exits;

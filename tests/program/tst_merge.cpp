@@ -85,7 +85,7 @@ QStringList commonTo(const QStringList& names, const QStringList& others)
     return result;
 }
 
-/// Holds a merge of trees in which every element has a path against what each side has changed.
+/// Compares a merge with the changes of each side. Every element of the trees has a path.
 class LossCheck {
 public:
     LossCheck(const QJsonArray& base, const QJsonArray& mine, const QJsonArray& theirs, Decision decision)
@@ -112,7 +112,7 @@ public:
     }
 
 private:
-    // Whether a conflict is about an element, one above it or, of one that was removed, one below it.
+    // Whether a conflict concerns an element, one above it or one below it.
     bool isInConflict(const QString& path) const
     {
         return std::any_of(merged.conflicts.begin(), merged.conflicts.end(), [&](const MergeConflict& conflict) {
@@ -146,7 +146,7 @@ private:
         }
     }
 
-    // Whether an element that was removed is still there for what was below it, and was moved to a place in conflict.
+    // Whether a removed element has to stay because an element below it was moved, and that move is in conflict.
     bool hasKeptBelow(const QVector<ElementChange>& changes, const TreeElement& removed) const
     {
         return std::any_of(changes.begin(), changes.end(), [&](const ElementChange& change) {
@@ -166,7 +166,7 @@ private:
                 break;
             case ElementChange::MovedElsewhere:
                 expectWhole(side, *change.after);
-                // Where that is in conflict, it may have stayed.
+                // It stays if the move is in conflict.
                 expect(at(result, change.before->path) == nullptr || at(elements, change.before->path) != nullptr
                         || isInConflict(change.after->path),
                     side, change.before->path, "is still there");
@@ -234,7 +234,7 @@ private:
         }
     }
 
-    // Whatever is decided, an element that is in all three trees stays in one place.
+    // No decision loses an element that all three trees have.
     void checkWhatAllHave()
     {
         const Pairing toMine(baseTree, mineTree, Stamps::DoNotCount);
@@ -310,8 +310,8 @@ void tst_Merge::mergingObeysItsLaws()
         expect("merge(A, B, A) = B", mergeOf(a, b, a), {b, {}});
         expect("merge(A, B, B) = B", mergeOf(a, b, b), {b, {}});
         const Outcome merged = mergeOf(a, b, c);
-        // Who repeats a merge, after a power cut for example, gets what he has. Of siblings of one name that is too much
-        // to ask: one that was added looks like one that was removed.
+        // A repeated merge changes nothing, for example after a power cut. That cannot hold for siblings of one name:
+        // an added one looks like a removed one.
         if (names == RandomManifest::Names::Unique) {
             for (const Decision decision : {Decision::Mine, Decision::Theirs}) {
                 const QJsonArray decided = mergeOf(a, b, c, decision).manifest;
@@ -589,14 +589,14 @@ void tst_Merge::stampsOfMineStay()
     QCOMPARE(merged(a, stamp(a, u"M"_qs), stamp(with(a, k, 1), u"N"_qs)), compact({stamp(with(a, k, 1), u"M"_qs)}));
     QCOMPARE(merged(stamp(a, u"B"_qs), a, stamp(with(a, k, 1), u"N"_qs)), compact({with(a, k, 1)}));
     QCOMPARE(merged(stamp(a, u"B"_qs), stamp(a, u"M"_qs), with(a, k, 1)), compact({stamp(with(a, k, 1), u"M"_qs)}));
-    // What was removed had other stamps, which nobody changed.
+    // Stamps of a removed element are no change.
     QCOMPARE(compact(mergeOf({stamp(a, u"B"_qs)}, {stamp(a, u"M"_qs)}, {}).manifest), compact({}));
-    // A selection that becomes a node has none any more, and a member of a node is none.
+    // Only selections have stamps: they go when a selection becomes a node.
     const QJsonObject asNode = node(u"a"_qs);
     QCOMPARE(merged(a, stamp(a, u"M"_qs), asNode), compact({asNode}));
     QCOMPARE(merged(asNode, with(asNode, u"moduleName"_qs, 1), with(asNode, k, 1)),
         compact({with(with(asNode, u"moduleName"_qs, 1), k, 1)}));
-    // They make no conflict of a foreign item, either.
+    // Stamps cause no conflict with a foreign item.
     QCOMPARE(compact(mergeOf({stamp(QJsonObject {{u"selectionType"_qs, u"Selection"_qs}}, u"B"_qs)},
                  {stamp(QJsonObject {{u"selectionType"_qs, u"Selection"_qs}}, u"M"_qs)}, {1})
                          .manifest),
@@ -654,7 +654,7 @@ void tst_Merge::hugeTreesAreMergedQuickly()
         const MergeResult result = merge(baseTree, mineTree, theirTree, decision);
         const qint64 duration = timer.elapsed();
         qInfo("loaded in %lld ms, merged in %lld ms, %d conflicts", load, duration, result.conflicts.size());
-        // What is quadratic takes hundreds of loads, and more than this.
+        // A quadratic algorithm takes as long as hundreds of loads.
         constexpr qint64 disturbance = 1500;
         QVERIFY(duration < 20 * load + disturbance);
     }

@@ -12,7 +12,7 @@
 
 namespace {
 
-// Command lines in which %1 is a file. There is "manifest.json", too, and a description in standard input.
+// Command lines in which %1 is a file. The others are "manifest.json" and a description on standard input.
 
 const QStringList queries {
     u"show %1"_qs, u"list %1"_qs, u"count %1"_qs, u"get %1 top"_qs, u"exists %1 top"_qs, u"instances %1"_qs};
@@ -32,7 +32,7 @@ const QStringList descriptions {u"add-node manifest.json spare --save --descript
     u"update-node manifest.json spare --save --description %1"_qs,
     u"update-selection manifest.json spare --save --description %1"_qs};
 
-// The files of the tables, beside "manifest.json".
+// The manifest and everything that the tables name.
 void makeFiles(const Workplace& place)
 {
     place.write(u"manifest.json"_qs, saveRuleManifest()).write(u"secret"_qs, {});
@@ -201,7 +201,7 @@ void tst_Operands::manifestThatCannotBeReadToItsEndIsNoManifest()
     QFETCH(QString, commandLine);
     QFETCH(int, number);
 
-    // A whole manifest is in the first piece, and nobody can know.
+    // The first piece holds a whole manifest, but only the end of the file would tell so.
     const LoneManifest file(compact(saveRuleManifest()) + QByteArray(60000, ' '));
     QCOMPARE(Program()
                  .withFaultyCalls(u"read %1 %2 99 %3"_qs.arg(EIO).arg(number).arg(file.path()))
@@ -233,7 +233,7 @@ void tst_Operands::editsSaveToNoOpenFile()
     QCOMPARE(shell.run({u"-c"_qs, edit.arg(u"--save"_qs)}),
         misused(u"cannot save to %1: it leads to an open file; give the path of the file itself"_qs.arg(path)));
     QVERIFY(file.isUntouched());
-    // It may be read.
+    // Reading from it is allowed.
     QCOMPARE(shell.run({u"-c"_qs, edit.arg(QString())}), done(u"changed; not saved"_qs));
 }
 
@@ -258,7 +258,7 @@ void tst_Operands::queriesTakePipes()
     const Workplace place;
     const QString pipe = place.path(u"pipe"_qs);
     makePipe(pipe);
-    // In two pieces.
+    // Written in two pieces.
     const Process writer([&] {
         const int file = open(qPrintable(pipe), O_WRONLY);
         const QByteArray manifest = compact(saveRuleManifest());
@@ -288,7 +288,7 @@ void tst_Operands::queriesTakeStandardInput()
     QCOMPARE(program.run(u"instances "_qs + file), done(u"top\na/first"_qs));
     QCOMPARE(Program().run(u"show "_qs + file), misused(file + u" is not a manifest: illegal value at byte 0"_qs));
 
-    // From a file, which may be read from its middle on.
+    // Standard input is read from its current position.
     const ManifestFile manifest("junk" + compact(saveRuleManifest()));
     QCOMPARE(Program(u"/bin/sh"_qs)
                  .run({u"-c"_qs,

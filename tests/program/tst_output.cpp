@@ -9,13 +9,13 @@
 
 namespace {
 
-// Colours, a line feed, DEL, a C1 control and one that turns the direction of text.
+// An escape sequence, a line feed, DEL, a C1 control and a change of the direction of text.
 QString hostile()
 {
     return u"\x1b[31m\n\x7f\u009b\u202e"_qs;
 }
 
-// A manifest that has it in every place.
+// A manifest with that text in names, keys and values.
 QByteArray hostileManifest()
 {
     QJsonObject page = selection(hostile() + u'1');
@@ -42,7 +42,7 @@ void withClosedErrors()
     close(STDERR_FILENO);
 }
 
-// What commands of every kind work on.
+// Files for commands of every kind.
 void fill(const Workplace& place)
 {
     place.write(u"manifest.json"_qs, saveRuleManifest()).write(u"deep/manifest.json"_qs, chain(100, {}));

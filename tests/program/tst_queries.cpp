@@ -375,13 +375,13 @@ void tst_Queries::printedPathsAreWhatOtherCommandsTake()
         QCOMPARE(columns.size(), column + 1);
         const ProgramRun name = program.run({u"get"_qs, manifest, path, u"instanceName"_qs});
         QCOMPARE(name.status, 0);
-        // The line begins with the name, behind the kind where that is shown.
+        // A line begins with the name; show prints the kind first.
         static const QRegularExpression kind(u"^ *(selection|node     ) "_qs);
         const QString text = columns.at(0).section(u"  ["_qs, 0, 0);
         const QString plain = command == u"show"_qs ? QString(text).remove(kind) : columns.at(0);
         QCOMPARE(plain, QString::fromUtf8(name.output).chopped(1));
     }
-    // Two files and two folders are named alike.
+    // The examples have siblings of one name.
     QVERIFY(unreachable > 0);
 }
 

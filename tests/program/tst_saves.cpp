@@ -33,7 +33,7 @@ QByteArray before()
     return compact(saveRuleManifest());
 }
 
-// A file system of its own, as large as asked for. Nothing when this process may not have one.
+// A file system of limited size. It is not mounted if this process is not allowed to mount.
 class SmallDisk {
 public:
     SmallDisk(const QString& folder, const char* size)
@@ -59,7 +59,7 @@ private:
     const bool mounted;
 };
 
-// A manifest that fits twice into no disk of this size, or the like of it for a process that may have no such disk.
+// A disk with room for one manifest, not for two. Without the right to mount, a size limit stands in for it.
 class FullDisk {
 public:
     FullDisk()
@@ -129,7 +129,7 @@ void becomeUnreadable(const QString& path)
     chmod(qPrintable(path), 0);
 }
 
-// An edit that is stopped before one of its looks at the manifest, while `change` happens.
+// An edit that is stopped before one of its looks at the manifest. Meanwhile `change` is called.
 ProgramRun editDuring(int look, const Change& change, const QString& path, const QString& options = {})
 {
     const auto program =
@@ -142,7 +142,7 @@ ProgramRun editDuring(int look, const Change& change, const QString& path, const
     return program->finish();
 }
 
-// What a killed save may leave: the old manifest or the new one, the backup likewise, and one temporary file.
+// A killed save leaves the old or the new manifest, a whole backup or none, and at most one temporary file.
 void checkWhatKillLeft(const ManifestFile& file)
 {
     QVERIFY(file.content() == before() || file.content() == afterEdit());
@@ -236,7 +236,7 @@ void tst_Saves::failedSaveLeavesEverything_data()
             row(rowName.constData(), command.commandLine, command.saved, program, ofFolder, ofFile, cause,
                 isEdit ? ofEdit : ofCreation);
         };
-        // What the library says: %1 is the path of the manifest, %2 its size.
+        // Messages of the library. %1 is the path of the manifest, %2 its size.
         const QString incomplete = u"warning: Error on writing instance list to manifest file!\n"_qs;
         const QString incompletely = u"warning: Manifest file was not successful written: -1 , %2 !\n"_qs;
         const QString unopened =
@@ -251,7 +251,7 @@ void tst_Saves::failedSaveLeavesEverything_data()
         way("read-only file system", faulty("make", EROFS), 0700, u"Read-only file system"_qs, unopened, notOpened);
         way("unwritable folder", Program().prepared(asOrdinaryUser), 0555, u"Permission denied"_qs, unopened,
             notOpened);
-        // A first manifest replaces nothing, and gets its name in another way.
+        // A first manifest replaces no file: nothing is renamed over it, and nothing can be read-only.
         if (command.saved != u"process.manifest.json"_qs) {
             way("last step", Program().unableToRename(), 0700, u"cause unknown"_qs, {}, {});
             way("read-only file", Program().prepared(asOrdinaryUser), 0700, u"Permission denied"_qs, unopened,
@@ -435,7 +435,7 @@ void tst_Saves::manifestThatGoesBeforeSaveIsSaidSo()
 {
     const LoneManifest file;
     const ProgramRun run = Program()
-                               // The first thing that the library asks.
+                               // The library's first call.
                                .withFaultyCalls(u"access %1 1 1 %2"_qs.arg(Fault::Vanished).arg(file.path()))
                                .run(editOf(file.path()));
     QCOMPARE(run,
@@ -470,13 +470,13 @@ void tst_Saves::backupIsReplacedManifest()
     struct stat status = {};
     QCOMPARE(stat(qPrintable(backup), &status), 0);
     QCOMPARE(status.st_mode & ACCESSPERMS, mode_t(0640));
-    // Beside the file that is replaced, and in place of the older one.
+    // The backup lies beside the file, not beside the link, and replaces the older one.
     QCOMPARE(program.run(u"set elsewhere/link top key 2 --save "_qs + option), done(u"changed; saved"_qs));
     QCOMPARE(readFile(backup), afterEdit(u"1"_qs));
     QCOMPARE(file.content(), afterEdit(u"2"_qs));
     QCOMPARE(everythingIn(file.folder() + u"/elsewhere"_qs), QStringList(u"link"_qs));
     QCOMPARE(everythingIn(file.folder()).size(), 3);
-    // Nothing is kept of what is not replaced.
+    // Without a save there is no new backup.
     QCOMPARE(program.run(u"set manifest.json top key 3 "_qs + option).status, 0);
     QCOMPARE(readFile(backup), afterEdit(u"1"_qs));
 }
@@ -518,7 +518,7 @@ void tst_Saves::manifestOfAnotherUserInStickyFolderIsNamed()
 {
     constexpr uid_t somebody = 65534;
     const LoneManifest file;
-    // Only root can give them away; others' own manifest is saved.
+    // Only root can change owners. For others this is an ordinary save.
     const bool isForeign = chown(qPrintable(file.folder()), somebody, gid_t(-1)) == 0
         && chown(qPrintable(file.path()), somebody, gid_t(-1)) == 0;
     chmod(qPrintable(file.folder()), 01777);
@@ -534,7 +534,7 @@ void tst_Saves::mountPointIsNamed()
     const LoneManifest file;
     const QString path = file.folder() + u"/a file.json"_qs;
     writeFile(path, before());
-    // Only root can mount something; elsewhere it stays an ordinary file.
+    // Only root can mount. For others this is an ordinary file.
     const bool isMounted = mount(qPrintable(file.path()), qPrintable(path), nullptr, MS_BIND, nullptr) == 0;
     const ProgramRun run = Program().run({u"set"_qs, path, u"top"_qs, u"key"_qs, u"value"_qs, u"--save"_qs});
     umount(qPrintable(path));
@@ -573,7 +573,7 @@ void tst_Saves::fullDiskAtBackupIsNoSave()
         failed(u"could not save %1: no backup %1~: %2"_qs.arg(disk.path(), disk.cause())));
     QCOMPARE(readFile(disk.path()), disk.content());
     QCOMPARE(everythingIn(QFileInfo(disk.path()).path()), QStringList(u"manifest.json"_qs));
-    // Without a backup there is room for the smaller manifest.
+    // Without a backup the smaller manifest fits.
     if (disk.isReal()) {
         QCOMPARE(disk.run(u"unset %1 top filler --save"_qs.arg(disk.path())), done(u"changed; saved"_qs));
     }
@@ -603,7 +603,7 @@ void tst_Saves::signalDoesNotInterruptSave()
     QVERIFY(program->isStopped());
     program->send(signal);
     program->send(SIGCONT);
-    // It ends by the signal, after it has told what became of the save.
+    // The program reports the save, then the signal ends it.
     const QByteArray output = isSaving ? "changed; saved\n" : "";
     QCOMPARE(program->finish(), (ProgramRun {-1, output, QByteArray()}));
     QCOMPARE(file.content(), isSaving ? afterEdit() : before());
@@ -646,7 +646,7 @@ void tst_Saves::killAtAnyTimeLeavesWholeManifest()
     for (int number = 0; number < randomKills; ++number) {
         const LoneManifest file;
         const auto program = Program().start(editOf(file.path()) + u" --backup"_qs);
-        // Spread over the time that a run takes.
+        // The kills are spread over the time of a run.
         usleep(static_cast<useconds_t>(number % 20) * 1000);
         program->send(SIGKILL);
         program->finish();

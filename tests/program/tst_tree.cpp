@@ -76,7 +76,7 @@ void compareWithCreator(const QString& folder, const QString& scheme, FolderScan
 {
     MessageRecorder log;
     scan = scanFolder(folder, scheme);
-    // Nothing gets out of it but what it returns.
+    // A scan logs nothing.
     QCOMPARE(log.take(), Messages());
     QCOMPARE(scan.refusal, QString());
     const Creation creation = create(folder, scheme);
@@ -134,7 +134,7 @@ private:
         QByteArray text = "{\"last\":0";
         for (int i = below(4); i > 0; --i) {
             const QByteArray member = oneOf(members);
-            // Of a key that comes twice, Qt loses the first array or object.
+            // Qt loses the first array or object if a key occurs twice.
             if (!text.contains(member.left(member.indexOf(':')))) {
                 text += ',' + member;
             }
@@ -162,7 +162,7 @@ private:
 
     void fill(const QString& folder, int depth)
     {
-        // Wide enough now and then that the order of equal positions is not that of the listing.
+        // More than 16 entries now and then: with so many an unstable sort would show.
         const int files = below(6) == 0 ? 17 + below(40) : below(5);
         for (int i = 0; i < files; ++i) {
             add(folder, fileName(), [&](const QString& path) { writeFile(path, description()); });
@@ -228,7 +228,7 @@ bool isWide(const TreeElements& elements)
     });
 }
 
-// Every path leads queries and edits to its element, and the way to an unreachable one leads past it.
+// Queries and edits find each element by its path. No path finds an unreachable element.
 void checkPaths(const TreeElements& tree, const TreeElements& siblings, const QString& wayTo)
 {
     const HandlerWithoutFile handler(manifestOf(tree));
@@ -310,7 +310,7 @@ void tst_Tree::kindFollowsFromType()
 
 void tst_Tree::pathLeadsToElement_data()
 {
-    // The elements of the manifest, those of every level in front of what is below them.
+    // The paths of all elements, level by level.
     const Table<QJsonArray, QStringList> row("manifest", "paths");
     const QString none;
     row("node", {node(u"a.b c"_qs)}, {u"a.b c"_qs});
@@ -442,7 +442,7 @@ void tst_Tree::editsFindWhatQueriesDoNot()
     QCOMPARE(positionsOf(findElement(tree, path, Qt::SkipEmptyParts)), query);
     const TreeElement* const edited = findElement(tree, path, Qt::KeepEmptyParts);
     QCOMPARE(positionsOf(edited), edit);
-    // And so it is with an edit.
+    // The handler's edits find the same element.
     HandlerWithoutFile handler(manifestOf(tree));
     QCOMPARE(handler.setProperty(path, u"mark"_qs, true, false), edited != nullptr);
     const TreeElements after = treeOf(handler.getManifestJsonArray());
@@ -492,7 +492,7 @@ void tst_Tree::scansOfRandomTreesAreWhatTheCreatorWrites()
             std::any_of(scan.remarks.begin(), scan.remarks.end(), [](const Remark& remark) { return remark.isDamage; });
         frequencies.unreachable += unreachableIn(scan.elements) > 0 ? 1 : 0;
     }
-    // So often that the trees are worth something.
+    // The trees have to be interesting often enough.
     QCOMPARE(frequencies.trees, 500);
     QVERIFY2(frequencies.empty > 10, qPrintable(QString::number(frequencies.empty)));
     QVERIFY2(frequencies.wideWithTies > 100, qPrintable(QString::number(frequencies.wideWithTies)));
@@ -567,7 +567,7 @@ void tst_Tree::everyElementKnowsItsSource()
     QCOMPARE(menu->kind, Kind::Node);
     QCOMPARE(
         lines(menu->remarks).constFirst(), u"damage imported/menu-cut-short/Folder.menu.json: Can't parse Json!"_qs);
-    // A link that leads nowhere is more than a folder without a description.
+    // A dangling link is damage; a missing description is not.
     const TreeElement* const broken = elementFrom(scan.elements, u"broken/Folder.menu.json"_qs);
     QVERIFY(broken != nullptr);
     QVERIFY(lines(broken->remarks).constFirst().startsWith(u"damage broken/Folder.menu.json: Can't open file"_qs));
@@ -575,7 +575,7 @@ void tst_Tree::everyElementKnowsItsSource()
     QVERIFY(hidden != nullptr);
     QCOMPARE(hidden->isHidden(), true);
     QVERIFY(hidden->remarks.isEmpty());
-    // One of the two that want to be called network.
+    // One of the two nodes named network.
     const TreeElement* const old = elementFrom(scan.elements, u"network.old/Folder.menu.json"_qs);
     QVERIFY(old != nullptr);
     QCOMPARE(old->name, u"network"_qs);
@@ -638,7 +638,7 @@ void tst_Tree::deviceIsRefusedUnread_data()
     const Table<QString, QString, QString> row("name", "target", "refusal");
     row("endless device", u"x/a.config.json"_qs, u"/dev/zero"_qs, u"x/a.config.json: is a device"_qs);
     row("description of a folder", u"x/Folder.menu.json"_qs, u"/dev/zero"_qs, u"x/Folder.menu.json: is a device"_qs);
-    // Whoever opens it for reading waits for a writer.
+    // Opening a pipe for reading waits for a writer.
     row("pipe", u"a.config.json"_qs, {}, u"a.config.json: is a pipe"_qs);
     row("pipe describing a folder", u"x/Folder.menu.json"_qs, {}, u"x/Folder.menu.json: is a pipe"_qs);
 }
@@ -664,7 +664,7 @@ void tst_Tree::deviceThatIsNoDescriptionIsNotRefused()
 {
     const QTemporaryDir base;
     writeFile(base.filePath(u"tree/a.config.json"_qs), "{}");
-    // Not listed, so the library does not read it.
+    // The library lists no pipes, so it does not read this one.
     makePipe(base.filePath(u"tree/b.config.json"_qs));
     makeLink(u"/dev/zero"_qs, base.filePath(u"tree/c.process.json"_qs));
     makeLink(u"/dev/zero"_qs, base.filePath(u"tree/zero"_qs));

@@ -27,7 +27,7 @@ constexpr int editsOfALoop = 250;
 
 const QByteArray saved = "changed; saved\n";
 
-// A folder that is open for what this process starts as well.
+// An open folder that child processes inherit.
 struct OpenFolder {
     explicit OpenFolder(const QString& folder)
         : file(open(qPrintable(folder), O_RDONLY | O_DIRECTORY))
@@ -37,7 +37,7 @@ struct OpenFolder {
     const Descriptor file;
 };
 
-// All values of "key<n>" that loops of edits have stored.
+// The number of keys that loops of edits have stored.
 int numberOfKeys(const QString& path)
 {
     const QJsonObject top = QJsonDocument::fromJson(readFile(path)).array().at(0).toObject();
@@ -127,10 +127,10 @@ void tst_Turns::turnIsWaitedFor()
         const FolderLock lock(file.folder());
         QVERIFY(lock.isHeld());
         program = file.program().start(editOf(u"manifest.json"_qs));
-        // Waiting, it shows in the list of locks behind an arrow.
+        // The list of locks shows a waiting process behind an arrow.
         const QByteArray entry = "-> FLOCK  ADVISORY  WRITE " + QByteArray::number(program->id()) + ' ';
         QVERIFY(QTest::qWaitFor([&] { return readFile(u"/proc/locks"_qs).contains(entry); }, 10000));
-        // What somebody saves meanwhile is edited, not overwritten.
+        // The edit applies to what was saved meanwhile.
         writeFile(file.path(), compact({selection(u"top"_qs)}));
     }
     QCOMPARE(program->finish(), done(u"changed; saved"_qs));
@@ -199,7 +199,7 @@ void tst_Turns::turnWhoseHolderIsUnknownIsGivenUp()
 
 void tst_Turns::holderOfTurnIsNamed()
 {
-    // One that has been stopped holds it as well.
+    // A stopped process keeps its lock.
     const LoneManifest file;
     const auto holder = Program().stoppingAt(u"make"_qs, 1, file.folder()).start(editOf(file.path()));
     QVERIFY(holder->isStopped());
@@ -215,7 +215,7 @@ void tst_Turns::holderOfTurnIsNamed()
 void tst_Turns::heirOfTurnIsNamed()
 {
     const LoneManifest file;
-    // flock(1) locks what the shell has open, and is gone.
+    // flock(1) has ended; the shell holds the lock through its descriptor.
     QProcess shell;
     shell.start(u"/bin/sh"_qs, {u"-c"_qs, u"exec 9<'%1'; flock 9; echo locked; read line"_qs.arg(file.folder())});
     QVERIFY(shell.waitForReadyRead());
@@ -296,11 +296,11 @@ void tst_Turns::turnOfCallerIsSharedByWhatItStarts()
     const QString edit = u"'%1' set '%2' top key value --save --wait 0"_qs.arg(QStringLiteral(PROGRAM), file.path());
     const Program flock = Program(u"flock"_qs);
     QCOMPARE(flock.run({file.folder(), u"sh"_qs, u"-c"_qs, edit}), done(u"changed; saved"_qs));
-    // Only who gives its lock away shares it.
+    // With --close the child does not inherit the lock.
     const ProgramRun run = flock.run({u"--close"_qs, file.folder(), u"sh"_qs, u"-c"_qs, edit});
     QCOMPARE(run.status, 1);
     QVERIFY2(run.errors.contains(" (flock) holds the lock; "), run.errors.constData());
-    // It is the caller's afterwards, and not the program's.
+    // Afterwards the caller still holds the lock.
     QCOMPARE(flock.run({file.folder(), u"sh"_qs, u"-c"_qs,
                  edit + u"; flock --nonblock '%1' true || echo still held"_qs.arg(file.folder())}),
         done(u"unchanged; saved\nstill held"_qs));
@@ -341,7 +341,7 @@ void tst_Turns::locksOfOthersStayAsTheyAre()
     const OpenFolder other(file.folder());
     QCOMPARE(flock(other.file.get(), isShared ? LOCK_SH : LOCK_UN), 0);
     const QString list = u"/proc/self/fdinfo/%1"_qs.arg(folder.file.get());
-    // Without the numbers of the list's lines.
+    // The line numbers of the list vary.
     const auto locks = [&] {
         return QString::fromLatin1(readFile(list)).remove(QRegularExpression(u"lock:\\s+\\d+"_qs));
     };

@@ -51,7 +51,7 @@ private:
     const int outputFile;
 };
 
-/// A terminal that keeps what is written to it. It holds some kilobytes.
+/// A pseudo-terminal that buffers some kilobytes of output.
 class Terminal {
 public:
     Terminal()
@@ -76,7 +76,7 @@ public:
         return writer;
     }
 
-    // Everything written so far. Nothing can be written afterwards.
+    // Closes the terminal and returns what was written to it.
     QByteArray takeEverything()
     {
         close(writer);
@@ -165,14 +165,14 @@ ProgramRun misused(const QString& complaint, const QByteArray& messages)
 
 void asOrdinaryUser()
 {
-    // The program starts without the privileges of root. Who has none cannot do this, and need not.
+    // Root loses its privileges at the start of the program. For others the call fails, which is fine.
     prctl(PR_SET_SECUREBITS, SECBIT_NOROOT);
 }
 
 void onFullDisk()
 {
     static const FileSizeLimit forTheProgram(0);
-    // The program is started like any other, for which the signal is deadly; valgrind writes files of its own.
+    // As for any new process, the signal is deadly. Valgrind needs it ignored, because it writes files itself.
 #if !defined(EMULATED) || !defined(MEMORY_CHECKED)
     std::signal(SIGXFSZ, SIG_DFL);
 #endif
@@ -262,10 +262,10 @@ Program& Program::stoppingAt(const QString& call, int number, const QString& pat
 
 Program& Program::withFaultyCalls(const QString& faults)
 {
-    // A program that checks its memory refuses to run behind anything preloaded, unless it is told not to look.
+    // By default a sanitized program refuses to run if another library is preloaded before its runtime.
     const QString options = environment.value(u"ASAN_OPTIONS"_qs) + u":verify_asan_link_order=0"_qs;
 #ifdef CROSS_COMPILED
-    // Not into the emulator, which is a program for another machine than the one it emulates.
+    // The library is for the emulated machine, so the emulator itself must not load it.
     with(u"QEMU_SET_ENV"_qs, QStringLiteral("LD_PRELOAD=" FAULTY_CALLS));
 #else
     with(u"LD_PRELOAD"_qs, QStringLiteral(FAULTY_CALLS));
@@ -334,7 +334,7 @@ qint64 RunningProgram::id() const
 bool RunningProgram::isStopped() const
 {
     const QString path = u"/proc/%1/stat"_qs.arg(id());
-    // The state stands behind the name, which is in brackets.
+    // The state follows the name, which is in brackets.
     const auto state = [&] { return readFile(path).split(')').constLast().trimmed().left(1); };
     return QTest::qWaitFor([&] { return state() == "T" || state().isEmpty(); }, patience) && state() == "T";
 }

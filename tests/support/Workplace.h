@@ -15,7 +15,7 @@ class Workplace {
 public:
     QString path(const QString& name = {}) const;
     const Workplace& write(const QString& name, const QJsonArray& manifest) const;
-    /// Writes a description that gives no cause for a message.
+    /// Writes a description that causes no message.
     const Workplace& describe(const QString& name, int position = 1) const;
     QByteArray content(const QString& name) const;
     Program program() const;
@@ -48,7 +48,7 @@ QString editOf(const QString& path);
 /// What it makes of that manifest, or would make of it with another value.
 QByteArray afterEdit(const QString& value = u"value"_qs);
 
-// Entries of a folder that are no files. Each function fails the test program hard when it cannot make one.
+// Entries of a folder that are not regular files. Each function aborts the test if it fails.
 
 void makeLink(const QString& target, const QString& path);
 void makePipe(const QString& path);
