@@ -1,50 +1,23 @@
 #include "Explanation.h"
-#include "ProgramRun.h"
 #include "QuickFolder.h"
+#include "Table.h"
 #include "TestMain.h"
+#include "Workplace.h"
 #include "faults/FaultyCalls.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QJsonDocument>
 #include <QtCore/QTemporaryDir>
 
-#include <sys/socket.h>
 #include <sys/stat.h>
-#include <sys/un.h>
 #include <unistd.h>
 
 namespace {
 
-const QString configurationScheme = QStringLiteral("configuration");
+const QString configurationScheme = u"configuration"_qs;
 const QByteArray good = R"({"displayPosition":1,"hide":false,"iconName":"i"})";
 
-void link(const QString& target, const QString& path)
-{
-    if (!QFile::link(target, path)) {
-        qFatal("cannot link %s", qPrintable(path));
-    }
-}
-
-void makePipe(const QString& path)
-{
-    if (mkfifo(QFile::encodeName(path).constData(), 0600) != 0) {
-        qFatal("cannot make the pipe %s", qPrintable(path));
-    }
-}
-
-void makeSocket(const QString& path)
-{
-    const int socket = ::socket(AF_UNIX, SOCK_STREAM, 0);
-    sockaddr_un address {};
-    address.sun_family = AF_UNIX;
-    qstrncpy(address.sun_path, QFile::encodeName(path).constData(), sizeof address.sun_path);
-    if (bind(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
-        qFatal("cannot make the socket %s", qPrintable(path));
-    }
-    close(socket);
-}
-
-// A folder that is removed in the end, with a file of every kind that everybody knows.
+// A temporary folder of descriptions.
 class Folder {
 public:
     Folder()
@@ -56,7 +29,7 @@ public:
 
     ~Folder()
     {
-        // Qt does not remove what it cannot name.
+        // QTemporaryDir cannot remove a file whose name is not valid UTF-8.
         const QByteArray unnameable = QFile::encodeName(path()) + "/a\xff.config.json";
         unlink(unnameable.constData());
     }
@@ -115,12 +88,7 @@ QStringList pathsOf(const FolderExplanation& explanation)
     return paths;
 }
 
-QStringList linesOf(const QByteArray& output)
-{
-    return QString::fromUtf8(output).split(u'\n', Qt::SkipEmptyParts);
-}
-
-// The first line of every entry without its path.
+// The lines that tell the fates of entries.
 QStringList firstLines(const QByteArray& output)
 {
     QStringList lines;
@@ -192,23 +160,18 @@ private Q_SLOTS:
     void troubleIsTrouble_data();
     void troubleIsTrouble();
     void jsonSaysWhatLinesSay();
-    void outputThatIsLostIsAFailure();
     void keyWithoutALetterIsListed();
     void strangeNamesStayInTheirLine();
 };
 
 void tst_Explain::everyAbsenceHasItsReason_data()
 {
-    QTest::addColumn<Preparer>("prepare");
-    QTest::addColumn<QString>("path");
-    QTest::addColumn<QString>("scheme");
-    QTest::addColumn<QString>("words");
-    const auto row = [](const char* name, Preparer prepare, const QString& path, const QString& words,
-                         const QString& scheme = configurationScheme) {
-        QTest::newRow(name) << prepare << path << scheme << words;
+    const Table<Preparer, QString, QString, QString> table("prepare", "path", "scheme", "words");
+    const auto row = [&](const char* name, Preparer prepare, const QString& path, const QString& words) {
+        table(name, prepare, path, configurationScheme, words);
     };
-    const auto file = [row](const char* name, const QString& path, const QString& words,
-                          const QString& scheme = configurationScheme) { row(name, nullptr, path, words, scheme); };
+    const auto file = [&](const char* name, const QString& path, const QString& words,
+                          const QString& scheme = configurationScheme) { table(name, nullptr, path, scheme, words); };
 
     file("hidden file", u".a.config.json"_qs, u"hidden: its name begins with a dot"_qs);
     file("in a hidden folder", u".x/y/a.config.json"_qs, u"hidden: it lies in the hidden folder '.x'"_qs);
@@ -236,24 +199,24 @@ void tst_Explain::everyAbsenceHasItsReason_data()
         "folder without a selection", [](const Folder& folder) { folder.add(u"x/y/a.process.json"_qs); }, u"x"_qs,
         u"no-selection: there is no selection in it"_qs);
     row(
-        "dangling link", [](const Folder& folder) { link(u"/nowhere"_qs, folder.path(u"a.config.json"_qs)); },
+        "dangling link", [](const Folder& folder) { makeLink(u"/nowhere"_qs, folder.path(u"a.config.json"_qs)); },
         u"a.config.json"_qs, u"dangling-link: the link leads to '/nowhere', which is not there"_qs);
     row(
         "dangling link through a file",
         [](const Folder& folder) {
             folder.add(u"b.txt"_qs);
-            link(u"b.txt/c"_qs, folder.path(u"a.config.json"_qs));
+            makeLink(u"b.txt/c"_qs, folder.path(u"a.config.json"_qs));
         },
         u"a.config.json"_qs, u"dangling-link: the link leads to '%1/b.txt/c': Not a directory"_qs);
     row(
-        "link to itself", [](const Folder& folder) { link(u"a.config.json"_qs, folder.path(u"a.config.json"_qs)); },
+        "link to itself", [](const Folder& folder) { makeLink(u"a.config.json"_qs, folder.path(u"a.config.json"_qs)); },
         u"a.config.json"_qs,
         u"looping-link: the link leads to '%1/a.config.json': Too many levels of symbolic links"_qs);
     row(
         "link to a folder around it",
         [](const Folder& folder) {
             folder.add(u"x/a.config.json"_qs);
-            link(folder.path(), folder.path(u"x/up"_qs));
+            makeLink(folder.path(), folder.path(u"x/up"_qs));
         },
         u"x/up"_qs,
         u"looping-link: leads back to a folder that it lies in; no manifest is created as long as it is there"_qs);
@@ -264,15 +227,15 @@ void tst_Explain::everyAbsenceHasItsReason_data()
         "socket", [](const Folder& folder) { makeSocket(folder.path(u"a.config.json"_qs)); }, u"a.config.json"_qs,
         u"no-file: it is a socket"_qs);
     row(
-        "link to a device", [](const Folder& folder) { link(u"/dev/zero"_qs, folder.path(u"zero"_qs)); }, u"zero"_qs,
-        u"no-file: it is a device"_qs);
+        "link to a device", [](const Folder& folder) { makeLink(u"/dev/zero"_qs, folder.path(u"zero"_qs)); },
+        u"zero"_qs, u"no-file: it is a device"_qs);
     row(
         "device for a description",
-        [](const Folder& folder) { link(u"/dev/zero"_qs, folder.path(u"a.config.json"_qs)); }, u"a.config.json"_qs,
+        [](const Folder& folder) { makeLink(u"/dev/zero"_qs, folder.path(u"a.config.json"_qs)); }, u"a.config.json"_qs,
         u"no-file: is a device; no manifest is created as long as it is there"_qs);
     const Preparer deviceForFolder = [](const Folder& folder) {
         folder.add(u"x/a.config.json"_qs);
-        link(u"/dev/zero"_qs, folder.path(u"x/Folder.menu.json"_qs));
+        makeLink(u"/dev/zero"_qs, folder.path(u"x/Folder.menu.json"_qs));
     };
     row("device for a description of a folder", deviceForFolder, u"x/Folder.menu.json"_qs,
         u"no-file: is a device; no manifest is created as long as it is there"_qs);
@@ -342,11 +305,9 @@ void tst_Explain::whatMayNotBeReadIsSaid()
 
 void tst_Explain::whatIsRefusedIsLeftOutOfTheRest_data()
 {
-    QTest::addColumn<QString>("target");
-    QTest::addColumn<QString>("path");
-    QTest::addColumn<QString>("refused");
-    QTest::newRow("looping link") << u"."_qs << u"x/up"_qs << u"x/up leads back to a folder that it lies in"_qs;
-    QTest::newRow("device") << u"/dev/zero"_qs << u"x/b.config.json"_qs << u"x/b.config.json is a device"_qs;
+    const Table<QString, QString, QString> row("target", "path", "refused");
+    row("looping link", u"."_qs, u"x/up"_qs, u"x/up leads back to a folder that it lies in"_qs);
+    row("device", u"/dev/zero"_qs, u"x/b.config.json"_qs, u"x/b.config.json is a device"_qs);
 }
 
 void tst_Explain::whatIsRefusedIsLeftOutOfTheRest()
@@ -357,7 +318,7 @@ void tst_Explain::whatIsRefusedIsLeftOutOfTheRest()
     const Folder folder;
     folder.add(u"a.config.json"_qs);
     folder.add(u"x/a.config.json"_qs);
-    link(target, folder.path(path));
+    makeLink(target, folder.path(path));
     const FolderExplanation explanation = folder.explain();
     QCOMPARE(pathsOf(explanation), QStringList({u"a.config.json"_qs, u"x"_qs, u"x/a.config.json"_qs, path}));
     QCOMPARE(explanation.entries.at(2).instancePath, u"x/a"_qs);
@@ -369,13 +330,7 @@ void tst_Explain::whatIsRefusedIsLeftOutOfTheRest()
 
 void tst_Explain::damageHasItsPlace_data()
 {
-    QTest::addColumn<QByteArray>("content");
-    QTest::addColumn<int>("line");
-    QTest::addColumn<int>("column");
-    QTest::addColumn<QString>("text");
-    const auto row = [](const char* name, const QByteArray& content, int line, int column, const QString& text) {
-        QTest::newRow(name) << content << line << column << text;
-    };
+    const Table<QByteArray, int, int, QString> row("content", "line", "column", "text");
     row("nothing wrong", "{}", 0, 0, {});
     row("empty", "", 1, 1, u"not JSON: illegal value"_qs);
     row("first line", "{\"a\" 1}", 1, 7, u"not JSON: missing name separator"_qs);
@@ -427,18 +382,13 @@ void tst_Explain::damageOfFolderDescriptionsIsSaidOnce()
 
 void tst_Explain::everyKeyHasItsFate_data()
 {
-    QTest::addColumn<QString>("file");
-    QTest::addColumn<QByteArray>("content");
-    QTest::addColumn<QStringList>("taken");
-    QTest::addColumn<QStringList>("defaulted");
-    QTest::addColumn<QStringList>("ignored");
-    const auto row = [](const char* name, const QByteArray& content, const QStringList& taken,
-                         const QStringList& defaulted, const QStringList& ignored) {
-        QTest::newRow(name) << u"a.config.json"_qs << content << taken << defaulted << ignored;
-    };
-    const auto folder = [](const char* name, const QByteArray& content, const QStringList& taken,
-                            const QStringList& defaulted, const QStringList& ignored) {
-        QTest::newRow(name) << u"x/Folder.menu.json"_qs << content << taken << defaulted << ignored;
+    using Keys = QStringList;
+    const Table<QString, QByteArray, Keys, Keys, Keys> table("file", "content", "taken", "defaulted", "ignored");
+    const auto row = [&](const char* name, const QByteArray& content, const Keys& taken, const Keys& defaulted,
+                         const Keys& ignored) { table(name, u"a.config.json"_qs, content, taken, defaulted, ignored); };
+    const auto folder = [&](const char* name, const QByteArray& content, const Keys& taken, const Keys& defaulted,
+                            const Keys& ignored) {
+        table(name, u"x/Folder.menu.json"_qs, content, taken, defaulted, ignored);
     };
     const QStringList all {u"dataModel"_qs, u"hide"_qs, u"iconName"_qs, u"instanceName"_qs, u"labelTextId"_qs,
         u"lastModified"_qs, u"displayPosition"_qs};
@@ -502,15 +452,13 @@ void tst_Explain::everyKeyHasItsFate()
 
 void tst_Explain::displayPositionIsExplained_data()
 {
-    QTest::addColumn<QByteArray>("value");
-    QTest::addColumn<QString>("words");
-    QTest::addColumn<int>("position");
-    QTest::newRow("whole") << QByteArray("7") << u"taken displayPosition"_qs << 7;
-    QTest::newRow("like a missing one") << QByteArray("-1") << u"taken displayPosition"_qs << -1;
-    QTest::newRow("fraction") << QByteArray("2.9") << u"taken displayPosition: as 2"_qs << 2;
-    QTest::newRow("out of range") << QByteArray("1e99") << u"taken displayPosition: as 2147483647"_qs << 2147483647;
-    QTest::newRow("missing") << QByteArray() << u"defaulted displayPosition"_qs << -1;
-    QTest::newRow("text") << QByteArray("\"1\"") << u"defaulted displayPosition: is a string, not a number"_qs << -1;
+    const Table<QByteArray, QString, int> row("value", "words", "position");
+    row("whole", "7", u"taken displayPosition"_qs, 7);
+    row("like a missing one", "-1", u"taken displayPosition"_qs, -1);
+    row("fraction", "2.9", u"taken displayPosition: as 2"_qs, 2);
+    row("out of range", "1e99", u"taken displayPosition: as 2147483647"_qs, 2147483647);
+    row("missing", {}, u"defaulted displayPosition"_qs, -1);
+    row("text", "\"1\"", u"defaulted displayPosition: is a string, not a number"_qs, -1);
 }
 
 void tst_Explain::displayPositionIsExplained()
@@ -530,19 +478,16 @@ void tst_Explain::displayPositionIsExplained()
 
 void tst_Explain::unreachableElementsNameTheirReason_data()
 {
-    QTest::addColumn<QStringList>("files");
-    QTest::addColumn<QString>("path");
-    QTest::addColumn<QString>("reason");
-    QTest::newRow("same base name") << QStringList {u"a.config.json"_qs, u"a.b.config.json"_qs} << u"a.config.json"_qs
-                                    << u"'a.b.config.json' answers to 'a' before it"_qs;
-    QTest::newRow("same base name of a folder, below") << QStringList {u"y/x/c.config.json"_qs, u"y/x.config.json"_qs}
-                                                       << u"y/x"_qs << u"'y/x.config.json' answers to 'x' before it"_qs;
-    QTest::newRow("in an unreachable folder") << QStringList {u"x/c.config.json"_qs, u"x.config.json"_qs}
-                                              << u"x/c.config.json"_qs << u"no path leads to its folder"_qs;
-    QTest::newRow("name that is no part of a path")
-        << QStringList {u"strange.config.json"_qs} << u"strange.config.json"_qs
-        << u"its name 'strange/' cannot be part of a path"_qs;
-    QTest::newRow("reachable") << QStringList {u"a.config.json"_qs} << u"a.config.json"_qs << QString();
+    const Table<QStringList, QString, QString> row("files", "path", "reason");
+    row("same base name", {u"a.config.json"_qs, u"a.b.config.json"_qs}, u"a.config.json"_qs,
+        u"'a.b.config.json' answers to 'a' before it"_qs);
+    row("same base name of a folder, below", {u"y/x/c.config.json"_qs, u"y/x.config.json"_qs}, u"y/x"_qs,
+        u"'y/x.config.json' answers to 'x' before it"_qs);
+    row("in an unreachable folder", {u"x/c.config.json"_qs, u"x.config.json"_qs}, u"x/c.config.json"_qs,
+        u"no path leads to its folder"_qs);
+    row("name that is no part of a path", {u"strange.config.json"_qs}, u"strange.config.json"_qs,
+        u"its name 'strange/' cannot be part of a path"_qs);
+    row("reachable", {u"a.config.json"_qs}, u"a.config.json"_qs, {});
 }
 
 void tst_Explain::unreachableElementsNameTheirReason()
@@ -579,9 +524,9 @@ void tst_Explain::entriesComeInTheOrderOfTheTree()
 
 void tst_Explain::everythingInTheExampleIsExplainedOnce_data()
 {
-    QTest::addColumn<QString>("scheme");
-    QTest::newRow("configuration") << configurationScheme;
-    QTest::newRow("process") << u"process"_qs;
+    const Table<QString> row("scheme");
+    row("configuration", configurationScheme);
+    row("process", u"process"_qs);
 }
 
 void tst_Explain::everythingInTheExampleIsExplainedOnce()
@@ -604,19 +549,14 @@ void tst_Explain::everythingInTheExampleIsExplainedOnce()
 
 void tst_Explain::whatChangesMeanwhileIsSaid_data()
 {
-    QTest::addColumn<QByteArray>("before");
-    QTest::addColumn<QByteArray>("after");
-    QTest::addColumn<bool>("isSaid");
-    QTest::newRow("gone") << good << QByteArray() << true;
-    QTest::newRow("gone, with nothing in it") << QByteArray("{}") << QByteArray() << true;
-    QTest::newRow("other value") << good << QByteArray(R"({"displayPosition":1,"hide":true,"iconName":"i"})") << true;
-    QTest::newRow("key that is missing now") << good << QByteArray(R"({"displayPosition":1,"hide":false})") << true;
-    QTest::newRow("other position") << good << QByteArray(R"({"displayPosition":2,"hide":false,"iconName":"i"})")
-                                    << true;
-    QTest::newRow("no position any more") << good << QByteArray(R"({"hide":false,"iconName":"i"})") << true;
-    QTest::newRow("key of its own") << good
-                                    << QByteArray(R"({"displayPosition":1,"hide":false,"iconName":"i","own":1})")
-                                    << false;
+    const Table<QByteArray, QByteArray, bool> row("before", "after", "isSaid");
+    row("gone", good, {}, true);
+    row("gone, with nothing in it", "{}", {}, true);
+    row("other value", good, QByteArray(R"({"displayPosition":1,"hide":true,"iconName":"i"})"), true);
+    row("key that is missing now", good, QByteArray(R"({"displayPosition":1,"hide":false})"), true);
+    row("other position", good, QByteArray(R"({"displayPosition":2,"hide":false,"iconName":"i"})"), true);
+    row("no position any more", good, QByteArray(R"({"hide":false,"iconName":"i"})"), true);
+    row("key of its own", good, QByteArray(R"({"displayPosition":1,"hide":false,"iconName":"i","own":1})"), false);
 }
 
 void tst_Explain::whatChangesMeanwhileIsSaid()
@@ -630,7 +570,7 @@ void tst_Explain::whatChangesMeanwhileIsSaid()
     if (!after.isNull()) {
         writeFile(path + u".exchange"_qs, after);
     }
-    // The library opens it first.
+    // The first call to open() is the library's.
     const int fault = after.isNull() ? Fault::Vanished : Fault::Exchanged;
     const ProgramRun run =
         Program().withFaultyCalls(u"open %1 2 2 %2"_qs.arg(fault).arg(path)).run(u"explain "_qs + folder.path());
@@ -647,10 +587,10 @@ void tst_Explain::manyLinksAndLevelsComeToAnEnd()
         deep += u"/d"_qs;
     }
     folder.add(deep + u"/a.config.json"_qs);
-    link(folder.path(), folder.path(deep + u"/up"_qs));
-    link(folder.path(u"d"_qs), folder.path(u"d/d/up"_qs));
+    makeLink(folder.path(), folder.path(deep + u"/up"_qs));
+    makeLink(folder.path(u"d"_qs), folder.path(u"d/d/up"_qs));
     folder.add(u".hidden/a.config.json"_qs);
-    link(u"."_qs, folder.path(u".hidden/up"_qs));
+    makeLink(u"."_qs, folder.path(u".hidden/up"_qs));
     const FolderExplanation explanation = folder.explain();
     QCOMPARE(explanation.refusals.size(), 2);
     // 301 folders, a file and two links; and a hidden folder with a file and a link.
@@ -659,23 +599,17 @@ void tst_Explain::manyLinksAndLevelsComeToAnEnd()
 
 void tst_Explain::deadEndsNameWhatIsThere_data()
 {
-    QTest::addColumn<QString>("path");
-    QTest::addColumn<QString>("reached");
-    QTest::addColumn<QString>("missing");
-    QTest::addColumn<QString>("nearest");
-    QTest::addColumn<QStringList>("namesakes");
-    QTest::newRow("misspelled") << u"netwrok/port"_qs << QString() << u"netwrok"_qs << u"network"_qs << QStringList();
-    QTest::newRow("misspelled below") << u"network/prot"_qs << u"network"_qs << u"prot"_qs << u"network/port"_qs
-                                      << QStringList();
-    QTest::newRow("too long") << u"network/port/x"_qs << u"network/port"_qs << u"x"_qs << QString() << QStringList();
-    QTest::newRow("folder without a selection") << u"network/radio/antenna"_qs << u"network"_qs << u"radio"_qs
-                                                << QString() << QStringList {u"network/radio"_qs};
-    QTest::newRow("other suffix") << u"network/live"_qs << u"network"_qs << u"live"_qs << QString()
-                                  << QStringList {u"network/live.process.json"_qs};
-    QTest::newRow("other name") << u"network/mapping"_qs << u"network"_qs << u"mapping"_qs << QString()
-                                << QStringList {u"network/mapping.config.json"_qs};
-    QTest::newRow("hidden") << u"backup"_qs << QString() << u"backup"_qs << QString() << QStringList {u".backup"_qs};
-    QTest::newRow("nothing like it") << u"zzzzzz"_qs << QString() << u"zzzzzz"_qs << QString() << QStringList();
+    const Table<QString, QString, QString, QString, QStringList> row(
+        "path", "reached", "missing", "nearest", "namesakes");
+    row("misspelled", u"netwrok/port"_qs, {}, u"netwrok"_qs, u"network"_qs, {});
+    row("misspelled below", u"network/prot"_qs, u"network"_qs, u"prot"_qs, u"network/port"_qs, {});
+    row("too long", u"network/port/x"_qs, u"network/port"_qs, u"x"_qs, {}, {});
+    row("folder without a selection", u"network/radio/antenna"_qs, u"network"_qs, u"radio"_qs, {},
+        {u"network/radio"_qs});
+    row("other suffix", u"network/live"_qs, u"network"_qs, u"live"_qs, {}, {u"network/live.process.json"_qs});
+    row("other name", u"network/mapping"_qs, u"network"_qs, u"mapping"_qs, {}, {u"network/mapping.config.json"_qs});
+    row("hidden", u"backup"_qs, {}, u"backup"_qs, {}, {u".backup"_qs});
+    row("nothing like it", u"zzzzzz"_qs, {}, u"zzzzzz"_qs, {}, {});
 }
 
 void tst_Explain::deadEndsNameWhatIsThere()
@@ -715,25 +649,24 @@ void tst_Explain::importedFolderIsExplained()
 
 void tst_Explain::oneEntryIsFound_data()
 {
-    QTest::addColumn<QString>("what");
-    QTest::addColumn<QStringList>("files");
+    const Table<QString, QStringList> row("what", "files");
     const QStringList network {u"network"_qs, u"network/Folder.menu.json"_qs, u"network/port.v2.config.json"_qs};
     const QStringList other {u"network/port"_qs, u"network/port/other.txt"_qs};
     const QStringList port {u"network/port.v2.config.json"_qs};
     const QStringList older {u"older"_qs, u"older/a.config.json"_qs};
-    QTest::newRow("folder from here") << u"tree/older"_qs << older;
-    QTest::newRow("folder in the folder") << u"older"_qs << older;
-    QTest::newRow("slash behind it") << u"older/"_qs << older;
-    QTest::newRow("whole path") << u"%1/tree/older"_qs << older;
-    QTest::newRow("through a link") << u"link/older"_qs << older;
-    QTest::newRow("link in the folder") << u"tree/dangling"_qs << QStringList {u"dangling"_qs};
-    QTest::newRow("file in the folder") << u"network/port.v2.config.json"_qs << port;
-    QTest::newRow("file before instance") << u"network/port"_qs << other;
-    QTest::newRow("instance") << u"network/inner"_qs << QStringList {u"network/special.config.json"_qs};
-    QTest::newRow("instance with slashes") << u"/network//inner/"_qs << QStringList {u"network/special.config.json"_qs};
-    QTest::newRow("the folder") << u"tree"_qs << QStringList {u"*"_qs};
-    QTest::newRow("the folder, with a dot") << u"./tree/."_qs << QStringList {u"*"_qs};
-    QTest::newRow("nothing given") << u"''"_qs << QStringList {u"*"_qs};
+    row("folder from here", u"tree/older"_qs, older);
+    row("folder in the folder", u"older"_qs, older);
+    row("slash behind it", u"older/"_qs, older);
+    row("whole path", u"%1/tree/older"_qs, older);
+    row("through a link", u"link/older"_qs, older);
+    row("link in the folder", u"tree/dangling"_qs, {u"dangling"_qs});
+    row("file in the folder", u"network/port.v2.config.json"_qs, port);
+    row("file before instance", u"network/port"_qs, other);
+    row("instance", u"network/inner"_qs, {u"network/special.config.json"_qs});
+    row("instance with slashes", u"/network//inner/"_qs, {u"network/special.config.json"_qs});
+    row("the folder", u"tree"_qs, {u"*"_qs});
+    row("the folder, with a dot", u"./tree/."_qs, {u"*"_qs});
+    row("nothing given", u"''"_qs, {u"*"_qs});
 }
 
 void tst_Explain::oneEntryIsFound()
@@ -747,8 +680,8 @@ void tst_Explain::oneEntryIsFound()
         writeFile(tree + file, good);
     }
     writeFile(tree + u"network/special.config.json"_qs, R"({"instanceName":"network/inner"})");
-    link(u"/nowhere"_qs, tree + u"dangling"_qs);
-    link(u"tree"_qs, base.filePath(u"link"_qs));
+    makeLink(u"/nowhere"_qs, tree + u"dangling"_qs);
+    makeLink(u"tree"_qs, base.filePath(u"link"_qs));
     const QString argument = what.contains(u"%1"_qs) ? what.arg(base.path()) : what;
     const ProgramRun run = Program().in(base.path()).run(u"explain tree "_qs + argument);
     QCOMPARE(run.errors, QByteArray());
@@ -766,12 +699,11 @@ void tst_Explain::oneEntryIsFound()
 
 void tst_Explain::whatLeadsNowhereIsExplained_data()
 {
-    QTest::addColumn<QString>("what");
-    QTest::addColumn<ProgramRun>("run");
-    const auto row = [](const char* name, const QString& what, const QString& complaint, const QByteArray& output) {
+    const Table<QString, ProgramRun> table("what", "run");
+    const auto row = [&](const char* name, const QString& what, const QString& complaint, const QByteArray& output) {
         ProgramRun run = failed(u'\'' + what + u"' leads nowhere: "_qs + complaint);
         run.output = output;
-        QTest::newRow(name) << what << run;
+        table(name, what, run);
     };
     row("misspelled", u"netwrok"_qs, u"nothing answers to 'netwrok' at the top level (did you mean 'network'?)"_qs, {});
     row("below", u"network/x"_qs, u"nothing answers to 'x' below 'network' (did you mean 'network/a'?)"_qs, {});
@@ -796,16 +728,12 @@ void tst_Explain::whatLeadsNowhereIsExplained()
 
 void tst_Explain::troubleIsTrouble_data()
 {
-    QTest::addColumn<QString>("commandLine");
-    QTest::addColumn<QByteArray>("complaint");
-    QTest::newRow("no such folder") << u"nowhere"_qs << QByteArray("cannot read nowhere: No such file or directory");
-    QTest::newRow("no folder") << u"file"_qs << QByteArray("cannot read file: it is not a folder");
-    QTest::newRow("may not be read") << u"closed"_qs << QByteArray("cannot read closed: Permission denied");
-    QTest::newRow("unknown scheme")
-        << u"open --scheme x"_qs
-        << QByteArray("'x' is neither 'configuration' nor 'process'; --any-scheme takes it all the same");
-    QTest::newRow("nothing but slashes") << u"open //"_qs << QByteArray("PATH is empty");
-    QTest::newRow("too much given") << u"open a b"_qs << QByteArray("explain takes FOLDER [PATH|FILE]; see ");
+    const Table<QString, QByteArray> row("commandLine", "complaint");
+    row("no such folder", u"nowhere"_qs, "cannot read nowhere: No such file or directory");
+    row("no folder", u"file"_qs, "cannot read file: it is not a folder");
+    row("may not be read", u"closed"_qs, "cannot read closed: Permission denied");
+    row("nothing but slashes", u"open //"_qs, "PATH is empty");
+    row("too much given", u"open a b"_qs, "explain takes FOLDER [PATH|FILE]; see ");
 }
 
 void tst_Explain::troubleIsTrouble()
@@ -822,7 +750,7 @@ void tst_Explain::troubleIsTrouble()
     QCOMPARE(run.status, 2);
     QCOMPARE(run.output, QByteArray());
     QVERIFY2(run.errors.contains("configuration-manifest: " + complaint), run.errors.constData());
-    // A folder with nothing in it is none.
+    // An empty folder is no trouble.
     const ProgramRun empty = Program().in(base.path()).run(u"explain open"_qs);
     QCOMPARE(empty.status, 0);
     QCOMPARE(empty.errors, QByteArray("warning: no manifest is created: the folder holds no visible entry\n"));
@@ -837,7 +765,7 @@ void tst_Explain::jsonSaysWhatLinesSay()
     QJsonParseError error;
     const QJsonDocument document = QJsonDocument::fromJson(json.output, &error);
     QCOMPARE(error.error, QJsonParseError::NoError);
-    // It looks as everything else that is printed as JSON.
+    // The format is that of all other JSON.
     QCOMPARE(json.output, document.toJson(QJsonDocument::Indented));
     const QJsonArray array = document.array();
     const QStringList first = firstLines(lines.output);
@@ -855,14 +783,6 @@ void tst_Explain::jsonSaysWhatLinesSay()
     QCOMPARE(entry.value(u"path"_qs), QJsonValue(u"imported/cut-short"_qs));
     QCOMPARE(Program().run(u"explain --json nowhere"_qs).output, QByteArray());
     QCOMPARE(Program().run(u"explain --json "_qs + folder + u" zzzzzz"_qs).output, QByteArray("[\n]\n"));
-}
-
-void tst_Explain::outputThatIsLostIsAFailure()
-{
-    const Folder folder;
-    folder.add(u"a.config.json"_qs);
-    QCOMPARE(
-        Program().prepared(withFullOutput).run(u"explain "_qs + folder.path()), failed(u"cannot write the results"_qs));
 }
 
 void tst_Explain::keyWithoutALetterIsListed()

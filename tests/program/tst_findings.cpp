@@ -1,5 +1,7 @@
 #include "Findings.h"
 #include "ManifestFixture.h"
+#include "ProgramManifests.h"
+#include "Table.h"
 #include "TestMain.h"
 
 #include <QtCore/QElapsedTimer>
@@ -12,7 +14,7 @@ namespace {
 
 QString line(const Finding& finding)
 {
-    return toText(finding.kind) + u": "_qs + finding.place + QLatin1Char(' ') + finding.what;
+    return toText(finding.kind) + u": "_qs + finding.place + u' ' + finding.what;
 }
 
 QStringList lines(const QVector<Finding>& findings)
@@ -31,27 +33,6 @@ QStringList namesOf(const TreeElements& elements)
         names << element.name;
     }
     return names;
-}
-
-QJsonObject without(QJsonObject element, const QString& key)
-{
-    element.remove(key);
-    return element;
-}
-
-QJsonObject stamped(const QJsonObject& element)
-{
-    return with(with(element, u"moduleName"_qs, u"M"_qs), u"objectName"_qs, u"O"_qs);
-}
-
-/// A node that a number of others lie below, each in the one before.
-QJsonObject chain(int length, const QJsonObject& last)
-{
-    QJsonObject element = last;
-    for (int i = 0; i < length; ++i) {
-        element = node(u"n"_qs, {element});
-    }
-    return element;
 }
 
 QJsonValue nested(int levels)
@@ -79,7 +60,7 @@ bool isOfName(const Finding& finding)
     return kinds.contains(finding.kind);
 }
 
-// Every element that its siblings or its own name keep from lookups has a finding of that, and no other one has.
+// An element has a finding about its name if and only if look-ups cannot reach it below its parent.
 void checkNames(const TreeElements& siblings, bool isParentReachable, const QVector<Finding>& findings)
 {
     for (const TreeElement& element : siblings) {
@@ -115,11 +96,11 @@ class tst_Findings : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void everyKindHasAWordOfItsOwn_data();
-    void everyKindHasAWordOfItsOwn();
+    void everyKindHasItsWord_data();
+    void everyKindHasItsWord();
     void onlyMissingChildrenAreNoDamage();
-    void findingsOfAManifest_data();
-    void findingsOfAManifest();
+    void findingNamesElementAndDamage_data();
+    void findingNamesElementAndDamage();
     void findingKnowsItsElement();
     void findingsDeepDownAreComparedQuickly();
     void findingOfNeitherManifestIsAdded();
@@ -127,51 +108,50 @@ private Q_SLOTS:
     void tooDeepIsWhatCannotBeLoaded_data();
     void tooDeepIsWhatCannotBeLoaded();
     void tooDeepIsReportedOncePerBranch();
-    void exampleHasTheKnownFindings_data();
-    void exampleHasTheKnownFindings();
+    void exampleHasKnownFindings_data();
+    void exampleHasKnownFindings();
 
-    void addedDamage_data();
-    void addedDamage();
+    void addedDamageIsToldFromOldDamage_data();
+    void addedDamageIsToldFromOldDamage();
     void damageAddedToManyElementsIsFoundQuickly();
-    void editAddsDamage_data();
-    void editAddsDamage();
+    void damageOfEditIsFound_data();
+    void damageOfEditIsFound();
 
-    void lostElementsOfTwoManifests_data();
-    void lostElementsOfTwoManifests();
-    void editLosesElements_data();
-    void editLosesElements();
-    void permutation_data();
-    void permutation();
+    void lostElementsAreFound_data();
+    void lostElementsAreFound();
+    void elementsLostByEditAreFound_data();
+    void elementsLostByEditAreFound();
+    void otherOrderAloneIsPermutation_data();
+    void otherOrderAloneIsPermutation();
     void sortThatNamesOneTwiceIsNoPermutation();
 
-    void typeOfAVocabularyKey_data();
-    void typeOfAVocabularyKey();
-    void typeOfAnyOtherKey_data();
-    void typeOfAnyOtherKey();
-    void typesOfElementsInAValue_data();
-    void typesOfElementsInAValue();
+    void vocabularyKeyHasOneType_data();
+    void vocabularyKeyHasOneType();
+    void otherKeyKeepsItsType_data();
+    void otherKeyKeepsItsType();
+    void elementsInValueHaveRightTypes_data();
+    void elementsInValueHaveRightTypes();
     void messageNamesBothTypesAndTheOption_data();
     void messageNamesBothTypesAndTheOption();
 };
 
-void tst_Findings::everyKindHasAWordOfItsOwn_data()
+void tst_Findings::everyKindHasItsWord_data()
 {
-    QTest::addColumn<FindingKind>("kind");
-    QTest::addColumn<QString>("word");
-    QTest::newRow("NoObject") << FindingKind::NoObject << u"no-object"_qs;
-    QTest::newRow("UnknownKind") << FindingKind::UnknownKind << u"unknown-kind"_qs;
-    QTest::newRow("NameMissing") << FindingKind::NameMissing << u"name-missing"_qs;
-    QTest::newRow("NameEmpty") << FindingKind::NameEmpty << u"name-empty"_qs;
-    QTest::newRow("NameNoText") << FindingKind::NameNoText << u"name-no-text"_qs;
-    QTest::newRow("NameWithSlash") << FindingKind::NameWithSlash << u"name-with-slash"_qs;
-    QTest::newRow("NameTaken") << FindingKind::NameTaken << u"name-taken"_qs;
-    QTest::newRow("ChildrenNoArray") << FindingKind::ChildrenNoArray << u"children-no-array"_qs;
-    QTest::newRow("ChildrenOfSelection") << FindingKind::ChildrenOfSelection << u"children-of-selection"_qs;
-    QTest::newRow("TooDeep") << FindingKind::TooDeep << u"too-deep"_qs;
-    QTest::newRow("NoChildren") << FindingKind::NoChildren << u"no-children"_qs;
+    const Table<FindingKind, QString> row("kind", "word");
+    row("NoObject", FindingKind::NoObject, u"no-object"_qs);
+    row("UnknownKind", FindingKind::UnknownKind, u"unknown-kind"_qs);
+    row("NameMissing", FindingKind::NameMissing, u"name-missing"_qs);
+    row("NameEmpty", FindingKind::NameEmpty, u"name-empty"_qs);
+    row("NameNoText", FindingKind::NameNoText, u"name-no-text"_qs);
+    row("NameWithSlash", FindingKind::NameWithSlash, u"name-with-slash"_qs);
+    row("NameTaken", FindingKind::NameTaken, u"name-taken"_qs);
+    row("ChildrenNoArray", FindingKind::ChildrenNoArray, u"children-no-array"_qs);
+    row("ChildrenOfSelection", FindingKind::ChildrenOfSelection, u"children-of-selection"_qs);
+    row("TooDeep", FindingKind::TooDeep, u"too-deep"_qs);
+    row("NoChildren", FindingKind::NoChildren, u"no-children"_qs);
 }
 
-void tst_Findings::everyKindHasAWordOfItsOwn()
+void tst_Findings::everyKindHasItsWord()
 {
     QFETCH(const FindingKind, kind);
     QFETCH(const QString, word);
@@ -188,13 +168,9 @@ void tst_Findings::onlyMissingChildrenAreNoDamage()
     }
 }
 
-void tst_Findings::findingsOfAManifest_data()
+void tst_Findings::findingNamesElementAndDamage_data()
 {
-    QTest::addColumn<QJsonArray>("manifest");
-    QTest::addColumn<QStringList>("findings");
-    const auto row = [](const char* name, const QJsonArray& manifest, const QStringList& findings) {
-        QTest::newRow(name) << manifest << findings;
-    };
+    const Table<QJsonArray, QStringList> row("manifest", "findings");
     row("nothing", {}, {});
     row("sound", network(), {});
     row("number", {1}, {u"no-object: position 0 of the top level is a number, not an element"_qs});
@@ -224,14 +200,10 @@ void tst_Findings::findingsOfAManifest_data()
         {u"name-with-slash: position 0 of the top level has the name 'a/b', of which a path makes several"_qs});
     row("selection with a slash", {selection(u"a/b"_qs)}, {});
     row("two of a name", {selection(u"x/a"_qs), selection(u"b"_qs), node(u"a"_qs, {selection(u"s"_qs)})},
-        {u"name-taken: position 2 of the top level answers to 'a', as its sibling at position 0 does, which is found "
-         u"instead"_qs});
+        {u"name-taken: position 2 of the top level answers to 'a', as its sibling at position 0 does, which is found instead"_qs});
     row("three of a name", {selection(u"a"_qs), selection(u"a"_qs), selection(u"a"_qs)},
-        {u"name-taken: position 1 of the top level answers to 'a', as its sibling at position 0 does, which is found "
-         u"instead"_qs,
-            u"name-taken: position 2 of the top level answers to 'a', as its sibling at position 0 does, which is "
-            u"found "
-            u"instead"_qs});
+        {u"name-taken: position 1 of the top level answers to 'a', as its sibling at position 0 does, which is found instead"_qs,
+            u"name-taken: position 2 of the top level answers to 'a', as its sibling at position 0 does, which is found instead"_qs});
     row("same name elsewhere", {node(u"a"_qs, {selection(u"a/a"_qs)}), node(u"b"_qs, {selection(u"b/a"_qs)})}, {});
     row("children that are an object", {with(node(u"a"_qs), u"substructure"_qs, node(u"b"_qs))},
         {u"children-no-array: 'a' has a 'substructure' that is an object, not an array"_qs});
@@ -250,12 +222,11 @@ void tst_Findings::findingsOfAManifest_data()
         {QJsonObject {{u"substructure"_qs, QJsonArray {node(u"a/b"_qs)}}}},
         {u"unknown-kind: position 0 of the top level has no 'selectionType'"_qs,
             u"name-missing: position 0 of the top level has no 'instanceName'"_qs,
-            u"name-with-slash: position 0 below position 0 of the top level has the name 'a/b', of which a path makes "
-            u"several"_qs,
+            u"name-with-slash: position 0 below position 0 of the top level has the name 'a/b', of which a path makes several"_qs,
             u"no-children: position 0 below position 0 of the top level is a node without children"_qs});
 }
 
-void tst_Findings::findingsOfAManifest()
+void tst_Findings::findingNamesElementAndDamage()
 {
     QFETCH(const QJsonArray, manifest);
     QFETCH(const QStringList, findings);
@@ -281,27 +252,9 @@ void tst_Findings::findingKnowsItsElement()
 void tst_Findings::everyUnreachableElementHasAReason()
 {
     std::mt19937 engine(1);
-    const auto below = [&](int bound) { return static_cast<int>(engine() % static_cast<uint>(bound)); };
-    const QVector<QJsonValue> names {
-        u"a"_qs, u"b"_qs, u"a/b"_qs, u"b/a"_qs, u""_qs, u"a/"_qs, u"/a"_qs, 1, QJsonValue()};
-    const std::function<QJsonArray(int)> children = [&](int depth) {
-        QJsonArray array;
-        for (int i = below(6); i > 0; --i) {
-            QJsonObject element = with(
-                below(2) == 0 ? node(u""_qs) : selection(u""_qs), u"instanceName"_qs, names.at(below(names.size())));
-            if (below(8) == 0) {
-                element.remove(below(2) == 0 ? u"selectionType"_qs : u"instanceName"_qs);
-            }
-            if (depth < 4) {
-                element.insert(u"substructure"_qs, children(depth + 1));
-            }
-            array.append(below(12) == 0 ? QJsonValue(1) : QJsonValue(element));
-        }
-        return array;
-    };
     int number = 0;
     for (int i = 0; i < 40; ++i) {
-        const TreeElements tree = treeOf(children(0));
+        const TreeElements tree = treeOf(oddlyNamed(engine));
         const QVector<Finding> findings = check(tree);
         checkNames(tree, true, findings);
         if (QTest::currentTestFailed()) {
@@ -314,25 +267,21 @@ void tst_Findings::everyUnreachableElementHasAReason()
 
 void tst_Findings::tooDeepIsWhatCannotBeLoaded_data()
 {
-    QTest::addColumn<QJsonArray>("manifest");
-    QTest::addColumn<bool>("isTooDeep");
+    const Table<QJsonArray, bool> row("manifest", "isTooDeep");
     const QJsonObject empty = with(node(u"n"_qs), u"substructure"_qs, QJsonArray());
-    QTest::newRow("512 elements") << QJsonArray {chain(511, selection(u"s"_qs))} << false;
-    QTest::newRow("with an empty array") << QJsonArray {chain(511, empty)} << true;
-    QTest::newRow("511 elements with an empty array") << QJsonArray {chain(510, empty)} << false;
-    QTest::newRow("513 elements") << QJsonArray {chain(512, selection(u"s"_qs))} << true;
-    QTest::newRow("array in the last") << QJsonArray {chain(511, with(selection(u"s"_qs), u"list"_qs, QJsonArray()))}
-                                       << true;
-    QTest::newRow("array in the last but one")
-        << QJsonArray {chain(510, with(selection(u"s"_qs), u"list"_qs, QJsonArray()))} << false;
-    QTest::newRow("deep member") << QJsonArray {with(selection(u"s"_qs), u"m"_qs, nested(1022))} << false;
-    QTest::newRow("too deep a member") << QJsonArray {with(selection(u"s"_qs), u"m"_qs, nested(1023))} << true;
-    QTest::newRow("deep array") << QJsonArray {nested(1023)} << false;
-    QTest::newRow("too deep an array") << QJsonArray {nested(1024)} << true;
-    QTest::newRow("deep children that are no array")
-        << QJsonArray {with(node(u"n"_qs), u"substructure"_qs, nested(1022).toObject())} << false;
-    QTest::newRow("too deep children that are no array")
-        << QJsonArray {with(node(u"n"_qs), u"substructure"_qs, QJsonObject {{u"k"_qs, nested(1022)}})} << true;
+    row("512 elements", chain(511, {selection(u"s"_qs)}), false);
+    row("with an empty array", chain(511, {empty}), true);
+    row("511 elements with an empty array", chain(510, {empty}), false);
+    row("513 elements", chain(512, {selection(u"s"_qs)}), true);
+    row("array in the last", chain(511, {with(selection(u"s"_qs), u"list"_qs, QJsonArray())}), true);
+    row("array in the last but one", chain(510, {with(selection(u"s"_qs), u"list"_qs, QJsonArray())}), false);
+    row("deep member", {with(selection(u"s"_qs), u"m"_qs, nested(1022))}, false);
+    row("too deep a member", {with(selection(u"s"_qs), u"m"_qs, nested(1023))}, true);
+    row("deep array", {nested(1023)}, false);
+    row("too deep an array", {nested(1024)}, true);
+    row("deep children that are no array", {with(node(u"n"_qs), u"substructure"_qs, nested(1022).toObject())}, false);
+    row("too deep children that are no array",
+        {with(node(u"n"_qs), u"substructure"_qs, QJsonObject {{u"k"_qs, nested(1022)}})}, true);
 }
 
 void tst_Findings::tooDeepIsWhatCannotBeLoaded()
@@ -348,8 +297,8 @@ void tst_Findings::tooDeepIsWhatCannotBeLoaded()
 
 void tst_Findings::tooDeepIsReportedOncePerBranch()
 {
-    const QJsonArray manifest {
-        chain(520, selection(u"s"_qs)), with(chain(515, selection(u"s"_qs)), u"instanceName"_qs, u"m"_qs)};
+    const QJsonArray manifest {chain(520, {selection(u"s"_qs)}).at(0),
+        with(chain(515, {selection(u"s"_qs)}).at(0).toObject(), u"instanceName"_qs, u"m"_qs)};
     const QVector<Finding> findings = check(manifest);
     QCOMPARE(findings.size(), 2);
     QCOMPARE(findings.at(0).kind, FindingKind::TooDeep);
@@ -357,19 +306,15 @@ void tst_Findings::tooDeepIsReportedOncePerBranch()
     QCOMPARE(findings.at(1).positions, QVector<int>({1}) + QVector<int>(511));
 }
 
-void tst_Findings::exampleHasTheKnownFindings_data()
+void tst_Findings::exampleHasKnownFindings_data()
 {
-    QTest::addColumn<QString>("scheme");
-    QTest::addColumn<QStringList>("findings");
-    QTest::newRow("configuration")
-        << u"configuration"_qs
-        << QStringList(
-               u"name-taken: position 5 of the top level answers to 'network', as its sibling at position 4 does, "
-               u"which is found instead"_qs);
-    QTest::newRow("process") << u"process"_qs << QStringList();
+    const Table<QString, QStringList> row("scheme", "findings");
+    row("configuration", u"configuration"_qs,
+        {u"name-taken: position 5 of the top level answers to 'network', as its sibling at position 4 does, which is found instead"_qs});
+    row("process", u"process"_qs, {});
 }
 
-void tst_Findings::exampleHasTheKnownFindings()
+void tst_Findings::exampleHasKnownFindings()
 {
     QFETCH(const QString, scheme);
     QFETCH(const QStringList, findings);
@@ -378,14 +323,9 @@ void tst_Findings::exampleHasTheKnownFindings()
     QCOMPARE(lines(check(arrayFrom(manifest.constData()))), findings);
 }
 
-void tst_Findings::addedDamage_data()
+void tst_Findings::addedDamageIsToldFromOldDamage_data()
 {
-    QTest::addColumn<QJsonArray>("before");
-    QTest::addColumn<QJsonArray>("after");
-    QTest::addColumn<QStringList>("words");
-    const auto row = [](const char* name, const QJsonArray& before, const QJsonArray& after, const QStringList& words) {
-        QTest::newRow(name) << before << after << words;
-    };
+    const Table<QJsonArray, QJsonArray, QStringList> row("before", "after", "words");
     const QJsonObject first = with(node(u"a"_qs), u"iconName"_qs, u"1"_qs);
     const QJsonObject second = with(node(u"a"_qs), u"iconName"_qs, u"2"_qs);
     const QJsonObject other = selection(u"b"_qs);
@@ -438,11 +378,11 @@ void tst_Findings::addedDamage_data()
     row("other children that are no array", {with(node(u"n"_qs), u"substructure"_qs, 1)},
         {with(node(u"n"_qs), u"substructure"_qs, 2)}, {u"children-no-array"_qs});
     row("empty node", {}, {node(u"n"_qs)}, {});
-    row("too deep", {chain(511, selection(u"s"_qs))}, {chain(512, selection(u"s"_qs))}, {u"too-deep"_qs});
-    row("too deep as before", {chain(512, selection(u"s"_qs))}, {chain(512, selection(u"t"_qs))}, {});
+    row("too deep", chain(511, {selection(u"s"_qs)}), chain(512, {selection(u"s"_qs)}), {u"too-deep"_qs});
+    row("too deep as before", chain(512, {selection(u"s"_qs)}), chain(512, {selection(u"t"_qs)}), {});
 }
 
-void tst_Findings::addedDamage()
+void tst_Findings::addedDamageIsToldFromOldDamage()
 {
     QFETCH(const QJsonArray, before);
     QFETCH(const QJsonArray, after);
@@ -475,36 +415,28 @@ void tst_Findings::damageAddedToManyElementsIsFoundQuickly()
     QCOMPARE(added(after, before).size(), 0);
     const qint64 comparison = timer.elapsed();
     qInfo("loaded in %lld ms, compared in %lld ms", load, comparison);
-    // What is quadratic takes hundreds of loads, and more than this.
+    // A quadratic algorithm takes as long as hundreds of loads.
     constexpr qint64 disturbance = 500;
     QVERIFY(comparison < 50 * load + disturbance);
 }
 
-void tst_Findings::editAddsDamage_data()
+void tst_Findings::damageOfEditIsFound_data()
 {
-    QTest::addColumn<Change>("change");
-    QTest::addColumn<QStringList>("added");
-    const auto row = [](const char* name, const Change& change, const QStringList& added) {
-        QTest::newRow(name) << change << added;
+    const Table<Change, QStringList> row("change", "added");
+    const auto set = [](const QString& path, const QString& key, const QString& value) -> Change {
+        return [=](Handler& handler) { return handler.setProperty(path, key, value, false); };
     };
-    row("key of a sound element",
-        [](Handler& handler) { return handler.setProperty(u"network/eth"_qs, u"iconName"_qs, u"x"_qs, false); }, {});
-    row("free name",
-        [](Handler& handler) { return handler.setProperty(u"users"_qs, u"instanceName"_qs, u"people"_qs, false); }, {});
-    row("taken name",
-        [](Handler& handler) { return handler.setProperty(u"users"_qs, u"instanceName"_qs, u"network"_qs, false); },
-        {u"name-taken: position 2 of the top level answers to 'network', as its sibling at position 1 does, which is "
-         u"found instead"_qs});
-    row("empty name",
-        [](Handler& handler) { return handler.setProperty(u"users"_qs, u"instanceName"_qs, u""_qs, false); },
+    row("key of a sound element", set(u"network/eth"_qs, u"iconName"_qs, u"x"_qs), {});
+    row("free name", set(u"users"_qs, u"instanceName"_qs, u"people"_qs), {});
+    row("taken name", set(u"users"_qs, u"instanceName"_qs, u"network"_qs),
+        {u"name-taken: position 2 of the top level answers to 'network', as its sibling at position 1 does, which is found instead"_qs});
+    row("empty name", set(u"users"_qs, u"instanceName"_qs, u""_qs),
         {u"name-empty: position 2 of the top level has an empty name"_qs});
-    row("name with a slash",
-        [](Handler& handler) { return handler.setProperty(u"users"_qs, u"instanceName"_qs, u"a/b"_qs, false); },
+    row("name with a slash", set(u"users"_qs, u"instanceName"_qs, u"a/b"_qs),
         {u"name-with-slash: position 2 of the top level has the name 'a/b', of which a path makes several"_qs});
     row("no name", [](Handler& handler) { return handler.removeProperty(u"users"_qs, u"instanceName"_qs, false); },
         {u"name-missing: position 2 of the top level has no 'instanceName'"_qs});
-    row("children",
-        [](Handler& handler) { return handler.setProperty(u"network"_qs, u"substructure"_qs, u"x"_qs, false); },
+    row("children", set(u"network"_qs, u"substructure"_qs, u"x"_qs),
         {u"children-no-array: 'network' has a 'substructure' that is a string, not an array"_qs});
     row("child below a selection", [](Handler& handler) { return handler.addNode(u"main/x"_qs, {}, -1, false); },
         {u"children-of-selection: 'main' is a selection with a child"_qs});
@@ -517,7 +449,7 @@ void tst_Findings::editAddsDamage_data()
             u"name-missing: position 1 of the top level has no 'instanceName'"_qs});
 }
 
-void tst_Findings::editAddsDamage()
+void tst_Findings::damageOfEditIsFound()
 {
     QFETCH(const Change, change);
     QFETCH(const QStringList, added);
@@ -528,15 +460,9 @@ void tst_Findings::editAddsDamage()
     QCOMPARE(lines(::added(network(), handler.getManifestJsonArray())), added);
 }
 
-void tst_Findings::lostElementsOfTwoManifests_data()
+void tst_Findings::lostElementsAreFound_data()
 {
-    QTest::addColumn<QJsonArray>("before");
-    QTest::addColumn<QJsonArray>("after");
-    QTest::addColumn<QVector<QVector<int>>>("edited");
-    QTest::addColumn<QStringList>("lost");
-    using Edited = QVector<QVector<int>>;
-    const auto row = [](const char* name, const QJsonArray& before, const QJsonArray& after, const Edited& edited,
-                         const QStringList& lost) { QTest::newRow(name) << before << after << edited << lost; };
+    const Table<QJsonArray, QJsonArray, QVector<QVector<int>>, QStringList> row("before", "after", "edited", "lost");
     const QJsonObject a = selection(u"a"_qs);
     const QJsonObject b = selection(u"b"_qs);
     row("nothing", network(), network(), {}, {});
@@ -570,7 +496,7 @@ void tst_Findings::lostElementsOfTwoManifests_data()
         {u"a"_qs});
 }
 
-void tst_Findings::lostElementsOfTwoManifests()
+void tst_Findings::lostElementsAreFound()
 {
     QFETCH(const QJsonArray, before);
     QFETCH(const QJsonArray, after);
@@ -579,50 +505,37 @@ void tst_Findings::lostElementsOfTwoManifests()
     QCOMPARE(namesOf(lostElements(before, after, edited)), lost);
 }
 
-void tst_Findings::editLosesElements_data()
+void tst_Findings::elementsLostByEditAreFound_data()
 {
-    QTest::addColumn<QString>("path");
-    QTest::addColumn<Change>("change");
-    QTest::addColumn<QStringList>("lost");
+    const Table<QString, Change, QStringList> row("path", "change", "lost");
     const QStringList children {u"network/eth"_qs, u"wlan"_qs, u"network/wlan/key"_qs};
     const QString path = u"network"_qs;
-    const auto row = [&](const char* name, const Change& change, const QStringList& lost) {
-        QTest::newRow(name) << path << change << lost;
+    const auto set = [=](const QString& key, const QVariant& value) -> Change {
+        return [=](Handler& handler) { return handler.setProperty(path, key, value, false); };
     };
-    row("key", [=](Handler& handler) { return handler.setProperty(path, u"iconName"_qs, u"x"_qs, false); }, {});
-    row("name", [=](Handler& handler) { return handler.setProperty(path, u"instanceName"_qs, u"x"_qs, false); }, {});
+    const QJsonArray others {selection(u"a"_qs), selection(u"b"_qs), selection(u"c"_qs)};
+    row("key", path, set(u"iconName"_qs, u"x"_qs), {});
+    row("name", path, set(u"instanceName"_qs, u"x"_qs), {});
+    row("children", path, set(u"substructure"_qs, u"x"_qs), children);
+    row("other children", path, set(u"substructure"_qs, others.toVariantList()), children);
     row(
-        "children", [=](Handler& handler) { return handler.setProperty(path, u"substructure"_qs, u"x"_qs, false); },
+        "no children", path, [=](Handler& handler) { return handler.removeProperty(path, u"substructure"_qs, false); },
         children);
-    row(
-        "other children",
-        [=](Handler& handler) {
-            return handler.setProperty(path, u"substructure"_qs,
-                QJsonArray {selection(u"a"_qs), selection(u"b"_qs), selection(u"c"_qs)}.toVariantList(), false);
-        },
-        children);
-    row(
-        "no children", [=](Handler& handler) { return handler.removeProperty(path, u"substructure"_qs, false); },
-        children);
-    row("description that keeps the children",
+    row("description that keeps the children", path,
         [=](Handler& handler) { return handler.updateNode(path, node(u"x"_qs), false, false); }, {});
     row(
-        "description with other children",
+        "description with other children", path,
         [=](Handler& handler) { return handler.updateNode(path, node(u"x"_qs), true, false); }, children);
-    QTest::newRow("deletion") << QString()
-                              << Change([=](Handler& handler) { return handler.deleteElement(path, false); })
-                              << QStringList(path) + children;
-    QTest::newRow("addition in front") << QString() << Change([](Handler& handler) {
-        return handler.addNode(u"x"_qs, {}, 0, false);
-    }) << QStringList();
-    QTest::newRow("addition below children that are no array")
-        << QString() << Change([](Handler& handler) { return handler.addNode(u"odd/x"_qs, {}, 0, false); })
-        << QStringList();
-    QTest::newRow("move") << QString() << Change([=](Handler& handler) { return handler.moveNode(path, 0, false); })
-                          << QStringList();
+    row(
+        "deletion", {}, [=](Handler& handler) { return handler.deleteElement(path, false); },
+        QStringList(path) + children);
+    row("addition in front", {}, [](Handler& handler) { return handler.addNode(u"x"_qs, {}, 0, false); }, {});
+    row("addition below children that are no array", {},
+        [](Handler& handler) { return handler.addNode(u"odd/x"_qs, {}, 0, false); }, {});
+    row("move", {}, [=](Handler& handler) { return handler.moveNode(path, 0, false); }, {});
 }
 
-void tst_Findings::editLosesElements()
+void tst_Findings::elementsLostByEditAreFound()
 {
     QFETCH(const QString, path);
     QFETCH(const Change, change);
@@ -641,14 +554,9 @@ void tst_Findings::editLosesElements()
     QCOMPARE(namesOf(lostElements(before, handler.getManifestJsonArray(), edited)), lost);
 }
 
-void tst_Findings::permutation_data()
+void tst_Findings::otherOrderAloneIsPermutation_data()
 {
-    QTest::addColumn<QJsonArray>("before");
-    QTest::addColumn<QJsonArray>("after");
-    QTest::addColumn<bool>("isPermutation");
-    const auto row = [](const char* name, const QJsonArray& before, const QJsonArray& after, bool isPermutation) {
-        QTest::newRow(name) << before << after << isPermutation;
-    };
+    const Table<QJsonArray, QJsonArray, bool> row("before", "after", "isPermutation");
     const QJsonObject a = selection(u"a"_qs);
     const QJsonObject b = selection(u"b"_qs);
     row("nothing", {}, {}, true);
@@ -667,7 +575,7 @@ void tst_Findings::permutation_data()
     row("no object made one", {1}, {QJsonObject()}, false);
 }
 
-void tst_Findings::permutation()
+void tst_Findings::otherOrderAloneIsPermutation()
 {
     QFETCH(const QJsonArray, before);
     QFETCH(const QJsonArray, after);
@@ -688,14 +596,11 @@ void tst_Findings::sortThatNamesOneTwiceIsNoPermutation()
     QCOMPARE(namesOf(lostElements(before, after)), QStringList(u"b"_qs));
 }
 
-void tst_Findings::typeOfAVocabularyKey_data()
+void tst_Findings::vocabularyKeyHasOneType_data()
 {
-    QTest::addColumn<QString>("key");
-    QTest::addColumn<QJsonValue>("value");
+    const Table<QString, QJsonValue> table("key", "value");
     const QJsonValue text(u"x"_qs);
-    const auto row = [](const char* key, const QJsonValue& value) {
-        QTest::newRow(key) << QLatin1String(key) + QString() << value;
-    };
+    const auto row = [&](const char* key, const QJsonValue& value) { table(key, QString::fromUtf8(key), value); };
     for (const char* const key : {"selectionType", "instanceName", "iconName", "dataSourceType", "closeMode", "uiJob",
              "labelTextId", "dataModel", "lastModified", "moduleName", "objectName", "bufferType", "dependencyFile",
              "dependencyFileExtern", "labelTextUrl", "templateType"}) {
@@ -709,40 +614,37 @@ void tst_Findings::typeOfAVocabularyKey_data()
     row("selectorTypeListEndpoint", QJsonArray());
 }
 
-void tst_Findings::typeOfAVocabularyKey()
+void tst_Findings::vocabularyKeyHasOneType()
 {
     QFETCH(const QString, key);
     QFETCH(const QJsonValue, value);
     const QVector<QJsonValue> values {QJsonValue(), true, 2, u"y"_qs, QJsonArray {1}, QJsonObject()};
     for (const QJsonValue& given : values) {
         const bool isRight = given.type() == value.type();
-        // Whatever is there now.
+        // The value that is there makes no difference.
         for (const QJsonValue& present : {QJsonValue(QJsonValue::Undefined), value, given}) {
             QCOMPARE(typeProblem(key, present, given).isNull(), isRight);
         }
     }
 }
 
-void tst_Findings::typeOfAnyOtherKey_data()
+void tst_Findings::otherKeyKeepsItsType_data()
 {
-    QTest::addColumn<QString>("key");
-    QTest::addColumn<QJsonValue>("present");
-    QTest::addColumn<QJsonValue>("given");
-    QTest::addColumn<bool>("isRight");
+    const Table<QString, QJsonValue, QJsonValue, bool> row("key", "present", "given", "isRight");
     const QJsonValue none(QJsonValue::Undefined);
-    QTest::newRow("new key") << u"own"_qs << none << QJsonValue(u"x"_qs) << true;
-    QTest::newRow("text for text") << u"own"_qs << QJsonValue(u""_qs) << QJsonValue(u"x"_qs) << true;
-    QTest::newRow("text for a number") << u"own"_qs << QJsonValue(1) << QJsonValue(u"1"_qs) << false;
-    QTest::newRow("number for a number") << u"own"_qs << QJsonValue(1) << QJsonValue(2.5) << true;
-    QTest::newRow("object for an array") << u"own"_qs << QJsonValue(QJsonArray()) << QJsonValue(QJsonObject()) << false;
-    QTest::newRow("null for a text") << u"own"_qs << QJsonValue(u"x"_qs) << QJsonValue() << false;
-    QTest::newRow("text for null") << u"own"_qs << QJsonValue() << QJsonValue(u"x"_qs) << false;
-    QTest::newRow("capitals make another key") << u"Hide"_qs << none << QJsonValue(u"true"_qs) << true;
-    QTest::newRow("key of any type") << u"tolmVersion"_qs << QJsonValue(1) << QJsonValue(u"1"_qs) << true;
-    QTest::newRow("other key of any type") << u"configurationVersion"_qs << QJsonValue(1) << QJsonValue(true) << true;
+    row("new key", u"own"_qs, none, u"x"_qs, true);
+    row("text for text", u"own"_qs, u""_qs, u"x"_qs, true);
+    row("text for a number", u"own"_qs, 1, u"1"_qs, false);
+    row("number for a number", u"own"_qs, 1, 2.5, true);
+    row("object for an array", u"own"_qs, QJsonArray(), QJsonObject(), false);
+    row("null for a text", u"own"_qs, u"x"_qs, {}, false);
+    row("text for null", u"own"_qs, {}, u"x"_qs, false);
+    row("capitals make another key", u"Hide"_qs, none, u"true"_qs, true);
+    row("key of any type", u"tolmVersion"_qs, 1, u"1"_qs, true);
+    row("other key of any type", u"configurationVersion"_qs, 1, true, true);
 }
 
-void tst_Findings::typeOfAnyOtherKey()
+void tst_Findings::otherKeyKeepsItsType()
 {
     QFETCH(const QString, key);
     QFETCH(const QJsonValue, present);
@@ -751,14 +653,9 @@ void tst_Findings::typeOfAnyOtherKey()
     QCOMPARE(typeProblem(key, present, given).isNull(), isRight);
 }
 
-void tst_Findings::typesOfElementsInAValue_data()
+void tst_Findings::elementsInValueHaveRightTypes_data()
 {
-    QTest::addColumn<QJsonArray>("present");
-    QTest::addColumn<QJsonArray>("given");
-    QTest::addColumn<QString>("message");
-    const auto row = [](const char* name, const QJsonArray& present, const QJsonArray& given, const QString& message) {
-        QTest::newRow(name) << present << given << message;
-    };
+    const Table<QJsonArray, QJsonArray, QString> row("present", "given", "message");
     const QJsonObject a = selection(u"a"_qs);
     const QJsonObject wrong = with(a, u"hide"_qs, u"true"_qs);
     const QString message = u"'hide' of the element 'a' takes a boolean, not a string"_qs;
@@ -774,7 +671,7 @@ void tst_Findings::typesOfElementsInAValue_data()
     row("another one wrong before", {with(selection(u"b"_qs), u"hide"_qs, u"true"_qs)}, {wrong}, message);
 }
 
-void tst_Findings::typesOfElementsInAValue()
+void tst_Findings::elementsInValueHaveRightTypes()
 {
     QFETCH(const QJsonArray, present);
     QFETCH(const QJsonArray, given);
@@ -785,20 +682,13 @@ void tst_Findings::typesOfElementsInAValue()
 
 void tst_Findings::messageNamesBothTypesAndTheOption_data()
 {
-    QTest::addColumn<QString>("key");
-    QTest::addColumn<QJsonValue>("present");
-    QTest::addColumn<QJsonValue>("given");
-    QTest::addColumn<QString>("message");
-    QTest::newRow("text for a boolean")
-        << u"hide"_qs << QJsonValue(true) << QJsonValue(u"true"_qs)
-        << u"'hide' takes a boolean, not a string; --json takes a value of another type "
-           u"than a string"_qs;
-    QTest::newRow("number for a text")
-        << u"iconName"_qs << QJsonValue(QJsonValue::Undefined) << QJsonValue(1)
-        << u"'iconName' takes a string, not a number; without --json the value is a string"_qs;
-    QTest::newRow("object for a list of the user's own")
-        << u"own"_qs << QJsonValue(QJsonArray()) << QJsonValue(QJsonObject())
-        << u"'own' takes an array, not an object; look at what --json was given"_qs;
+    const Table<QString, QJsonValue, QJsonValue, QString> row("key", "present", "given", "message");
+    row("text for a boolean", u"hide"_qs, true, u"true"_qs,
+        u"'hide' takes a boolean, not a string; --json takes a value of another type than a string"_qs);
+    row("number for a text", u"iconName"_qs, QJsonValue::Undefined, 1,
+        u"'iconName' takes a string, not a number; without --json the value is a string"_qs);
+    row("object for a list of the user's own", u"own"_qs, QJsonArray(), QJsonObject(),
+        u"'own' takes an array, not an object; look at what --json was given"_qs);
 }
 
 void tst_Findings::messageNamesBothTypesAndTheOption()
@@ -821,7 +711,7 @@ void tst_Findings::findingsDeepDownAreComparedQuickly()
         }
         siblings.append(last);
         for (int level = 0; level < levels; ++level) {
-            // Every level has a finding of its own as well.
+            // Every level adds a finding.
             siblings = {with(node(u"n"_qs, siblings), u"selectionType"_qs, u"other"_qs)};
         }
         return siblings;
@@ -836,7 +726,7 @@ void tst_Findings::findingsDeepDownAreComparedQuickly()
     QCOMPARE(added(before, after).size(), 2);
     const qint64 comparison = timer.elapsed();
     qInfo("loaded in %lld ms, compared in %lld ms", load, comparison);
-    // What looks at everything again for every level takes hundreds of loads, and more than this.
+    // An algorithm that visits all elements for each level takes as long as hundreds of loads.
     constexpr qint64 disturbance = 1000;
     QVERIFY(comparison < 20 * load + disturbance);
 }
@@ -853,7 +743,7 @@ void tst_Findings::findingOfNeitherManifestIsAdded()
     const QVector<Finding> findings = addedToBoth(healthy, healthy, treeOf(damaged));
     QCOMPARE(findings.size(), 1);
     QCOMPARE(findings.constFirst().kind, FindingKind::NoChildren);
-    // Twice is once more than either has.
+    // Two findings of a kind are one more than either manifest has.
     const QJsonArray twice {node(u"k"_qs, {empty}), node(u"l"_qs, {empty})};
     QCOMPARE(addedToBoth(damaged, damaged, treeOf(twice)).size(), 1);
 }

@@ -1,7 +1,9 @@
 #include "ManifestFixture.h"
 #include "Merge.h"
 #include "Pairing.h"
+#include "ProgramManifests.h"
 #include "RandomManifest.h"
+#include "Table.h"
 #include "TestMain.h"
 
 #include <QtCore/QElapsedTimer>
@@ -83,7 +85,7 @@ QStringList commonTo(const QStringList& names, const QStringList& others)
     return result;
 }
 
-/// Holds a merge of trees in which every element has a path against what each side has changed.
+/// Compares a merge with the changes of each side. Every element of the trees has a path.
 class LossCheck {
 public:
     LossCheck(const QJsonArray& base, const QJsonArray& mine, const QJsonArray& theirs, Decision decision)
@@ -110,7 +112,7 @@ public:
     }
 
 private:
-    // Whether a conflict is about an element, one above it or, of one that was removed, one below it.
+    // Whether a conflict concerns an element, one above it or one below it.
     bool isInConflict(const QString& path) const
     {
         return std::any_of(merged.conflicts.begin(), merged.conflicts.end(), [&](const MergeConflict& conflict) {
@@ -144,7 +146,7 @@ private:
         }
     }
 
-    // Whether an element that was removed is still there for what was below it, and was moved to a place in conflict.
+    // Whether a removed element has to stay because an element below it was moved, and that move is in conflict.
     bool hasKeptBelow(const QVector<ElementChange>& changes, const TreeElement& removed) const
     {
         return std::any_of(changes.begin(), changes.end(), [&](const ElementChange& change) {
@@ -164,7 +166,7 @@ private:
                 break;
             case ElementChange::MovedElsewhere:
                 expectWhole(side, *change.after);
-                // Where that is in conflict, it may have stayed.
+                // It stays if the move is in conflict.
                 expect(at(result, change.before->path) == nullptr || at(elements, change.before->path) != nullptr
                         || isInConflict(change.after->path),
                     side, change.before->path, "is still there");
@@ -232,7 +234,7 @@ private:
         }
     }
 
-    // Whatever is decided, an element that is in all three trees stays in one place.
+    // No decision loses an element that all three trees have.
     void checkWhatAllHave()
     {
         const Pairing toMine(baseTree, mineTree, Stamps::DoNotCount);
@@ -276,10 +278,10 @@ private Q_SLOTS:
 
 void tst_Merge::mergingObeysItsLaws_data()
 {
-    QTest::addColumn<RandomManifest::Names>("names");
+    const Table<RandomManifest::Names> row("names");
 
-    QTest::newRow("any names") << RandomManifest::Names::Any;
-    QTest::newRow("unique names") << RandomManifest::Names::Unique;
+    row("any names", RandomManifest::Names::Any);
+    row("unique names", RandomManifest::Names::Unique);
 }
 
 void tst_Merge::mergingObeysItsLaws()
@@ -308,8 +310,8 @@ void tst_Merge::mergingObeysItsLaws()
         expect("merge(A, B, A) = B", mergeOf(a, b, a), {b, {}});
         expect("merge(A, B, B) = B", mergeOf(a, b, b), {b, {}});
         const Outcome merged = mergeOf(a, b, c);
-        // Who repeats a merge, after a power cut for example, gets what he has. Of siblings of one name that is too much
-        // to ask: one that was added looks like one that was removed.
+        // A repeated merge changes nothing, for example after a power cut. That cannot hold for siblings of one name:
+        // an added one looks like a removed one.
         if (names == RandomManifest::Names::Unique) {
             for (const Decision decision : {Decision::Mine, Decision::Theirs}) {
                 const QJsonArray decided = mergeOf(a, b, c, decision).manifest;
@@ -348,10 +350,7 @@ void tst_Merge::nothingIsLostWithoutALine()
 
 void tst_Merge::whatBothSidesDidIsMerged_data()
 {
-    QTest::addColumn<QJsonArray>("base");
-    QTest::addColumn<QJsonArray>("mine");
-    QTest::addColumn<QJsonArray>("theirs");
-    QTest::addColumn<QJsonArray>("result");
+    const Table<QJsonArray, QJsonArray, QJsonArray, QJsonArray> row("base", "mine", "theirs", "result");
 
     const QJsonObject a = selection(u"a"_qs);
     const QJsonObject b = selection(u"b"_qs);
@@ -362,56 +361,54 @@ void tst_Merge::whatBothSidesDidIsMerged_data()
     const QString l = u"l"_qs;
     const auto n = [](const QJsonArray& children) { return node(u"n"_qs, children); };
     const auto m = [](const QJsonArray& children) { return node(u"m"_qs, children); };
-    const auto add = [](const char* name, const QJsonArray& base, const QJsonArray& mine, const QJsonArray& theirs,
-                         const QJsonArray& result) { QTest::newRow(name) << base << mine << theirs << result; };
 
-    add("different members of one element", {a}, {with(a, k, 1)}, {with(a, l, 2)}, {with(with(a, k, 1), l, 2)});
-    add("member removed and member changed", {with(with(a, k, 1), l, 1)}, {with(a, l, 1)}, {with(with(a, k, 1), l, 2)},
+    row("different members of one element", {a}, {with(a, k, 1)}, {with(a, l, 2)}, {with(with(a, k, 1), l, 2)});
+    row("member removed and member changed", {with(with(a, k, 1), l, 1)}, {with(a, l, 1)}, {with(with(a, k, 1), l, 2)},
         {with(a, l, 2)});
-    add("the same change", {a}, {with(a, k, 1)}, {with(a, k, 1)}, {with(a, k, 1)});
-    add("additions of both", {a}, {a, x}, {a, y}, {a, x, y});
-    add("the same addition", {a}, {a, x}, {x, a}, {x, a});
-    add("additions behind different elements", {a, b}, {a, x, b}, {a, b, y}, {a, x, b, y});
-    add("addition before all others", {a}, {x, a}, {with(a, k, 1)}, {x, with(a, k, 1)});
-    add("addition in an element that the other changed", {n({a})}, {n({a, x})}, {with(n({a}), k, 1)},
+    row("the same change", {a}, {with(a, k, 1)}, {with(a, k, 1)}, {with(a, k, 1)});
+    row("additions of both", {a}, {a, x}, {a, y}, {a, x, y});
+    row("the same addition", {a}, {a, x}, {x, a}, {x, a});
+    row("additions behind different elements", {a, b}, {a, x, b}, {a, b, y}, {a, x, b, y});
+    row("addition before all others", {a}, {x, a}, {with(a, k, 1)}, {x, with(a, k, 1)});
+    row("addition in an element that the other changed", {n({a})}, {n({a, x})}, {with(n({a}), k, 1)},
         {with(n({a, x}), k, 1)});
-    add("addition behind a removed element", {a, b}, {a, x, b}, {b}, {x, b});
-    add("removals of both", {a, b, c}, {b, c}, {a, b}, {b});
-    add("removal of what the other left alone", {a, b}, {a}, {a, b, c}, {a, c});
-    add("removal of a node that the other left alone", {n({a, b}), c}, {c}, {n({a, b}), with(c, k, 1)},
+    row("addition behind a removed element", {a, b}, {a, x, b}, {b}, {x, b});
+    row("removals of both", {a, b, c}, {b, c}, {a, b}, {b});
+    row("removal of what the other left alone", {a, b}, {a}, {a, b, c}, {a, c});
+    row("removal of a node that the other left alone", {n({a, b}), c}, {c}, {n({a, b}), with(c, k, 1)},
         {with(c, k, 1)});
-    add("removal by mine", {a, b}, {a}, {with(a, k, 1), b}, {with(a, k, 1)});
-    add("order of mine", {a, b, c}, {c, a, b}, {a, with(b, k, 1), c}, {c, a, with(b, k, 1)});
-    add("order of new", {a, b, c}, {a, with(b, k, 1), c}, {c, a, b}, {c, a, with(b, k, 1)});
-    add("the same order", {a, b, c}, {c, b, a}, {c, b, a}, {c, b, a});
-    add("order of mine with an addition of new", {a, b}, {b, a}, {a, x, b}, {b, a, x});
-    add("order of what is left", {a, b, c}, {c, b, a}, {c, a}, {c, a});
-    add("move to another parent by mine", {n({a, b}), m({c})}, {n({b}), m({c, a})}, {n({a, with(b, k, 1)}), m({c})},
+    row("removal by mine", {a, b}, {a}, {with(a, k, 1), b}, {with(a, k, 1)});
+    row("order of mine", {a, b, c}, {c, a, b}, {a, with(b, k, 1), c}, {c, a, with(b, k, 1)});
+    row("order of new", {a, b, c}, {a, with(b, k, 1), c}, {c, a, b}, {c, a, with(b, k, 1)});
+    row("the same order", {a, b, c}, {c, b, a}, {c, b, a}, {c, b, a});
+    row("order of mine with an addition of new", {a, b}, {b, a}, {a, x, b}, {b, a, x});
+    row("order of what is left", {a, b, c}, {c, b, a}, {c, a}, {c, a});
+    row("move to another parent by mine", {n({a, b}), m({c})}, {n({b}), m({c, a})}, {n({a, with(b, k, 1)}), m({c})},
         {n({with(b, k, 1)}), m({c, a})});
-    add("move to another parent by new", {n({a, b}), m({c})}, {n({a, with(b, k, 1)}), m({c})}, {n({b}), m({c, a})},
+    row("move to another parent by new", {n({a, b}), m({c})}, {n({a, with(b, k, 1)}), m({c})}, {n({b}), m({c, a})},
         {n({with(b, k, 1)}), m({c, a})});
-    add("the same move to another parent", {n({a, b}), m({c})}, {n({b}), m({c, a})}, {n({b}), m({a, c})},
+    row("the same move to another parent", {n({a, b}), m({c})}, {n({b}), m({c, a})}, {n({b}), m({a, c})},
         {n({b}), m({a, c})});
-    add("move of what the other removed", {n({a, b}), m({c})}, {n({b}), m({c, a})}, {n({b}), m({c})},
+    row("move of what the other removed", {n({a, b}), m({c})}, {n({b}), m({c, a})}, {n({b}), m({c})},
         {n({b}), m({c, a})});
-    add("move out of what the other removed", {n({a}), m({c})}, {n({}), m({c, a})}, {m({c})}, {m({c, a})});
-    add("move to one of two places that the other has", {a, n({}), m({})}, {n({}), m({a})}, {n({a}), m({a})},
+    row("move out of what the other removed", {n({a}), m({c})}, {n({}), m({c, a})}, {m({c})}, {m({c, a})});
+    row("move to one of two places that the other has", {a, n({}), m({})}, {n({}), m({a})}, {n({a}), m({a})},
         {n({a}), m({a})});
-    add("children of a node that had none", {node(u"n"_qs)}, {n({a})}, {with(node(u"n"_qs), k, 1)},
+    row("children of a node that had none", {node(u"n"_qs)}, {n({a})}, {with(node(u"n"_qs), k, 1)},
         {with(n({a}), k, 1)});
-    add("array of no children, unset by new", {n({})}, {n({})}, {node(u"n"_qs)}, {node(u"n"_qs)});
-    add("last children removed by both sides", {n({a, b})}, {n({b})}, {n({a})}, {n({})});
-    add("twins of which mine removed the second", {a, a}, {a}, {with(a, k, 1), a}, {with(a, k, 1)});
-    add("twin added by both", {a}, {a, a}, {a, a}, {a, a});
-    add("foreign items", {1, a}, {1, a}, {2, a}, {2, a});
-    add("foreign item of mine", {1, a}, {3, with(a, k, 1)}, {1, a}, {3, with(a, k, 1)});
-    add("elements without names", {QJsonObject {{k, 1}}}, {QJsonObject {{k, 1}, {l, 1}}}, {QJsonObject {{k, 2}}},
+    row("array of no children, unset by new", {n({})}, {n({})}, {node(u"n"_qs)}, {node(u"n"_qs)});
+    row("last children removed by both sides", {n({a, b})}, {n({b})}, {n({a})}, {n({})});
+    row("twins of which mine removed the second", {a, a}, {a}, {with(a, k, 1), a}, {with(a, k, 1)});
+    row("twin added by both", {a}, {a, a}, {a, a}, {a, a});
+    row("foreign items", {1, a}, {1, a}, {2, a}, {2, a});
+    row("foreign item of mine", {1, a}, {3, with(a, k, 1)}, {1, a}, {3, with(a, k, 1)});
+    row("elements without names", {QJsonObject {{k, 1}}}, {QJsonObject {{k, 1}, {l, 1}}}, {QJsonObject {{k, 2}}},
         {QJsonObject {{k, 2}, {l, 1}}});
-    add("children that are no array", {with(node(u"n"_qs), u"substructure"_qs, 1)},
+    row("children that are no array", {with(node(u"n"_qs), u"substructure"_qs, 1)},
         {with(with(node(u"n"_qs), u"substructure"_qs, 1), k, 1)}, {with(node(u"n"_qs), u"substructure"_qs, 2)},
         {with(with(node(u"n"_qs), u"substructure"_qs, 2), k, 1)});
-    add("everything new", {}, {}, {a, n({b})}, {a, n({b})});
-    add("nothing left", {a, b}, {a, b}, {}, {});
+    row("everything new", {}, {}, {a, n({b})}, {a, n({b})});
+    row("nothing left", {a, b}, {a, b}, {}, {});
 }
 
 void tst_Merge::whatBothSidesDidIsMerged()
@@ -430,13 +427,8 @@ void tst_Merge::whatBothSidesDidIsMerged()
 
 void tst_Merge::conflictsAreToldAndDecided_data()
 {
-    QTest::addColumn<QJsonArray>("base");
-    QTest::addColumn<QJsonArray>("mine");
-    QTest::addColumn<QJsonArray>("theirs");
-    QTest::addColumn<QStringList>("conflicts");
-    QTest::addColumn<QByteArray>("json");
-    QTest::addColumn<QJsonArray>("forMine");
-    QTest::addColumn<QJsonArray>("forTheirs");
+    const Table<QJsonArray, QJsonArray, QJsonArray, QStringList, QByteArray, QJsonArray, QJsonArray> row(
+        "base", "mine", "theirs", "conflicts", "json", "forMine", "forTheirs");
 
     const QJsonObject a = selection(u"a"_qs);
     const QJsonObject b = selection(u"b"_qs);
@@ -448,140 +440,113 @@ void tst_Merge::conflictsAreToldAndDecided_data()
     const QString asText = u"{\"instanceName\":\"a\",\"selectionType\":\"Selection\"}"_qs;
     const QString asChangedText = u"{\"instanceName\":\"a\",\"k\":1,\"selectionType\":\"Selection\"}"_qs;
 
-    QTest::newRow("one value") << QJsonArray {with(a, k, 0)} << QJsonArray {with(a, k, 1)} << QJsonArray {with(a, k, 2)}
-                               << QStringList(u"selection 'a', k: base 0, mine 1, new 2"_qs)
-                               << QByteArray("[{\"base\":0,\"conflict\":\"value\",\"element\":\"selection 'a'\","
-                                             "\"key\":\"k\",\"mine\":1,\"new\":2}]")
-                               << QJsonArray {with(a, k, 1)} << QJsonArray {with(a, k, 2)};
-    QTest::newRow("value of a key that the base has not")
-        << QJsonArray {a} << QJsonArray {with(a, k, 1)} << QJsonArray {with(a, k, QJsonValue::Null)}
-        << QStringList(u"selection 'a', k: base nothing, mine 1, new null"_qs)
-        << QByteArray("[{\"conflict\":\"value\",\"element\":\"selection 'a'\",\"key\":\"k\",\"mine\":1,\"new\":null}]")
-        << QJsonArray {with(a, k, 1)} << QJsonArray {with(a, k, QJsonValue::Null)};
-    QTest::newRow("value of a key without a letter")
-        << QJsonArray {a} << QJsonArray {with(a, u""_qs, 1)} << QJsonArray {with(a, u""_qs, 2)}
-        << QStringList(u"selection 'a', \"\": base nothing, mine 1, new 2"_qs)
-        << QByteArray("[{\"conflict\":\"value\",\"element\":\"selection 'a'\",\"key\":\"\",\"mine\":1,\"new\":2}]")
-        << QJsonArray {with(a, u""_qs, 1)} << QJsonArray {with(a, u""_qs, 2)};
-    QTest::newRow("value changed and unset")
-        << QJsonArray {with(a, k, 0)} << QJsonArray {a} << QJsonArray {with(a, k, 2)}
-        << QStringList(u"selection 'a', k: base 0, mine nothing, new 2"_qs)
-        << QByteArray("[{\"base\":0,\"conflict\":\"value\",\"element\":\"selection 'a'\",\"key\":\"k\",\"new\":2}]")
-        << QJsonArray {a} << QJsonArray {with(a, k, 2)};
-    QTest::newRow("one name added twice")
-        << QJsonArray {} << QJsonArray {with(a, k, 1)} << QJsonArray {with(a, k, 2)}
-        << QStringList(u"selection 'a', k: base nothing, mine 1, new 2"_qs)
-        << QByteArray("[{\"conflict\":\"value\",\"element\":\"selection 'a'\",\"key\":\"k\",\"mine\":1,\"new\":2}]")
-        << QJsonArray {with(a, k, 1)} << QJsonArray {with(a, k, 2)};
-    QTest::newRow("foreign item") << QJsonArray {0} << QJsonArray {1} << QJsonArray {2}
-                                  << QStringList(u"no object at position 0 of the top level: base 0, mine 1, new 2"_qs)
-                                  << QByteArray("[{\"base\":0,\"conflict\":\"value\",\"element\":\"no object at "
-                                                "position 0 of the top level\",\"mine\":1,\"new\":2}]")
-                                  << QJsonArray {1} << QJsonArray {2};
-    QTest::newRow("removed by mine, changed by new")
-        << QJsonArray {a, b} << QJsonArray {b} << QJsonArray {with(a, k, 1), b}
-        << QStringList(QString(u"selection 'a', removed by mine, changed by new: base "_qs + asText
-               + u", mine nothing, new "_qs + asChangedText))
-        << QByteArray("[{\"base\":" + asText.toUtf8()
-               + ",\"by\":\"mine\",\"conflict\":\"removed\",\"element\":\"selection 'a'\",\"new\":"
-               + asChangedText.toUtf8() + "}]")
-        << QJsonArray {b} << QJsonArray {with(a, k, 1), b};
-    QTest::newRow("removed by new, changed by mine")
-        << QJsonArray {a, b} << QJsonArray {with(a, k, 1), b} << QJsonArray {b}
-        << QStringList(QString(u"selection 'a', removed by new, changed by mine: base "_qs + asText + u", mine "_qs
-               + asChangedText + u", new nothing"_qs))
-        << QByteArray("[{\"base\":" + asText.toUtf8()
-               + ",\"by\":\"new\",\"conflict\":\"removed\",\"element\":\"selection 'a'\",\"mine\":"
-               + asChangedText.toUtf8() + "}]")
-        << QJsonArray {with(a, k, 1), b} << QJsonArray {b};
-    QTest::newRow("node removed with a child that the other changed")
-        << QJsonArray {n({a, b}), c} << QJsonArray {n({with(a, k, 1), b}), c} << QJsonArray {c}
-        << QStringList(QString(u"selection 'n/a', removed by new, changed by mine: base "_qs + asText + u", mine "_qs
-               + asChangedText + u", new nothing"_qs))
-        << QByteArray() << QJsonArray {n({with(a, k, 1)}), c} << QJsonArray {c};
-    QTest::newRow("node removed to which the other added a child")
-        << QJsonArray {n({}), c} << QJsonArray {c} << QJsonArray {n({a}), c}
-        << QStringList(QString(u"node 'n', removed by mine, changed by new: base "
-                               "{\"instanceName\":\"n\",\"selectionType\":\"Node\",\"substructure\":[]}, mine nothing, "
-                               "new {\"instanceName\":\"n\",\"selectionType\":\"Node\",\"substructure\":["_qs
-               + asText + u"]}"_qs))
-        << QByteArray() << QJsonArray {c} << QJsonArray {n({a}), c};
-    const QString ab = u"[{\"instanceName\":\"a\",\"selectionType\":\"Selection\"},{\"instanceName\":\"b\","
-                       "\"selectionType\":\"Selection\"}]"_qs;
-    const QString ba = u"[{\"instanceName\":\"b\",\"selectionType\":\"Selection\"},{\"instanceName\":\"a\","
-                       "\"selectionType\":\"Selection\"}]"_qs;
+    row("one value", {with(a, k, 0)}, {with(a, k, 1)}, {with(a, k, 2)}, {u"selection 'a', k: base 0, mine 1, new 2"_qs},
+        "[{\"base\":0,\"conflict\":\"value\",\"element\":\"selection 'a'\",\"key\":\"k\",\"mine\":1,\"new\":2}]",
+        {with(a, k, 1)}, {with(a, k, 2)});
+    row("value of a key that the base has not", {a}, {with(a, k, 1)}, {with(a, k, QJsonValue::Null)},
+        {u"selection 'a', k: base nothing, mine 1, new null"_qs},
+        "[{\"conflict\":\"value\",\"element\":\"selection 'a'\",\"key\":\"k\",\"mine\":1,\"new\":null}]",
+        {with(a, k, 1)}, {with(a, k, QJsonValue::Null)});
+    row("value of a key without a letter", {a}, {with(a, u""_qs, 1)}, {with(a, u""_qs, 2)},
+        {u"selection 'a', \"\": base nothing, mine 1, new 2"_qs},
+        "[{\"conflict\":\"value\",\"element\":\"selection 'a'\",\"key\":\"\",\"mine\":1,\"new\":2}]",
+        {with(a, u""_qs, 1)}, {with(a, u""_qs, 2)});
+    row("value changed and unset", {with(a, k, 0)}, {a}, {with(a, k, 2)},
+        {u"selection 'a', k: base 0, mine nothing, new 2"_qs},
+        "[{\"base\":0,\"conflict\":\"value\",\"element\":\"selection 'a'\",\"key\":\"k\",\"new\":2}]", {a},
+        {with(a, k, 2)});
+    row("one name added twice", {}, {with(a, k, 1)}, {with(a, k, 2)},
+        {u"selection 'a', k: base nothing, mine 1, new 2"_qs},
+        "[{\"conflict\":\"value\",\"element\":\"selection 'a'\",\"key\":\"k\",\"mine\":1,\"new\":2}]", {with(a, k, 1)},
+        {with(a, k, 2)});
+    row("foreign item", {0}, {1}, {2}, {u"no object at position 0 of the top level: base 0, mine 1, new 2"_qs},
+        "[{\"base\":0,\"conflict\":\"value\",\"element\":\"no object at position 0 of the top "
+        "level\",\"mine\":1,\"new\":2}]",
+        {1}, {2});
+    row("removed by mine, changed by new", {a, b}, {b}, {with(a, k, 1), b},
+        {QString(u"selection 'a', removed by mine, changed by new: base "_qs + asText + u", mine nothing, new "_qs
+            + asChangedText)},
+        "[{\"base\":" + asText.toUtf8()
+            + ",\"by\":\"mine\",\"conflict\":\"removed\",\"element\":\"selection 'a'\",\"new\":"
+            + asChangedText.toUtf8() + "}]",
+        {b}, {with(a, k, 1), b});
+    row("removed by new, changed by mine", {a, b}, {with(a, k, 1), b}, {b},
+        {QString(u"selection 'a', removed by new, changed by mine: base "_qs + asText + u", mine "_qs + asChangedText
+            + u", new nothing"_qs)},
+        "[{\"base\":" + asText.toUtf8()
+            + ",\"by\":\"new\",\"conflict\":\"removed\",\"element\":\"selection 'a'\",\"mine\":"
+            + asChangedText.toUtf8() + "}]",
+        {with(a, k, 1), b}, {b});
+    row("node removed with a child that the other changed", {n({a, b}), c}, {n({with(a, k, 1), b}), c}, {c},
+        {QString(u"selection 'n/a', removed by new, changed by mine: base "_qs + asText + u", mine "_qs + asChangedText
+            + u", new nothing"_qs)},
+        {}, {n({with(a, k, 1)}), c}, {c});
+    row("node removed to which the other added a child", {n({}), c}, {c}, {n({a}), c},
+        {QString(
+            u"node 'n', removed by mine, changed by new: base {\"instanceName\":\"n\",\"selectionType\":\"Node\",\"substructure\":[]}, mine nothing, new {\"instanceName\":\"n\",\"selectionType\":\"Node\",\"substructure\":["_qs
+            + asText + u"]}"_qs)},
+        {}, {c}, {n({a}), c});
+    const QString ab =
+        u"[{\"instanceName\":\"a\",\"selectionType\":\"Selection\"},{\"instanceName\":\"b\",\"selectionType\":\"Selection\"}]"_qs;
+    const QString ba =
+        u"[{\"instanceName\":\"b\",\"selectionType\":\"Selection\"},{\"instanceName\":\"a\",\"selectionType\":\"Selection\"}]"_qs;
     const QString nodeText = u"{\"instanceName\":\"n\",\"selectionType\":\"Node\",\"substructure\":%1}"_qs;
-    QTest::newRow("node removed of which the other reordered the children")
-        << QJsonArray {n({a, b}), c} << QJsonArray {n({b, a}), c} << QJsonArray {c}
-        << QStringList(QString(u"node 'n', removed by new, changed by mine: base "_qs + nodeText.arg(ab) + u", mine "_qs
-               + nodeText.arg(ba) + u", new nothing"_qs))
-        << QByteArray() << QJsonArray {n({b, a}), c} << QJsonArray {c};
-    QTest::newRow("moved by mine, changed by new")
-        << QJsonArray {n({a}), m({c})} << QJsonArray {n({}), m({c, a})} << QJsonArray {n({with(a, k, 1)}), m({c})}
-        << QStringList(QString(u"selection 'n/a', moved to 'm/a' by mine, changed by new: base "_qs + asText
-               + u", mine "_qs + asText + u", new "_qs + asChangedText))
-        << QByteArray("[{\"base\":" + asText.toUtf8()
-               + ",\"by\":\"mine\",\"conflict\":\"moved\",\"element\":\"selection 'n/a'\",\"mine\":" + asText.toUtf8()
-               + ",\"movedTo\":\"'m/a'\",\"new\":" + asChangedText.toUtf8() + "}]")
-        << QJsonArray {n({}), m({c, a})} << QJsonArray {n({with(a, k, 1)}), m({c})};
-    QTest::newRow("moved by mine, children reordered by new")
-        << QJsonArray {n({a, b}), m({c})} << QJsonArray {m({c, n({a, b})})} << QJsonArray {n({b, a}), m({c})}
-        << QStringList(QString(u"node 'n', moved to 'm/n' by mine, changed by new: base "_qs + nodeText.arg(ab)
-               + u", mine "_qs + nodeText.arg(ab) + u", new "_qs + nodeText.arg(ba)))
-        << QByteArray() << QJsonArray {m({c, n({a, b})})} << QJsonArray {n({b, a}), m({c})};
-    QTest::newRow("moved by new, changed by mine")
-        << QJsonArray {n({a}), m({c})} << QJsonArray {n({with(a, k, 1)}), m({c})} << QJsonArray {n({}), m({c, a})}
-        << QStringList(QString(u"selection 'n/a', moved to 'm/a' by new, changed by mine: base "_qs + asText
-               + u", mine "_qs + asChangedText + u", new "_qs + asText))
-        << QByteArray() << QJsonArray {n({with(a, k, 1)}), m({c})} << QJsonArray {n({}), m({c, a})};
-    QTest::newRow("moved by new, children reordered by mine")
-        << QJsonArray {n({a, b}), m({c})} << QJsonArray {n({b, a}), m({c})} << QJsonArray {m({c, n({a, b})})}
-        << QStringList(QString(u"node 'n', moved to 'm/n' by new, changed by mine: base "_qs + nodeText.arg(ab)
-               + u", mine "_qs + nodeText.arg(ba) + u", new "_qs + nodeText.arg(ab)))
-        << QByteArray() << QJsonArray {n({b, a}), m({c})} << QJsonArray {m({c, n({a, b})})};
-    QTest::newRow("moved to two places")
-        << QJsonArray {n({a}), m({c}), x} << QJsonArray {n({}), m({c, a}), x} << QJsonArray {n({}), m({c}), a, x}
-        << QStringList(QString(u"selection 'n/a', moved to 'a' by new, to 'm/a' by mine: base "_qs + asText
-               + u", mine "_qs + asText + u", new "_qs + asText))
-        << QByteArray("[{\"base\":" + asText.toUtf8()
-               + ",\"by\":\"new\",\"conflict\":\"moved\",\"element\":\"selection 'n/a'\",\"mine\":" + asText.toUtf8()
-               + ",\"movedTo\":\"'a'\",\"new\":" + asText.toUtf8() + ",\"otherMovedTo\":\"'m/a'\"}]")
-        << QJsonArray {n({}), m({c, a}), x} << QJsonArray {n({}), m({c}), a, x};
-    QTest::newRow("moved into what the other removed")
-        << QJsonArray {a, n({c}), x} << QJsonArray {n({c, a}), x} << QJsonArray {a, x}
-        << QStringList(QString(u"node 'n', removed by new, changed by mine: base "_qs
-               + nodeText.arg(u"[{\"instanceName\":\"c\",\"selectionType\":\"Selection\"}]"_qs) + u", mine "_qs
-               + nodeText.arg(u"[{\"instanceName\":\"c\",\"selectionType\":\"Selection\"},{\"instanceName\":\"a\","
-                              "\"selectionType\":\"Selection\"}]"_qs)
-               + u", new nothing"_qs))
-        << QByteArray() << QJsonArray {n({c, a}), x} << QJsonArray {a, x};
-    QTest::newRow("moved into what the other moved")
-        << QJsonArray {a, n({c}), m({x})} << QJsonArray {n({c, a}), m({x})} << QJsonArray {a, m({x, n({c})})}
-        << QStringList(QString(u"node 'n', moved to 'm/n' by new, changed by mine: base "_qs
-               + nodeText.arg(u"[{\"instanceName\":\"c\",\"selectionType\":\"Selection\"}]"_qs) + u", mine "_qs
-               + nodeText.arg(u"[{\"instanceName\":\"c\",\"selectionType\":\"Selection\"},{\"instanceName\":\"a\","
-                              "\"selectionType\":\"Selection\"}]"_qs)
-               + u", new "_qs + nodeText.arg(u"[{\"instanceName\":\"c\",\"selectionType\":\"Selection\"}]"_qs)))
-        << QByteArray() << QJsonArray {n({c, a}), m({x})} << QJsonArray {a, m({x, n({c})})};
-    QTest::newRow("order") << QJsonArray {a, b, c} << QJsonArray {c, a, b} << QJsonArray {b, a, c}
-                           << QStringList(
-                                  u"order of the top level: base [\"a\",\"b\",\"c\"], mine [\"c\",\"a\",\"b\"], "
-                                  "new [\"b\",\"a\",\"c\"]"_qs)
-                           << QByteArray("[{\"base\":[\"a\",\"b\",\"c\"],\"conflict\":\"order\",\"element\":null,"
-                                         "\"mine\":[\"c\",\"a\",\"b\"],\"new\":[\"b\",\"a\",\"c\"]}]")
-                           << QJsonArray {c, a, b} << QJsonArray {b, a, c};
-    QTest::newRow("order of children, with an addition")
-        << QJsonArray {n({a, b, c})} << QJsonArray {n({c, a, b, x})} << QJsonArray {n({b, a, c})}
-        << QStringList(u"order of the children of node 'n': base [\"a\",\"b\",\"c\"], mine [\"c\",\"a\",\"b\"], "
-                       "new [\"b\",\"a\",\"c\"]"_qs)
-        << QByteArray() << QJsonArray {n({c, a, b, x})} << QJsonArray {n({b, x, a, c})};
-    QTest::newRow("twins of which each side changed one after mine removed the first")
-        << QJsonArray {with(a, k, 1), with(a, k, 2)} << QJsonArray {with(a, k, 2)}
-        << QJsonArray {with(a, k, 1), with(a, k, 3)}
-        << QStringList(u"selection at position 1 of the top level, removed by mine, changed by new: base "
-                       "{\"instanceName\":\"a\",\"k\":2,\"selectionType\":\"Selection\"}, mine nothing, new "
-                       "{\"instanceName\":\"a\",\"k\":3,\"selectionType\":\"Selection\"}"_qs)
-        << QByteArray() << QJsonArray {with(a, k, 2)} << QJsonArray {with(a, k, 2), with(a, k, 3)};
+    row("node removed of which the other reordered the children", {n({a, b}), c}, {n({b, a}), c}, {c},
+        {QString(u"node 'n', removed by new, changed by mine: base "_qs + nodeText.arg(ab) + u", mine "_qs
+            + nodeText.arg(ba) + u", new nothing"_qs)},
+        {}, {n({b, a}), c}, {c});
+    row("moved by mine, changed by new", {n({a}), m({c})}, {n({}), m({c, a})}, {n({with(a, k, 1)}), m({c})},
+        {QString(u"selection 'n/a', moved to 'm/a' by mine, changed by new: base "_qs + asText + u", mine "_qs + asText
+            + u", new "_qs + asChangedText)},
+        "[{\"base\":" + asText.toUtf8()
+            + ",\"by\":\"mine\",\"conflict\":\"moved\",\"element\":\"selection 'n/a'\",\"mine\":" + asText.toUtf8()
+            + ",\"movedTo\":\"'m/a'\",\"new\":" + asChangedText.toUtf8() + "}]",
+        {n({}), m({c, a})}, {n({with(a, k, 1)}), m({c})});
+    row("moved by mine, children reordered by new", {n({a, b}), m({c})}, {m({c, n({a, b})})}, {n({b, a}), m({c})},
+        {QString(u"node 'n', moved to 'm/n' by mine, changed by new: base "_qs + nodeText.arg(ab) + u", mine "_qs
+            + nodeText.arg(ab) + u", new "_qs + nodeText.arg(ba))},
+        {}, {m({c, n({a, b})})}, {n({b, a}), m({c})});
+    row("moved by new, changed by mine", {n({a}), m({c})}, {n({with(a, k, 1)}), m({c})}, {n({}), m({c, a})},
+        {QString(u"selection 'n/a', moved to 'm/a' by new, changed by mine: base "_qs + asText + u", mine "_qs
+            + asChangedText + u", new "_qs + asText)},
+        {}, {n({with(a, k, 1)}), m({c})}, {n({}), m({c, a})});
+    row("moved by new, children reordered by mine", {n({a, b}), m({c})}, {n({b, a}), m({c})}, {m({c, n({a, b})})},
+        {QString(u"node 'n', moved to 'm/n' by new, changed by mine: base "_qs + nodeText.arg(ab) + u", mine "_qs
+            + nodeText.arg(ba) + u", new "_qs + nodeText.arg(ab))},
+        {}, {n({b, a}), m({c})}, {m({c, n({a, b})})});
+    row("moved to two places", {n({a}), m({c}), x}, {n({}), m({c, a}), x}, {n({}), m({c}), a, x},
+        {QString(u"selection 'n/a', moved to 'a' by new, to 'm/a' by mine: base "_qs + asText + u", mine "_qs + asText
+            + u", new "_qs + asText)},
+        "[{\"base\":" + asText.toUtf8()
+            + ",\"by\":\"new\",\"conflict\":\"moved\",\"element\":\"selection 'n/a'\",\"mine\":" + asText.toUtf8()
+            + ",\"movedTo\":\"'a'\",\"new\":" + asText.toUtf8() + ",\"otherMovedTo\":\"'m/a'\"}]",
+        {n({}), m({c, a}), x}, {n({}), m({c}), a, x});
+    row("moved into what the other removed", {a, n({c}), x}, {n({c, a}), x}, {a, x},
+        {QString(u"node 'n', removed by new, changed by mine: base "_qs
+            + nodeText.arg(u"[{\"instanceName\":\"c\",\"selectionType\":\"Selection\"}]"_qs) + u", mine "_qs
+            + nodeText.arg(
+                u"[{\"instanceName\":\"c\",\"selectionType\":\"Selection\"},{\"instanceName\":\"a\",\"selectionType\":\"Selection\"}]"_qs)
+            + u", new nothing"_qs)},
+        {}, {n({c, a}), x}, {a, x});
+    row("moved into what the other moved", {a, n({c}), m({x})}, {n({c, a}), m({x})}, {a, m({x, n({c})})},
+        {QString(u"node 'n', moved to 'm/n' by new, changed by mine: base "_qs
+            + nodeText.arg(u"[{\"instanceName\":\"c\",\"selectionType\":\"Selection\"}]"_qs) + u", mine "_qs
+            + nodeText.arg(
+                u"[{\"instanceName\":\"c\",\"selectionType\":\"Selection\"},{\"instanceName\":\"a\",\"selectionType\":\"Selection\"}]"_qs)
+            + u", new "_qs + nodeText.arg(u"[{\"instanceName\":\"c\",\"selectionType\":\"Selection\"}]"_qs))},
+        {}, {n({c, a}), m({x})}, {a, m({x, n({c})})});
+    row("order", {a, b, c}, {c, a, b}, {b, a, c},
+        {u"order of the top level: base [\"a\",\"b\",\"c\"], mine [\"c\",\"a\",\"b\"], new [\"b\",\"a\",\"c\"]"_qs},
+        "[{\"base\":[\"a\",\"b\",\"c\"],\"conflict\":\"order\",\"element\":null,\"mine\":[\"c\",\"a\",\"b\"],\"new\":["
+        "\"b\",\"a\",\"c\"]}]",
+        {c, a, b}, {b, a, c});
+    row("order of children, with an addition", {n({a, b, c})}, {n({c, a, b, x})}, {n({b, a, c})},
+        {u"order of the children of node 'n': base [\"a\",\"b\",\"c\"], mine [\"c\",\"a\",\"b\"], new [\"b\",\"a\",\"c\"]"_qs},
+        {}, {n({c, a, b, x})}, {n({b, x, a, c})});
+    row("twins of which each side changed one after mine removed the first", {with(a, k, 1), with(a, k, 2)},
+        {with(a, k, 2)}, {with(a, k, 1), with(a, k, 3)},
+        {u"selection at position 1 of the top level, removed by mine, changed by new: base {\"instanceName\":\"a\",\"k\":2,\"selectionType\":\"Selection\"}, mine nothing, new {\"instanceName\":\"a\",\"k\":3,\"selectionType\":\"Selection\"}"_qs},
+        {}, {with(a, k, 2)}, {with(a, k, 2), with(a, k, 3)});
 }
 
 void tst_Merge::conflictsAreToldAndDecided()
@@ -624,14 +589,14 @@ void tst_Merge::stampsOfMineStay()
     QCOMPARE(merged(a, stamp(a, u"M"_qs), stamp(with(a, k, 1), u"N"_qs)), compact({stamp(with(a, k, 1), u"M"_qs)}));
     QCOMPARE(merged(stamp(a, u"B"_qs), a, stamp(with(a, k, 1), u"N"_qs)), compact({with(a, k, 1)}));
     QCOMPARE(merged(stamp(a, u"B"_qs), stamp(a, u"M"_qs), with(a, k, 1)), compact({stamp(with(a, k, 1), u"M"_qs)}));
-    // What was removed had other stamps, which nobody changed.
+    // Stamps of a removed element are no change.
     QCOMPARE(compact(mergeOf({stamp(a, u"B"_qs)}, {stamp(a, u"M"_qs)}, {}).manifest), compact({}));
-    // A selection that becomes a node has none any more, and a member of a node is none.
+    // Only selections have stamps: they go when a selection becomes a node.
     const QJsonObject asNode = node(u"a"_qs);
     QCOMPARE(merged(a, stamp(a, u"M"_qs), asNode), compact({asNode}));
     QCOMPARE(merged(asNode, with(asNode, u"moduleName"_qs, 1), with(asNode, k, 1)),
         compact({with(with(asNode, u"moduleName"_qs, 1), k, 1)}));
-    // They make no conflict of a foreign item, either.
+    // Stamps cause no conflict with a foreign item.
     QCOMPARE(compact(mergeOf({stamp(QJsonObject {{u"selectionType"_qs, u"Selection"_qs}}, u"B"_qs)},
                  {stamp(QJsonObject {{u"selectionType"_qs, u"Selection"_qs}}, u"M"_qs)}, {1})
                          .manifest),
@@ -640,9 +605,7 @@ void tst_Merge::stampsOfMineStay()
 
 void tst_Merge::hugeTreesAreMergedQuickly_data()
 {
-    QTest::addColumn<QJsonArray>("base");
-    QTest::addColumn<QJsonArray>("mine");
-    QTest::addColumn<QJsonArray>("theirs");
+    const Table<QJsonArray, QJsonArray, QJsonArray> row("base", "mine", "theirs");
 
     constexpr int many = 20000;
     const auto manyOf = [](const char* name, int key) {
@@ -653,42 +616,24 @@ void tst_Merge::hugeTreesAreMergedQuickly_data()
         }
         return manifest;
     };
-    const auto reversed = [](const QJsonArray& manifest) {
-        QJsonArray result;
-        for (int i = manifest.size() - 1; i >= 0; --i) {
-            result.append(manifest.at(i));
-        }
-        return result;
-    };
-    const auto inChain = [](const QJsonArray& manifest) {
-        constexpr int levels = 500;
-        QJsonArray result = manifest;
-        for (int level = 0; level < levels; ++level) {
-            result = {node(u"n"_qs, result)};
-        }
-        return result;
-    };
     const auto a = [](const QJsonArray& children) { return node(u"a"_qs, children); };
     const auto b = [](const QJsonArray& children) { return node(u"b"_qs, children); };
     const QJsonArray before = manyOf("", 0);
     const QJsonArray after = manyOf("", 1);
-    QTest::newRow("reversed by mine, changed by new") << before << reversed(before) << after;
+    row("reversed by mine, changed by new", before, reversed(before), after);
     QJsonArray rotated = before;
     rotated.append(rotated.takeAt(0));
-    QTest::newRow("reordered by both, in conflict") << before << reversed(before) << rotated;
-    QTest::newRow("conflicts only") << before << after << manyOf("", 2);
-    QTest::newRow("twins") << manyOf("twin", 0) << reversed(manyOf("twin", 0)) << manyOf("twin", 1);
-    QTest::newRow("all additions at the start") << QJsonArray() << before << QJsonArray {selection(u"x"_qs)};
-    QTest::newRow("moved by mine, changed by new")
-        << QJsonArray {a(before), b({})} << QJsonArray {a({}), b(before)} << QJsonArray {a(after), b({})};
-    QTest::newRow("moved to two places") << QJsonArray {a(before), b({})} << QJsonArray {a({}), b(before)}
-                                         << QJsonArray {a({}), b({}), node(u"c"_qs, before)};
-    QTest::newRow("removed by new, changed by mine") << QJsonArray {a(before)} << QJsonArray {a(after)} << QJsonArray();
-    QTest::newRow("below many levels") << inChain(before) << inChain(reversed(before)) << inChain(after);
-    QTest::newRow("many levels moved by mine, changed by new") << QJsonArray {a(inChain(before)),
-        b({})} << QJsonArray {a({}), b(inChain(before))} << QJsonArray {a(inChain(after)), b({})};
-    QTest::newRow("many levels removed by new, changed by mine")
-        << QJsonArray {a(inChain(before))} << QJsonArray {a(inChain(after))} << QJsonArray();
+    row("reordered by both, in conflict", before, reversed(before), rotated);
+    row("conflicts only", before, after, manyOf("", 2));
+    row("twins", manyOf("twin", 0), reversed(manyOf("twin", 0)), manyOf("twin", 1));
+    row("all additions at the start", {}, before, {selection(u"x"_qs)});
+    row("moved by mine, changed by new", {a(before), b({})}, {a({}), b(before)}, {a(after), b({})});
+    row("moved to two places", {a(before), b({})}, {a({}), b(before)}, {a({}), b({}), node(u"c"_qs, before)});
+    row("removed by new, changed by mine", {a(before)}, {a(after)}, {});
+    row("below many levels", chain(500, before), chain(500, reversed(before)), chain(500, after));
+    row("many levels moved by mine, changed by new", {a(chain(500, before)), b({})}, {a({}), b(chain(500, before))},
+        {a(chain(500, after)), b({})});
+    row("many levels removed by new, changed by mine", {a(chain(500, before))}, {a(chain(500, after))}, {});
 }
 
 void tst_Merge::hugeTreesAreMergedQuickly()
@@ -709,7 +654,7 @@ void tst_Merge::hugeTreesAreMergedQuickly()
         const MergeResult result = merge(baseTree, mineTree, theirTree, decision);
         const qint64 duration = timer.elapsed();
         qInfo("loaded in %lld ms, merged in %lld ms, %d conflicts", load, duration, result.conflicts.size());
-        // What is quadratic takes hundreds of loads, and more than this.
+        // A quadratic algorithm takes as long as hundreds of loads.
         constexpr qint64 disturbance = 1500;
         QVERIFY(duration < 20 * load + disturbance);
     }

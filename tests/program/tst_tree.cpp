@@ -1,8 +1,11 @@
 #include "ConfigurationManifestCreator.h"
 #include "ManifestFixture.h"
+#include "ProgramManifests.h"
 #include "QuickFolder.h"
+#include "Table.h"
 #include "TestMain.h"
 #include "Tree.h"
+#include "Workplace.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QDirIterator>
@@ -19,7 +22,7 @@ namespace {
 
 using Kind = TreeElement::Kind;
 
-const QString configurationScheme = QStringLiteral("configuration");
+const QString configurationScheme = u"configuration"_qs;
 
 void copyTree(const QString& from, const QString& to)
 {
@@ -27,20 +30,6 @@ void copyTree(const QString& from, const QString& to)
     while (files.hasNext()) {
         const QString file = files.next();
         writeFile(to + file.mid(from.size()), readFile(file));
-    }
-}
-
-void link(const QString& target, const QString& path)
-{
-    if (!QFile::link(target, path)) {
-        qFatal("cannot link %s", qPrintable(path));
-    }
-}
-
-void makePipe(const QString& path)
-{
-    if (mkfifo(QFile::encodeName(path).constData(), 0600) != 0) {
-        qFatal("cannot make the pipe %s", qPrintable(path));
     }
 }
 
@@ -70,7 +59,7 @@ Creation create(const QString& folder, const QString& scheme)
     for (const Message& message : messages) {
         creation.messages << message.text.trimmed();
     }
-    creation.manifest = readFile(folder + QLatin1Char('/') + scheme + QStringLiteral(".manifest.json"));
+    creation.manifest = readFile(folder + u'/' + scheme + u".manifest.json"_qs);
     return creation;
 }
 
@@ -87,7 +76,7 @@ void compareWithCreator(const QString& folder, const QString& scheme, FolderScan
 {
     MessageRecorder log;
     scan = scanFolder(folder, scheme);
-    // Nothing gets out of it but what it returns.
+    // A scan logs nothing.
     QCOMPARE(log.take(), Messages());
     QCOMPARE(scan.refusal, QString());
     const Creation creation = create(folder, scheme);
@@ -145,7 +134,7 @@ private:
         QByteArray text = "{\"last\":0";
         for (int i = below(4); i > 0; --i) {
             const QByteArray member = oneOf(members);
-            // Of a key that comes twice, Qt loses the first array or object.
+            // Qt loses the first array or object if a key occurs twice.
             if (!text.contains(member.left(member.indexOf(':')))) {
                 text += ',' + member;
             }
@@ -161,7 +150,7 @@ private:
         static const char* const names[] = {"a", "B", "b", "net", "net.old", "Net", "ü", "日本", " ", "a b", "a\nb",
             ".", "-x", "configuration", "%1", "\\", "'", "é"};
         const QString text = QString::fromUtf8(oneOf(names)) + (below(3) > 0 ? QString::number(below(60)) : QString());
-        return text == QLatin1String(".") ? u"..."_qs : text;
+        return text == u"."_qs ? u"..."_qs : text;
     }
 
     QString fileName()
@@ -173,7 +162,7 @@ private:
 
     void fill(const QString& folder, int depth)
     {
-        // Wide enough now and then that the order of equal positions is not that of the listing.
+        // More than 16 entries now and then: with so many an unstable sort would show.
         const int files = below(6) == 0 ? 17 + below(40) : below(5);
         for (int i = 0; i < files; ++i) {
             add(folder, fileName(), [&](const QString& path) { writeFile(path, description()); });
@@ -182,10 +171,10 @@ private:
             add(folder, u"Folder.menu.json"_qs, [&](const QString& path) { writeFile(path, description()); });
         }
         for (int i = below(3); i > 0; --i) {
-            add(folder, fileName(), [&](const QString& path) { link(root + u"/nowhere"_qs, path); });
+            add(folder, fileName(), [&](const QString& path) { makeLink(root + u"/nowhere"_qs, path); });
             add(folder, below(4) == 0 ? u"Folder.menu.json"_qs : fileName(), [&](const QString& path) {
                 writeFile(root + u".linked/file"_qs + QString::number(++linked), description());
-                link(root + u".linked/file"_qs + QString::number(linked), path);
+                makeLink(root + u".linked/file"_qs + QString::number(linked), path);
             });
         }
         const int folders = depth > 3 ? 0 : below(depth == 0 && below(8) == 0 ? 30 : 4);
@@ -194,7 +183,7 @@ private:
                 QDir().mkpath(path);
                 fill(path, depth + 1);
                 if (below(3) == 0) {
-                    add(folder, name(), [&](const QString& other) { link(path, other); });
+                    add(folder, name(), [&](const QString& other) { makeLink(path, other); });
                 }
             });
         }
@@ -203,7 +192,7 @@ private:
     template <typename Make>
     void add(const QString& folder, const QString& name, const Make& make)
     {
-        const QString path = folder + QLatin1Char('/') + name;
+        const QString path = folder + u'/' + name;
         const QFileInfo info(path);
         if (!info.exists() && !info.isSymLink()) {
             make(path);
@@ -239,7 +228,7 @@ bool isWide(const TreeElements& elements)
     });
 }
 
-// Every path leads queries and edits to its element, and the way to an unreachable one leads past it.
+// Queries and edits find each element by its path. No path finds an unreachable element.
 void checkPaths(const TreeElements& tree, const TreeElements& siblings, const QString& wayTo)
 {
     const HandlerWithoutFile handler(manifestOf(tree));
@@ -253,7 +242,7 @@ void checkPaths(const TreeElements& tree, const TreeElements& siblings, const QS
             QVERIFY(handler.getNodeElement(element.path, found));
             QCOMPARE(found, element.object());
         }
-        checkPaths(tree, element.children, way + QLatin1Char('/'));
+        checkPaths(tree, element.children, way + u'/');
     }
 }
 
@@ -266,10 +255,10 @@ class tst_Tree : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void kindOfAnElement_data();
-    void kindOfAnElement();
-    void pathOfAnElement_data();
-    void pathOfAnElement();
+    void kindFollowsFromType_data();
+    void kindFollowsFromType();
+    void pathLeadsToElement_data();
+    void pathLeadsToElement();
     void everyPathIsOneThatLookupsTake();
     void elementKnowsItsPlace();
     void labelAndHiddenAreThoseOfTheElement();
@@ -284,8 +273,8 @@ private Q_SLOTS:
     void remarksNameTheirFiles();
     void everyElementKnowsItsSource();
     void scanWritesNothing();
-    void folderWithNothingToDo_data();
-    void folderWithNothingToDo();
+    void folderWithoutDescriptionsIsScanned_data();
+    void folderWithoutDescriptionsIsScanned();
     void folderThatMayNotBeReadIsDamage();
     void deviceIsRefusedUnread_data();
     void deviceIsRefusedUnread();
@@ -295,23 +284,19 @@ private Q_SLOTS:
     void refusedScanLeavesMessagesAlone();
 };
 
-void tst_Tree::kindOfAnElement_data()
+void tst_Tree::kindFollowsFromType_data()
 {
-    QTest::addColumn<QJsonValue>("value");
-    QTest::addColumn<Kind>("kind");
-    QTest::addColumn<QString>("word");
-    QTest::newRow("node") << QJsonValue(node(u"a"_qs)) << Kind::Node << u"node"_qs;
-    QTest::newRow("selection") << QJsonValue(selection(u"a"_qs)) << Kind::Selection << u"selection"_qs;
-    QTest::newRow("another type") << QJsonValue(with(node(u"a"_qs), u"selectionType"_qs, u"node"_qs)) << Kind::Unknown
-                                  << u"unknown"_qs;
-    QTest::newRow("type that is no text")
-        << QJsonValue(with(node(u"a"_qs), u"selectionType"_qs, 1)) << Kind::Unknown << u"unknown"_qs;
-    QTest::newRow("without a type") << QJsonValue(QJsonObject()) << Kind::Unknown << u"unknown"_qs;
-    QTest::newRow("array") << QJsonValue(QJsonArray {node(u"a"_qs)}) << Kind::NoObject << u"no object"_qs;
-    QTest::newRow("null") << QJsonValue(QJsonValue::Null) << Kind::NoObject << u"no object"_qs;
+    const Table<QJsonValue, Kind, QString> row("value", "kind", "word");
+    row("node", node(u"a"_qs), Kind::Node, u"node"_qs);
+    row("selection", selection(u"a"_qs), Kind::Selection, u"selection"_qs);
+    row("another type", with(node(u"a"_qs), u"selectionType"_qs, u"node"_qs), Kind::Unknown, u"unknown"_qs);
+    row("type that is no text", with(node(u"a"_qs), u"selectionType"_qs, 1), Kind::Unknown, u"unknown"_qs);
+    row("without a type", QJsonObject(), Kind::Unknown, u"unknown"_qs);
+    row("array", QJsonArray {node(u"a"_qs)}, Kind::NoObject, u"no object"_qs);
+    row("null", QJsonValue::Null, Kind::NoObject, u"no object"_qs);
 }
 
-void tst_Tree::kindOfAnElement()
+void tst_Tree::kindFollowsFromType()
 {
     QFETCH(const QJsonValue, value);
     QFETCH(const Kind, kind);
@@ -323,14 +308,10 @@ void tst_Tree::kindOfAnElement()
     QCOMPARE(tree.at(0).value, value);
 }
 
-void tst_Tree::pathOfAnElement_data()
+void tst_Tree::pathLeadsToElement_data()
 {
-    // The elements of the manifest, those of every level in front of what is below them.
-    QTest::addColumn<QJsonArray>("manifest");
-    QTest::addColumn<QStringList>("paths");
-    const auto row = [](const char* name, const QJsonArray& manifest, const QStringList& paths) {
-        QTest::newRow(name) << manifest << paths;
-    };
+    // The paths of all elements, level by level.
+    const Table<QJsonArray, QStringList> row("manifest", "paths");
     const QString none;
     row("node", {node(u"a.b c"_qs)}, {u"a.b c"_qs});
     row("selection at the top", {selection(u"main"_qs)}, {u"main"_qs});
@@ -361,7 +342,7 @@ void tst_Tree::pathOfAnElement_data()
     row("children that are no array", {with(node(u"a"_qs), u"substructure"_qs, node(u"x"_qs))}, {u"a"_qs});
 }
 
-void tst_Tree::pathOfAnElement()
+void tst_Tree::pathLeadsToElement()
 {
     QFETCH(const QJsonArray, manifest);
     QFETCH(const QStringList, paths);
@@ -382,26 +363,9 @@ void tst_Tree::pathOfAnElement()
 void tst_Tree::everyPathIsOneThatLookupsTake()
 {
     std::mt19937 engine(1);
-    const auto below = [&](int bound) { return static_cast<int>(engine() % static_cast<uint>(bound)); };
-    const QStringList names {u"a"_qs, u"b"_qs, u"a/b"_qs, u"b/a"_qs, u""_qs, u"a/"_qs, u"/a"_qs, u"b/b"_qs, u"ab"_qs};
-    const std::function<QJsonArray(int)> children = [&](int depth) {
-        QJsonArray array;
-        for (int i = below(6); i > 0; --i) {
-            QJsonObject element =
-                below(2) == 0 ? node(names.at(below(names.size()))) : selection(names.at(below(names.size())));
-            if (below(8) == 0) {
-                element.remove(below(2) == 0 ? u"selectionType"_qs : u"instanceName"_qs);
-            }
-            if (depth < 4) {
-                element.insert(u"substructure"_qs, children(depth + 1));
-            }
-            array.append(below(12) == 0 ? QJsonValue(1) : QJsonValue(element));
-        }
-        return array;
-    };
     int unreachable = 0;
     for (int i = 0; i < 40; ++i) {
-        const TreeElements tree = treeOf(children(0));
+        const TreeElements tree = treeOf(oddlyNamed(engine));
         checkPaths(tree, tree, QString());
         if (QTest::currentTestFailed()) {
             return;
@@ -455,18 +419,16 @@ void tst_Tree::treeGivesItsManifestBack()
 
 void tst_Tree::editsFindWhatQueriesDoNot_data()
 {
-    QTest::addColumn<QString>("path");
-    QTest::addColumn<QVector<int>>("query");
-    QTest::addColumn<QVector<int>>("edit");
+    const Table<QString, QVector<int>, QVector<int>> row("path", "query", "edit");
     const QVector<int> nothing;
-    QTest::newRow("plain") << u"a/b"_qs << QVector<int> {0, 0} << QVector<int> {0, 0};
-    QTest::newRow("empty") << u""_qs << nothing << QVector<int> {1};
-    QTest::newRow("only slashes") << u"//"_qs << nothing << nothing;
-    QTest::newRow("slash in front") << u"/a"_qs << QVector<int> {0} << QVector<int> {1, 0};
-    QTest::newRow("two slashes") << u"a//b"_qs << QVector<int> {0, 0} << nothing;
-    QTest::newRow("slash at the end") << u"a/"_qs << QVector<int> {0} << nothing;
-    QTest::newRow("whole path where the last name is missing") << u"a/c"_qs << nothing << QVector<int> {0, 1};
-    QTest::newRow("first name missing") << u"c/a"_qs << nothing << nothing;
+    row("plain", u"a/b"_qs, {0, 0}, {0, 0});
+    row("empty", u""_qs, nothing, {1});
+    row("only slashes", u"//"_qs, nothing, nothing);
+    row("slash in front", u"/a"_qs, {0}, {1, 0});
+    row("two slashes", u"a//b"_qs, {0, 0}, nothing);
+    row("slash at the end", u"a/"_qs, {0}, nothing);
+    row("whole path where the last name is missing", u"a/c"_qs, nothing, {0, 1});
+    row("first name missing", u"c/a"_qs, nothing, nothing);
 }
 
 void tst_Tree::editsFindWhatQueriesDoNot()
@@ -480,7 +442,7 @@ void tst_Tree::editsFindWhatQueriesDoNot()
     QCOMPARE(positionsOf(findElement(tree, path, Qt::SkipEmptyParts)), query);
     const TreeElement* const edited = findElement(tree, path, Qt::KeepEmptyParts);
     QCOMPARE(positionsOf(edited), edit);
-    // And so it is with an edit.
+    // The handler's edits find the same element.
     HandlerWithoutFile handler(manifestOf(tree));
     QCOMPARE(handler.setProperty(path, u"mark"_qs, true, false), edited != nullptr);
     const TreeElements after = treeOf(handler.getManifestJsonArray());
@@ -490,10 +452,10 @@ void tst_Tree::editsFindWhatQueriesDoNot()
 
 void tst_Tree::scanOfTheExampleIsWhatTheCreatorWrites_data()
 {
-    QTest::addColumn<QString>("scheme");
-    QTest::newRow("configuration") << configurationScheme;
-    QTest::newRow("process") << u"process"_qs;
-    QTest::newRow("another one") << u"Configuration"_qs;
+    const Table<QString> row("scheme");
+    row("configuration", configurationScheme);
+    row("process", u"process"_qs);
+    row("another one", u"Configuration"_qs);
 }
 
 void tst_Tree::scanOfTheExampleIsWhatTheCreatorWrites()
@@ -530,7 +492,7 @@ void tst_Tree::scansOfRandomTreesAreWhatTheCreatorWrites()
             std::any_of(scan.remarks.begin(), scan.remarks.end(), [](const Remark& remark) { return remark.isDamage; });
         frequencies.unreachable += unreachableIn(scan.elements) > 0 ? 1 : 0;
     }
-    // So often that the trees are worth something.
+    // The trees have to be interesting often enough.
     QCOMPARE(frequencies.trees, 500);
     QVERIFY2(frequencies.empty > 10, qPrintable(QString::number(frequencies.empty)));
     QVERIFY2(frequencies.wideWithTies > 100, qPrintable(QString::number(frequencies.wideWithTies)));
@@ -541,12 +503,8 @@ void tst_Tree::scansOfRandomTreesAreWhatTheCreatorWrites()
 void tst_Tree::remarksNameTheirFiles_data()
 {
     using Files = QVector<QPair<QString, QByteArray>>;
-    QTest::addColumn<Files>("files");
-    QTest::addColumn<QStringList>("remarks");
+    const Table<Files, QStringList> row("files", "remarks");
     const QByteArray good = R"({"displayPosition":1,"hide":false})";
-    const auto row = [](const char* name, const Files& files, const QStringList& remarks) {
-        QTest::newRow(name) << files << remarks;
-    };
     row("nothing to say", {{u"a.config.json"_qs, good}}, {});
     row("cut short", {{u"a.config.json"_qs, good}, {u"b.config.json"_qs, "{"}},
         {u"damage b.config.json: Can't parse Json!"_qs,
@@ -597,7 +555,7 @@ void tst_Tree::everyElementKnowsItsSource()
     const QString folder = base.filePath(u"configuration"_qs);
     QVERIFY(QDir().mkpath(folder + u"/broken"_qs));
     writeFile(folder + u"/broken/a.config.json"_qs, "{\"displayPosition\":1,\"hide\":true}");
-    link(folder + u"/nowhere"_qs, folder + u"/broken/Folder.menu.json"_qs);
+    makeLink(folder + u"/nowhere"_qs, folder + u"/broken/Folder.menu.json"_qs);
     const FolderScan scan = scanFolder(folder, configurationScheme);
 
     const TreeElement* const cutShort = elementFrom(scan.elements, u"imported/cut-short.config.json"_qs);
@@ -609,7 +567,7 @@ void tst_Tree::everyElementKnowsItsSource()
     QCOMPARE(menu->kind, Kind::Node);
     QCOMPARE(
         lines(menu->remarks).constFirst(), u"damage imported/menu-cut-short/Folder.menu.json: Can't parse Json!"_qs);
-    // A link that leads nowhere is more than a folder without a description.
+    // A dangling link is damage; a missing description is not.
     const TreeElement* const broken = elementFrom(scan.elements, u"broken/Folder.menu.json"_qs);
     QVERIFY(broken != nullptr);
     QVERIFY(lines(broken->remarks).constFirst().startsWith(u"damage broken/Folder.menu.json: Can't open file"_qs));
@@ -617,7 +575,7 @@ void tst_Tree::everyElementKnowsItsSource()
     QVERIFY(hidden != nullptr);
     QCOMPARE(hidden->isHidden(), true);
     QVERIFY(hidden->remarks.isEmpty());
-    // One of the two that want to be called network.
+    // One of the two nodes named network.
     const TreeElement* const old = elementFrom(scan.elements, u"network.old/Folder.menu.json"_qs);
     QVERIFY(old != nullptr);
     QCOMPARE(old->name, u"network"_qs);
@@ -631,16 +589,15 @@ void tst_Tree::scanWritesNothing()
     QCOMPARE(everythingIn(base.path()), QStringList({u"a.config.json"_qs}));
 }
 
-void tst_Tree::folderWithNothingToDo_data()
+void tst_Tree::folderWithoutDescriptionsIsScanned_data()
 {
-    QTest::addColumn<QStringList>("files");
-    QTest::addColumn<bool>("isEmpty");
-    QTest::newRow("missing") << QStringList() << true;
-    QTest::newRow("only hidden entries") << QStringList(u".hidden"_qs) << true;
-    QTest::newRow("no description") << QStringList(u"readme.txt"_qs) << false;
+    const Table<QStringList, bool> row("files", "isEmpty");
+    row("missing", {}, true);
+    row("only hidden entries", {u".hidden"_qs}, true);
+    row("no description", {u"readme.txt"_qs}, false);
 }
 
-void tst_Tree::folderWithNothingToDo()
+void tst_Tree::folderWithoutDescriptionsIsScanned()
 {
     QFETCH(const QStringList, files);
     QFETCH(const bool, isEmpty);
@@ -678,16 +635,12 @@ void tst_Tree::folderThatMayNotBeReadIsDamage()
 
 void tst_Tree::deviceIsRefusedUnread_data()
 {
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<QString>("target");
-    QTest::addColumn<QString>("refusal");
-    QTest::newRow("endless device") << u"x/a.config.json"_qs << u"/dev/zero"_qs << u"x/a.config.json: is a device"_qs;
-    QTest::newRow("description of a folder")
-        << u"x/Folder.menu.json"_qs << u"/dev/zero"_qs << u"x/Folder.menu.json: is a device"_qs;
-    // Whoever opens it for reading waits for a writer.
-    QTest::newRow("pipe") << u"a.config.json"_qs << QString() << u"a.config.json: is a pipe"_qs;
-    QTest::newRow("pipe describing a folder")
-        << u"x/Folder.menu.json"_qs << QString() << u"x/Folder.menu.json: is a pipe"_qs;
+    const Table<QString, QString, QString> row("name", "target", "refusal");
+    row("endless device", u"x/a.config.json"_qs, u"/dev/zero"_qs, u"x/a.config.json: is a device"_qs);
+    row("description of a folder", u"x/Folder.menu.json"_qs, u"/dev/zero"_qs, u"x/Folder.menu.json: is a device"_qs);
+    // Opening a pipe for reading waits for a writer.
+    row("pipe", u"a.config.json"_qs, {}, u"a.config.json: is a pipe"_qs);
+    row("pipe describing a folder", u"x/Folder.menu.json"_qs, {}, u"x/Folder.menu.json: is a pipe"_qs);
 }
 
 void tst_Tree::deviceIsRefusedUnread()
@@ -701,7 +654,7 @@ void tst_Tree::deviceIsRefusedUnread()
         target = base.filePath(u"pipe"_qs);
         makePipe(target);
     }
-    link(target, base.filePath(u"tree/"_qs + name));
+    makeLink(target, base.filePath(u"tree/"_qs + name));
     const FolderScan scan = scanFolder(base.filePath(u"tree"_qs), configurationScheme);
     QCOMPARE(scan.refusal, refusal);
     QVERIFY(scan.elements.empty());
@@ -711,12 +664,12 @@ void tst_Tree::deviceThatIsNoDescriptionIsNotRefused()
 {
     const QTemporaryDir base;
     writeFile(base.filePath(u"tree/a.config.json"_qs), "{}");
-    // Not listed, so the library does not read it.
+    // The library lists no pipes, so it does not read this one.
     makePipe(base.filePath(u"tree/b.config.json"_qs));
-    link(u"/dev/zero"_qs, base.filePath(u"tree/c.process.json"_qs));
-    link(u"/dev/zero"_qs, base.filePath(u"tree/zero"_qs));
+    makeLink(u"/dev/zero"_qs, base.filePath(u"tree/c.process.json"_qs));
+    makeLink(u"/dev/zero"_qs, base.filePath(u"tree/zero"_qs));
     // Only the folders below are described.
-    link(u"/dev/zero"_qs, base.filePath(u"tree/Folder.menu.json"_qs));
+    makeLink(u"/dev/zero"_qs, base.filePath(u"tree/Folder.menu.json"_qs));
     FolderScan scan;
     compareWithCreator(base.filePath(u"tree"_qs), configurationScheme, scan);
     QCOMPARE(scan.elements.size(), std::size_t(1));
@@ -724,16 +677,14 @@ void tst_Tree::deviceThatIsNoDescriptionIsNotRefused()
 
 void tst_Tree::linkThatLeadsBackIsRefused_data()
 {
-    QTest::addColumn<QString>("target");
-    QTest::addColumn<QString>("path");
-    QTest::addColumn<QString>("refusal");
+    const Table<QString, QString, QString> row("target", "path", "refusal");
     const auto leadsBack = [](const QString& path) -> QString {
         return path + u": leads back to a folder that it lies in"_qs;
     };
-    QTest::newRow("to its own folder") << u"x"_qs << u"x/up"_qs << leadsBack(u"x/up"_qs);
-    QTest::newRow("to the scanned folder") << u"."_qs << u"x/y/up"_qs << leadsBack(u"x/y/up"_qs);
-    QTest::newRow("above the scanned folder") << u".."_qs << u"x/up"_qs << leadsBack(u"x/up/tree"_qs);
-    QTest::newRow("to a folder beside it") << u"other"_qs << u"x/y/other"_qs << QString();
+    row("to its own folder", u"x"_qs, u"x/up"_qs, leadsBack(u"x/up"_qs));
+    row("to the scanned folder", u"."_qs, u"x/y/up"_qs, leadsBack(u"x/y/up"_qs));
+    row("above the scanned folder", u".."_qs, u"x/up"_qs, leadsBack(u"x/up/tree"_qs));
+    row("to a folder beside it", u"other"_qs, u"x/y/other"_qs, {});
 }
 
 void tst_Tree::linkThatLeadsBackIsRefused()
@@ -745,7 +696,7 @@ void tst_Tree::linkThatLeadsBackIsRefused()
     const QString folder = base.filePath(u"tree"_qs);
     writeFile(folder + u"/x/y/a.config.json"_qs, "{}");
     writeFile(folder + u"/other/b.config.json"_qs, "{}");
-    link(folder + QLatin1Char('/') + target, folder + QLatin1Char('/') + path);
+    makeLink(folder + u'/' + target, folder + u'/' + path);
     const FolderScan scan = scanFolder(folder, configurationScheme);
     QCOMPARE(scan.refusal, refusal);
     QCOMPARE(scan.elements.empty(), !refusal.isNull());
@@ -754,7 +705,7 @@ void tst_Tree::linkThatLeadsBackIsRefused()
 void tst_Tree::refusedScanLeavesMessagesAlone()
 {
     const QTemporaryDir base;
-    link(base.path(), base.filePath(u"up"_qs));
+    makeLink(base.path(), base.filePath(u"up"_qs));
     MessageRecorder log;
     QVERIFY(!scanFolder(base.path(), configurationScheme).refusal.isNull());
     qWarning("afterwards");

@@ -51,7 +51,7 @@ private:
     const int outputFile;
 };
 
-/// A terminal that keeps what is written to it. It holds some kilobytes.
+/// A pseudo-terminal that buffers some kilobytes of output.
 class Terminal {
 public:
     Terminal()
@@ -76,7 +76,7 @@ public:
         return writer;
     }
 
-    // Everything written so far. Nothing can be written afterwards.
+    // Closes the terminal and returns what was written to it.
     QByteArray takeEverything()
     {
         close(writer);
@@ -112,13 +112,6 @@ QByteArray line(const QString& text)
     return text.toUtf8() + '\n';
 }
 
-QStringList wordsWith(const QString& commandLine, const QString& option)
-{
-    QStringList result = words(commandLine);
-    result.insert(1, option);
-    return result;
-}
-
 bool isActedOn(uint codePoint)
 {
     constexpr struct {
@@ -150,6 +143,11 @@ char* toString(const ProgramRun& run)
     return qstrdup(text.constData());
 }
 
+ProgramRun printed(const QByteArray& output)
+{
+    return {0, output, QByteArray()};
+}
+
 ProgramRun done(const QString& output, const QByteArray& messages)
 {
     return {0, line(output), messages};
@@ -167,14 +165,14 @@ ProgramRun misused(const QString& complaint, const QByteArray& messages)
 
 void asOrdinaryUser()
 {
-    // The program starts without the privileges of root. Who has none cannot do this, and need not.
+    // Root loses its privileges at the start of the program. For others the call fails, which is fine.
     prctl(PR_SET_SECUREBITS, SECBIT_NOROOT);
 }
 
 void onFullDisk()
 {
     static const FileSizeLimit forTheProgram(0);
-    // The program is started like any other, for which the signal is deadly; valgrind writes files of its own.
+    // As for any new process, the signal is deadly. Valgrind needs it ignored, because it writes files itself.
 #if !defined(EMULATED) || !defined(MEMORY_CHECKED)
     std::signal(SIGXFSZ, SIG_DFL);
 #endif
@@ -199,6 +197,17 @@ QStringList words(const QString& commandLine)
         result.append(match.captured(match.lastCapturedIndex()));
     }
     return result;
+}
+
+QString withOption(const QString& commandLine, const QString& option)
+{
+    const int end = commandLine.indexOf(u' ');
+    return QString(commandLine).insert(end, QString(u' ' + option));
+}
+
+QStringList linesOf(const QByteArray& output)
+{
+    return QString::fromUtf8(output).split(u'\n', Qt::SkipEmptyParts);
 }
 
 Program::Program()
@@ -253,10 +262,10 @@ Program& Program::stoppingAt(const QString& call, int number, const QString& pat
 
 Program& Program::withFaultyCalls(const QString& faults)
 {
-    // A program that checks its memory refuses to run behind anything preloaded, unless it is told not to look.
+    // By default a sanitized program refuses to run if another library is preloaded before its runtime.
     const QString options = environment.value(u"ASAN_OPTIONS"_qs) + u":verify_asan_link_order=0"_qs;
 #ifdef CROSS_COMPILED
-    // Not into the emulator, which is a program for another machine than the one it emulates.
+    // The library is for the emulated machine, so the emulator itself must not load it.
     with(u"QEMU_SET_ENV"_qs, QStringLiteral("LD_PRELOAD=" FAULTY_CALLS));
 #else
     with(u"LD_PRELOAD"_qs, QStringLiteral(FAULTY_CALLS));
@@ -325,7 +334,7 @@ qint64 RunningProgram::id() const
 bool RunningProgram::isStopped() const
 {
     const QString path = u"/proc/%1/stat"_qs.arg(id());
-    // The state stands behind the name, which is in brackets.
+    // The state follows the name, which is in brackets.
     const auto state = [&] { return readFile(path).split(')').constLast().trimmed().left(1); };
     return QTest::qWaitFor([&] { return state() == "T" || state().isEmpty(); }, patience) && state() == "T";
 }
@@ -377,124 +386,4 @@ bool isHarmless(const QByteArray& text)
     return decoded.toUtf8() == text && std::none_of(codePoints.begin(), codePoints.end(), [](uint codePoint) {
         return codePoint != '\n' && isActedOn(codePoint);
     });
-}
-
-void addProgramEditColumns()
-{
-    QTest::addColumn<QString>("commandLine");
-    QTest::addColumn<QByteArray>("input");
-    QTest::addColumn<QByteArray>("after");
-    QTest::addColumn<QString>("what");
-    QTest::addColumn<QByteArray>("messages");
-}
-
-void addProgramEdit(const char* name, const QString& commandLine, const QJsonArray& after, const QString& what,
-    const QByteArray& messages, const QByteArray& input)
-{
-    QTest::newRow(name) << commandLine << input << compact(after) << what << messages;
-}
-
-void checkEditIsNotSavedUnasked()
-{
-    QFETCH(QString, commandLine);
-    QFETCH(QByteArray, input);
-    QFETCH(QString, what);
-    QFETCH(QByteArray, messages);
-
-    const ManifestFile file(compact(saveRuleManifest()));
-    const FileState before = stateOf(file.path());
-    QCOMPARE(Program().in(file.folder()).reading(input).run(commandLine), done(what + u"; not saved"_qs, messages));
-    QCOMPARE(stateOf(file.path()), before);
-    QVERIFY(file.isAlone());
-}
-
-void checkPrintShowsWhatWouldBeSaved()
-{
-    QFETCH(QString, commandLine);
-    QFETCH(QByteArray, input);
-    QFETCH(QByteArray, after);
-    QFETCH(QByteArray, messages);
-
-    const ManifestFile file(compact(saveRuleManifest()));
-    const FileState before = stateOf(file.path());
-    QCOMPARE(Program().in(file.folder()).reading(input).run(wordsWith(commandLine, u"--print"_qs)),
-        done(QString::fromUtf8(after), messages));
-    QCOMPARE(stateOf(file.path()), before);
-    QVERIFY(file.isAlone());
-}
-
-void checkEditIsSaved()
-{
-    QFETCH(QString, commandLine);
-    QFETCH(QByteArray, input);
-    QFETCH(QByteArray, after);
-    QFETCH(QString, what);
-    QFETCH(QByteArray, messages);
-
-    const ManifestFile file(compact(saveRuleManifest()));
-    const FileState before = stateOf(file.path());
-    QCOMPARE(Program().in(file.folder()).reading(input).run(wordsWith(commandLine, u"--save"_qs)),
-        done(what + u"; saved"_qs, messages));
-    QCOMPARE(file.content(), after);
-    QVERIFY(stateOf(file.path()).inode != before.inode);
-    QVERIFY(file.isAlone());
-}
-
-void checkSaveFails(
-    Program program, const QString& cause, const QByteArray& messagesOfTheSave, mode_t permissionsOfTheFolder)
-{
-    QFETCH(QString, commandLine);
-    QFETCH(QByteArray, input);
-    QFETCH(QByteArray, messages);
-
-    const ManifestFile file(compact(saveRuleManifest()));
-    const FileState before = stateOf(file.path());
-    chmod(qPrintable(file.folder()), permissionsOfTheFolder);
-    const ProgramRun run = program.in(file.folder()).reading(input).run(wordsWith(commandLine, u"--save"_qs));
-    chmod(qPrintable(file.folder()), 0700);
-    QCOMPARE(run, failed(u"could not save manifest.json: "_qs + cause, messages + messagesOfTheSave));
-    QCOMPARE(stateOf(file.path()), before);
-    QVERIFY(file.isAlone());
-}
-
-void addProgramFailureColumns()
-{
-    QTest::addColumn<QString>("commandLine");
-    QTest::addColumn<QByteArray>("input");
-    QTest::addColumn<ProgramRun>("run");
-}
-
-void addProgramFailure(const char* name, const QString& commandLine, const ProgramRun& run, const QByteArray& input)
-{
-    QTest::newRow(name) << commandLine << input << run;
-}
-
-void checkProgramFailure()
-{
-    QFETCH(QString, commandLine);
-    QFETCH(QByteArray, input);
-    QFETCH(ProgramRun, run);
-
-    const ManifestFile file(compact(saveRuleManifest()));
-    const FileState before = stateOf(file.path());
-    QCOMPARE(Program().in(file.folder()).reading(input).run(commandLine), run);
-    QCOMPARE(stateOf(file.path()), before);
-    QVERIFY(file.isAlone());
-}
-
-void checkEditFailure()
-{
-    QFETCH(QString, commandLine);
-    QFETCH(QByteArray, input);
-    QFETCH(ProgramRun, run);
-
-    const ManifestFile file(compact(saveRuleManifest()));
-    const FileState before = stateOf(file.path());
-    const Program program = Program().in(file.folder()).reading(input);
-    QCOMPARE(program.run(commandLine), run);
-    QCOMPARE(program.run(wordsWith(commandLine, u"--save"_qs)), run);
-    QCOMPARE(program.run(wordsWith(commandLine, u"--dry-run"_qs)), run);
-    QCOMPARE(program.run(wordsWith(commandLine, u"--print"_qs)), run);
-    QCOMPARE(stateOf(file.path()), before);
-    QVERIFY(file.isAlone());
 }

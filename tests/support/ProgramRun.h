@@ -28,25 +28,31 @@ char* toString(const ProgramRun& run);
 
 // What the companion program leaves behind. `messages` are those of the library, in lines as they are printed.
 
+/// Exactly this output; no line end is added.
+ProgramRun printed(const QByteArray& output);
 ProgramRun done(const QString& output, const QByteArray& messages = {});
 ProgramRun failed(const QString& complaint, const QByteArray& messages = {});
 /// Wrong usage, or trouble with something that the command line names.
 ProgramRun misused(const QString& complaint, const QByteArray& messages = {});
 
-/// What a process does to itself before it becomes the program.
+/// Called in the new process before the program is executed.
 using Preparation = void (*)();
 
-/// File permissions apply, also when the tests run as root.
+/// File permissions apply, even if root runs the tests.
 void asOrdinaryUser();
 /// No file can be written to.
 void onFullDisk();
 void withClosedOutput();
 void withFullOutput();
 
-/// The words of a command line, separated by blanks. What stands between single quotes is one word.
+/// Splits a command line at blanks. Single quotes hold a word together.
 QStringList words(const QString& commandLine);
+/// Inserts an option behind the first word.
+QString withOption(const QString& commandLine, const QString& option);
+/// The lines of a program's output without empty ones.
+QStringList linesOf(const QByteArray& output);
 
-/// A program that has been started. What is left of it is killed in the end.
+/// A program that has been started. The destructor kills it.
 class RunningProgram {
 public:
     explicit RunningProgram(std::unique_ptr<QProcess> startedProcess);
@@ -66,7 +72,7 @@ private:
     const std::unique_ptr<QProcess> process;
 };
 
-/// A program and the surroundings that it is started in: by default the companion program, with nothing to read.
+/// A program with its environment. By default the companion program with empty standard input.
 class Program {
 public:
     Program();
@@ -78,7 +84,7 @@ public:
     Program& prepared(Preparation function);
     /// A save fails at its very last step.
     Program& unableToRename();
-    /// Calls to the C library meet `faults`, in the words of FAULTY_CALLS.
+    /// Makes calls to the C library fail. FaultyCalls.h describes the syntax of `faults`.
     Program& withFaultyCalls(const QString& faults);
     /// Stops before the `number`th of these calls that concern `path` or what is in it.
     Program& stoppingAt(const QString& call, int number, const QString& path);
@@ -101,7 +107,7 @@ Q_DECLARE_METATYPE(ProgramRun)
 Q_DECLARE_METATYPE(Preparation)
 Q_DECLARE_METATYPE(Program)
 
-/// A file as it lies on the disk: a save gives it a new inode, also when it writes the same content.
+/// Content and inode of a file. Every save changes the inode, even if the content stays the same.
 struct FileState {
     QByteArray content;
     ino_t inode;
@@ -110,30 +116,8 @@ struct FileState {
 bool operator==(const FileState& a, const FileState& b);
 FileState stateOf(const QString& path);
 
-/// Copies a folder with everything in it, but for manifests.
+/// Copies a folder recursively, without its manifests.
 void copyFolder(const QString& from, const QString& to);
 
-/// Whether a terminal would show all of `text` instead of acting on a part of it. Line ends count as shown.
+/// Whether a terminal shows `text` and acts on none of it but line ends.
 bool isHarmless(const QByteArray& text);
-
-// A table of edits of saveRuleManifest(), which lies in "manifest.json" in the current folder.
-
-void addProgramEditColumns();
-/// An edit, given without the options that ask for a save or a dry run. `what` is what it is reported as.
-void addProgramEdit(const char* name, const QString& commandLine, const QJsonArray& after, const QString& what,
-    const QByteArray& messages = {}, const QByteArray& input = {});
-void checkEditIsNotSavedUnasked();
-void checkPrintShowsWhatWouldBeSaved();
-void checkEditIsSaved();
-/// Checks that a save that fails is a failure, and that it leaves the previous manifest alone.
-void checkSaveFails(Program program, const QString& cause, const QByteArray& messagesOfTheSave = {},
-    mode_t permissionsOfTheFolder = 0700);
-
-// A table of runs that fail on the same manifest.
-
-void addProgramFailureColumns();
-void addProgramFailure(
-    const char* name, const QString& commandLine, const ProgramRun& run, const QByteArray& input = {});
-void checkProgramFailure();
-/// Checks a row that is an edit, which a request for a save or a dry run does not change.
-void checkEditFailure();
