@@ -1,8 +1,10 @@
 #include "ProgramManifests.h"
 
+#include "Elements.h"
 #include "Files.h"
+#include "Handlers.h"
 #include "Literals.h"
-#include "ManifestFixture.h"
+#include "MessageRecorder.h"
 
 #include <QtCore/QVector>
 

@@ -1,6 +1,10 @@
 #pragma once
 
-#include "ManifestFixture.h"
+#include "Elements.h"
+#include "Files.h"
+#include "Handlers.h"
+#include "Literals.h"
+#include "MessageRecorder.h"
 
 #include <QtCore/QByteArray>
 #include <QtCore/QJsonArray>

@@ -1,7 +1,10 @@
 #pragma once
 
+#include "Elements.h"
+#include "Files.h"
+#include "Handlers.h"
 #include "Literals.h"
-#include "ManifestFixture.h"
+#include "MessageRecorder.h"
 #include "ProgramRun.h"
 
 #include <QtCore/QByteArray>
