@@ -28,13 +28,13 @@ packages_of() {
         case " $* " in
         *" $group "*) printf '%s\n' "$package" ;;
         esac
-    done < <(grep -v '^#' "$project/packaging/debian-packages")
+    done < <(grep -v '^#' "$project/scripts/debian-packages")
 }
 
 # Installs those packages of the named groups that are missing.
 require() {
     local package missing=() as_root=() log
-    command -v dpkg-query >/dev/null || die 'this is not a Debian system; packaging/debian-packages names what is needed'
+    command -v dpkg-query >/dev/null || die 'this is not a Debian system; scripts/debian-packages names what is needed'
     for package in $(packages_of "$@"); do
         is_installed "$package" || missing+=("$package")
     done

@@ -1,5 +1,5 @@
 # What the commands of the fuzzers share. Sourced, with `set -euo pipefail` in force; not run.
-. "$project/packaging/setup.sh"
+. "$project/scripts/common.sh"
 
 targets=(manifest edits folders iterators)
 # Reports need few callers of each allocation, and runs are twice as fast.
