@@ -20,7 +20,8 @@ using Indices = std::vector<TreeElements::size_type>;
 // Which of the numbers are not part of their longest rising sequence.
 std::set<TreeElements::size_type> outOfOrder(const Indices& numbers)
 {
-    // The end of the best sequence of every length, and what comes before each number in the best one that it ends.
+    // ends: for each length, where the rising sequence with the smallest last number ends. previous: what comes before
+    // each number in the longest sequence that ends with it.
     Indices ends;
     Indices previous(numbers.size());
     for (Indices::size_type i = 0; i < numbers.size(); ++i) {
@@ -143,7 +144,7 @@ private:
             return before.value == after.value ? QVector<KeyChange>()
                                                : QVector<KeyChange> {{QString(), before.value, after.value}};
         }
-        // Of most elements there is no more to look at. With children that would look at every level again.
+        // Most elements are equal, and end here. For leaves only: comparing subtrees would visit every level again.
         if (before.children.empty() && after.children.empty() && before.value == after.value) {
             return {};
         }

@@ -260,7 +260,7 @@ int entryMeant(const FolderExplanation& explanation, const QString& folder, cons
     return entryOfInstance(explanation, what);
 }
 
-// The path of an element whose whole instance name, which need not be its path, is this; null when there is none.
+// The path of the element with this instance name, which may be another text. Null when there is none.
 QString pathOfName(const FolderExplanation& explanation, const QString& name)
 {
     const auto found = std::find_if(explanation.entries.begin(), explanation.entries.end(),

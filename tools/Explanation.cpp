@@ -123,7 +123,7 @@ bool startsCharacter(char byte)
     return (static_cast<uchar>(byte) & 0xC0) != 0x80;
 }
 
-// What is wrong where a parser gave up that did not see carriage returns, in a text that has them.
+// Describes a parse error. The parser read the text without its carriage returns; line and column count them.
 Description notJson(const QByteArray& content, const QJsonParseError& error)
 {
     int line = 1;

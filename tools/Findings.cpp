@@ -237,8 +237,8 @@ void forEach(const TreeElements& elements, const Function& function)
     }
 }
 
-/// What elements of a tree hold, with everything below them and without stamps, as a digest. Each one is made once, of
-/// those of the children: with the whole text of everything below it, every level would be looked at again and again.
+/// Digests of what elements of a tree hold, with everything below them and without stamps. A digest is computed once,
+/// from the digests of the children. Hashing the whole subtree would visit every level repeatedly.
 class Contents {
 public:
     const QByteArray& of(const TreeElement& element)
@@ -326,7 +326,7 @@ int childrenIn(const Finding& finding)
     return finding.value.toObject().value(Registry::getKeySubstructure()).toArray().size();
 }
 
-// What a finding of an element that was changed has kept when it has become no worse by that. The number of children
+// The part of a finding that stays the same when an edit of its element has not made it worse. The number of children
 // may only become smaller.
 QByteArray reasonOf(const Finding& finding)
 {
@@ -427,8 +427,8 @@ int countOfDifferentMembers(const QJsonObject& a, const QJsonObject& b)
 
 // Whether what stands in the place of an edited element is still that element.
 //
-// Below another edited element that is not sure, whose children may have been replaced. The edit of several elements of
-// one name changes one member of each of them in the same way, so they still have one name.
+// If an ancestor was edited as well, this is uncertain: its children may have been replaced. An edit of several elements
+// of one name changes one member of each of them in the same way, so they still have one name.
 bool isStillThere(const QVector<int>& positions, const TreeElements& before, const TreeElements& after,
     const QVector<QVector<int>>& edited)
 {

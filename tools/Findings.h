@@ -70,9 +70,9 @@ QVector<Finding> addedToBoth(const QJsonArray& one, const QJsonArray& other, con
  * Elements are compared by their members, but for children and stamps, wherever they are: what was moved is not lost,
  * nor is a node that only lost its children. Of equal ones as many are lost as are fewer.
  *
- * @param edited positions of the elements that the edit was to change, from the top level down. They are not lost as
- *               long as there is an element in their place; of those that lie in another one, as long as it has the
- *               name of that one, and is the same but for one member.
+ * @param edited positions of the elements that the edit was to change, from the top level down. Such an element is not
+ *               lost while there is an element in its place. One that lies inside another edited element is not lost
+ *               only if the element in its place has the same name and differs in one member at most.
  */
 TreeElements lostElements(const QJsonArray& before, const QJsonArray& after, const QVector<QVector<int>>& edited = {});
 
@@ -81,8 +81,8 @@ TreeElements lostElements(const QJsonArray& before, const QJsonArray& after, con
 bool isPermutation(const QJsonArray& before, const QJsonArray& after);
 
 /**
- * Why a value is not to be stored under `key`: its JSON type is not the one that the vocabulary gives the key or, when
- * that knows the key not, the one of the present value. Null when nothing speaks against it.
+ * Why a value is not to be stored under `key`: its JSON type is not the one that the vocabulary gives the key or, if
+ * the vocabulary does not know the key, not the type of the present value. Null when nothing speaks against it.
  *
  * Elements among the children in a value are examined as well, for the types of the vocabulary. What was wrong with
  * them before is no reason.

@@ -128,7 +128,7 @@ void printText(const QString& text)
 
 void complain(const QString& line)
 {
-    // What was printed before stands before, also when both streams end in one file.
+    // Keeps the order of results and complaints when both streams go to one file.
     std::fflush(stdout);
     writeLine(stderr, QCoreApplication::applicationName().toUtf8() + ": " + line.toUtf8());
 }

@@ -91,8 +91,8 @@ QString lockerIn(const QByteArray& list, const char* kind, const QByteArray& pla
     return QString::fromLatin1(lock.process);
 }
 
-// Whether this process was started by one that has the turn and gave it its open folder, as flock(1) does. That is
-// read, not tried: who tries a lock changes what others share.
+// Whether this process was started by one that has the turn and gave it its open folder, as flock(1) does. This is
+// read from the list of locks. Trying the lock would change it for every process that shares the open folder.
 bool isInherited(int own)
 {
     struct stat folder = {};

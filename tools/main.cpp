@@ -13,8 +13,8 @@
 
 namespace {
 
-// A standard stream that the caller has closed would become the next file that anybody opens, a wake-up of Qt or the
-// manifest, and take the output. What stands in for it refuses every read and write that it was for.
+// If the caller has closed a standard stream, the next file to be opened gets its number, the manifest for example, and
+// output would be written there. So the number is taken by a file that cannot be read or written in the stream's way.
 void occupyClosedStreams()
 {
     for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {

@@ -53,7 +53,8 @@ class __attribute__((visibility("default"))) FaultyCalls {
 public:
     struct Call {
         std::string name;
-        /// For an entry of a folder, with its name. Of a file without a name, what the system shows instead.
+        /// The path of the file. For an entry of a listing, the folder's path and the entry's name; for a file without a
+        /// name, what /proc shows.
         std::string path;
         /// For a transfer, the number of bytes; -1 for any failure.
         long result;

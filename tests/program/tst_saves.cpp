@@ -112,6 +112,14 @@ void beTruncated(const QString& path)
     truncate(qPrintable(path), 0);
 }
 
+/// Neither inode nor size tells.
+void beWrittenOver(const QString& path)
+{
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::ReadWrite));
+    QCOMPARE(file.write(QByteArray(static_cast<int>(file.size()), ' ')), file.size());
+}
+
 void becomeFolder(const QString& path)
 {
     QFile::remove(path);
@@ -329,6 +337,7 @@ void tst_Saves::changeBetweenLoadAndSaveIsNotOverwritten_data()
     row("disappears", disappear, gone);
     row("is replaced", beReplaced, {});
     row("is truncated", beTruncated, {});
+    row("is written over with as many bytes", beWrittenOver, {});
     row("becomes a folder", becomeFolder, u": it is a folder"_qs);
     row("becomes a pipe", becomePipe, u": it is a pipe"_qs);
     row("becomes unreadable", becomeUnreadable, u": Permission denied"_qs);
@@ -359,6 +368,7 @@ void tst_Saves::changeBetweenLoadAndSaveIsNotOverwritten()
     QCOMPARE(after.st_ino, changed.st_ino);
     QCOMPARE(after.st_mode, changed.st_mode);
     QCOMPARE(after.st_size, changed.st_size);
+    QCOMPARE(after.st_mtim.tv_nsec, changed.st_mtim.tv_nsec);
     QCOMPARE(everythingIn(folder.path()), entries);
     QCOMPARE(folder.exists(), hasFolder);
 }

@@ -350,7 +350,7 @@ void tst_Crashes::creationsKilledBeforeAnyCallLeaveTheOldOrTheNewManifest()
         });
     QVERIFY(unnamed ? leftovers == (replaces ? 2 : 0) : leftovers > 4);
     QVERIFY(before > 20);
-    // The link of an unnamed file to the place of none is followed by a close.
+    // Where there was no manifest, the unnamed file is linked to its place and then closed: one call more.
     QCOMPARE(after, callsOfTheFolder + (unnamed && !replaces ? 1 : 0));
 }
 

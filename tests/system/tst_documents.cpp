@@ -5,6 +5,7 @@
 
 #include <QtCore/QDir>
 #include <QtCore/QDirIterator>
+#include <QtCore/QMap>
 #include <QtCore/QRegularExpression>
 
 #include <algorithm>
@@ -159,24 +160,38 @@ QStringList blocks(const QString& text, const QString& kind)
     return found;
 }
 
-/// The slots that the map of the tests names for files that do not have them.
-QStringList absentSlots(const QString& map)
+/// The slots of a test, without what belongs to them.
+QStringList slotsOf(const QString& file)
+{
+    static const QRegularExpression belongsToOthers(u"_data$|^(init|cleanup)(TestCase)?$"_qs);
+    QStringList slots;
+    const QString declared = document(u"tests/"_qs + file).section(u"private Q_SLOTS:\n"_qs, 1);
+    for (const QString& slot : captures(
+             declared.section(QRegularExpression(u"\\n(\\};|private:)"_qs), 0, 0), u"^    void (\\w+)\\(\\);$"_qs)) {
+        if (!slot.contains(belongsToOthers)) {
+            slots.append(slot);
+        }
+    }
+    return slots;
+}
+
+/// The slots that the map of the tests names for each file.
+QMap<QString, QStringList> slotsIn(const QString& map)
 {
     static const QRegularExpression fileOrSlot(
         u"^[#-].*\\((\\w+/tst_\\w+\\.cpp)\\)|`([a-z]\\w*[A-Z]\\w*)`"_qs, QRegularExpression::MultilineOption);
-    QStringList absent;
+    QMap<QString, QStringList> slots;
     QString file;
-    QStringList slots;
     for (auto names = fileOrSlot.globalMatch(map); names.hasNext();) {
         const QRegularExpressionMatch match = names.next();
-        if (!match.captured(1).isEmpty()) {
+        if (match.captured(1).isEmpty()) {
+            slots[file].append(match.captured(2));
+        } else {
             file = match.captured(1);
-            slots = captures(document(u"tests/"_qs + file), u"^    void (\\w+)\\(\\);$"_qs);
-        } else if (!slots.contains(match.captured(2))) {
-            absent.append(file + u": "_qs + match.captured(2));
+            slots.insert(file, {});
         }
     }
-    return absent;
+    return slots;
 }
 
 // The lines of the README, between the two marks.
@@ -318,10 +333,19 @@ void tst_Documents::mapOfTheTestsIsThatOfTheTree()
         }
     }
     QVERIFY(files.size() > 30);
-    QStringList named = captures(map, u"^[#-].*\\((\\w+/tst_\\w+\\.cpp)\\)"_qs);
-    named.sort();
-    QCOMPARE(named, files);
-    QCOMPARE(absentSlots(map), QStringList());
+    const QMap<QString, QStringList> mapped = slotsIn(map);
+    QCOMPARE(mapped.keys(), files);
+    QStringList wrong;
+    for (const QString& file : files) {
+        const QStringList named = mapped.value(file);
+        const QStringList slots = slotsOf(file);
+        for (const QString& slot : named + slots) {
+            if (!named.contains(slot) || !slots.contains(slot)) {
+                wrong.append(file + u": "_qs + slot);
+            }
+        }
+    }
+    QCOMPARE(wrong.join(u'\n'), QString());
 }
 
 MANIFEST_TEST_MAIN(tst_Documents)
