@@ -1,3 +1,4 @@
+# shellcheck shell=bash
 # What the commands of the fuzzers share. Sourced, with `set -euo pipefail` in force; not run.
 . "$project/scripts/common.sh"
 

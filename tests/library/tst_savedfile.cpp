@@ -319,6 +319,12 @@ void tst_SavedFile::linkStaysAndItsTargetIsReplaced()
         geteuid() == 0 ? Ownership {someUser, someGroup, 0460} : Ownership {geteuid(), getegid(), 0660};
     give(target, ownership);
 
+    {
+        const MessageRecorder log;
+        Handler reader(place.manifest(), QString(), QString());
+        reader.parseManifestFile();
+        QCOMPARE(reader.getManifestContent(), previous);
+    }
     place.saveBy(save, By::TheTest);
     char stored[PATH_MAX] = {};
     QVERIFY(readlink(qPrintable(place.manifest()), stored, sizeof stored - 1) > 0);

@@ -215,6 +215,8 @@ void tst_Saves::failedSaveLeavesEverything_data()
         const char* name;
         QString commandLine;
         QString saved;
+        // Messages of the edit come before those of the save.
+        QString messages = {};
     };
     const QString manifest = u"manifest.json"_qs;
     const Command commands[] = {
@@ -222,6 +224,8 @@ void tst_Saves::failedSaveLeavesEverything_data()
         {"update", u"update manifest.json top instanceName value --save"_qs, manifest},
         {"unset", u"unset manifest.json a substructure --force --save"_qs, manifest},
         {"add-node", u"add-node manifest.json b --description - --save"_qs, manifest},
+        {"add-node, with a message", u"add-node manifest.json b --save"_qs, manifest,
+            u"warning: Cannot find key displayPosition in Json object!\n"_qs},
         {"add-selection", u"add-selection manifest.json b --description - --save"_qs, manifest},
         {"delete", u"delete manifest.json a --save"_qs, manifest},
         {"move-node", u"move-node manifest.json spare 0 --save"_qs, manifest},
@@ -242,7 +246,7 @@ void tst_Saves::failedSaveLeavesEverything_data()
                              const QString& ofEdit, const QString& ofCreation, mode_t ofFile = 0644) {
             const QByteArray rowName = QByteArray(command.name) + ", " + name;
             row(rowName.constData(), command.commandLine, command.saved, program, ofFolder, ofFile, cause,
-                isEdit ? ofEdit : ofCreation);
+                command.messages + (isEdit ? ofEdit : ofCreation));
         };
         // Messages of the library. %1 is the path of the manifest, %2 its size.
         const QString incomplete = u"warning: Error on writing instance list to manifest file!\n"_qs;

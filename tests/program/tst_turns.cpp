@@ -146,7 +146,7 @@ void tst_Turns::manifestThatChangesBeforeTurnIsMerged()
     place.write(u"new"_qs, {selection(u"a"_qs), added});
     const FolderLock lock(place.path());
     const auto program =
-        place.program().stoppingAt(u"lock"_qs, 2, place.path()).start(u"merge base mine new --save --wait 600"_qs);
+        place.program().stoppingAt(u"lock"_qs, 2, place.path()).start(u"merge base mine new --save"_qs);
     QVERIFY(program->isStopped());
     place.write(u"mine"_qs, {other});
     lock.release();
