@@ -140,43 +140,43 @@ private Q_SLOTS:
     void metaObjectHasNothingOfItsOwn();
 
     void treeOfSelectionsAndNodesIsWrittenByteForByte();
-    void elementsOfOneKindAndPositionKeepTheListingOrder();
-    void listingOrderIgnoresTheLocale();
+    void elementsOfOneKindAndPositionKeepListingOrder();
+    void listingOrderIgnoresLocale();
     void hundredElementsOfOnePositionAreAllThere();
     void displayPositionsOrderEachKindButAreNotStored();
-    void selectionNamesCarryThePathFromTheScannedFolderAtEveryLevel();
-    void substructureOfAFolderDescriptionIsReplacedByTheScan();
-    void substructureOfAFolderDescriptionKeepsNoEmptyFolder();
+    void selectionNamesCarryPathFromScannedFolderAtEveryLevel();
+    void substructureOfFolderDescriptionIsReplacedByScan();
+    void substructureOfFolderDescriptionKeepsNoEmptyFolder();
     void foldersWithoutMatchingFilesLeaveNoTrace();
     void hiddenEntriesNeverAppear();
-    void onlyEmptyFoldersGiveAnEmptyArray();
-    void manifestIsNoDescriptionOfALaterScan();
-    void laterScanReplacesTheManifestCompletely();
-    void scanBegunByAMessageOfAnotherDisturbsNeither();
-    void everyListOfAScanRefersToTheSameSuffix();
+    void onlyEmptyFoldersGiveEmptyArray();
+    void manifestIsNoDescriptionOfLaterScan();
+    void laterScanReplacesManifestCompletely();
+    void scanBegunByMessageOfAnotherDisturbsNeither();
+    void everyListOfScanRefersToSameSuffix();
 
     void schemeChoosesSuffixAndFileName_data();
     void schemeChoosesSuffixAndFileName();
 
-    void createScansTheConfigurationFolderBelowTheBase();
-    void createKeepsASeparatorOfTheBaseDoubled();
-    void createLeavesOutTheSeparatorAfterAFolderThatEndedInOne();
-    void createSeparatesAgainAfterAFolderThatDidNot();
-    void folderOfAScanThatFoundNothingCountsAsThePrevious();
-    void trailingSeparatorStaysInTheFileName();
-    void namesBelowAFolderWithTrailingSeparatorAreTheWholeFolder();
+    void createScansConfigurationFolderBelowBase();
+    void createKeepsSeparatorOfBaseDoubled();
+    void createLeavesOutSeparatorAfterFolderThatEndedInOne();
+    void createSeparatesAgainAfterFolderThatDidNot();
+    void folderOfScanThatFoundNothingCountsAsPrevious();
+    void trailingSeparatorStaysInFileName();
+    void namesBelowFolderWithTrailingSeparatorAreWholeFolder();
     void relativeFolderStaysRelativeAtEveryLevel();
-    void emptyPathListsTheCurrentFolderAndWritesToTheRoot();
+    void emptyPathListsCurrentFolderAndWritesToRoot();
 
-    void nothingToListIsASuccessThatWritesNothing_data();
-    void nothingToListIsASuccessThatWritesNothing();
+    void nothingToListIsSuccessThatWritesNothing_data();
+    void nothingToListIsSuccessThatWritesNothing();
 
-    void messagesOfAScanComeInListingOrder();
+    void messagesOfScanComeInListingOrder();
     void brokenDescriptionsKeepTheirElements();
     void unreadableDescriptionsKeepTheirElements();
     void unreadableSubfolderIsLeftOut();
 
-    void missingFolderOfTheSchemeIsReported();
+    void missingFolderOfSchemeIsReported();
 
     void linksCountAsWhatTheyPointTo();
     void danglingLinksNeverAppear();
@@ -184,7 +184,7 @@ private Q_SLOTS:
     void awkwardNamesAreScanned_data();
     void awkwardNamesAreScanned();
     void nameThatIsNotUtf8IsPassedOver();
-    void longestPathsOfTheSystemAreScanned();
+    void longestPathsOfSystemAreScanned();
 
 private:
     QString at(const QString& name) const
@@ -257,7 +257,7 @@ void tst_ConfigurationManifestCreator::treeOfSelectionsAndNodesIsWrittenByteForB
             u"main.config.json"_qs, u"readme.txt"_qs}));
 }
 
-void tst_ConfigurationManifestCreator::elementsOfOneKindAndPositionKeepTheListingOrder()
+void tst_ConfigurationManifestCreator::elementsOfOneKindAndPositionKeepListingOrder()
 {
     // The listing ignores case. One of the sixteen entries is the empty folder x.
     for (const char* name : {"b", "A", "c", "D", "e", "F", "g", "H", "i"}) {
@@ -273,7 +273,7 @@ void tst_ConfigurationManifestCreator::elementsOfOneKindAndPositionKeepTheListin
     QCOMPARE(outlineOfManifest(), u"A b c D e F g H i S[S/f] t[t/f] u[u/f] V[V/f] w[w/f] X[X/f]"_qs);
 }
 
-void tst_ConfigurationManifestCreator::listingOrderIgnoresTheLocale()
+void tst_ConfigurationManifestCreator::listingOrderIgnoresLocale()
 {
     const QString umlaut = QString::fromUtf8("ä");
     const QString last = u"z"_qs;
@@ -333,7 +333,7 @@ void tst_ConfigurationManifestCreator::displayPositionsOrderEachKindButAreNotSto
     QVERIFY(!manifest().contains("displayPosition"));
 }
 
-void tst_ConfigurationManifestCreator::selectionNamesCarryThePathFromTheScannedFolderAtEveryLevel()
+void tst_ConfigurationManifestCreator::selectionNamesCarryPathFromScannedFolderAtEveryLevel()
 {
     writeFile(at(u"one.old/two/three/f.v2.config.json"_qs), description(1));
     writeFile(
@@ -346,7 +346,7 @@ void tst_ConfigurationManifestCreator::selectionNamesCarryThePathFromTheScannedF
     QCOMPARE(outlineOfManifest(), u"one[two[Custom three[one.old/two/three/f]]]"_qs);
 }
 
-void tst_ConfigurationManifestCreator::substructureOfAFolderDescriptionIsReplacedByTheScan()
+void tst_ConfigurationManifestCreator::substructureOfFolderDescriptionIsReplacedByScan()
 {
     writeFile(
         at(u"n/Folder.menu.json"_qs), "{\"displayPosition\":1,\"substructure\":[{\"instanceName\":\"described\"}]}");
@@ -356,7 +356,7 @@ void tst_ConfigurationManifestCreator::substructureOfAFolderDescriptionIsReplace
     QCOMPARE(manifest(), QByteArray('[' + node("n", selection("n/x")) + ']'));
 }
 
-void tst_ConfigurationManifestCreator::substructureOfAFolderDescriptionKeepsNoEmptyFolder()
+void tst_ConfigurationManifestCreator::substructureOfFolderDescriptionKeepsNoEmptyFolder()
 {
     writeFile(
         at(u"n/Folder.menu.json"_qs), "{\"displayPosition\":1,\"substructure\":[{\"instanceName\":\"described\"}]}");
@@ -389,7 +389,7 @@ void tst_ConfigurationManifestCreator::hiddenEntriesNeverAppear()
     QCOMPARE(manifest(), QByteArrayLiteral("[]"));
 }
 
-void tst_ConfigurationManifestCreator::onlyEmptyFoldersGiveAnEmptyArray()
+void tst_ConfigurationManifestCreator::onlyEmptyFoldersGiveEmptyArray()
 {
     QVERIFY(QDir().mkpath(at(u"a/b"_qs)));
     QVERIFY(QDir().mkpath(at(u"c"_qs)));
@@ -399,7 +399,7 @@ void tst_ConfigurationManifestCreator::onlyEmptyFoldersGiveAnEmptyArray()
     QCOMPARE(manifest(), QByteArrayLiteral("[]"));
 }
 
-void tst_ConfigurationManifestCreator::manifestIsNoDescriptionOfALaterScan()
+void tst_ConfigurationManifestCreator::manifestIsNoDescriptionOfLaterScan()
 {
     writeFile(at(u"a.config.json"_qs), description(1));
     MessageRecorder log;
@@ -410,7 +410,7 @@ void tst_ConfigurationManifestCreator::manifestIsNoDescriptionOfALaterScan()
     QCOMPARE(log.take(), Messages());
 }
 
-void tst_ConfigurationManifestCreator::laterScanReplacesTheManifestCompletely()
+void tst_ConfigurationManifestCreator::laterScanReplacesManifestCompletely()
 {
     writeFile(at(u"a.config.json"_qs), description(1));
     writeFile(at(u"b.config.json"_qs), description(2));
@@ -422,7 +422,7 @@ void tst_ConfigurationManifestCreator::laterScanReplacesTheManifestCompletely()
     QCOMPARE(manifest(), QByteArray('[' + selection("b") + ']'));
 }
 
-void tst_ConfigurationManifestCreator::scanBegunByAMessageOfAnotherDisturbsNeither()
+void tst_ConfigurationManifestCreator::scanBegunByMessageOfAnotherDisturbsNeither()
 {
     // Each of these causes a message, above and below a folder.
     writeFile(at(u"outer/a.config.json"_qs), description(1) + '}');
@@ -449,7 +449,7 @@ void tst_ConfigurationManifestCreator::scanBegunByAMessageOfAnotherDisturbsNeith
     QCOMPARE(everythingIn(inner), QStringList({u"b.process.json"_qs, u"process.manifest.json"_qs}));
 }
 
-void tst_ConfigurationManifestCreator::everyListOfAScanRefersToTheSameSuffix()
+void tst_ConfigurationManifestCreator::everyListOfScanRefersToSameSuffix()
 {
     // The last message is logged while the list of the innermost folder is built; those above are still on the stack.
     writeFile(at(u"n/m/f.config.json"_qs), "{}");
@@ -507,7 +507,7 @@ void tst_ConfigurationManifestCreator::schemeChoosesSuffixAndFileName()
     QCOMPARE(after, before);
 }
 
-void tst_ConfigurationManifestCreator::createScansTheConfigurationFolderBelowTheBase()
+void tst_ConfigurationManifestCreator::createScansConfigurationFolderBelowBase()
 {
     writeFile(at(folderName + u"/a.config.json"_qs), description(1));
     writeFile(at(folderName + u"/p.process.json"_qs), description(1));
@@ -517,7 +517,7 @@ void tst_ConfigurationManifestCreator::createScansTheConfigurationFolderBelowThe
     QCOMPARE(everythingIn(folder), QStringList(folderName));
 }
 
-void tst_ConfigurationManifestCreator::createKeepsASeparatorOfTheBaseDoubled()
+void tst_ConfigurationManifestCreator::createKeepsSeparatorOfBaseDoubled()
 {
     // A folder in the place of the manifest: the message then names the file.
     QVERIFY(QDir().mkpath(at(folderName + u"/configuration.manifest.json"_qs)));
@@ -528,7 +528,7 @@ void tst_ConfigurationManifestCreator::createKeepsASeparatorOfTheBaseDoubled()
             folder + u"//"_qs + folderName + u"/configuration.manifest.json"_qs));
 }
 
-void tst_ConfigurationManifestCreator::createLeavesOutTheSeparatorAfterAFolderThatEndedInOne()
+void tst_ConfigurationManifestCreator::createLeavesOutSeparatorAfterFolderThatEndedInOne()
 {
     writeFile(at(u"other/a.config.json"_qs), description(1));
     writeFile(folder + folderName + u"/joined.config.json"_qs, description(1));
@@ -542,7 +542,7 @@ void tst_ConfigurationManifestCreator::createLeavesOutTheSeparatorAfterAFolderTh
     QCOMPARE(everythingIn(at(folderName)), QStringList(u"below.config.json"_qs));
 }
 
-void tst_ConfigurationManifestCreator::createSeparatesAgainAfterAFolderThatDidNot()
+void tst_ConfigurationManifestCreator::createSeparatesAgainAfterFolderThatDidNot()
 {
     writeFile(at(u"other/a.config.json"_qs), description(1));
     writeFile(at(folderName + u"/below.config.json"_qs), description(1));
@@ -554,7 +554,7 @@ void tst_ConfigurationManifestCreator::createSeparatesAgainAfterAFolderThatDidNo
     QCOMPARE(readFile(at(folderName + u"/configuration.manifest.json"_qs)), QByteArray('[' + selection("below") + ']'));
 }
 
-void tst_ConfigurationManifestCreator::folderOfAScanThatFoundNothingCountsAsThePrevious()
+void tst_ConfigurationManifestCreator::folderOfScanThatFoundNothingCountsAsPrevious()
 {
     writeFile(folder + folderName + u"/joined.config.json"_qs, description(1));
     MessageRecorder log;
@@ -565,7 +565,7 @@ void tst_ConfigurationManifestCreator::folderOfAScanThatFoundNothingCountsAsTheP
         QByteArray('[' + selection("joined") + ']'));
 }
 
-void tst_ConfigurationManifestCreator::trailingSeparatorStaysInTheFileName()
+void tst_ConfigurationManifestCreator::trailingSeparatorStaysInFileName()
 {
     QVERIFY(QDir().mkpath(at(u"configuration.manifest.json"_qs)));
     MessageRecorder log;
@@ -573,7 +573,7 @@ void tst_ConfigurationManifestCreator::trailingSeparatorStaysInTheFileName()
     QCOMPARE(log.take(), undescribedFolder() << manifestCannotBeOpened(folder + u"//configuration.manifest.json"_qs));
 }
 
-void tst_ConfigurationManifestCreator::namesBelowAFolderWithTrailingSeparatorAreTheWholeFolder()
+void tst_ConfigurationManifestCreator::namesBelowFolderWithTrailingSeparatorAreWholeFolder()
 {
     writeFile(at(u"a.config.json"_qs), description(1));
     writeFile(at(u"n/Folder.menu.json"_qs), folderDescription(1));
@@ -602,7 +602,7 @@ void tst_ConfigurationManifestCreator::relativeFolderStaysRelativeAtEveryLevel()
     QCOMPARE(outlineOfManifest(), u"a n[n/f m[n/m/f]]"_qs);
 }
 
-void tst_ConfigurationManifestCreator::emptyPathListsTheCurrentFolderAndWritesToTheRoot()
+void tst_ConfigurationManifestCreator::emptyPathListsCurrentFolderAndWritesToRoot()
 {
     writeFile(at(u"a.config.json"_qs), description(1));
     QVERIFY(QDir::setCurrent(folder));
@@ -616,7 +616,7 @@ void tst_ConfigurationManifestCreator::emptyPathListsTheCurrentFolderAndWritesTo
     QCOMPARE(everythingIn(folder), QStringList(u"a.config.json"_qs));
 }
 
-void tst_ConfigurationManifestCreator::nothingToListIsASuccessThatWritesNothing_data()
+void tst_ConfigurationManifestCreator::nothingToListIsSuccessThatWritesNothing_data()
 {
     QTest::addColumn<QString>("path");
     QTest::newRow("missing") << u"missing"_qs;
@@ -627,7 +627,7 @@ void tst_ConfigurationManifestCreator::nothingToListIsASuccessThatWritesNothing_
     QTest::newRow("only a dangling link") << u"dangling"_qs;
 }
 
-void tst_ConfigurationManifestCreator::nothingToListIsASuccessThatWritesNothing()
+void tst_ConfigurationManifestCreator::nothingToListIsSuccessThatWritesNothing()
 {
     QFETCH(const QString, path);
     QVERIFY(QDir().mkpath(at(u"empty"_qs)));
@@ -655,7 +655,7 @@ void tst_ConfigurationManifestCreator::nothingToListIsASuccessThatWritesNothing(
     }
 }
 
-void tst_ConfigurationManifestCreator::messagesOfAScanComeInListingOrder()
+void tst_ConfigurationManifestCreator::messagesOfScanComeInListingOrder()
 {
     writeFile(at(u"b.config.json"_qs), "{\"displayPosition\":1}");
     writeFile(at(u"a/x.config.json"_qs), "{\"hide\":true}");
@@ -719,7 +719,7 @@ void tst_ConfigurationManifestCreator::unreadableSubfolderIsLeftOut()
     QCOMPARE(manifest(), QByteArray('[' + selection("a") + ']'));
 }
 
-void tst_ConfigurationManifestCreator::missingFolderOfTheSchemeIsReported()
+void tst_ConfigurationManifestCreator::missingFolderOfSchemeIsReported()
 {
     writeFile(at(u"a.config.json"_qs), description(1));
     MessageRecorder log;
@@ -802,7 +802,7 @@ void tst_ConfigurationManifestCreator::nameThatIsNotUtf8IsPassedOver()
     QCOMPARE(unlink(path.constData()), 0);
 }
 
-void tst_ConfigurationManifestCreator::longestPathsOfTheSystemAreScanned()
+void tst_ConfigurationManifestCreator::longestPathsOfSystemAreScanned()
 {
     QString path = folder;
     int levels = 0;

@@ -73,36 +73,36 @@ class tst_ConfigurationManifestHandler_loading : public QObject {
 private Q_SLOTS:
     void keyTextsAreBuiltOnce();
     void newHandlerKnowsItsArgumentsAndTouchesNoFile();
-    void destructionReachesTheDerivedClass();
+    void destructionReachesDerivedClass();
     void destructionDoesNotSave();
     void manifestThatIsSetIsTakenAsItIs();
     void contentIsCompactJson_data();
     void contentIsCompactJson();
 
-    void loadingReadsAndStampsTheFile();
+    void loadingReadsAndStampsFile();
     void rootArrayIsTakenAsItStands_data();
     void rootArrayIsTakenAsItStands();
-    void loadingAgainTakesWhatTheFileHoldsNow();
-    void fileThatIsNotThereEmptiesTheManifest_data();
-    void fileThatIsNotThereEmptiesTheManifest();
-    void fileThatVanishesAfterTheFirstLookEmptiesTheManifest();
-    void folderInThePlaceOfTheFileEmptiesTheManifest();
-    void fileThatMayNotBeReadEmptiesTheManifest();
+    void loadingAgainTakesWhatFileHoldsNow();
+    void fileThatIsNotThereEmptiesManifest_data();
+    void fileThatIsNotThereEmptiesManifest();
+    void fileThatVanishesAfterFirstLookEmptiesManifest();
+    void folderInPlaceOfFileEmptiesManifest();
+    void fileThatMayNotBeReadEmptiesManifest();
     void contentThatIsNoManifestIsRefused_data();
     void contentThatIsNoManifestIsRefused();
     void contentCutShortAnywhereIsRefused();
-    void bytesReplaceTheManifestAndNotTheFile();
+    void bytesReplaceManifestAndNotFile();
 
-    void objectIsStampedIfItIsASelection_data();
-    void objectIsStampedIfItIsASelection();
+    void objectIsStampedIfItIsSelection_data();
+    void objectIsStampedIfItIsSelection();
     void stampingReachesEveryDepth_data();
     void stampingReachesEveryDepth();
     void stampingLeavesOtherValuesAlone_data();
     void stampingLeavesOtherValuesAlone();
     void stampingConcernsItsArgumentOnly();
 
-    void savingWritesTheWholeManifest();
-    void savingReplacesTheFileAtOnce();
+    void savingWritesWholeManifest();
+    void savingReplacesFileAtOnce();
     void lastOfTwoHandlersWins();
     void savingWritesWhatLoadingStamped();
     void deepManifestIsLoadedQueriedEditedAndSaved();
@@ -146,7 +146,7 @@ void tst_ConfigurationManifestHandler_loading::newHandlerKnowsItsArgumentsAndTou
     QCOMPARE(file.content(), QByteArray("[1]"));
 }
 
-void tst_ConfigurationManifestHandler_loading::destructionReachesTheDerivedClass()
+void tst_ConfigurationManifestHandler_loading::destructionReachesDerivedClass()
 {
     class Derived : public Handler {
     public:
@@ -227,7 +227,7 @@ void tst_ConfigurationManifestHandler_loading::contentIsCompactJson()
     QCOMPARE(compact(handler.getManifestJsonArray()), content);
 }
 
-void tst_ConfigurationManifestHandler_loading::loadingReadsAndStampsTheFile()
+void tst_ConfigurationManifestHandler_loading::loadingReadsAndStampsFile()
 {
     const QByteArray content = R"([{"instanceName":"a","moduleName":"old","selectionType":"Selection"},
         {"instanceName":"Net","selectionType":"Node","substructure":[
@@ -313,7 +313,7 @@ void tst_ConfigurationManifestHandler_loading::rootArrayIsTakenAsItStands()
     QCOMPARE(other.getManifestContent(), saved);
 }
 
-void tst_ConfigurationManifestHandler_loading::loadingAgainTakesWhatTheFileHoldsNow()
+void tst_ConfigurationManifestHandler_loading::loadingAgainTakesWhatFileHoldsNow()
 {
     const ManifestFile file(R"([{"instanceName":"a"}])");
     MessageRecorder log;
@@ -337,7 +337,7 @@ void tst_ConfigurationManifestHandler_loading::loadingAgainTakesWhatTheFileHolds
     QCOMPARE(handler.getManifestContent(), QByteArray(R"(["whole again"])"));
 }
 
-void tst_ConfigurationManifestHandler_loading::fileThatIsNotThereEmptiesTheManifest_data()
+void tst_ConfigurationManifestHandler_loading::fileThatIsNotThereEmptiesManifest_data()
 {
     QTest::addColumn<QString>("path");
     QTest::addColumn<bool>("modified");
@@ -350,7 +350,7 @@ void tst_ConfigurationManifestHandler_loading::fileThatIsNotThereEmptiesTheManif
     }
 }
 
-void tst_ConfigurationManifestHandler_loading::fileThatIsNotThereEmptiesTheManifest()
+void tst_ConfigurationManifestHandler_loading::fileThatIsNotThereEmptiesManifest()
 {
     QFETCH(QString, path);
     QFETCH(bool, modified);
@@ -367,7 +367,7 @@ void tst_ConfigurationManifestHandler_loading::fileThatIsNotThereEmptiesTheManif
     QCOMPARE(everythingIn(file.folder()), before);
 }
 
-void tst_ConfigurationManifestHandler_loading::fileThatVanishesAfterTheFirstLookEmptiesTheManifest()
+void tst_ConfigurationManifestHandler_loading::fileThatVanishesAfterFirstLookEmptiesManifest()
 {
     const ManifestFile file("[1]");
     MessageRecorder log;
@@ -384,7 +384,7 @@ void tst_ConfigurationManifestHandler_loading::fileThatVanishesAfterTheFirstLook
     QCOMPARE(handler.getModified(), false);
 }
 
-void tst_ConfigurationManifestHandler_loading::folderInThePlaceOfTheFileEmptiesTheManifest()
+void tst_ConfigurationManifestHandler_loading::folderInPlaceOfFileEmptiesManifest()
 {
     const QTemporaryDir folder;
     MessageRecorder log;
@@ -395,7 +395,7 @@ void tst_ConfigurationManifestHandler_loading::folderInThePlaceOfTheFileEmptiesT
     QCOMPARE(handler.getManifestJsonArray(), QJsonArray());
 }
 
-void tst_ConfigurationManifestHandler_loading::fileThatMayNotBeReadEmptiesTheManifest()
+void tst_ConfigurationManifestHandler_loading::fileThatMayNotBeReadEmptiesManifest()
 {
     const ManifestFile file("[1]");
     QVERIFY(QFile::setPermissions(file.path(), QFile::WriteOwner));
@@ -525,7 +525,7 @@ void tst_ConfigurationManifestHandler_loading::contentCutShortAnywhereIsRefused(
     QVERIFY(!handler.getModified());
 }
 
-void tst_ConfigurationManifestHandler_loading::bytesReplaceTheManifestAndNotTheFile()
+void tst_ConfigurationManifestHandler_loading::bytesReplaceManifestAndNotFile()
 {
     const ManifestFile file("[1]");
     const MessageRecorder log;
@@ -546,7 +546,7 @@ void tst_ConfigurationManifestHandler_loading::bytesReplaceTheManifestAndNotTheF
     QCOMPARE(handler.getManifestContent(), QByteArray("[2]"));
 }
 
-void tst_ConfigurationManifestHandler_loading::objectIsStampedIfItIsASelection_data()
+void tst_ConfigurationManifestHandler_loading::objectIsStampedIfItIsSelection_data()
 {
     QTest::addColumn<QString>("moduleName");
     QTest::addColumn<QString>("objectName");
@@ -599,7 +599,7 @@ void tst_ConfigurationManifestHandler_loading::objectIsStampedIfItIsASelection_d
     addOther("selection inside", R"({"selectionType":"Node","substructure":[{"selectionType":"Selection"}]})");
 }
 
-void tst_ConfigurationManifestHandler_loading::objectIsStampedIfItIsASelection()
+void tst_ConfigurationManifestHandler_loading::objectIsStampedIfItIsSelection()
 {
     QFETCH(QString, moduleName);
     QFETCH(QString, objectName);
@@ -710,7 +710,7 @@ void tst_ConfigurationManifestHandler_loading::stampingConcernsItsArgumentOnly()
     QVERIFY(array.at(0).toObject().contains(u"moduleName"_qs));
 }
 
-void tst_ConfigurationManifestHandler_loading::savingWritesTheWholeManifest()
+void tst_ConfigurationManifestHandler_loading::savingWritesWholeManifest()
 {
     const ManifestFile file("[ \"something that is much longer than what is saved\", \"in two items\" ]\n");
     const MessageRecorder log;
@@ -725,7 +725,7 @@ void tst_ConfigurationManifestHandler_loading::savingWritesTheWholeManifest()
     QVERIFY(file.isAlone());
 }
 
-void tst_ConfigurationManifestHandler_loading::savingReplacesTheFileAtOnce()
+void tst_ConfigurationManifestHandler_loading::savingReplacesFileAtOnce()
 {
     const ManifestFile file("[\"before\"]");
     QFile reader(file.path());

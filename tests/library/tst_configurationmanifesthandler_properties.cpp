@@ -55,36 +55,36 @@ private Q_SLOTS:
     void equalValuesChangeNothing();
     void differentValuesAreStored_data();
     void differentValuesAreStored();
-    void anyMemberIsAProperty_data();
-    void anyMemberIsAProperty();
+    void anyMemberIsProperty_data();
+    void anyMemberIsProperty();
 
-    void pathLeadsToTheElement_data();
-    void pathLeadsToTheElement();
-    void missingElementIsAFailure_data();
-    void missingElementIsAFailure();
-    void whatIsNoObjectIsAnEmptyOne_data();
-    void whatIsNoObjectIsAnEmptyOne();
-    void fullPathIsLookedForOnceWhereTheLastNameIsMissing_data();
-    void fullPathIsLookedForOnceWhereTheLastNameIsMissing();
+    void pathLeadsToElement_data();
+    void pathLeadsToElement();
+    void missingElementIsFailure_data();
+    void missingElementIsFailure();
+    void whatIsNoObjectIsEmptyOne_data();
+    void whatIsNoObjectIsEmptyOne();
+    void fullPathIsLookedForOnceWhereLastNameIsMissing_data();
+    void fullPathIsLookedForOnceWhereLastNameIsMissing();
     void emptyPathIsReported();
-    void arrayOfTheCallersIsEditedInstead();
+    void arrayOfCallersIsEditedInstead();
 
-    void outcomeFollowsFromTheEditFunction_data();
-    void outcomeFollowsFromTheEditFunction();
-    void changedCanBeTrueFromTheBeginning_data();
-    void changedCanBeTrueFromTheBeginning();
-    void editFunctionReceivesTheElementAndAnUnsetFlag();
+    void outcomeFollowsFromEditFunction_data();
+    void outcomeFollowsFromEditFunction();
+    void changedCanBeTrueFromBeginning_data();
+    void changedCanBeTrueFromBeginning();
+    void editFunctionReceivesElementAndUnsetFlag();
     void editFunctionIsCalledOnceOrNotAtAll_data();
     void editFunctionIsCalledOnceOrNotAtAll();
-    void emptyEditFunctionThrowsOnceTheElementIsFound_data();
-    void emptyEditFunctionThrowsOnceTheElementIsFound();
+    void emptyEditFunctionThrowsOnceElementIsFound_data();
+    void emptyEditFunctionThrowsOnceElementIsFound();
     void throwingEditFunctionLeavesEverythingAsItWas_data();
     void throwingEditFunctionLeavesEverythingAsItWas();
-    void editFunctionMayReadTheHandler();
-    void editFunctionMayEditTheHandler();
+    void editFunctionMayReadHandler();
+    void editFunctionMayEditHandler();
 
-    void editFunctionMayShortenTheManifest_data();
-    void editFunctionMayShortenTheManifest();
+    void editFunctionMayShortenManifest_data();
+    void editFunctionMayShortenManifest();
 };
 
 void tst_ConfigurationManifestHandler_properties::threeEditsDifferInMissingAndEqualProperties_data()
@@ -210,7 +210,7 @@ void tst_ConfigurationManifestHandler_properties::differentValuesAreStored()
     QCOMPARE(setting.getModified(), true);
 }
 
-void tst_ConfigurationManifestHandler_properties::anyMemberIsAProperty_data()
+void tst_ConfigurationManifestHandler_properties::anyMemberIsProperty_data()
 {
     addEditColumns();
     addChange("rename", {node(u"a"_qs)}, updateEdit(u"a"_qs, u"instanceName"_qs, u"b"_qs), {node(u"b"_qs)});
@@ -227,12 +227,12 @@ void tst_ConfigurationManifestHandler_properties::anyMemberIsAProperty_data()
         updateEdit(u"a"_qs, key, QVariant::fromValue(QJsonValue(QJsonValue::Undefined))), {node(u"a"_qs)});
 }
 
-void tst_ConfigurationManifestHandler_properties::anyMemberIsAProperty()
+void tst_ConfigurationManifestHandler_properties::anyMemberIsProperty()
 {
     checkEdit();
 }
 
-void tst_ConfigurationManifestHandler_properties::pathLeadsToTheElement_data()
+void tst_ConfigurationManifestHandler_properties::pathLeadsToElement_data()
 {
     QTest::addColumn<QJsonArray>("manifest");
     QTest::addColumn<QString>("path");
@@ -290,7 +290,7 @@ void tst_ConfigurationManifestHandler_properties::pathLeadsToTheElement_data()
         << QJsonArray({children(a, {keyed(node(u"a/"_qs))})}) << "a/" << QVector<int>({0, 0});
 }
 
-void tst_ConfigurationManifestHandler_properties::pathLeadsToTheElement()
+void tst_ConfigurationManifestHandler_properties::pathLeadsToElement()
 {
     QFETCH(QJsonArray, manifest);
     QFETCH(QString, path);
@@ -311,7 +311,7 @@ void tst_ConfigurationManifestHandler_properties::pathLeadsToTheElement()
     }
 }
 
-void tst_ConfigurationManifestHandler_properties::missingElementIsAFailure_data()
+void tst_ConfigurationManifestHandler_properties::missingElementIsFailure_data()
 {
     QTest::addColumn<QJsonArray>("manifest");
     QTest::addColumn<QString>("path");
@@ -349,7 +349,7 @@ void tst_ConfigurationManifestHandler_properties::missingElementIsAFailure_data(
     }
 }
 
-void tst_ConfigurationManifestHandler_properties::missingElementIsAFailure()
+void tst_ConfigurationManifestHandler_properties::missingElementIsFailure()
 {
     QFETCH(QJsonArray, manifest);
     QFETCH(QString, path);
@@ -369,7 +369,7 @@ void tst_ConfigurationManifestHandler_properties::missingElementIsAFailure()
     }
 }
 
-void tst_ConfigurationManifestHandler_properties::whatIsNoObjectIsAnEmptyOne_data()
+void tst_ConfigurationManifestHandler_properties::whatIsNoObjectIsEmptyOne_data()
 {
     addEditColumns();
     const QJsonArray edited = arrayFrom(R"([{"key":1}])");
@@ -383,12 +383,12 @@ void tst_ConfigurationManifestHandler_properties::whatIsNoObjectIsAnEmptyOne_dat
     addNoChange("removeProperty", {5}, removeEdit(QString(), key));
 }
 
-void tst_ConfigurationManifestHandler_properties::whatIsNoObjectIsAnEmptyOne()
+void tst_ConfigurationManifestHandler_properties::whatIsNoObjectIsEmptyOne()
 {
     checkEdit();
 }
 
-void tst_ConfigurationManifestHandler_properties::fullPathIsLookedForOnceWhereTheLastNameIsMissing_data()
+void tst_ConfigurationManifestHandler_properties::fullPathIsLookedForOnceWhereLastNameIsMissing_data()
 {
     QTest::addColumn<QStringList>("path");
     QTest::addColumn<QString>("fullPath");
@@ -410,7 +410,7 @@ void tst_ConfigurationManifestHandler_properties::fullPathIsLookedForOnceWhereTh
     QTest::newRow("first of two missing") << QStringList({u"x"_qs, u"inside"_qs}) << "a" << nothing;
 }
 
-void tst_ConfigurationManifestHandler_properties::fullPathIsLookedForOnceWhereTheLastNameIsMissing()
+void tst_ConfigurationManifestHandler_properties::fullPathIsLookedForOnceWhereLastNameIsMissing()
 {
     QFETCH(QStringList, path);
     QFETCH(QString, fullPath);
@@ -448,7 +448,7 @@ void tst_ConfigurationManifestHandler_properties::emptyPathIsReported()
     }
 }
 
-void tst_ConfigurationManifestHandler_properties::arrayOfTheCallersIsEditedInstead()
+void tst_ConfigurationManifestHandler_properties::arrayOfCallersIsEditedInstead()
 {
     const ManifestFile file("[]");
     const MessageRecorder log;
@@ -465,7 +465,7 @@ void tst_ConfigurationManifestHandler_properties::arrayOfTheCallersIsEditedInste
     QCOMPARE(file.content(), QByteArray("[]"));
 }
 
-void tst_ConfigurationManifestHandler_properties::outcomeFollowsFromTheEditFunction_data()
+void tst_ConfigurationManifestHandler_properties::outcomeFollowsFromEditFunction_data()
 {
     QTest::addColumn<bool>("applies");
     QTest::addColumn<bool>("tellsOfTheChange");
@@ -482,7 +482,7 @@ void tst_ConfigurationManifestHandler_properties::outcomeFollowsFromTheEditFunct
     QTest::newRow("below, a change that does not apply") << false << true << false << false;
 }
 
-void tst_ConfigurationManifestHandler_properties::outcomeFollowsFromTheEditFunction()
+void tst_ConfigurationManifestHandler_properties::outcomeFollowsFromEditFunction()
 {
     QFETCH(bool, applies);
     QFETCH(bool, tellsOfTheChange);
@@ -501,7 +501,7 @@ void tst_ConfigurationManifestHandler_properties::outcomeFollowsFromTheEditFunct
     }
 }
 
-void tst_ConfigurationManifestHandler_properties::changedCanBeTrueFromTheBeginning_data()
+void tst_ConfigurationManifestHandler_properties::changedCanBeTrueFromBeginning_data()
 {
     QTest::addColumn<QStringList>("path");
     QTest::addColumn<bool>("applies");
@@ -512,7 +512,7 @@ void tst_ConfigurationManifestHandler_properties::changedCanBeTrueFromTheBeginni
     QTest::newRow("below, does not apply") << QStringList({u"a"_qs, u"b"_qs}) << false << QVector<int>();
 }
 
-void tst_ConfigurationManifestHandler_properties::changedCanBeTrueFromTheBeginning()
+void tst_ConfigurationManifestHandler_properties::changedCanBeTrueFromBeginning()
 {
     QFETCH(QStringList, path);
     QFETCH(bool, applies);
@@ -533,7 +533,7 @@ void tst_ConfigurationManifestHandler_properties::changedCanBeTrueFromTheBeginni
     QCOMPARE(other.getModified(), false);
 }
 
-void tst_ConfigurationManifestHandler_properties::editFunctionReceivesTheElementAndAnUnsetFlag()
+void tst_ConfigurationManifestHandler_properties::editFunctionReceivesElementAndUnsetFlag()
 {
     const MessageRecorder log;
     const QJsonObject b = keyed(node(u"b"_qs, {node(u"c"_qs)}));
@@ -583,7 +583,7 @@ void tst_ConfigurationManifestHandler_properties::editFunctionIsCalledOnceOrNotA
     }
 }
 
-void tst_ConfigurationManifestHandler_properties::emptyEditFunctionThrowsOnceTheElementIsFound_data()
+void tst_ConfigurationManifestHandler_properties::emptyEditFunctionThrowsOnceElementIsFound_data()
 {
     QTest::addColumn<QString>("path");
     QTest::addColumn<bool>("found");
@@ -595,7 +595,7 @@ void tst_ConfigurationManifestHandler_properties::emptyEditFunctionThrowsOnceThe
     QTest::newRow("missing in between") << "x/y" << false;
 }
 
-void tst_ConfigurationManifestHandler_properties::emptyEditFunctionThrowsOnceTheElementIsFound()
+void tst_ConfigurationManifestHandler_properties::emptyEditFunctionThrowsOnceElementIsFound()
 {
     QFETCH(QString, path);
     QFETCH(bool, found);
@@ -656,7 +656,7 @@ void tst_ConfigurationManifestHandler_properties::throwingEditFunctionLeavesEver
     }
 }
 
-void tst_ConfigurationManifestHandler_properties::editFunctionMayReadTheHandler()
+void tst_ConfigurationManifestHandler_properties::editFunctionMayReadHandler()
 {
     const MessageRecorder log;
     const QByteArray before = compact(saveRuleManifest());
@@ -678,7 +678,7 @@ void tst_ConfigurationManifestHandler_properties::editFunctionMayReadTheHandler(
     }
 }
 
-void tst_ConfigurationManifestHandler_properties::editFunctionMayEditTheHandler()
+void tst_ConfigurationManifestHandler_properties::editFunctionMayEditHandler()
 {
     const ManifestFile file(compact(saveRuleManifest()));
     const MessageRecorder log;
@@ -720,14 +720,14 @@ void tst_ConfigurationManifestHandler_properties::editFunctionMayEditTheHandler(
     QCOMPARE(handler.getManifestContent(), compact(expected));
 }
 
-void tst_ConfigurationManifestHandler_properties::editFunctionMayShortenTheManifest_data()
+void tst_ConfigurationManifestHandler_properties::editFunctionMayShortenManifest_data()
 {
     QTest::addColumn<QString>("path");
     QTest::newRow("below") << "a/second";
     QTest::newRow("top") << "a";
 }
 
-void tst_ConfigurationManifestHandler_properties::editFunctionMayShortenTheManifest()
+void tst_ConfigurationManifestHandler_properties::editFunctionMayShortenManifest()
 {
     QFETCH(QString, path);
     const MessageRecorder log;

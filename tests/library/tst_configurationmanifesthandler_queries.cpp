@@ -82,9 +82,9 @@ private Q_SLOTS:
     void pathLeadsFromNameToName();
     void pathAsTextSkipsEmptyNames_data();
     void pathAsTextSkipsEmptyNames();
-    void namesOfTheChildrenAreAppended_data();
-    void namesOfTheChildrenAreAppended();
-    void pathsStartInTheManifestOrInAnArrayOfTheCallers();
+    void namesOfChildrenAreAppended_data();
+    void namesOfChildrenAreAppended();
+    void pathsStartInManifestOrInArrayOfCallers();
     void queriesChangeNothing();
 };
 
@@ -280,7 +280,7 @@ void tst_ConfigurationManifestHandler_queries::pathAsTextSkipsEmptyNames()
     QCOMPARE(compact({found}), compact({element}));
 }
 
-void tst_ConfigurationManifestHandler_queries::namesOfTheChildrenAreAppended_data()
+void tst_ConfigurationManifestHandler_queries::namesOfChildrenAreAppended_data()
 {
     QTest::addColumn<QJsonArray>("manifest");
     QTest::addColumn<QString>("path");
@@ -346,7 +346,7 @@ void tst_ConfigurationManifestHandler_queries::namesOfTheChildrenAreAppended_dat
         uR"({"instanceName":"b","selectionType":"Node","substructure":{"instanceName":"c"}})"_qs);
 }
 
-void tst_ConfigurationManifestHandler_queries::namesOfTheChildrenAreAppended()
+void tst_ConfigurationManifestHandler_queries::namesOfChildrenAreAppended()
 {
     QFETCH(QJsonArray, manifest);
     QFETCH(QString, path);
@@ -368,7 +368,7 @@ void tst_ConfigurationManifestHandler_queries::namesOfTheChildrenAreAppended()
     QCOMPARE(count, number);
 }
 
-void tst_ConfigurationManifestHandler_queries::pathsStartInTheManifestOrInAnArrayOfTheCallers()
+void tst_ConfigurationManifestHandler_queries::pathsStartInManifestOrInArrayOfCallers()
 {
     MessageRecorder log;
     HandlerWithoutFile handler({node(u"in the manifest"_qs)});

@@ -76,36 +76,36 @@ private Q_SLOTS:
     void addedElementIsNamedByItsPath();
     void presentNameIsNotAdded_data();
     void presentNameIsNotAdded();
-    void whoeverTakesTheMessagesMayShortenTheManifest();
-    void whateverIsOnTheWayGetsChildren_data();
-    void whateverIsOnTheWayGetsChildren();
+    void whoeverTakesMessagesMayShortenManifest();
+    void whateverIsOnWayGetsChildren_data();
+    void whateverIsOnWayGetsChildren();
 
-    void deletedElementIsTheFirstOfItsName_data();
-    void deletedElementIsTheFirstOfItsName();
+    void deletedElementIsFirstOfItsName_data();
+    void deletedElementIsFirstOfItsName();
     void replacedElementKeepsItsChildrenIfTold_data();
     void replacedElementKeepsItsChildrenIfTold();
-    void replacedElementIsFoundByTheLastSegment_data();
-    void replacedElementIsFoundByTheLastSegment();
+    void replacedElementIsFoundByLastSegment_data();
+    void replacedElementIsFoundByLastSegment();
     void movedElementEndsAtItsNewIndex_data();
     void movedElementEndsAtItsNewIndex();
-    void movedElementIsFoundByTheLastSegment_data();
-    void movedElementIsFoundByTheLastSegment();
-    void sortedElementsAreThoseOfTheList_data();
-    void sortedElementsAreThoseOfTheList();
-    void sortedArrayIsTheOneAtThePath_data();
-    void sortedArrayIsTheOneAtThePath();
+    void movedElementIsFoundByLastSegment_data();
+    void movedElementIsFoundByLastSegment();
+    void sortedElementsAreThoseOfList_data();
+    void sortedElementsAreThoseOfList();
+    void sortedArrayIsOneAtPath_data();
+    void sortedArrayIsOneAtPath();
 
-    void missingNameOnTheWayIsASilentFailure_data();
-    void missingNameOnTheWayIsASilentFailure();
+    void missingNameOnWayIsSilentFailure_data();
+    void missingNameOnWayIsSilentFailure();
     void emptyNamesAreNames_data();
     void emptyNamesAreNames();
-    void onlyDeletingLooksForTheWholePath_data();
-    void onlyDeletingLooksForTheWholePath();
+    void onlyDeletingLooksForWholePath_data();
+    void onlyDeletingLooksForWholePath();
     void childrenThatAreNoArrayAreNone_data();
     void childrenThatAreNoArrayAreNone();
 
-    void arrayOfTheCallersIsEditedInstead_data();
-    void arrayOfTheCallersIsEditedInstead();
+    void arrayOfCallersIsEditedInstead_data();
+    void arrayOfCallersIsEditedInstead();
     void emptyPathIsReported_data();
     void emptyPathIsReported();
 };
@@ -260,7 +260,7 @@ void tst_ConfigurationManifestHandler_structure::presentNameIsNotAdded()
     checkEdit();
 }
 
-void tst_ConfigurationManifestHandler_structure::whoeverTakesTheMessagesMayShortenTheManifest()
+void tst_ConfigurationManifestHandler_structure::whoeverTakesMessagesMayShortenManifest()
 {
     QJsonArray siblings;
     for (int i = 0; i < 1000; ++i) {
@@ -278,7 +278,7 @@ void tst_ConfigurationManifestHandler_structure::whoeverTakesTheMessagesMayShort
     QCOMPARE(handler.getManifestJsonArray(), QJsonArray {builtNode(u"x"_qs)});
 }
 
-void tst_ConfigurationManifestHandler_structure::whateverIsOnTheWayGetsChildren_data()
+void tst_ConfigurationManifestHandler_structure::whateverIsOnWayGetsChildren_data()
 {
     addEditColumns();
     const QJsonArray children = {builtNode(u"new"_qs)};
@@ -299,12 +299,12 @@ void tst_ConfigurationManifestHandler_structure::whateverIsOnTheWayGetsChildren_
         {node(u"x"_qs), node(u"a"_qs, children), node(u"a"_qs), 5});
 }
 
-void tst_ConfigurationManifestHandler_structure::whateverIsOnTheWayGetsChildren()
+void tst_ConfigurationManifestHandler_structure::whateverIsOnWayGetsChildren()
 {
     checkEdit();
 }
 
-void tst_ConfigurationManifestHandler_structure::deletedElementIsTheFirstOfItsName_data()
+void tst_ConfigurationManifestHandler_structure::deletedElementIsFirstOfItsName_data()
 {
     addEditColumns();
     const QJsonArray tree = {node(u"a"_qs, {selection(u"a/file"_qs), node(u"b"_qs, {node(u"c"_qs)})}), node(u"x"_qs)};
@@ -340,7 +340,7 @@ void tst_ConfigurationManifestHandler_structure::deletedElementIsTheFirstOfItsNa
         "whole path where an inner name is missing", {node(u"a"_qs, {node(u"a/b/c"_qs)})}, deleteElement(u"a/b/c"_qs));
 }
 
-void tst_ConfigurationManifestHandler_structure::deletedElementIsTheFirstOfItsName()
+void tst_ConfigurationManifestHandler_structure::deletedElementIsFirstOfItsName()
 {
     checkEdit();
 }
@@ -408,7 +408,7 @@ void tst_ConfigurationManifestHandler_structure::replacedElementKeepsItsChildren
     }
 }
 
-void tst_ConfigurationManifestHandler_structure::replacedElementIsFoundByTheLastSegment_data()
+void tst_ConfigurationManifestHandler_structure::replacedElementIsFoundByLastSegment_data()
 {
     addEditColumns();
     const QJsonObject given = node(u"given"_qs);
@@ -444,7 +444,7 @@ void tst_ConfigurationManifestHandler_structure::replacedElementIsFoundByTheLast
         updateSelection(u"a/b"_qs, given), {nothingToReplace()});
 }
 
-void tst_ConfigurationManifestHandler_structure::replacedElementIsFoundByTheLastSegment()
+void tst_ConfigurationManifestHandler_structure::replacedElementIsFoundByLastSegment()
 {
     checkEdit();
 }
@@ -508,7 +508,7 @@ void tst_ConfigurationManifestHandler_structure::movedElementEndsAtItsNewIndex()
     }
 }
 
-void tst_ConfigurationManifestHandler_structure::movedElementIsFoundByTheLastSegment_data()
+void tst_ConfigurationManifestHandler_structure::movedElementIsFoundByLastSegment_data()
 {
     addEditColumns();
     const QJsonObject b = node(u"b"_qs);
@@ -536,12 +536,12 @@ void tst_ConfigurationManifestHandler_structure::movedElementIsFoundByTheLastSeg
     }
 }
 
-void tst_ConfigurationManifestHandler_structure::movedElementIsFoundByTheLastSegment()
+void tst_ConfigurationManifestHandler_structure::movedElementIsFoundByLastSegment()
 {
     checkEdit();
 }
 
-void tst_ConfigurationManifestHandler_structure::sortedElementsAreThoseOfTheList_data()
+void tst_ConfigurationManifestHandler_structure::sortedElementsAreThoseOfList_data()
 {
     QTest::addColumn<QJsonArray>("children");
     QTest::addColumn<QStringList>("names");
@@ -587,7 +587,7 @@ void tst_ConfigurationManifestHandler_structure::sortedElementsAreThoseOfTheList
     addUnsorted("name of a grandchild", {u"x/c"_qs, u"file"_qs, u"child"_qs});
 }
 
-void tst_ConfigurationManifestHandler_structure::sortedElementsAreThoseOfTheList()
+void tst_ConfigurationManifestHandler_structure::sortedElementsAreThoseOfList()
 {
     QFETCH(QJsonArray, children);
     QFETCH(QStringList, names);
@@ -604,7 +604,7 @@ void tst_ConfigurationManifestHandler_structure::sortedElementsAreThoseOfTheList
     QCOMPARE(below.getModified(), result);
 }
 
-void tst_ConfigurationManifestHandler_structure::sortedArrayIsTheOneAtThePath_data()
+void tst_ConfigurationManifestHandler_structure::sortedArrayIsOneAtPath_data()
 {
     addEditColumns();
     const QStringList order = {u"q"_qs, u"p"_qs};
@@ -626,12 +626,12 @@ void tst_ConfigurationManifestHandler_structure::sortedArrayIsTheOneAtThePath_da
     addFailure("node by its last segment", {node(u"x/a"_qs, before)}, sortElements(u"a"_qs, order));
 }
 
-void tst_ConfigurationManifestHandler_structure::sortedArrayIsTheOneAtThePath()
+void tst_ConfigurationManifestHandler_structure::sortedArrayIsOneAtPath()
 {
     checkEdit();
 }
 
-void tst_ConfigurationManifestHandler_structure::missingNameOnTheWayIsASilentFailure_data()
+void tst_ConfigurationManifestHandler_structure::missingNameOnWayIsSilentFailure_data()
 {
     addEditColumns();
     const QJsonArray tree = {node(u"a"_qs, {node(u"b"_qs, {node(u"c"_qs)}), node(u"x/y"_qs, {node(u"c"_qs)})})};
@@ -652,7 +652,7 @@ void tst_ConfigurationManifestHandler_structure::missingNameOnTheWayIsASilentFai
     }
 }
 
-void tst_ConfigurationManifestHandler_structure::missingNameOnTheWayIsASilentFailure()
+void tst_ConfigurationManifestHandler_structure::missingNameOnWayIsSilentFailure()
 {
     checkEdit();
 }
@@ -684,7 +684,7 @@ void tst_ConfigurationManifestHandler_structure::emptyNamesAreNames()
     checkEdit();
 }
 
-void tst_ConfigurationManifestHandler_structure::onlyDeletingLooksForTheWholePath_data()
+void tst_ConfigurationManifestHandler_structure::onlyDeletingLooksForWholePath_data()
 {
     addEditColumns();
     const QJsonObject whole = node(u"a/b"_qs, {node(u"c"_qs)});
@@ -699,7 +699,7 @@ void tst_ConfigurationManifestHandler_structure::onlyDeletingLooksForTheWholePat
     addFailure("updateSelection", tree, updateSelection(path, node(u"d"_qs)), {nothingToReplace()});
 }
 
-void tst_ConfigurationManifestHandler_structure::onlyDeletingLooksForTheWholePath()
+void tst_ConfigurationManifestHandler_structure::onlyDeletingLooksForWholePath()
 {
     checkEdit();
 }
@@ -735,7 +735,7 @@ void tst_ConfigurationManifestHandler_structure::childrenThatAreNoArrayAreNone()
     checkEdit();
 }
 
-void tst_ConfigurationManifestHandler_structure::arrayOfTheCallersIsEditedInstead_data()
+void tst_ConfigurationManifestHandler_structure::arrayOfCallersIsEditedInstead_data()
 {
     QTest::addColumn<ArrayEdit>("edit");
     QTest::addColumn<bool>("result");
@@ -812,7 +812,7 @@ void tst_ConfigurationManifestHandler_structure::arrayOfTheCallersIsEditedInstea
     addMiss("sort an incomplete list", sort({}, {u"x/y"_qs}));
 }
 
-void tst_ConfigurationManifestHandler_structure::arrayOfTheCallersIsEditedInstead()
+void tst_ConfigurationManifestHandler_structure::arrayOfCallersIsEditedInstead()
 {
     QFETCH(ArrayEdit, edit);
     QFETCH(bool, result);

@@ -115,29 +115,29 @@ private Q_SLOTS:
     void membershipIsDecidedByKindAndEnding();
     void invalidEntryIsNotRead();
     void elementFromJsonIsNeverValid();
-    void fileBecomesASelection();
-    void folderBecomesANode();
+    void fileBecomesSelection();
+    void folderBecomesNode();
     void initObjectChangesKindObjectAndPositionOnly();
     void everyTransferKeepsEveryField_data();
     void everyTransferKeepsEveryField();
     void copiesAreIndependent();
-    void destructionReachesTheDerivedClass();
-    void displayPositionIsANumberCutToInt_data();
-    void displayPositionIsANumberCutToInt();
+    void destructionReachesDerivedClass();
+    void displayPositionIsNumberCutToInt_data();
+    void displayPositionIsNumberCutToInt();
     void orderIsSelectionsBeforeNodesEachByPosition_data();
     void orderIsSelectionsBeforeNodesEachByPosition();
     void sortingPutsFilesBeforeFolders();
-    void instanceNameIsThePathBelowTheRoot_data();
-    void instanceNameIsThePathBelowTheRoot();
-    void iconNameIsAStringOrEmpty_data();
-    void iconNameIsAStringOrEmpty();
+    void instanceNameIsPathBelowRoot_data();
+    void instanceNameIsPathBelowRoot();
+    void iconNameIsStringOrEmpty_data();
+    void iconNameIsStringOrEmpty();
     void setIconNameReplacesWhateverWasThere();
 
-    void nodeInstanceNameEndsAtTheFirstDot_data();
-    void nodeInstanceNameEndsAtTheFirstDot();
+    void nodeInstanceNameEndsAtFirstDot_data();
+    void nodeInstanceNameEndsAtFirstDot();
     void nodeCarriesItsDescription_data();
     void nodeCarriesItsDescription();
-    void nodeBuiltAgainReplacesTheObject();
+    void nodeBuiltAgainReplacesObject();
 
     void typedReadersFallBackToTheirDefaults_data();
     void typedReadersFallBackToTheirDefaults();
@@ -146,11 +146,11 @@ private Q_SLOTS:
     void selectionMembersFollowTheirRules_data();
     void selectionMembersFollowTheirRules();
     void selectionHoldsNothingButItsMembers();
-    void messagesOfASelectionComeInTheOrderOfItsMembers();
-    void nothingGivenBecomesTheLeastSelection();
+    void messagesOfSelectionComeInOrderOfItsMembers();
+    void nothingGivenBecomesLeastSelection();
     void keysAreComparedCaseSensitively();
-    void selectionOfAFileIsNamedByItsDescriptionOrItsPath_data();
-    void selectionOfAFileIsNamedByItsDescriptionOrItsPath();
+    void selectionOfFileIsNamedByItsDescriptionOrItsPath_data();
+    void selectionOfFileIsNamedByItsDescriptionOrItsPath();
     void selectionBuiltAgainOnlyInserts();
     void buildersLeaveKindAndValidityAlone();
 };
@@ -259,7 +259,7 @@ void tst_ConfigurationStructureElement::elementFromJsonIsNeverValid()
     }
 }
 
-void tst_ConfigurationStructureElement::fileBecomesASelection()
+void tst_ConfigurationStructureElement::fileBecomesSelection()
 {
     const QTemporaryDir folder;
     const QString path = folder.filePath(u"Net/port.config.json"_qs);
@@ -277,7 +277,7 @@ void tst_ConfigurationStructureElement::fileBecomesASelection()
             "uiJob":"OpenConfiguration"})"));
 }
 
-void tst_ConfigurationStructureElement::folderBecomesANode()
+void tst_ConfigurationStructureElement::folderBecomesNode()
 {
     const QTemporaryDir folder;
     const QString path = folder.filePath(u"Sub/x.config.json"_qs);
@@ -381,7 +381,7 @@ void tst_ConfigurationStructureElement::copiesAreIndependent()
     QCOMPARE(original.getElementAsJsonObject(), builtSelection(QString()));
 }
 
-void tst_ConfigurationStructureElement::destructionReachesTheDerivedClass()
+void tst_ConfigurationStructureElement::destructionReachesDerivedClass()
 {
     class Derived : public Element {
     public:
@@ -403,7 +403,7 @@ void tst_ConfigurationStructureElement::destructionReachesTheDerivedClass()
     QVERIFY(destroyed);
 }
 
-void tst_ConfigurationStructureElement::displayPositionIsANumberCutToInt_data()
+void tst_ConfigurationStructureElement::displayPositionIsNumberCutToInt_data()
 {
     QTest::addColumn<QJsonValue>("value");
     QTest::addColumn<int>("position");
@@ -437,7 +437,7 @@ void tst_ConfigurationStructureElement::displayPositionIsANumberCutToInt_data()
     QTest::newRow("missing") << missing << unchanged << Messages({positionMissing()});
 }
 
-void tst_ConfigurationStructureElement::displayPositionIsANumberCutToInt()
+void tst_ConfigurationStructureElement::displayPositionIsNumberCutToInt()
 {
     QFETCH(QJsonValue, value);
     QFETCH(int, position);
@@ -528,7 +528,7 @@ void tst_ConfigurationStructureElement::sortingPutsFilesBeforeFolders()
     QCOMPARE(order, expected);
 }
 
-void tst_ConfigurationStructureElement::instanceNameIsThePathBelowTheRoot_data()
+void tst_ConfigurationStructureElement::instanceNameIsPathBelowRoot_data()
 {
     QTest::addColumn<QString>("root");
     QTest::addColumn<QString>("file");
@@ -564,7 +564,7 @@ void tst_ConfigurationStructureElement::instanceNameIsThePathBelowTheRoot_data()
     row("dot segments stay", "/data/cfg", "/data/cfg/./Net/../a.config.json", "./Net/../a");
 }
 
-void tst_ConfigurationStructureElement::instanceNameIsThePathBelowTheRoot()
+void tst_ConfigurationStructureElement::instanceNameIsPathBelowRoot()
 {
     QFETCH(QString, root);
     QFETCH(QString, file);
@@ -578,7 +578,7 @@ void tst_ConfigurationStructureElement::instanceNameIsThePathBelowTheRoot()
     QVERIFY(haveTheSameState(element, Element()));
 }
 
-void tst_ConfigurationStructureElement::iconNameIsAStringOrEmpty_data()
+void tst_ConfigurationStructureElement::iconNameIsStringOrEmpty_data()
 {
     QTest::addColumn<QJsonValue>("value");
     QTest::addColumn<QString>("iconName");
@@ -595,7 +595,7 @@ void tst_ConfigurationStructureElement::iconNameIsAStringOrEmpty_data()
     QTest::newRow("object") << QJsonValue(QJsonObject()) << QString() << refused;
 }
 
-void tst_ConfigurationStructureElement::iconNameIsAStringOrEmpty()
+void tst_ConfigurationStructureElement::iconNameIsStringOrEmpty()
 {
     QFETCH(QJsonValue, value);
     QFETCH(QString, iconName);
@@ -633,7 +633,7 @@ void tst_ConfigurationStructureElement::setIconNameReplacesWhateverWasThere()
     QCOMPARE(node.getDisplayPosition(), 1);
 }
 
-void tst_ConfigurationStructureElement::nodeInstanceNameEndsAtTheFirstDot_data()
+void tst_ConfigurationStructureElement::nodeInstanceNameEndsAtFirstDot_data()
 {
     QTest::addColumn<QString>("folderName");
     QTest::addColumn<QString>("instanceName");
@@ -645,7 +645,7 @@ void tst_ConfigurationStructureElement::nodeInstanceNameEndsAtTheFirstDot_data()
     QTest::newRow("trailing slash") << u"Net/"_qs << QString();
 }
 
-void tst_ConfigurationStructureElement::nodeInstanceNameEndsAtTheFirstDot()
+void tst_ConfigurationStructureElement::nodeInstanceNameEndsAtFirstDot()
 {
     QFETCH(QString, folderName);
     QFETCH(QString, instanceName);
@@ -706,7 +706,7 @@ void tst_ConfigurationStructureElement::nodeCarriesItsDescription()
     QCOMPARE(given.getElementAsJsonObject(), expected);
 }
 
-void tst_ConfigurationStructureElement::nodeBuiltAgainReplacesTheObject()
+void tst_ConfigurationStructureElement::nodeBuiltAgainReplacesObject()
 {
     MessageRecorder log;
     Element element(objectFrom(R"({"displayPosition":5,"first":1})"), u"first"_qs, true);
@@ -953,7 +953,7 @@ void tst_ConfigurationStructureElement::selectionHoldsNothingButItsMembers()
     QCOMPARE(element.getIconName(), u"i.svg"_qs);
 }
 
-void tst_ConfigurationStructureElement::messagesOfASelectionComeInTheOrderOfItsMembers()
+void tst_ConfigurationStructureElement::messagesOfSelectionComeInOrderOfItsMembers()
 {
     MessageRecorder log;
     const Element element(objectFrom(R"({
@@ -973,7 +973,7 @@ void tst_ConfigurationStructureElement::messagesOfASelectionComeInTheOrderOfItsM
     QCOMPARE(element.getDisplayPosition(), -1);
 }
 
-void tst_ConfigurationStructureElement::nothingGivenBecomesTheLeastSelection()
+void tst_ConfigurationStructureElement::nothingGivenBecomesLeastSelection()
 {
     MessageRecorder log;
     const Element element(QJsonObject(), QString(), false);
@@ -998,7 +998,7 @@ void tst_ConfigurationStructureElement::keysAreComparedCaseSensitively()
         "selectionType":"Node","dataSourceType":"JsonData","instanceName":""})"));
 }
 
-void tst_ConfigurationStructureElement::selectionOfAFileIsNamedByItsDescriptionOrItsPath_data()
+void tst_ConfigurationStructureElement::selectionOfFileIsNamedByItsDescriptionOrItsPath_data()
 {
     QTest::addColumn<QString>("file");
     QTest::addColumn<QByteArray>("content");
@@ -1014,7 +1014,7 @@ void tst_ConfigurationStructureElement::selectionOfAFileIsNamedByItsDescriptionO
     QTest::newRow("empty in the description") << u"Net/a.config.json"_qs << namedEmpty << u"Net/a"_qs;
 }
 
-void tst_ConfigurationStructureElement::selectionOfAFileIsNamedByItsDescriptionOrItsPath()
+void tst_ConfigurationStructureElement::selectionOfFileIsNamedByItsDescriptionOrItsPath()
 {
     QFETCH(QString, file);
     QFETCH(QByteArray, content);

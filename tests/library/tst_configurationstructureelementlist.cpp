@@ -94,26 +94,26 @@ class tst_ConfigurationStructureElementList : public QObject {
 
 private Q_SLOTS:
     void emptyListingGivesNoElements();
-    void filesWithTheSuffixAndFoldersAreKept();
+    void filesWithSuffixAndFoldersAreKept();
     void otherEntriesAreDroppedUnread();
-    void elementsWithoutAUsefulDescriptionAreKept();
-    void entriesAreReadInTheOrderOfTheListing();
+    void elementsWithoutUsefulDescriptionAreKept();
+    void entriesAreReadInOrderOfListing();
     void filesComeBeforeFoldersEachByPosition();
-    void equalElementsKeepTheOrderOfTheListing_data();
-    void equalElementsKeepTheOrderOfTheListing();
+    void equalElementsKeepOrderOfListing_data();
+    void equalElementsKeepOrderOfListing();
     void manyElementsAreSortedAndComplete_data();
     void manyElementsAreSortedAndComplete();
-    void instanceNamesAreRelativeToThePath();
-    void indexBeyondTheEndGivesAnEmptyElement_data();
-    void indexBeyondTheEndGivesAnEmptyElement();
+    void instanceNamesAreRelativeToPath();
+    void indexBeyondEndGivesEmptyElement_data();
+    void indexBeyondEndGivesEmptyElement();
     void elementsAreGivenAsCopies();
-    void listNeverLooksAtTheFolderAgain();
+    void listNeverLooksAtFolderAgain();
     void suffixIsReferredToNotCopied();
-    void parentOwnsTheList();
-    void metaObjectHoldsTheClassNameOnly();
-    void castsByNameFindTheClassAndItsBase_data();
-    void castsByNameFindTheClassAndItsBase();
-    void metaCallsAreThoseOfTheBase();
+    void parentOwnsList();
+    void metaObjectHoldsClassNameOnly();
+    void castsByNameFindClassAndItsBase_data();
+    void castsByNameFindClassAndItsBase();
+    void metaCallsAreThoseOfBase();
 };
 
 void tst_ConfigurationStructureElementList::emptyListingGivesNoElements()
@@ -128,7 +128,7 @@ void tst_ConfigurationStructureElementList::emptyListingGivesNoElements()
     QCOMPARE(log.take(), Messages({noSuchElement(0, 0)}));
 }
 
-void tst_ConfigurationStructureElementList::filesWithTheSuffixAndFoldersAreKept()
+void tst_ConfigurationStructureElementList::filesWithSuffixAndFoldersAreKept()
 {
     Listing listing;
     listing.addFolder(u"Net"_qs, -5);
@@ -156,7 +156,7 @@ void tst_ConfigurationStructureElementList::otherEntriesAreDroppedUnread()
     QCOMPARE(instanceNames(list), QStringList({u"x"_qs}));
 }
 
-void tst_ConfigurationStructureElementList::elementsWithoutAUsefulDescriptionAreKept()
+void tst_ConfigurationStructureElementList::elementsWithoutUsefulDescriptionAreKept()
 {
     Listing listing;
     writeFile(listing.path() + u"/broken.config.json"_qs, "{");
@@ -174,7 +174,7 @@ void tst_ConfigurationStructureElementList::elementsWithoutAUsefulDescriptionAre
     QCOMPARE(instanceNames(list), QStringList({u"broken"_qs, u"gone"_qs, u"a"_qs, u"Empty"_qs}));
 }
 
-void tst_ConfigurationStructureElementList::entriesAreReadInTheOrderOfTheListing()
+void tst_ConfigurationStructureElementList::entriesAreReadInOrderOfListing()
 {
     Listing listing;
     QVERIFY(QDir(listing.path()).mkdir(u"Net"_qs));
@@ -207,7 +207,7 @@ void tst_ConfigurationStructureElementList::filesComeBeforeFoldersEachByPosition
     QCOMPARE(instanceNameOf(list.getElement(5)), u"D1"_qs);
 }
 
-void tst_ConfigurationStructureElementList::equalElementsKeepTheOrderOfTheListing_data()
+void tst_ConfigurationStructureElementList::equalElementsKeepOrderOfListing_data()
 {
     QTest::addColumn<int>("files");
     QTest::addColumn<int>("folders");
@@ -223,7 +223,7 @@ void tst_ConfigurationStructureElementList::equalElementsKeepTheOrderOfTheListin
     QTest::newRow("sixteen files among many others") << 16 << 0 << 2 << 40;
 }
 
-void tst_ConfigurationStructureElementList::equalElementsKeepTheOrderOfTheListing()
+void tst_ConfigurationStructureElementList::equalElementsKeepOrderOfListing()
 {
     QFETCH(int, files);
     QFETCH(int, folders);
@@ -310,7 +310,7 @@ void tst_ConfigurationStructureElementList::manyElementsAreSortedAndComplete()
     QCOMPARE(paths, listedPaths);
 }
 
-void tst_ConfigurationStructureElementList::instanceNamesAreRelativeToThePath()
+void tst_ConfigurationStructureElementList::instanceNamesAreRelativeToPath()
 {
     Listing listing;
     listing.addFile(u"Net/Eth/port.config.json"_qs, 0);
@@ -322,7 +322,7 @@ void tst_ConfigurationStructureElementList::instanceNamesAreRelativeToThePath()
         QStringList({u"Eth/port"_qs, u"Sub"_qs}));
 }
 
-void tst_ConfigurationStructureElementList::indexBeyondTheEndGivesAnEmptyElement_data()
+void tst_ConfigurationStructureElementList::indexBeyondEndGivesEmptyElement_data()
 {
     QTest::addColumn<int>("index");
     QTest::newRow("count") << 3;
@@ -330,7 +330,7 @@ void tst_ConfigurationStructureElementList::indexBeyondTheEndGivesAnEmptyElement
     QTest::newRow("greatest") << std::numeric_limits<int>::max();
 }
 
-void tst_ConfigurationStructureElementList::indexBeyondTheEndGivesAnEmptyElement()
+void tst_ConfigurationStructureElementList::indexBeyondEndGivesEmptyElement()
 {
     QFETCH(int, index);
 
@@ -369,7 +369,7 @@ void tst_ConfigurationStructureElementList::elementsAreGivenAsCopies()
     QCOMPARE(list.getElementList().constFirst().getIconName(), QString());
 }
 
-void tst_ConfigurationStructureElementList::listNeverLooksAtTheFolderAgain()
+void tst_ConfigurationStructureElementList::listNeverLooksAtFolderAgain()
 {
     const MessageRecorder log;
     std::unique_ptr<ElementList> list;
@@ -402,7 +402,7 @@ void tst_ConfigurationStructureElementList::suffixIsReferredToNotCopied()
     QCOMPARE(callersSuffix, u"changed"_qs);
 }
 
-void tst_ConfigurationStructureElementList::parentOwnsTheList()
+void tst_ConfigurationStructureElementList::parentOwnsList()
 {
     const MessageRecorder log;
     QCOMPARE(ElementList({}, QString(), suffix).parent(), nullptr);
@@ -415,7 +415,7 @@ void tst_ConfigurationStructureElementList::parentOwnsTheList()
     QVERIFY(list.isNull());
 }
 
-void tst_ConfigurationStructureElementList::metaObjectHoldsTheClassNameOnly()
+void tst_ConfigurationStructureElementList::metaObjectHoldsClassNameOnly()
 {
     const MessageRecorder log;
     const ElementList list({}, QString(), suffix);
@@ -431,7 +431,7 @@ void tst_ConfigurationStructureElementList::metaObjectHoldsTheClassNameOnly()
     QCOMPARE(metaObject.constructorCount(), 0);
 }
 
-void tst_ConfigurationStructureElementList::castsByNameFindTheClassAndItsBase_data()
+void tst_ConfigurationStructureElementList::castsByNameFindClassAndItsBase_data()
 {
     QTest::addColumn<QByteArray>("name");
     QTest::addColumn<bool>("isOne");
@@ -444,7 +444,7 @@ void tst_ConfigurationStructureElementList::castsByNameFindTheClassAndItsBase_da
     QTest::newRow("null") << QByteArray() << false;
 }
 
-void tst_ConfigurationStructureElementList::castsByNameFindTheClassAndItsBase()
+void tst_ConfigurationStructureElementList::castsByNameFindClassAndItsBase()
 {
     QFETCH(QByteArray, name);
     QFETCH(bool, isOne);
@@ -455,7 +455,7 @@ void tst_ConfigurationStructureElementList::castsByNameFindTheClassAndItsBase()
     QCOMPARE(static_cast<const void*>(list.qt_metacast(name.isNull() ? nullptr : name.constData())), expected);
 }
 
-void tst_ConfigurationStructureElementList::metaCallsAreThoseOfTheBase()
+void tst_ConfigurationStructureElementList::metaCallsAreThoseOfBase()
 {
     const MessageRecorder log;
     ElementList list({}, QString(), suffix);

@@ -99,32 +99,32 @@ private Q_SLOTS:
     void contentIsReadWhole_data();
     void contentIsReadWhole();
     void hugeFilesAreRead();
-    void fileBeyondWhatAByteArrayHoldsIsNotJson();
+    void fileBeyondWhatByteArrayHoldsIsNotJson();
     void missingFileIsDebugOutput_data();
     void missingFileIsDebugOutput();
     void unreadableFileIsReported_data();
     void unreadableFileIsReported();
-    void fileInAnUnsearchableFolderIsNotFound_data();
-    void fileInAnUnsearchableFolderIsNotFound();
+    void fileInUnsearchableFolderIsNotFound_data();
+    void fileInUnsearchableFolderIsNotFound();
     void linksCountAsWhatTheyPointTo_data();
     void linksCountAsWhatTheyPointTo();
-    void folderInTheFilesPlaceIsReported();
-    void nameInTheMessageIsThePathAsGiven_data();
-    void nameInTheMessageIsThePathAsGiven();
-    void pathWithATrailingSlashIsRead();
-    void pathOfTheWrongKindIsIgnored_data();
-    void pathOfTheWrongKindIsIgnored();
-    void searchPathOfAFileIsNotReadAsTheFolderOfAnotherSearchFolder();
-    void searchPathOfAFolderIsRead();
-    void messagesTellTheLineTheyAreWrittenIn_data();
-    void messagesTellTheLineTheyAreWrittenIn();
+    void folderInFilesPlaceIsReported();
+    void nameInMessageIsPathAsGiven_data();
+    void nameInMessageIsPathAsGiven();
+    void pathWithTrailingSlashIsRead();
+    void pathOfWrongKindIsIgnored_data();
+    void pathOfWrongKindIsIgnored();
+    void searchPathOfFileIsNotReadAsFolderOfAnotherSearchFolder();
+    void searchPathOfFolderIsRead();
+    void messagesTellLineTheyAreWrittenIn_data();
+    void messagesTellLineTheyAreWrittenIn();
     void emptyPathNamesNothing();
-    void emptyPathIsNotTheRootFolder();
-    void pathWithANulCharacterNamesNothing();
+    void emptyPathIsNotRootFolder();
+    void pathWithNulCharacterNamesNothing();
     void noFileStaysOpen_data();
     void noFileStaysOpen();
-    void folderWithoutAUsefulDescriptionStaysInTheManifest();
-    void fileWithoutAUsefulDescriptionStaysInTheManifest();
+    void folderWithoutUsefulDescriptionStaysInManifest();
+    void fileWithoutUsefulDescriptionStaysInManifest();
 
 private:
     void addRowForEachReader();
@@ -246,7 +246,7 @@ void tst_DescriptionFiles::hugeFilesAreRead()
     }
 }
 
-void tst_DescriptionFiles::fileBeyondWhatAByteArrayHoldsIsNotJson()
+void tst_DescriptionFiles::fileBeyondWhatByteArrayHoldsIsNotJson()
 {
     const QTemporaryDir folder;
     const QString path = descriptionFile(folder.path());
@@ -296,12 +296,12 @@ void tst_DescriptionFiles::unreadableFileIsReported()
     QCOMPARE(log.take(), Messages({notOpened(reader, path, u"Permission denied"_qs)}));
 }
 
-void tst_DescriptionFiles::fileInAnUnsearchableFolderIsNotFound_data()
+void tst_DescriptionFiles::fileInUnsearchableFolderIsNotFound_data()
 {
     addRowForEachReader();
 }
 
-void tst_DescriptionFiles::fileInAnUnsearchableFolderIsNotFound()
+void tst_DescriptionFiles::fileInUnsearchableFolderIsNotFound()
 {
     QFETCH(Reader, reader);
     const QTemporaryDir root;
@@ -348,7 +348,7 @@ void tst_DescriptionFiles::linksCountAsWhatTheyPointTo()
     QCOMPARE(log.take(), Messages({notOpened(reader, link, u"Too many levels of symbolic links"_qs)}));
 }
 
-void tst_DescriptionFiles::folderInTheFilesPlaceIsReported()
+void tst_DescriptionFiles::folderInFilesPlaceIsReported()
 {
     const QTemporaryDir folder;
     const QString path = descriptionFile(folder.path());
@@ -358,7 +358,7 @@ void tst_DescriptionFiles::folderInTheFilesPlaceIsReported()
     QCOMPARE(log.take(), Messages({notOpened(folderReader, path, u"file to open is a directory"_qs)}));
 }
 
-void tst_DescriptionFiles::nameInTheMessageIsThePathAsGiven_data()
+void tst_DescriptionFiles::nameInMessageIsPathAsGiven_data()
 {
     QTest::addColumn<QString>("folder");
     QTest::addColumn<QString>("printed");
@@ -370,7 +370,7 @@ void tst_DescriptionFiles::nameInTheMessageIsThePathAsGiven_data()
     QTest::newRow("quote and line feed") << u"a\"b\n"_qs << uR"(a\"b\n/Folder.menu.json)"_qs;
 }
 
-void tst_DescriptionFiles::nameInTheMessageIsThePathAsGiven()
+void tst_DescriptionFiles::nameInMessageIsPathAsGiven()
 {
     QFETCH(QString, folder);
     QFETCH(QString, printed);
@@ -398,7 +398,7 @@ void tst_DescriptionFiles::nameInTheMessageIsThePathAsGiven()
     QVERIFY(QDir::setCurrent(formerFolder));
 }
 
-void tst_DescriptionFiles::pathWithATrailingSlashIsRead()
+void tst_DescriptionFiles::pathWithTrailingSlashIsRead()
 {
     const QTemporaryDir folder;
     writeFile(descriptionFile(folder.path()), R"({"a":1})");
@@ -406,7 +406,7 @@ void tst_DescriptionFiles::pathWithATrailingSlashIsRead()
     QCOMPARE(readBy(folderReader, folder.path() + u'/'), objectFrom(R"({"a":1})"));
 }
 
-void tst_DescriptionFiles::pathOfTheWrongKindIsIgnored_data()
+void tst_DescriptionFiles::pathOfWrongKindIsIgnored_data()
 {
     QTest::addColumn<Reader>("reader");
     QTest::addColumn<QString>("name");
@@ -422,7 +422,7 @@ void tst_DescriptionFiles::pathOfTheWrongKindIsIgnored_data()
     QTest::newRow("file reader, folder named like a file") << fileReader << u"x.config.json"_qs;
 }
 
-void tst_DescriptionFiles::pathOfTheWrongKindIsIgnored()
+void tst_DescriptionFiles::pathOfWrongKindIsIgnored()
 {
     QFETCH(Reader, reader);
     QFETCH(QString, name);
@@ -439,7 +439,7 @@ void tst_DescriptionFiles::pathOfTheWrongKindIsIgnored()
     QCOMPARE(log.take(), Messages());
 }
 
-void tst_DescriptionFiles::searchPathOfAFileIsNotReadAsTheFolderOfAnotherSearchFolder()
+void tst_DescriptionFiles::searchPathOfFileIsNotReadAsFolderOfAnotherSearchFolder()
 {
     const QTemporaryDir folder;
     writeFile(folder.filePath(u"first/sub"_qs), "a file");
@@ -454,7 +454,7 @@ void tst_DescriptionFiles::searchPathOfAFileIsNotReadAsTheFolderOfAnotherSearchF
     QCOMPARE(log.take(), Messages());
 }
 
-void tst_DescriptionFiles::searchPathOfAFolderIsRead()
+void tst_DescriptionFiles::searchPathOfFolderIsRead()
 {
     const QTemporaryDir folder;
     writeFile(folder.filePath(u"second/sub/Folder.menu.json"_qs), R"({"from":"second"})");
@@ -466,12 +466,12 @@ void tst_DescriptionFiles::searchPathOfAFolderIsRead()
     QCOMPARE(description, (QJsonObject {{u"from"_qs, u"second"_qs}}));
 }
 
-void tst_DescriptionFiles::messagesTellTheLineTheyAreWrittenIn_data()
+void tst_DescriptionFiles::messagesTellLineTheyAreWrittenIn_data()
 {
     addRowForEachReader();
 }
 
-void tst_DescriptionFiles::messagesTellTheLineTheyAreWrittenIn()
+void tst_DescriptionFiles::messagesTellLineTheyAreWrittenIn()
 {
     QFETCH(const Reader, reader);
     const QTemporaryDir folder;
@@ -513,7 +513,7 @@ void tst_DescriptionFiles::emptyPathNamesNothing()
     }
 }
 
-void tst_DescriptionFiles::emptyPathIsNotTheRootFolder()
+void tst_DescriptionFiles::emptyPathIsNotRootFolder()
 {
     const QTemporaryDir folder;
     writeFile(descriptionFile(folder.path()), R"({"a":1})");
@@ -531,7 +531,7 @@ void tst_DescriptionFiles::emptyPathIsNotTheRootFolder()
     QCOMPARE(status, EXIT_SUCCESS);
 }
 
-void tst_DescriptionFiles::pathWithANulCharacterNamesNothing()
+void tst_DescriptionFiles::pathWithNulCharacterNamesNothing()
 {
     const QTemporaryDir folder;
     const QString path = descriptionFile(folder.path());
@@ -576,7 +576,7 @@ void tst_DescriptionFiles::noFileStaysOpen()
     QCOMPARE(log.take(), Messages({notJson(reader)}));
 }
 
-void tst_DescriptionFiles::folderWithoutAUsefulDescriptionStaysInTheManifest()
+void tst_DescriptionFiles::folderWithoutUsefulDescriptionStaysInManifest()
 {
     const QTemporaryDir root;
     const QString occupied = descriptionFile(root.filePath(u"Occupied"_qs));
@@ -610,7 +610,7 @@ void tst_DescriptionFiles::folderWithoutAUsefulDescriptionStaysInTheManifest()
     }
 }
 
-void tst_DescriptionFiles::fileWithoutAUsefulDescriptionStaysInTheManifest()
+void tst_DescriptionFiles::fileWithoutUsefulDescriptionStaysInManifest()
 {
     const QTemporaryDir root;
     const QString forbidden = root.filePath(u"forbidden.config.json"_qs);

@@ -124,8 +124,8 @@ class tst_FailingAllocations : public QObject {
 private Q_SLOTS:
     void failedEditsLoseNothing_data();
     void failedEditsLoseNothing();
-    void failedSavesLeaveAWholeFile_data();
-    void failedSavesLeaveAWholeFile();
+    void failedSavesLeaveWholeFile_data();
+    void failedSavesLeaveWholeFile();
     void cleanupTestCase();
 
 private:
@@ -201,7 +201,7 @@ void tst_FailingAllocations::failedEditsLoseNothing()
     QCOMPARE(counts[Wrong], 0);
 }
 
-void tst_FailingAllocations::failedSavesLeaveAWholeFile_data()
+void tst_FailingAllocations::failedSavesLeaveWholeFile_data()
 {
     QTest::addColumn<Save>("save");
     QTest::newRow("handler") << Save([](const QString& folder) {
@@ -213,7 +213,7 @@ void tst_FailingAllocations::failedSavesLeaveAWholeFile_data()
         [](const QString& folder) { ConfigurationManifestCreator().create2(folder, u"configuration"_qs); });
 }
 
-void tst_FailingAllocations::failedSavesLeaveAWholeFile()
+void tst_FailingAllocations::failedSavesLeaveWholeFile()
 {
     QFETCH(const Save, save);
     const QTemporaryDir folder(quickFolder());

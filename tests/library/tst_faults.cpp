@@ -773,31 +773,31 @@ private Q_SLOTS:
     void everyFailingCallHasItsConsequence_data();
     void everyFailingCallHasItsConsequence();
     void manifestIsNeverWrittenDirectly();
-    void dataThatIsNotOnTheDiskKeepsThePreviousManifest_data();
-    void dataThatIsNotOnTheDiskKeepsThePreviousManifest();
+    void dataThatIsNotOnDiskKeepsPreviousManifest_data();
+    void dataThatIsNotOnDiskKeepsPreviousManifest();
     void fileSystemThatCannotSyncIsNoFailure_data();
     void fileSystemThatCannotSyncIsNoFailure();
-    void syncThatASignalInterruptsIsRepeated();
-    void savesSyncTheFileBeforeItTakesItsPlaceAndTheFolderAfterwards_data();
-    void savesSyncTheFileBeforeItTakesItsPlaceAndTheFolderAfterwards();
-    void folderThatIsSyncedIsThatOfTheFileBehindTheLink();
-    void errorAtTheCloseGoesUnnoticed();
+    void syncThatSignalInterruptsIsRepeated();
+    void savesSyncFileBeforeItTakesItsPlaceAndFolderAfterwards_data();
+    void savesSyncFileBeforeItTakesItsPlaceAndFolderAfterwards();
+    void folderThatIsSyncedIsThatOfFileBehindLink();
+    void errorAtCloseGoesUnnoticed();
     void failedLinkGoesUnnoticed();
     void temporaryFileThatCannotBeRemovedStays_data();
     void temporaryFileThatCannotBeRemovedStays();
-    void failedSeekBringsAMessageOfQt();
+    void failedSeekBringsMessageOfQt();
     void manifestThatIsReplacedAtEveryLookIsLoaded();
     void manifestThatIsReplacedAtEveryLookIsSavedWithItsPermissions();
     void descriptionThatIsReplacedAtEveryLookIsNotSaidToBeMissing();
     void groupKeepsItsPermissionsWhereThereAreNoLists();
     void groupLosesItsPermissionsWhereListsCannotBeRead();
-    void permissionsThatNeverCanBeSetAreTheOwnersAlone();
+    void permissionsThatNeverCanBeSetAreOwnersAlone();
     void linkThatCannotBeLookedAtIsReplaced();
-    void linkThatCannotBeReadKeepsThePreviousManifest();
-    void readErrorInAManifestIsReportedAsASyntaxError();
-    void readErrorInADescriptionLeavesTheElementEmpty();
-    void listingCutShortLosesTheRestSilently();
-    void listingCutShortAtOnceLeavesThePreviousManifest();
+    void linkThatCannotBeReadKeepsPreviousManifest();
+    void readErrorInManifestIsReportedAsSyntaxError();
+    void readErrorInDescriptionLeavesElementEmpty();
+    void listingCutShortLosesRestSilently();
+    void listingCutShortAtOnceLeavesPreviousManifest();
     void folderThatCannotBeListedIsLostWithItsTree();
     void folderThatCannotBeLookedAtIsNotSaidToHaveNoDescription();
     void linkedFolderThatCanNeverBeLookedAtIsLost();
@@ -928,7 +928,7 @@ void tst_Faults::manifestIsNeverWrittenDirectly()
     QCOMPARE(run.result.messages.size(), 1);
 }
 
-void tst_Faults::dataThatIsNotOnTheDiskKeepsThePreviousManifest_data()
+void tst_Faults::dataThatIsNotOnDiskKeepsPreviousManifest_data()
 {
     QTest::addColumn<Operations>("operations");
     QTest::addColumn<int>("error");
@@ -942,7 +942,7 @@ void tst_Faults::dataThatIsNotOnTheDiskKeepsThePreviousManifest_data()
     }
 }
 
-void tst_Faults::dataThatIsNotOnTheDiskKeepsThePreviousManifest()
+void tst_Faults::dataThatIsNotOnDiskKeepsPreviousManifest()
 {
     QFETCH(const Operations, operations);
     QFETCH(const int, error);
@@ -981,7 +981,7 @@ void tst_Faults::fileSystemThatCannotSyncIsNoFailure()
     QCOMPARE(run.result.content, run.result.memory);
 }
 
-void tst_Faults::syncThatASignalInterruptsIsRepeated()
+void tst_Faults::syncThatSignalInterruptsIsRepeated()
 {
     EditAndSave edit;
     const Run run = runOnce(edit, {{"sync", 1, 3, EINTR}});
@@ -991,7 +991,7 @@ void tst_Faults::syncThatASignalInterruptsIsRepeated()
     QCOMPARE(countOf(run.made, "sync"), 6);
 }
 
-void tst_Faults::savesSyncTheFileBeforeItTakesItsPlaceAndTheFolderAfterwards_data()
+void tst_Faults::savesSyncFileBeforeItTakesItsPlaceAndFolderAfterwards_data()
 {
     QTest::addColumn<Operations>("operations");
     QTest::addColumn<bool>("unnamed");
@@ -1007,7 +1007,7 @@ void tst_Faults::savesSyncTheFileBeforeItTakesItsPlaceAndTheFolderAfterwards_dat
     }
 }
 
-void tst_Faults::savesSyncTheFileBeforeItTakesItsPlaceAndTheFolderAfterwards()
+void tst_Faults::savesSyncFileBeforeItTakesItsPlaceAndFolderAfterwards()
 {
     QFETCH(const Operations, operations);
     QFETCH(const bool, unnamed);
@@ -1032,7 +1032,7 @@ void tst_Faults::savesSyncTheFileBeforeItTakesItsPlaceAndTheFolderAfterwards()
     QCOMPARE(order, QByteArrayList({"write", "sync of the file", "sync of the file", "rename", "sync of the folder"}));
 }
 
-void tst_Faults::folderThatIsSyncedIsThatOfTheFileBehindTheLink()
+void tst_Faults::folderThatIsSyncedIsThatOfFileBehindLink()
 {
     const Place place(false);
     writeFile(place.path(u"target/real.json"_qs), previous);
@@ -1050,7 +1050,7 @@ void tst_Faults::folderThatIsSyncedIsThatOfTheFileBehindTheLink()
     QCOMPARE(QByteArray::fromStdString(sync.name + ' ' + sync.path), "sync " + place.path(u"target"_qs).toUtf8());
 }
 
-void tst_Faults::errorAtTheCloseGoesUnnoticed()
+void tst_Faults::errorAtCloseGoesUnnoticed()
 {
     EditAndSave edit;
     const Run run = runOnce(edit, {{"close", 1, INT_MAX, ENOSPC}});
@@ -1126,7 +1126,7 @@ void tst_Faults::temporaryFileThatCannotBeRemovedStays()
     }
 }
 
-void tst_Faults::failedSeekBringsAMessageOfQt()
+void tst_Faults::failedSeekBringsMessageOfQt()
 {
     EditAndSave edit;
     const Run run = runOnce(edit, {{"seek", 1, 1, EIO}});
@@ -1185,7 +1185,7 @@ void tst_Faults::groupLosesItsPermissionsWhereListsCannotBeRead()
     QCOMPARE(run.result.mode, mode_t(0600));
 }
 
-void tst_Faults::permissionsThatNeverCanBeSetAreTheOwnersAlone()
+void tst_Faults::permissionsThatNeverCanBeSetAreOwnersAlone()
 {
     EditAndSave edit;
     const Run run = runOnce(edit, {{"chmod", 1, INT_MAX, EPERM}});
@@ -1207,7 +1207,7 @@ void tst_Faults::linkThatCannotBeLookedAtIsReplaced()
     QCOMPARE(run.result.messages, Messages());
 }
 
-void tst_Faults::linkThatCannotBeReadKeepsThePreviousManifest()
+void tst_Faults::linkThatCannotBeReadKeepsPreviousManifest()
 {
     EditAndSave edit;
     edit.linked = true;
@@ -1218,7 +1218,7 @@ void tst_Faults::linkThatCannotBeReadKeepsThePreviousManifest()
     QCOMPARE(run.result.messages, Messages());
 }
 
-void tst_Faults::readErrorInAManifestIsReportedAsASyntaxError()
+void tst_Faults::readErrorInManifestIsReportedAsSyntaxError()
 {
     Load load;
     load.large = true;
@@ -1227,7 +1227,7 @@ void tst_Faults::readErrorInAManifestIsReportedAsASyntaxError()
     QCOMPARE(run.result.memory, QByteArray("[]"));
 }
 
-void tst_Faults::readErrorInADescriptionLeavesTheElementEmpty()
+void tst_Faults::readErrorInDescriptionLeavesElementEmpty()
 {
     Create create(true);
     const Run run = runOnce(create, {{"read", 1, 1, EIO}});
@@ -1239,7 +1239,7 @@ void tst_Faults::readErrorInADescriptionLeavesTheElementEmpty()
     QCOMPARE(first.value(u"labelTextId"_qs).toString(), QString());
 }
 
-void tst_Faults::listingCutShortLosesTheRestSilently()
+void tst_Faults::listingCutShortLosesRestSilently()
 {
     Create create(true);
     const Run whole = runOnce(create, {noFault});
@@ -1255,7 +1255,7 @@ void tst_Faults::listingCutShortLosesTheRestSilently()
     }
 }
 
-void tst_Faults::listingCutShortAtOnceLeavesThePreviousManifest()
+void tst_Faults::listingCutShortAtOnceLeavesPreviousManifest()
 {
     Create create(true);
     const Run run = runOnce(create, {{"next", 1, 1, EIO}});

@@ -90,8 +90,8 @@ private Q_SLOTS:
     void elementsOfAnyKindAreEdited();
     void nodesAreFoundAtAnyDepth_data();
     void nodesAreFoundAtAnyDepth();
-    void treeBeyondTheParsersLimitIsSavedAndNotLoaded();
-    void treeBeyondTheParsersLimitIsEditedInMemory();
+    void treeBeyondParsersLimitIsSavedAndNotLoaded();
+    void treeBeyondParsersLimitIsEditedInMemory();
     void hundredThousandElementsAreEdited();
     void textsOfManyMegabytesAreEdited();
     void pathOfManyNamesIsNotFound();
@@ -307,7 +307,7 @@ void tst_HostileManifests::nodesAreFoundAtAnyDepth()
     QCOMPARE(recorder.take(), Messages());
 }
 
-void tst_HostileManifests::treeBeyondTheParsersLimitIsSavedAndNotLoaded()
+void tst_HostileManifests::treeBeyondParsersLimitIsSavedAndNotLoaded()
 {
     MessageRecorder recorder;
     Fixture fixture(nestedNodes(511));
@@ -328,7 +328,7 @@ void tst_HostileManifests::treeBeyondTheParsersLimitIsSavedAndNotLoaded()
     QCOMPARE(recorder.take(), Messages());
 }
 
-void tst_HostileManifests::treeBeyondTheParsersLimitIsEditedInMemory()
+void tst_HostileManifests::treeBeyondParsersLimitIsEditedInMemory()
 {
     constexpr int levels = 5000;
     QJsonArray manifest;

@@ -55,14 +55,14 @@ private Q_SLOTS:
     void unreadableElementsAreReportedAndSkipped();
     void accumulatorThatIsNoArrayGathersNothing_data();
     void accumulatorThatIsNoArrayGathersNothing();
-    void accumulatorThatIsAnArrayKeepsItsItems();
+    void accumulatorThatIsArrayKeepsItsItems();
     void duplicatesAreKeptInOrder();
-    void failuresDoNotStopTheCollection();
-    void copyOfTheAccumulatorStaysAsItWas();
+    void failuresDoNotStopCollection();
+    void copyOfAccumulatorStaysAsItWas();
     void oneCollectorServesSeveralWalks();
     void oneCollectorServesSeveralThreads();
     void collectorWorksThroughItsBase();
-    void everySelectionOfACreatedManifestIsCollected();
+    void everySelectionOfCreatedManifestIsCollected();
 };
 
 void tst_JsonDataIteratorConfigurationInstanceCollector::selectionsAreGathered_data()
@@ -185,7 +185,7 @@ void tst_JsonDataIteratorConfigurationInstanceCollector::accumulatorThatIsNoArra
     QCOMPARE(result, accumulator);
 }
 
-void tst_JsonDataIteratorConfigurationInstanceCollector::accumulatorThatIsAnArrayKeepsItsItems()
+void tst_JsonDataIteratorConfigurationInstanceCollector::accumulatorThatIsArrayKeepsItsItems()
 {
     MessageRecorder log;
     QJsonValue result = arrayFrom(R"([null,1,["x"]])");
@@ -206,7 +206,7 @@ void tst_JsonDataIteratorConfigurationInstanceCollector::duplicatesAreKeptInOrde
     QCOMPARE(result, names(visited));
 }
 
-void tst_JsonDataIteratorConfigurationInstanceCollector::failuresDoNotStopTheCollection()
+void tst_JsonDataIteratorConfigurationInstanceCollector::failuresDoNotStopCollection()
 {
     MessageRecorder log;
     QJsonValue manifest = arrayFrom(R"([
@@ -230,7 +230,7 @@ void tst_JsonDataIteratorConfigurationInstanceCollector::failuresDoNotStopTheCol
     QCOMPARE(result, names({u"a"_qs, u"b"_qs}));
 }
 
-void tst_JsonDataIteratorConfigurationInstanceCollector::copyOfTheAccumulatorStaysAsItWas()
+void tst_JsonDataIteratorConfigurationInstanceCollector::copyOfAccumulatorStaysAsItWas()
 {
     MessageRecorder log;
     QJsonValue result;
@@ -293,7 +293,7 @@ void tst_JsonDataIteratorConfigurationInstanceCollector::collectorWorksThroughIt
     QCOMPARE(result, names({u"main"_qs}));
 }
 
-void tst_JsonDataIteratorConfigurationInstanceCollector::everySelectionOfACreatedManifestIsCollected()
+void tst_JsonDataIteratorConfigurationInstanceCollector::everySelectionOfCreatedManifestIsCollected()
 {
     MessageRecorder log;
     const QTemporaryDir folder;

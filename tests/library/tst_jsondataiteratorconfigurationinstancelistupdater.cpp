@@ -67,37 +67,37 @@ class tst_JsonDataIteratorConfigurationInstanceListUpdater : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void ownKeyIsTheImportedOne();
+    void ownKeyIsImportedOne();
     void lastModeSetWins_data();
     void lastModeSetWins();
-    void initLeavesTheModes();
-    void objectsPresentedWhileTheModesChangeAreEditedByTheirKey_data();
-    void objectsPresentedWhileTheModesChangeAreEditedByTheirKey();
-    void modesDecideWhatHappensToTheKey_data();
-    void modesDecideWhatHappensToTheKey();
+    void initLeavesModes();
+    void objectsPresentedWhileModesChangeAreEditedByTheirKey_data();
+    void objectsPresentedWhileModesChangeAreEditedByTheirKey();
+    void modesDecideWhatHappensToKey_data();
+    void modesDecideWhatHappensToKey();
     void otherObjectsAreSkippedSilently_data();
     void otherObjectsAreSkippedSilently();
     void elementsMatchByTheirWholeName_data();
     void elementsMatchByTheirWholeName();
-    void elementWithoutANameIsReported_data();
-    void elementWithoutANameIsReported();
+    void elementWithoutNameIsReported_data();
+    void elementWithoutNameIsReported();
     void missingKeyIsReported_data();
     void missingKeyIsReported();
     void equalValueIsWrittenAndCollected();
-    void withoutInitTheEmptyKeyOfTheEmptyNameIsWritten_data();
-    void withoutInitTheEmptyKeyOfTheEmptyNameIsWritten();
+    void withoutInitEmptyKeyOfEmptyNameIsWritten_data();
+    void withoutInitEmptyKeyOfEmptyNameIsWritten();
     void valueIsWrittenAsJson_data();
     void valueIsWrittenAsJson();
     void nameAndTypeCanBeEditedThemselves();
     void accumulatorThatIsNoArrayCollectsNothing_data();
     void accumulatorThatIsNoArrayCollectsNothing();
-    void accumulatorThatIsAnArrayKeepsItsItems();
-    void collectedObjectIsACopy();
+    void accumulatorThatIsArrayKeepsItsItems();
+    void collectedObjectIsCopy();
     void configurationMayChangeBetweenObjects();
     void otherMembersKeepTheirText_data();
     void otherMembersKeepTheirText();
-    void integersBeyondTheRangeOfDoubleAreRounded_data();
-    void integersBeyondTheRangeOfDoubleAreRounded();
+    void integersBeyondRangeOfDoubleAreRounded_data();
+    void integersBeyondRangeOfDoubleAreRounded();
     void otherNumbersKeepTheirValue_data();
     void otherNumbersKeepTheirValue();
     void numberThatJsonCannotExpressBecomesNull_data();
@@ -107,11 +107,11 @@ private Q_SLOTS:
     void matchesNestedAsDeepAsQtParsesAreEdited();
     void oneUpdaterServesSeveralThreads();
     void updaterWorksThroughItsBase();
-    void oneElementOfACreatedManifestIsEdited_data();
-    void oneElementOfACreatedManifestIsEdited();
+    void oneElementOfCreatedManifestIsEdited_data();
+    void oneElementOfCreatedManifestIsEdited();
 };
 
-void tst_JsonDataIteratorConfigurationInstanceListUpdater::ownKeyIsTheImportedOne()
+void tst_JsonDataIteratorConfigurationInstanceListUpdater::ownKeyIsImportedOne()
 {
     QCOMPARE(Updater::getKeyInstanceName(), u"instanceName"_qs);
     QCOMPARE(Updater::getKeyInstanceName(), Registry::getKeyInstanceName());
@@ -178,7 +178,7 @@ void tst_JsonDataIteratorConfigurationInstanceListUpdater::lastModeSetWins()
     QCOMPARE(log.take(), messages);
 }
 
-void tst_JsonDataIteratorConfigurationInstanceListUpdater::initLeavesTheModes()
+void tst_JsonDataIteratorConfigurationInstanceListUpdater::initLeavesModes()
 {
     MessageRecorder log;
     Updater adding;
@@ -194,7 +194,7 @@ void tst_JsonDataIteratorConfigurationInstanceListUpdater::initLeavesTheModes()
     QVERIFY(!removing.addKey());
 }
 
-void tst_JsonDataIteratorConfigurationInstanceListUpdater::objectsPresentedWhileTheModesChangeAreEditedByTheirKey_data()
+void tst_JsonDataIteratorConfigurationInstanceListUpdater::objectsPresentedWhileModesChangeAreEditedByTheirKey_data()
 {
     QTest::addColumn<bool>("addingWins");
     QTest::addColumn<QByteArray>("object");
@@ -211,7 +211,7 @@ void tst_JsonDataIteratorConfigurationInstanceListUpdater::objectsPresentedWhile
 }
 
 // While a setter logs its warning both modes are on: a present key is removed, a missing one added.
-void tst_JsonDataIteratorConfigurationInstanceListUpdater::objectsPresentedWhileTheModesChangeAreEditedByTheirKey()
+void tst_JsonDataIteratorConfigurationInstanceListUpdater::objectsPresentedWhileModesChangeAreEditedByTheirKey()
 {
     QFETCH(const bool, addingWins);
     QFETCH(const QByteArray, object);
@@ -232,7 +232,7 @@ void tst_JsonDataIteratorConfigurationInstanceListUpdater::objectsPresentedWhile
     QCOMPARE(textOf(collected), "[[" + after + "]]");
 }
 
-void tst_JsonDataIteratorConfigurationInstanceListUpdater::modesDecideWhatHappensToTheKey_data()
+void tst_JsonDataIteratorConfigurationInstanceListUpdater::modesDecideWhatHappensToKey_data()
 {
     QTest::addColumn<Mode>("mode");
     QTest::addColumn<QJsonObject>("object");
@@ -252,7 +252,7 @@ void tst_JsonDataIteratorConfigurationInstanceListUpdater::modesDecideWhatHappen
     QTest::newRow("removing, missing") << Removing << missing << QJsonObject() << warned;
 }
 
-void tst_JsonDataIteratorConfigurationInstanceListUpdater::modesDecideWhatHappensToTheKey()
+void tst_JsonDataIteratorConfigurationInstanceListUpdater::modesDecideWhatHappensToKey()
 {
     QFETCH(const Mode, mode);
     QFETCH(const QJsonObject, object);
@@ -331,7 +331,7 @@ void tst_JsonDataIteratorConfigurationInstanceListUpdater::elementsMatchByTheirW
     QCOMPARE(result, QJsonValue(QJsonArray({edited})));
 }
 
-void tst_JsonDataIteratorConfigurationInstanceListUpdater::elementWithoutANameIsReported_data()
+void tst_JsonDataIteratorConfigurationInstanceListUpdater::elementWithoutNameIsReported_data()
 {
     QTest::addColumn<Mode>("mode");
     QTest::addColumn<QString>("key");
@@ -355,7 +355,7 @@ void tst_JsonDataIteratorConfigurationInstanceListUpdater::elementWithoutANameIs
                                         R"(QJsonObject({"selectionType":null}) ( "key" )!)"_qs;
 }
 
-void tst_JsonDataIteratorConfigurationInstanceListUpdater::elementWithoutANameIsReported()
+void tst_JsonDataIteratorConfigurationInstanceListUpdater::elementWithoutNameIsReported()
 {
     QFETCH(const Mode, mode);
     QFETCH(const QString, key);
@@ -413,7 +413,7 @@ void tst_JsonDataIteratorConfigurationInstanceListUpdater::equalValueIsWrittenAn
     QCOMPARE(result, QJsonValue(QJsonArray({object, object})));
 }
 
-void tst_JsonDataIteratorConfigurationInstanceListUpdater::withoutInitTheEmptyKeyOfTheEmptyNameIsWritten_data()
+void tst_JsonDataIteratorConfigurationInstanceListUpdater::withoutInitEmptyKeyOfEmptyNameIsWritten_data()
 {
     QTest::addColumn<bool>("adding");
     QTest::addColumn<QJsonObject>("object");
@@ -443,7 +443,7 @@ void tst_JsonDataIteratorConfigurationInstanceListUpdater::withoutInitTheEmptyKe
                                      << Messages();
 }
 
-void tst_JsonDataIteratorConfigurationInstanceListUpdater::withoutInitTheEmptyKeyOfTheEmptyNameIsWritten()
+void tst_JsonDataIteratorConfigurationInstanceListUpdater::withoutInitEmptyKeyOfEmptyNameIsWritten()
 {
     QFETCH(const bool, adding);
     QFETCH(const QJsonObject, object);
@@ -552,7 +552,7 @@ void tst_JsonDataIteratorConfigurationInstanceListUpdater::accumulatorThatIsNoAr
     QCOMPARE(result, accumulator);
 }
 
-void tst_JsonDataIteratorConfigurationInstanceListUpdater::accumulatorThatIsAnArrayKeepsItsItems()
+void tst_JsonDataIteratorConfigurationInstanceListUpdater::accumulatorThatIsArrayKeepsItsItems()
 {
     MessageRecorder log;
     QJsonValue result = arrayFrom(R"([null,1,["x"]])");
@@ -561,7 +561,7 @@ void tst_JsonDataIteratorConfigurationInstanceListUpdater::accumulatorThatIsAnAr
     QCOMPARE(result, QJsonValue(arrayFrom(R"([null,1,["x"],{"instanceName":"main","key":2,"selectionType":"Node"}])")));
 }
 
-void tst_JsonDataIteratorConfigurationInstanceListUpdater::collectedObjectIsACopy()
+void tst_JsonDataIteratorConfigurationInstanceListUpdater::collectedObjectIsCopy()
 {
     MessageRecorder log;
     QJsonValue result;
@@ -653,7 +653,7 @@ void tst_JsonDataIteratorConfigurationInstanceListUpdater::otherMembersKeepTheir
 }
 
 // The parser keeps such integers exactly. An edit rounds them as the writer does, so files do not differ.
-void tst_JsonDataIteratorConfigurationInstanceListUpdater::integersBeyondTheRangeOfDoubleAreRounded_data()
+void tst_JsonDataIteratorConfigurationInstanceListUpdater::integersBeyondRangeOfDoubleAreRounded_data()
 {
     QTest::addColumn<QByteArray>("json");
     QTest::addColumn<QVariant>("exact");
@@ -675,7 +675,7 @@ void tst_JsonDataIteratorConfigurationInstanceListUpdater::integersBeyondTheRang
                                   << QByteArray(R"([{"a":9007199254740992}])");
 }
 
-void tst_JsonDataIteratorConfigurationInstanceListUpdater::integersBeyondTheRangeOfDoubleAreRounded()
+void tst_JsonDataIteratorConfigurationInstanceListUpdater::integersBeyondRangeOfDoubleAreRounded()
 {
     QFETCH(const QByteArray, json);
     QFETCH(const QVariant, exact);
@@ -846,7 +846,7 @@ void tst_JsonDataIteratorConfigurationInstanceListUpdater::updaterWorksThroughIt
     QCOMPARE(object, objectFrom(R"({"":null,"instanceName":"","selectionType":"Node"})"));
 }
 
-void tst_JsonDataIteratorConfigurationInstanceListUpdater::oneElementOfACreatedManifestIsEdited_data()
+void tst_JsonDataIteratorConfigurationInstanceListUpdater::oneElementOfCreatedManifestIsEdited_data()
 {
     QTest::addColumn<Mode>("mode");
     QTest::addColumn<QByteArray>("instanceName");
@@ -864,7 +864,7 @@ void tst_JsonDataIteratorConfigurationInstanceListUpdater::oneElementOfACreatedM
         << QByteArray(R"("iconName":"net","instanceName":"Net","jcon":"new")");
 }
 
-void tst_JsonDataIteratorConfigurationInstanceListUpdater::oneElementOfACreatedManifestIsEdited()
+void tst_JsonDataIteratorConfigurationInstanceListUpdater::oneElementOfCreatedManifestIsEdited()
 {
     QFETCH(const Mode, mode);
     QFETCH(const QByteArray, instanceName);

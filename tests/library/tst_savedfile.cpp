@@ -218,14 +218,14 @@ class tst_SavedFile : public QObject {
 private Q_SLOTS:
     void savedFileKeepsOwnerGroupAndPermissions_data();
     void savedFileKeepsOwnerGroupAndPermissions();
-    void firstManifestIsTheCreatorsOwn();
+    void firstManifestIsCreatorsOwn();
     void linkStaysAndItsTargetIsReplaced_data();
     void linkStaysAndItsTargetIsReplaced();
-    void manifestThatIsRemovedMeanwhileGivesTheGroupNothing();
+    void manifestThatIsRemovedMeanwhileGivesGroupNothing();
     void linkThatComesMeanwhileGivesNoOtherFileAway();
-    void foreignManifestInAStickyFolderIsNotGivenBack();
-    void groupGetsNoMoreThanTheListOfTheOldFileGaveIt_data();
-    void groupGetsNoMoreThanTheListOfTheOldFileGaveIt();
+    void foreignManifestInStickyFolderIsNotGivenBack();
+    void groupGetsNoMoreThanListOfOldFileGaveIt_data();
+    void groupGetsNoMoreThanListOfOldFileGaveIt();
     void inheritedListGivesNobodyMore_data();
     void inheritedListGivesNobodyMore();
     void sameListIsNoReasonToTakeAnythingAway_data();
@@ -285,7 +285,7 @@ void tst_SavedFile::savedFileKeepsOwnerGroupAndPermissions()
     QCOMPARE(ownershipOf(place.manifest()), after);
 }
 
-void tst_SavedFile::firstManifestIsTheCreatorsOwn()
+void tst_SavedFile::firstManifestIsCreatorsOwn()
 {
     const Place place;
     QVERIFY(QFile::remove(place.manifest()));
@@ -336,7 +336,7 @@ void tst_SavedFile::linkStaysAndItsTargetIsReplaced()
 }
 
 // QSaveFile would copy the permissions of the old file, whose group was another one.
-void tst_SavedFile::manifestThatIsRemovedMeanwhileGivesTheGroupNothing()
+void tst_SavedFile::manifestThatIsRemovedMeanwhileGivesGroupNothing()
 {
     const Place place;
     const bool isRoot = geteuid() == 0;
@@ -370,7 +370,7 @@ void tst_SavedFile::linkThatComesMeanwhileGivesNoOtherFileAway()
     QCOMPARE(ownershipOf(other), ownership);
 }
 
-void tst_SavedFile::foreignManifestInAStickyFolderIsNotGivenBack()
+void tst_SavedFile::foreignManifestInStickyFolderIsNotGivenBack()
 {
     const Place place;
     const bool isRoot = geteuid() == 0;
@@ -380,7 +380,7 @@ void tst_SavedFile::foreignManifestInAStickyFolderIsNotGivenBack()
     QCOMPARE(ownershipOf(place.manifest()), (Ownership {geteuid(), isRoot ? someGroup : getegid(), 0644}));
 }
 
-void tst_SavedFile::groupGetsNoMoreThanTheListOfTheOldFileGaveIt_data()
+void tst_SavedFile::groupGetsNoMoreThanListOfOldFileGaveIt_data()
 {
     QTest::addColumn<Save>("save");
     QTest::addColumn<int>("groupsRights");
@@ -397,7 +397,7 @@ void tst_SavedFile::groupGetsNoMoreThanTheListOfTheOldFileGaveIt_data()
 }
 
 // With a list, the group bits are its mask: here they tell what the one user may do.
-void tst_SavedFile::groupGetsNoMoreThanTheListOfTheOldFileGaveIt()
+void tst_SavedFile::groupGetsNoMoreThanListOfOldFileGaveIt()
 {
     QFETCH(const Save, save);
     QFETCH(const int, groupsRights);

@@ -74,7 +74,7 @@ private Q_SLOTS:
     void roundedNumbersAreNoDrift();
     void checkTellsWhereWhatAndWhatToDo();
     void checkTellsDrift();
-    void resultsAreTheSameAsJson();
+    void resultsAreSameAsJson();
     void terminalShowsStartOfLongValues();
     void hostileTextsAreHarmless();
     void foreignItemsInAnyOperandAreMerged();
@@ -240,7 +240,7 @@ void tst_Compare::checkTellsDrift()
     QCOMPARE(place.run(u"check file --folder file"_qs), misused(u"cannot read file: it is not a folder"_qs));
 }
 
-void tst_Compare::resultsAreTheSameAsJson()
+void tst_Compare::resultsAreSameAsJson()
 {
     Workplace place;
     writeThree(place)

@@ -33,8 +33,8 @@ class tst_Create : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void createWritesTheManifestOfTheConfigurationFolder();
-    void createCountsTheElementsOfTheExamples();
+    void createWritesManifestOfConfigurationFolder();
+    void createCountsElementsOfExamples();
     void countsAgreeWithTheirNouns_data();
     void countsAgreeWithTheirNouns();
     void schemeNamesFileAndChoosesWhatIsCollected_data();
@@ -48,7 +48,7 @@ private Q_SLOTS:
     void folderThatGoesOnChangingIsSaidSo();
     void creationTellsWhatItReallyReplaces();
     void damageIsToldFromOrdinaryRemarks();
-    void messagesOfTheLibraryNameTheirFile();
+    void messagesOfLibraryNameTheirFile();
     void debugMessagesCanBeSwitchedOff();
     void nothingToWriteIsFailure_data();
     void nothingToWriteIsFailure();
@@ -61,7 +61,7 @@ private Q_SLOTS:
     void changeBetweenScanAndCreationIsNotOverwritten();
 };
 
-void tst_Create::createWritesTheManifestOfTheConfigurationFolder()
+void tst_Create::createWritesManifestOfConfigurationFolder()
 {
     const Workplace place;
     place.describe(u"base/configuration/main.config.json"_qs)
@@ -82,7 +82,7 @@ void tst_Create::createWritesTheManifestOfTheConfigurationFolder()
              "  selection Net/port"_qs));
 }
 
-void tst_Create::createCountsTheElementsOfTheExamples()
+void tst_Create::createCountsElementsOfExamples()
 {
     const Workplace place;
     copyFolder(QStringLiteral(EXAMPLES "/device"), place.path(u"device"_qs));
@@ -335,7 +335,7 @@ void tst_Create::damageIsToldFromOrdinaryRemarks()
     QVERIFY(damaged.size() > 5);
 }
 
-void tst_Create::messagesOfTheLibraryNameTheirFile()
+void tst_Create::messagesOfLibraryNameTheirFile()
 {
     const Workplace place;
     writeFile(place.path(u"sub/cut.config.json"_qs), "{");

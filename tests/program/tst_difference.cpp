@@ -112,9 +112,9 @@ private Q_SLOTS:
     void differencesAreTold();
     void movesToAnotherParentAreTold_data();
     void movesToAnotherParentAreTold();
-    void changesAreTheSameAsJson_data();
-    void changesAreTheSameAsJson();
-    void stampsDoNotKeepAMoveFromBeingFound();
+    void changesAreSameAsJson_data();
+    void changesAreSameAsJson();
+    void stampsDoNotKeepMoveFromBeingFound();
     void equalTreesHaveNoDifference_data();
     void equalTreesHaveNoDifference();
     void everyDifferenceIsTold_data();
@@ -302,7 +302,7 @@ void tst_Difference::movesToAnotherParentAreTold()
     QCOMPARE(linesBetween(before, after), lines);
 }
 
-void tst_Difference::changesAreTheSameAsJson_data()
+void tst_Difference::changesAreSameAsJson_data()
 {
     const Table<QJsonArray, QJsonArray, QByteArray> row("before", "after", "json");
 
@@ -331,7 +331,7 @@ void tst_Difference::changesAreTheSameAsJson_data()
         "a\",\"positions\":[0,1]}");
 }
 
-void tst_Difference::changesAreTheSameAsJson()
+void tst_Difference::changesAreSameAsJson()
 {
     QFETCH(QJsonArray, before);
     QFETCH(QJsonArray, after);
@@ -340,7 +340,7 @@ void tst_Difference::changesAreTheSameAsJson()
     QCOMPARE(jsonBetween(before, after), json);
 }
 
-void tst_Difference::stampsDoNotKeepAMoveFromBeingFound()
+void tst_Difference::stampsDoNotKeepMoveFromBeingFound()
 {
     const QJsonObject other = page(u"other"_qs);
     const QJsonObject stampedPage = with(page(u"p"_qs), u"moduleName"_qs, u"M"_qs);

@@ -132,8 +132,8 @@ private Q_SLOTS:
     void everyAbsenceHasItsReason_data();
     void everyAbsenceHasItsReason();
     void whatMayNotBeReadIsSaid();
-    void whatIsRefusedIsLeftOutOfTheRest_data();
-    void whatIsRefusedIsLeftOutOfTheRest();
+    void whatIsRefusedIsLeftOutOfRest_data();
+    void whatIsRefusedIsLeftOutOfRest();
     void damageHasItsPlace_data();
     void damageHasItsPlace();
     void damageOfFolderDescriptionsIsSaidOnce();
@@ -143,12 +143,12 @@ private Q_SLOTS:
     void displayPositionIsExplained();
     void unreachableElementsNameTheirReason_data();
     void unreachableElementsNameTheirReason();
-    void entriesComeInTheOrderOfTheTree();
-    void everythingInTheExampleIsExplainedOnce_data();
-    void everythingInTheExampleIsExplainedOnce();
+    void entriesComeInOrderOfTree();
+    void everythingInExampleIsExplainedOnce_data();
+    void everythingInExampleIsExplainedOnce();
     void whatChangesMeanwhileIsSaid_data();
     void whatChangesMeanwhileIsSaid();
-    void manyLinksAndLevelsComeToAnEnd();
+    void manyLinksAndLevelsComeToEnd();
     void deadEndsNameWhatIsThere_data();
     void deadEndsNameWhatIsThere();
 
@@ -160,7 +160,7 @@ private Q_SLOTS:
     void troubleIsTrouble_data();
     void troubleIsTrouble();
     void jsonSaysWhatLinesSay();
-    void keyWithoutALetterIsListed();
+    void keyWithoutLetterIsListed();
     void strangeNamesStayInTheirLine();
 };
 
@@ -303,14 +303,14 @@ void tst_Explain::whatMayNotBeReadIsSaid()
     QCOMPARE(explanation.entries.at(0).isDescribed, false);
 }
 
-void tst_Explain::whatIsRefusedIsLeftOutOfTheRest_data()
+void tst_Explain::whatIsRefusedIsLeftOutOfRest_data()
 {
     const Table<QString, QString, QString> row("target", "path", "refused");
     row("looping link", u"."_qs, u"x/up"_qs, u"x/up leads back to a folder that it lies in"_qs);
     row("device", u"/dev/zero"_qs, u"x/b.config.json"_qs, u"x/b.config.json is a device"_qs);
 }
 
-void tst_Explain::whatIsRefusedIsLeftOutOfTheRest()
+void tst_Explain::whatIsRefusedIsLeftOutOfRest()
 {
     QFETCH(const QString, target);
     QFETCH(const QString, path);
@@ -504,7 +504,7 @@ void tst_Explain::unreachableElementsNameTheirReason()
     QCOMPARE(entry.instancePath.isNull(), !reason.isNull());
 }
 
-void tst_Explain::entriesComeInTheOrderOfTheTree()
+void tst_Explain::entriesComeInOrderOfTree()
 {
     const Folder folder;
     folder.add(u"a.config.json"_qs, R"({"displayPosition":2})");
@@ -522,14 +522,14 @@ void tst_Explain::entriesComeInTheOrderOfTheTree()
     QCOMPARE(explanation.entries.at(2).position, 2);
 }
 
-void tst_Explain::everythingInTheExampleIsExplainedOnce_data()
+void tst_Explain::everythingInExampleIsExplainedOnce_data()
 {
     const Table<QString> row("scheme");
     row("configuration", configurationScheme);
     row("process", u"process"_qs);
 }
 
-void tst_Explain::everythingInTheExampleIsExplainedOnce()
+void tst_Explain::everythingInExampleIsExplainedOnce()
 {
     QFETCH(const QString, scheme);
     const QString folder = QStringLiteral(EXAMPLES "/device/configuration");
@@ -579,7 +579,7 @@ void tst_Explain::whatChangesMeanwhileIsSaid()
     QVERIFY(run.output.startsWith("a.config.json\tselection\t'a', position 0, "));
 }
 
-void tst_Explain::manyLinksAndLevelsComeToAnEnd()
+void tst_Explain::manyLinksAndLevelsComeToEnd()
 {
     const Folder folder;
     QString deep = u"d"_qs;
@@ -785,7 +785,7 @@ void tst_Explain::jsonSaysWhatLinesSay()
     QCOMPARE(Program().run(u"explain --json "_qs + folder + u" zzzzzz"_qs).output, QByteArray("[\n]\n"));
 }
 
-void tst_Explain::keyWithoutALetterIsListed()
+void tst_Explain::keyWithoutLetterIsListed()
 {
     const Folder folder;
     folder.add(u"a.config.json"_qs, R"({"hide":false,"displayPosition":1,"":1})");

@@ -108,7 +108,7 @@ private Q_SLOTS:
     void findingKnowsItsElement();
     void findingsDeepDownAreComparedQuickly();
     void findingOfNeitherManifestIsAdded();
-    void everyUnreachableElementHasAReason();
+    void everyUnreachableElementHasReason();
     void tooDeepIsWhatCannotBeLoaded_data();
     void tooDeepIsWhatCannotBeLoaded();
     void tooDeepIsReportedOncePerBranch();
@@ -135,8 +135,8 @@ private Q_SLOTS:
     void otherKeyKeepsItsType();
     void elementsInValueHaveRightTypes_data();
     void elementsInValueHaveRightTypes();
-    void messageNamesBothTypesAndTheOption_data();
-    void messageNamesBothTypesAndTheOption();
+    void messageNamesBothTypesAndOption_data();
+    void messageNamesBothTypesAndOption();
 };
 
 void tst_Findings::everyKindHasItsWord_data()
@@ -253,7 +253,7 @@ void tst_Findings::findingKnowsItsElement()
     QVERIFY(!findings.at(1).advice.isEmpty());
 }
 
-void tst_Findings::everyUnreachableElementHasAReason()
+void tst_Findings::everyUnreachableElementHasReason()
 {
     std::mt19937 engine(1);
     int number = 0;
@@ -684,7 +684,7 @@ void tst_Findings::elementsInValueHaveRightTypes()
     QCOMPARE(typeProblem(u"own"_qs, present, given), QString());
 }
 
-void tst_Findings::messageNamesBothTypesAndTheOption_data()
+void tst_Findings::messageNamesBothTypesAndOption_data()
 {
     const Table<QString, QJsonValue, QJsonValue, QString> row("key", "present", "given", "message");
     row("text for a boolean", u"hide"_qs, true, u"true"_qs,
@@ -695,7 +695,7 @@ void tst_Findings::messageNamesBothTypesAndTheOption_data()
         u"'own' takes an array, not an object; look at what --json was given"_qs);
 }
 
-void tst_Findings::messageNamesBothTypesAndTheOption()
+void tst_Findings::messageNamesBothTypesAndOption()
 {
     QFETCH(const QString, key);
     QFETCH(const QJsonValue, present);

@@ -270,7 +270,7 @@ class tst_Merge : public QObject {
 private Q_SLOTS:
     void mergingObeysItsLaws_data();
     void mergingObeysItsLaws();
-    void nothingIsLostWithoutALine();
+    void nothingIsLostWithoutLine();
     void whatBothSidesDidIsMerged_data();
     void whatBothSidesDidIsMerged();
     void conflictsAreToldAndDecided_data();
@@ -335,7 +335,7 @@ void tst_Merge::mergingObeysItsLaws()
     qInfo("%d of %u merges have conflicts", conflicting, seeds);
 }
 
-void tst_Merge::nothingIsLostWithoutALine()
+void tst_Merge::nothingIsLostWithoutLine()
 {
     for (unsigned seed = 0; seed < 3 * seeds; ++seed) {
         RandomManifest random(seed, RandomManifest::Names::Unique);

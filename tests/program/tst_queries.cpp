@@ -77,8 +77,8 @@ private Q_SLOTS:
     void getPrintsEveryKindOfValue_data();
     void getPrintsEveryKindOfValue();
     void showPrintsTree();
-    void queryPrintsEveryElementOfTheExamples_data();
-    void queryPrintsEveryElementOfTheExamples();
+    void queryPrintsEveryElementOfExamples_data();
+    void queryPrintsEveryElementOfExamples();
     void showPrintsWhatCanBeLoaded_data();
     void showPrintsWhatCanBeLoaded();
     void showPrintsDeepManifests();
@@ -241,7 +241,7 @@ void tst_Queries::showPrintsTree()
     QVERIFY(file.isUntouched());
 }
 
-void tst_Queries::queryPrintsEveryElementOfTheExamples_data()
+void tst_Queries::queryPrintsEveryElementOfExamples_data()
 {
     const Table<QString, QString> row("scheme", "one");
 
@@ -249,7 +249,7 @@ void tst_Queries::queryPrintsEveryElementOfTheExamples_data()
     row("process", u"process"_qs, u"diagnostics/log/events"_qs);
 }
 
-void tst_Queries::queryPrintsEveryElementOfTheExamples()
+void tst_Queries::queryPrintsEveryElementOfExamples()
 {
     QFETCH(QString, scheme);
     QFETCH(QString, one);

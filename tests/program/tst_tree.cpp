@@ -265,14 +265,14 @@ private Q_SLOTS:
     void pathLeadsToElement();
     void everyPathIsOneThatLookupsTake();
     void elementKnowsItsPlace();
-    void labelAndHiddenAreThoseOfTheElement();
+    void labelAndHiddenAreThoseOfElement();
     void treeGivesItsManifestBack();
     void editsFindWhatQueriesDoNot_data();
     void editsFindWhatQueriesDoNot();
 
-    void scanOfTheExampleIsWhatTheCreatorWrites_data();
-    void scanOfTheExampleIsWhatTheCreatorWrites();
-    void scansOfRandomTreesAreWhatTheCreatorWrites();
+    void scanOfExampleIsWhatCreatorWrites_data();
+    void scanOfExampleIsWhatCreatorWrites();
+    void scansOfRandomTreesAreWhatCreatorWrites();
     void remarksNameTheirFiles_data();
     void remarksNameTheirFiles();
     void everyElementKnowsItsSource();
@@ -402,7 +402,7 @@ void tst_Tree::elementKnowsItsPlace()
     QCOMPARE(tree.at(2).place(), u"position 2 of the top level"_qs);
 }
 
-void tst_Tree::labelAndHiddenAreThoseOfTheElement()
+void tst_Tree::labelAndHiddenAreThoseOfElement()
 {
     const TreeElements tree = treeOf(arrayFrom(
         R"([{"labelTextId":"TXT","hide":true},{"labelTextId":1,"hide":1},{"instanceName":"Net/port"},{"hide":false}])"));
@@ -454,7 +454,7 @@ void tst_Tree::editsFindWhatQueriesDoNot()
     QCOMPARE(marked != nullptr && marked->object().contains(u"mark"_qs), edited != nullptr);
 }
 
-void tst_Tree::scanOfTheExampleIsWhatTheCreatorWrites_data()
+void tst_Tree::scanOfExampleIsWhatCreatorWrites_data()
 {
     const Table<QString> row("scheme");
     row("configuration", configurationScheme);
@@ -462,7 +462,7 @@ void tst_Tree::scanOfTheExampleIsWhatTheCreatorWrites_data()
     row("another one", u"Configuration"_qs);
 }
 
-void tst_Tree::scanOfTheExampleIsWhatTheCreatorWrites()
+void tst_Tree::scanOfExampleIsWhatCreatorWrites()
 {
     QFETCH(const QString, scheme);
     const QTemporaryDir base;
@@ -472,7 +472,7 @@ void tst_Tree::scanOfTheExampleIsWhatTheCreatorWrites()
     QCOMPARE(scan.elements.empty(), false);
 }
 
-void tst_Tree::scansOfRandomTreesAreWhatTheCreatorWrites()
+void tst_Tree::scansOfRandomTreesAreWhatCreatorWrites()
 {
     Frequencies frequencies;
     const QStringList schemes {configurationScheme, configurationScheme, u"process"_qs, u"x"_qs};

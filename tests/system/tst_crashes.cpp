@@ -100,12 +100,12 @@ class tst_Crashes : public QObject {
 private Q_SLOTS:
     void readersSeeOnlyWholeManifests_data();
     void readersSeeOnlyWholeManifests();
-    void savesKilledBeforeAnyCallLeaveTheOldOrTheNewManifest_data();
-    void savesKilledBeforeAnyCallLeaveTheOldOrTheNewManifest();
-    void creationsKilledBeforeAnyCallLeaveTheOldOrTheNewManifest_data();
-    void creationsKilledBeforeAnyCallLeaveTheOldOrTheNewManifest();
-    void creationsKilledAtAnyMomentLeaveTheOldOrTheNewManifest_data();
-    void creationsKilledAtAnyMomentLeaveTheOldOrTheNewManifest();
+    void savesKilledBeforeAnyCallLeaveOldOrNewManifest_data();
+    void savesKilledBeforeAnyCallLeaveOldOrNewManifest();
+    void creationsKilledBeforeAnyCallLeaveOldOrNewManifest_data();
+    void creationsKilledBeforeAnyCallLeaveOldOrNewManifest();
+    void creationsKilledAtAnyMomentLeaveOldOrNewManifest_data();
+    void creationsKilledAtAnyMomentLeaveOldOrNewManifest();
     void leftoversDisturbNothingAndStay();
 };
 
@@ -244,7 +244,7 @@ constexpr int callsOfTheFolder = 4;
 
 } // namespace
 
-void tst_Crashes::savesKilledBeforeAnyCallLeaveTheOldOrTheNewManifest_data()
+void tst_Crashes::savesKilledBeforeAnyCallLeaveOldOrNewManifest_data()
 {
     QTest::addColumn<bool>("unnamed");
     QTest::addColumn<int>("number");
@@ -254,7 +254,7 @@ void tst_Crashes::savesKilledBeforeAnyCallLeaveTheOldOrTheNewManifest_data()
     QTest::newRow("named temporary file, small") << false << 2;
 }
 
-void tst_Crashes::savesKilledBeforeAnyCallLeaveTheOldOrTheNewManifest()
+void tst_Crashes::savesKilledBeforeAnyCallLeaveOldOrNewManifest()
 {
     QFETCH(const bool, unnamed);
     QFETCH(const int, number);
@@ -320,12 +320,12 @@ void addCreations()
 
 } // namespace
 
-void tst_Crashes::creationsKilledBeforeAnyCallLeaveTheOldOrTheNewManifest_data()
+void tst_Crashes::creationsKilledBeforeAnyCallLeaveOldOrNewManifest_data()
 {
     addCreations();
 }
 
-void tst_Crashes::creationsKilledBeforeAnyCallLeaveTheOldOrTheNewManifest()
+void tst_Crashes::creationsKilledBeforeAnyCallLeaveOldOrNewManifest()
 {
     QFETCH(const bool, replaces);
     QFETCH(const bool, unnamed);
@@ -354,12 +354,12 @@ void tst_Crashes::creationsKilledBeforeAnyCallLeaveTheOldOrTheNewManifest()
     QCOMPARE(after, callsOfTheFolder + (unnamed && !replaces ? 1 : 0));
 }
 
-void tst_Crashes::creationsKilledAtAnyMomentLeaveTheOldOrTheNewManifest_data()
+void tst_Crashes::creationsKilledAtAnyMomentLeaveOldOrNewManifest_data()
 {
     addCreations();
 }
 
-void tst_Crashes::creationsKilledAtAnyMomentLeaveTheOldOrTheNewManifest()
+void tst_Crashes::creationsKilledAtAnyMomentLeaveOldOrNewManifest()
 {
     QFETCH(const bool, replaces);
     QFETCH(const bool, unnamed);

@@ -104,18 +104,18 @@ class tst_Definitions : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void gettersReturnTheSameStringForEver_data();
-    void gettersReturnTheSameStringForEver();
+    void gettersReturnSameStringForEver_data();
+    void gettersReturnSameStringForEver();
     void keysDiffer();
     void folderNameAndSchemeArePlainNames();
-    void suffixesBeginWithADot();
+    void suffixesBeginWithDot();
     void readersTakeTheirOwnTypeOnly_data();
     void readersTakeTheirOwnTypeOnly();
     void readersCompareKeysCaseSensitively();
     void visitorIsReachedThroughItsBase();
 };
 
-void tst_Definitions::gettersReturnTheSameStringForEver_data()
+void tst_Definitions::gettersReturnSameStringForEver_data()
 {
     QTest::addColumn<Getter>("getter");
     QTest::addColumn<QString>("text");
@@ -130,7 +130,7 @@ void tst_Definitions::gettersReturnTheSameStringForEver_data()
     addRows("value", values);
 }
 
-void tst_Definitions::gettersReturnTheSameStringForEver()
+void tst_Definitions::gettersReturnSameStringForEver()
 {
     QFETCH(Getter, getter);
     QFETCH(QString, text);
@@ -166,7 +166,7 @@ void tst_Definitions::folderNameAndSchemeArePlainNames()
     QVERIFY(!DataProperty::getSelectorUrlSchemeConfiguration().contains(u'/'));
 }
 
-void tst_Definitions::suffixesBeginWithADot()
+void tst_Definitions::suffixesBeginWithDot()
 {
     QVERIFY(Element::getConfigurationFileSuffix().startsWith(u'.'));
     QVERIFY(Element::getProcessFileSuffix().startsWith(u'.'));

@@ -214,13 +214,13 @@ class tst_Documents : public QObject {
 
 private Q_SLOTS:
     void everyMessageIsDescribed();
-    void onlyMessagesOfTheSourcesAreDescribed();
-    void everyDescriptionOfAMessageSaysWhatToDo();
+    void onlyMessagesOfSourcesAreDescribed();
+    void everyDescriptionOfMessageSaysWhatToDo();
     void recommendedPatternPrintsWhatIsShown();
     void readmeShowsWhatRunPrints();
     void readmesCodeDoesWhatItSays();
     void changelogHasThisVersion();
-    void mapOfTheTestsIsThatOfTheTree();
+    void mapOfTestsIsThatOfTree();
 };
 
 void tst_Documents::everyMessageIsDescribed()
@@ -229,12 +229,12 @@ void tst_Documents::everyMessageIsDescribed()
     QCOMPARE(missing(messagesOfTheSources(), describedMessages()), QString());
 }
 
-void tst_Documents::onlyMessagesOfTheSourcesAreDescribed()
+void tst_Documents::onlyMessagesOfSourcesAreDescribed()
 {
     QCOMPARE(missing(describedMessages(), messagesOfTheSources()), QString());
 }
 
-void tst_Documents::everyDescriptionOfAMessageSaysWhatToDo()
+void tst_Documents::everyDescriptionOfMessageSaysWhatToDo()
 {
     const QStringList descriptions = descriptionsOfMessages();
     QVERIFY(!descriptions.isEmpty());
@@ -321,7 +321,7 @@ void tst_Documents::changelogHasThisVersion()
     QCOMPARE(versions.constLast(), u"1.0.0"_qs);
 }
 
-void tst_Documents::mapOfTheTestsIsThatOfTheTree()
+void tst_Documents::mapOfTestsIsThatOfTree()
 {
     const QString map =
         document(u"tests/README.md"_qs).section(u"## The map\n"_qs, 1).section(u"\n### Scripts\n"_qs, 0, 0);

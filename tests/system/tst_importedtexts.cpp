@@ -26,8 +26,8 @@ private Q_SLOTS:
     void usualTextsMeanNothing();
     void iconNameIsFoundUnderItsKey();
     void scanIsMadeOfImportedTexts();
-    void onlyTheProvidedSchemeMeansConfigurations();
-    void folderBecomesAListOfElements();
+    void onlyProvidedSchemeMeansConfigurations();
+    void folderBecomesListOfElements();
     void manifestIsLoadedQueriedEditedAndSaved();
     void instanceNamesAreCollected();
     void providedReadersDecideWhatIsReadable();
@@ -135,7 +135,7 @@ void tst_ImportedTexts::scanIsMadeOfImportedTexts()
                 "k:instanceName":"Net/a"}]}])")));
 }
 
-void tst_ImportedTexts::onlyTheProvidedSchemeMeansConfigurations()
+void tst_ImportedTexts::onlyProvidedSchemeMeansConfigurations()
 {
     const QTemporaryDir folder;
     writeFile(folder.filePath(u"a.config.json"_qs), R"({"k:displayPosition":0,"k:hide":false})");
@@ -150,7 +150,7 @@ void tst_ImportedTexts::onlyTheProvidedSchemeMeansConfigurations()
     QCOMPARE(readFile(folder.filePath(u"configuration.manifest.json"_qs)), QByteArray("[]"));
 }
 
-void tst_ImportedTexts::folderBecomesAListOfElements()
+void tst_ImportedTexts::folderBecomesListOfElements()
 {
     const QTemporaryDir folder;
     writeFile(folder.filePath(u"late.config.json"_qs), R"({"k:displayPosition":2,"k:hide":false})");

@@ -146,20 +146,20 @@ private Q_SLOTS:
     void valuesWithoutObjectsAreLeftAlone();
     void accumulatorIsHandedThrough_data();
     void accumulatorIsHandedThrough();
-    void editsReachTheDocument_data();
-    void editsReachTheDocument();
+    void editsReachDocument_data();
+    void editsReachDocument();
     void addedMembersAreWalked();
     void removedMembersAreNotWalked();
-    void replacedMembersAreWalkedInsteadOfTheOldOnes();
+    void replacedMembersAreWalkedInsteadOfOldOnes();
     void emptiedObjectIsWrittenBack();
-    void copiesOfTheDocumentStayAsTheyWere();
+    void copiesOfDocumentStayAsTheyWere();
     void untouchedDocumentKeepsItsData();
-    void onlyThePathToAnEditIsRewritten();
+    void onlyPathToEditIsRewritten();
     void documentAsDeepAsQtParsesIsWalked();
     void deepestObjectCanBeEdited();
     void documentOf100000LevelsIsWalked();
     void wideDocumentIsWalked();
-    void collectingCostsLittleMoreThanTheWalk();
+    void collectingCostsLittleMoreThanWalk();
     void costIsLinear_data();
     void costIsLinear();
 };
@@ -245,7 +245,7 @@ void tst_JsonWalk::accumulatorIsHandedThrough()
     QCOMPARE(result, QJsonValue(3));
 }
 
-void tst_JsonWalk::editsReachTheDocument_data()
+void tst_JsonWalk::editsReachDocument_data()
 {
     QTest::addColumn<QJsonValue>("document");
     QTest::addColumn<QString>("ids");
@@ -284,7 +284,7 @@ void tst_JsonWalk::editsReachTheDocument_data()
                    {"id":"f","new":1,"x":[[{"id":"g","new":1}]]}])"));
 }
 
-void tst_JsonWalk::editsReachTheDocument()
+void tst_JsonWalk::editsReachDocument()
 {
     QFETCH(const QJsonValue, document);
     QFETCH(const QString, ids);
@@ -329,7 +329,7 @@ void tst_JsonWalk::removedMembersAreNotWalked()
     QCOMPARE(document, QJsonValue(arrayFrom(R"([{"id":"a","m":{"id":"m"}}])")));
 }
 
-void tst_JsonWalk::replacedMembersAreWalkedInsteadOfTheOldOnes()
+void tst_JsonWalk::replacedMembersAreWalkedInsteadOfOldOnes()
 {
     QJsonValue document = objectFrom(R"({"id":"a","m":{"id":"old"}})");
     QStringList visited;
@@ -354,7 +354,7 @@ void tst_JsonWalk::emptiedObjectIsWrittenBack()
     QCOMPARE(document, QJsonValue(arrayFrom(R"([{},{"id":"b"}])")));
 }
 
-void tst_JsonWalk::copiesOfTheDocumentStayAsTheyWere()
+void tst_JsonWalk::copiesOfDocumentStayAsTheyWere()
 {
     const QJsonArray before = arrayFrom(R"([{"id":"a","m":[{"id":"m"}]}])");
     QJsonValue document = before;
@@ -379,7 +379,7 @@ void tst_JsonWalk::untouchedDocumentKeepsItsData()
     QVERIFY(shareData(document.toArray().first().toObject(), firstItem));
 }
 
-void tst_JsonWalk::onlyThePathToAnEditIsRewritten()
+void tst_JsonWalk::onlyPathToEditIsRewritten()
 {
     const QJsonArray before = arrayFrom(R"([{"id":"a","m":[{"id":"m"}]},{"id":"b","x":{"id":"c"},"y":{"id":"d"}}])");
     QJsonValue document = before;
@@ -461,7 +461,7 @@ void tst_JsonWalk::wideDocumentIsWalked()
     }
 }
 
-void tst_JsonWalk::collectingCostsLittleMoreThanTheWalk()
+void tst_JsonWalk::collectingCostsLittleMoreThanWalk()
 {
     const QJsonValue manifest = manifestOf(20000);
     JsonDataIteratorConfigurationInstanceCollector collector;

@@ -43,7 +43,7 @@ private Q_SLOTS:
     void libraryIsLinkedAgainstQtCoreOnly();
     void libraryExportsNothingButItsClasses();
     void processThatProvidesNothingCannotLoadLibrary();
-    void versionOfTheHeadersIsTheProjects();
+    void versionOfHeadersIsProjects();
     void versionsCompareAsOneNumber();
 };
 
@@ -150,7 +150,7 @@ void tst_Library::processThatProvidesNothingCannotLoadLibrary()
     QVERIFY2(missing.match(said).hasMatch(), qPrintable(said));
 }
 
-void tst_Library::versionOfTheHeadersIsTheProjects()
+void tst_Library::versionOfHeadersIsProjects()
 {
     const QString numbers = u"%1.%2.%3"_qs.arg(CONFIGURATION_MANIFEST_VERSION_MAJOR)
                                 .arg(CONFIGURATION_MANIFEST_VERSION_MINOR)

@@ -94,7 +94,7 @@ class tst_Neighbours : public QObject {
 private Q_SLOTS:
     void saversFindEachOthersManifestsWhole_data();
     void saversFindEachOthersManifestsWhole();
-    void loaderBesideABusyReplacerNeverMissesTheManifest();
+    void loaderBesideBusyReplacerNeverMissesManifest();
 };
 
 void tst_Neighbours::saversFindEachOthersManifestsWhole_data()
@@ -124,7 +124,7 @@ void tst_Neighbours::saversFindEachOthersManifestsWhole()
     QCOMPARE(everythingIn(folder.path()), QStringList(u"manifest.json"_qs));
 }
 
-void tst_Neighbours::loaderBesideABusyReplacerNeverMissesTheManifest()
+void tst_Neighbours::loaderBesideBusyReplacerNeverMissesManifest()
 {
     const QTemporaryDir folder(place());
     const QString path = folder.filePath(u"manifest.json"_qs);

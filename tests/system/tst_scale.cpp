@@ -94,16 +94,16 @@ class tst_Scale : public QObject {
 
 private Q_SLOTS:
     void hundredThousandDescriptionsInOneFolderAreScanned();
-    void hundredThousandElementsInTheDeepestTreeAreEdited();
+    void hundredThousandElementsInDeepestTreeAreEdited();
     void manifestOf200MegabytesIsLoadedAndSaved();
     void deepFoldersAreScanned_data();
     void deepFoldersAreScanned();
     void deepDescriptionsAreScanned_data();
     void deepDescriptionsAreScanned();
-    void longNamesAreSavedUpToALimit_data();
-    void longNamesAreSavedUpToALimit();
-    void longNamesAreCreatedUpToALimit_data();
-    void longNamesAreCreatedUpToALimit();
+    void longNamesAreSavedUpToLimit_data();
+    void longNamesAreSavedUpToLimit();
+    void longNamesAreCreatedUpToLimit_data();
+    void longNamesAreCreatedUpToLimit();
 };
 
 void tst_Scale::hundredThousandDescriptionsInOneFolderAreScanned()
@@ -143,7 +143,7 @@ void tst_Scale::hundredThousandDescriptionsInOneFolderAreScanned()
     qInfo("scanned in %lld ms, loaded in %lld ms, %ld MB", scanned, loaded, peakMemory());
 }
 
-void tst_Scale::hundredThousandElementsInTheDeepestTreeAreEdited()
+void tst_Scale::hundredThousandElementsInDeepestTreeAreEdited()
 {
     constexpr int inEach = 200;
     const QJsonObject leaf = selection(u"leaf"_qs);
@@ -317,7 +317,7 @@ const char* kindOfTemporaryFile(bool unnamed)
 
 } // namespace
 
-void tst_Scale::longNamesAreSavedUpToALimit_data()
+void tst_Scale::longNamesAreSavedUpToLimit_data()
 {
     QTest::addColumn<int>("folderLength");
     QTest::addColumn<int>("nameLength");
@@ -332,7 +332,7 @@ void tst_Scale::longNamesAreSavedUpToALimit_data()
     }
 }
 
-void tst_Scale::longNamesAreSavedUpToALimit()
+void tst_Scale::longNamesAreSavedUpToLimit()
 {
     QFETCH(const int, folderLength);
     QFETCH(const int, nameLength);
@@ -358,7 +358,7 @@ void tst_Scale::longNamesAreSavedUpToALimit()
     QCOMPARE(everythingIn(folder), QStringList(name));
 }
 
-void tst_Scale::longNamesAreCreatedUpToALimit_data()
+void tst_Scale::longNamesAreCreatedUpToLimit_data()
 {
     QTest::addColumn<int>("folderLength");
     QTest::addColumn<int>("nameLength");
@@ -379,7 +379,7 @@ void tst_Scale::longNamesAreCreatedUpToALimit_data()
     }
 }
 
-void tst_Scale::longNamesAreCreatedUpToALimit()
+void tst_Scale::longNamesAreCreatedUpToLimit()
 {
     QFETCH(const int, folderLength);
     QFETCH(const int, nameLength);

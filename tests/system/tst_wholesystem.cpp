@@ -34,14 +34,14 @@ class tst_WholeSystem : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void typicalRunGivesTheKnownManifest();
-    void exampleTreeGivesTheKnownManifests_data();
-    void exampleTreeGivesTheKnownManifests();
-    void manifestOfTheExampleSurvivesLoadingAndSaving();
+    void typicalRunGivesKnownManifest();
+    void exampleTreeGivesKnownManifests_data();
+    void exampleTreeGivesKnownManifests();
+    void manifestOfExampleSurvivesLoadingAndSaving();
     void smallestProgramCreatesListsAndEdits();
 };
 
-void tst_WholeSystem::typicalRunGivesTheKnownManifest()
+void tst_WholeSystem::typicalRunGivesKnownManifest()
 {
     const QTemporaryDir base;
     const QString folder = base.filePath(u"configuration"_qs);
@@ -71,7 +71,7 @@ void tst_WholeSystem::typicalRunGivesTheKnownManifest()
     QCOMPARE(readFile(path), expected);
 }
 
-void tst_WholeSystem::exampleTreeGivesTheKnownManifests_data()
+void tst_WholeSystem::exampleTreeGivesKnownManifests_data()
 {
     QTest::addColumn<QString>("scheme");
     QTest::addColumn<int>("messages");
@@ -79,7 +79,7 @@ void tst_WholeSystem::exampleTreeGivesTheKnownManifests_data()
     QTest::newRow("process") << u"process"_qs << 12;
 }
 
-void tst_WholeSystem::exampleTreeGivesTheKnownManifests()
+void tst_WholeSystem::exampleTreeGivesKnownManifests()
 {
     QFETCH(const QString, scheme);
     QFETCH(const int, messages);
@@ -95,7 +95,7 @@ void tst_WholeSystem::exampleTreeGivesTheKnownManifests()
     QCOMPARE(QJsonDocument::fromJson(manifest).toJson(QJsonDocument::Compact), manifest);
 }
 
-void tst_WholeSystem::manifestOfTheExampleSurvivesLoadingAndSaving()
+void tst_WholeSystem::manifestOfExampleSurvivesLoadingAndSaving()
 {
     const QTemporaryDir folder;
     const QString path = folder.filePath(u"configuration.manifest.json"_qs);
