@@ -43,7 +43,7 @@ QByteArray nestedArrays(int levels)
 
 QByteArray nestedNodes(int levels)
 {
-    const QByteArray open = "[{\"instanceName\":\"n\",\"kept\":[null],\"selectionType\":\"Node\",\"substructure\":";
+    const QByteArray open = R"([{"instanceName":"n","kept":[null],"selectionType":"Node","substructure":)";
     return open.repeated(levels) + "[]" + QByteArray("}]").repeated(levels);
 }
 
