@@ -48,7 +48,7 @@ ExitStatus complainAboutUsage(const QString& problem, const QString& helpWords)
     return Trouble;
 }
 
-// What Qt says of a command line, without its full stop; of an option that there is not, with what helps.
+// Qt's error text for a command line, without its full stop. For an unknown option it suggests the nearest one.
 QString problemOf(const QCommandLineParser& parser, const QStringList& knownOptions)
 {
     const QString text = parser.errorText();
@@ -63,7 +63,7 @@ QString problemOf(const QCommandLineParser& parser, const QStringList& knownOpti
                             : QString(QLatin1String(" (did you mean '--") % nearest % QLatin1String("'?)")));
 }
 
-// Qt knows no option whose value may be left out. One without a value gets the usual one.
+// QCommandLineParser has no options with optional values, so an option without a value gets its usual one here.
 QStringList withUsualValues(const Command& command, QStringList arguments)
 {
     const int end = arguments.indexOf(QStringLiteral("--"));
@@ -101,8 +101,8 @@ bool isLikeAResource(const QString& name)
     return name.startsWith(QLatin1Char(':'));
 }
 
-// The arguments as `parser` has understood them, with the file or folder that the command is about led to from the
-// current folder.
+// The arguments as `parser` has understood them. The path of the command's file or folder is made relative to the
+// current folder, so that Qt does not take it for a resource or a search path.
 QStringList withFileOnTheDisk(const QCommandLineParser& parser, const Command& command, const QString& programName)
 {
     QStringList arguments(programName);

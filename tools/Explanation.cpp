@@ -49,7 +49,7 @@ bool isText(const QByteArray& name)
     return QFile::encodeName(QFile::decodeName(name)) == name;
 }
 
-// With every byte that is no text written out.
+// The name as text; bytes that are not valid UTF-8 are escaped.
 QString textOf(const QByteArray& name)
 {
     if (isText(name)) {
@@ -175,7 +175,7 @@ Description noFile(mode_t mode)
 // Reads descriptions one after the other.
 class DescriptionReader {
 public:
-    // The scan has seen that it is nothing that should not be opened.
+    // The scan has refused pipes and devices before, so opening cannot block.
     Description read(const QByteArray& path)
     {
         const Descriptor file(open(path.constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY));
@@ -203,7 +203,7 @@ private:
                 return errno;
             }
             length += count > 0 ? static_cast<int>(count) : 0;
-            // A file gives all that was asked for, but at its end.
+            // A regular file returns fewer bytes than asked for only at its end.
             if (count >= 0 && length < buffer.size()) {
                 return 0;
             }
@@ -445,7 +445,7 @@ private:
         if (described.isUndefined()) {
             if (!types.isEmpty() && !isChildren) {
                 entry.defaulted.append({key, {}});
-                // Of the name everybody has another one.
+                // Every element has its own default name, so the name is left out of this comparison.
                 isInDoubt = isInDoubt || (key != Registry::getKeyInstanceName() && made != trial.second.usualValue);
             }
         } else if (isChildren) {
@@ -490,7 +490,7 @@ private:
     KeyTrials ofNodes {true};
     std::vector<Member> describedMembers;
     std::vector<Member> madeMembers;
-    // Whether something is in the element that may come from another description.
+    // Whether the element has a value that may come from another version of the description.
     bool isInDoubt = false;
 };
 

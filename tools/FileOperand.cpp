@@ -86,7 +86,7 @@ int readToTheEnd(int file, QByteArray& content)
     content.reserve(static_cast<int>(reader.size()));
     constexpr int step = 1 << 16;
     while (content.size() <= mostBytes) {
-        // Qt keeps an error in words only.
+        // QFile reports an error as text only; errno tells which one it was.
         errno = 0;
         const QByteArray piece = reader.read(step);
         if (piece.isEmpty()) {
@@ -134,7 +134,7 @@ bool readFileOperand(const QString& path, QByteArray& content, QString& problem)
             error = file.isOpen() ? 0 : errno;
         }
     }
-    // A socket is nothing to open, but may be standard input.
+    // A socket cannot be opened by its path, but may be standard input.
     const bool isReadable = S_ISFIFO(status.st_mode) || (file.isOpen() && S_ISSOCK(status.st_mode));
     if (error == 0 && !kind.isNull() && !isReadable) {
         problem = cannotRead(path, kind);

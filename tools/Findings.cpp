@@ -427,8 +427,8 @@ int countOfDifferentMembers(const QJsonObject& a, const QJsonObject& b)
 
 // Whether what stands in the place of an edited element is still that element.
 //
-// If an ancestor was edited as well, this is uncertain: its children may have been replaced. An edit of several elements
-// of one name changes one member of each of them in the same way, so they still have one name.
+// If an ancestor was edited as well, this is uncertain: its children may have been replaced. An edit of several
+// elements of one name changes one member of each of them in the same way, so they still have one name.
 bool isStillThere(const QVector<int>& positions, const TreeElements& before, const TreeElements& after,
     const QVector<QVector<int>>& edited)
 {

@@ -94,7 +94,7 @@ ExitStatus instances(const QCommandLineParser& arguments)
         elsewhere.removeOne(selection->name);
         results.append(toJson(*selection));
     }
-    // In members that are none of the structure there can be selections as well.
+    // The walk also finds selections in members that do not belong to the structure; they have no path.
     for (const QString& name : qAsConst(elsewhere)) {
         results.append(QJsonObject {{QStringLiteral("name"), name}, {QStringLiteral("path"), QJsonValue()}});
     }

@@ -165,7 +165,8 @@ private:
         result.conflicts.append(conflict);
     }
 
-    // A removal and an addition keep nothing of what the other side did to the element that was moved.
+    // Finds elements that one side moved and the other changed. Carrying out a move as a removal and an addition would
+    // lose the other side's changes.
     void findMoves(const TreeElements& base, const TreeElements& mine, const TreeElements& theirs)
     {
         const Pairing toMine(base, mine, Stamps::DoNotCount);
@@ -177,8 +178,8 @@ private:
         findLostPlaces(theirs, toTheirs, toMine, false);
     }
 
-    // What one side moved to where nothing is left when the other one decides stays in its old place then. Otherwise
-    // an element that is in all three trees would be gone from the result.
+    // Finds elements that one side moved to a place that the other side has removed. If the other side decides, such an
+    // element stays in its old place; otherwise an element of all three trees would be missing from the result.
     void findLostPlaces(const TreeElements& siblings, const Pairing& toSide, const Pairing& toOther, bool isBelowLost)
     {
         for (const TreeElement& element : siblings) {
@@ -439,7 +440,7 @@ private:
     Merged mergeBoth(const SameElement& same)
     {
         const auto [base, mine, theirs] = same;
-        // Of most elements there is no more to look at. With children that would look at every level again.
+        // Most elements are equal, and end here. For leaves only: comparing subtrees would visit every level again.
         const bool areLeaves = mine->children.empty() && theirs->children.empty() && childrenOf(base).empty();
         if (areLeaves && (theirs->value == mine->value || theirs->value == valueOf(base))) {
             return {mine->value, true};

@@ -40,7 +40,7 @@ bool readDecision(const QCommandLineParser& arguments, Decision& decision)
     return true;
 }
 
-// Behind links of either kind. Of standard input nobody knows.
+// Hard and symbolic links are followed. Standard input counts as a file of its own.
 bool isSameFile(const QString& a, const QString& b)
 {
     struct stat statusOfA = {};
@@ -65,7 +65,7 @@ public:
         QString scheme;
         SaveWishes wishes;
         int secondsToWait = 0;
-        // Also what only a save needs is not to be wrong.
+        // Wrong options for saving are refused without --save as well.
         if (!readSaveWishes(arguments, wishes, secondsToWait) || !readDecision(arguments, decision)
             || !readStandardInputOnce(given) || !readScheme(arguments, scheme)) {
             return Trouble;
@@ -129,7 +129,7 @@ private:
         return readTree(given.at(0), scheme, base) && readTree(given.at(2), scheme, theirs) ? Done : Trouble;
     }
 
-    // What could not be read is not known to be removed.
+    // An entry that could not be read must not be taken for a removed one.
     bool areWhole() const
     {
         bool isWhole = true;
@@ -143,7 +143,7 @@ private:
         return isWhole;
     }
 
-    // What the new manifest is damaged by, the merged one may be damaged by as well.
+    // Findings that the new manifest has itself are allowed in the merged one.
     bool addsFindings(const TreeElements& mergedTree) const
     {
         const QVector<Finding> findings = addedToBoth(mine.manifest, theirs.manifest, mergedTree);

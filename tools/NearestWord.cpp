@@ -34,7 +34,7 @@ int distance(const QString& from, const QString& to)
 
 QString nearestWord(const QString& word, const QStringList& words)
 {
-    // The table of distances grows with the word; nobody means so long a one.
+    // The table of distances grows with the word, and no word of the program is that long.
     constexpr int longest = 64;
     const QString lowered = word.toLower();
     if (lowered.isEmpty() || lowered.size() > longest) {
@@ -49,7 +49,7 @@ QString nearestWord(const QString& word, const QStringList& words)
             nearest = candidate;
         }
     }
-    // Who wrote the beginning of one word alone meant that one.
+    // A beginning that only one word has stands for that word.
     const auto startsLikeIt = [&](const QString& candidate) { return candidate.startsWith(lowered); };
     if (nearest.isNull() && std::count_if(words.begin(), words.end(), startsLikeIt) == 1) {
         return *std::find_if(words.begin(), words.end(), startsLikeIt);

@@ -241,7 +241,7 @@ ExitStatus OpenManifest::loadToEdit()
     if (!readSaveWishes(arguments, wishes, secondsToWait)) {
         return Trouble;
     }
-    // What cannot be edited is not waited for.
+    // Check first, so as not to wait for the turn in vain.
     if (const ExitStatus status = checkThatItCanBeEdited()) {
         return status;
     }

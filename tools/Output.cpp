@@ -33,7 +33,7 @@ bool isUnsafe(uint codePoint)
     }
 }
 
-// What most texts are made of.
+// Most characters are plain ASCII; this spares them the slower tests.
 bool isPlainAscii(QChar character)
 {
     return character >= QLatin1Char(' ') && character <= QLatin1Char('~');

@@ -250,7 +250,7 @@ Pairing::Contents Pairing::contentsOf(const Side& side, const std::vector<int>& 
         QByteArray whole = own;
         for (const TreeElement& child : element.children) {
             const QByteArray& below = contents.whole[asIndex(child.number)];
-            // One without a name is nowhere else, and what holds it neither.
+            // Elements without a name are not matched elsewhere, nor are elements that contain one.
             if (below.isEmpty()) {
                 whole.clear();
                 break;
@@ -309,7 +309,7 @@ void Pairing::pairMovedParents(
     }
 }
 
-// Where an element without a partner went with one of its children.
+// The later parent of an element without a partner, found through one of its children that has moved with it.
 int Pairing::newParentOf(int before, const Contents& contentsBefore, const Contents& contentsAfter) const
 {
     if (earlier.partners[asIndex(before)] != nobody) {

@@ -45,7 +45,7 @@ int writeAll(int file, const QByteArray& content)
     return fsync(file) == 0 ? 0 : errno;
 }
 
-// What a file of this content meets in a folder. Nothing of it stays.
+// Tries to write a file of this content in a folder, and removes it again. Returns the error number, 0 for success.
 int probe(const QByteArray& folder, const QByteArray& content)
 {
     const Descriptor unnamed(open(folder.constData(), O_TMPFILE | O_WRONLY | O_CLOEXEC, 0600));
@@ -72,7 +72,7 @@ bool isTooLong(const QByteArray& path, const QByteArray& folder)
         || (longestName > 0 && nameLength + temporaryLength > static_cast<int>(longestName));
 }
 
-// Whether this process may do with files what else only their owners may.
+// Whether this process has the capability to act as the owner of any file (CAP_FOWNER).
 bool mayActAsOwner()
 {
     constexpr int bitOfTheRight = 3; // CAP_FOWNER
@@ -220,7 +220,7 @@ SaveReport StoredManifest::save(
                 QLatin1String("could not save ") % printable(path) % QLatin1String(": no backup ") % printable(backup)
                     % QLatin1String(": ") % problem};
         }
-        // Writing the backup took its time.
+        // The manifest may have changed while the backup was written.
         before = lookAt(path);
         if (!wishes.overwrite && !isAsRead(before)) {
             return changed(before);
@@ -253,7 +253,7 @@ SaveReport StoredManifest::judge(const Look& before, const QByteArray& wanted, b
     }
     const bool isAsBefore = isTheSame || (!before.isThere() && !after.isThere());
     if (isAsBefore || !reportsSuccess) {
-        // The library makes no new file, and nothing else is wrong with it.
+        // The library does not create a missing manifest, and no other reason was found.
         return {SaveReport::NotSaved,
             QLatin1String("could not save ") % printable(path) % QLatin1String(": ")
                 % (isGone ? textOf(ENOENT) : causeAsText(path, wanted))};

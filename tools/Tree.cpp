@@ -154,7 +154,7 @@ bool operator==(const ReportedMessage& a, const ReportedMessage& b)
     return a.level == b.level && a.text == b.text;
 }
 
-// Takes the messages of its lifetime.
+// Records the messages that are logged during its lifetime.
 class MessageCapture {
 public:
     MessageCapture()
@@ -185,7 +185,7 @@ private:
 
 MessageCapture* MessageCapture::current = nullptr;
 
-// Nobody gets the messages of its lifetime.
+// Drops the messages that are logged during its lifetime.
 class Silence {
 public:
     Silence()
@@ -425,7 +425,7 @@ private:
         return word == nullptr || refuse(relativePath, QLatin1String("is ") % QLatin1String(word));
     }
 
-    // Always false.
+    // Returns false, for the caller to return.
     bool refuse(const QString& relativePath, const QString& reason)
     {
         if (goesOn()) {
