@@ -100,28 +100,26 @@ QVector<Command> compareCommands()
     const Option asJson {QStringLiteral("json"), {}, QStringLiteral("Print JSON instead of lines."), {}};
     const Options options = treeOptions() + Options {stampsOption(), asJson};
     const Option folder {QStringLiteral("folder"), QStringLiteral("FOLDER"),
-        QStringLiteral("Print as drift also what 'diff FILE FOLDER' prints: what would have to be done to the manifest "
-                       "to make it that of the folder."),
-        {}};
+        QStringLiteral("Also print the drift between the manifest and FOLDER, as 'diff FILE FOLDER' does."), {}};
     return {
         {QStringLiteral("check"), QStringLiteral("FILE"),
-            QStringLiteral("Print what is wrong with the structure of a manifest, a line each: where, what, what to do "
-                           "about it and, in brackets, a word that never changes. FILE may be a folder, of which the "
-                           "manifest is checked that would be created, or - for standard input."),
+            QStringLiteral("Print what is wrong with the structure of a manifest. Each line says where, what, what to "
+                           "do about it and, in brackets, a word for the kind of finding that never changes. FILE may "
+                           "also be a folder, whose manifest is computed but not written, or - for standard input."),
             Options {folder} + options,
-            {QStringLiteral("nothing is wrong, and with --folder nothing has drifted"),
-                QStringLiteral("something is printed, or could not be printed"),
+            {QStringLiteral("nothing is wrong and, with --folder, nothing has drifted"),
+                QStringLiteral("there are findings or drift, or the output could not be printed"),
                 QStringLiteral("wrong usage, or FILE or FOLDER cannot be read"), {}},
             check},
         {QStringLiteral("diff"), QStringLiteral("OLD NEW"),
             QStringLiteral(
-                "Print what has to be done to make the manifest NEW of OLD, a line each: elements added, removed, "
-                "changed, with the old and the new value of every key, and moved, among their siblings or to another "
-                "parent. Each may be a file, a folder, of which the manifest is compared that would be created, or - "
-                "for standard input. A terminal shows the beginning of long values."),
+                "Print the changes that turn the manifest OLD into NEW, one line each: elements added, removed, "
+                "changed (with the old and the new value of every key) and moved, among their siblings or to another "
+                "parent. OLD and NEW may each be a file, a folder, whose manifest is computed but not written, or - "
+                "for standard input. On a terminal, only the beginning of a long value is shown."),
             options,
             {QStringLiteral("there is no difference"),
-                QStringLiteral("there are differences, or they could not be printed"),
+                QStringLiteral("there are differences, or the output could not be printed"),
                 QStringLiteral("wrong usage, or OLD or NEW cannot be read"), {}},
             diff},
     };

@@ -224,8 +224,8 @@ private:
             hasChanged = hasChanged || !again.refusal.isNull() || contentOf(again.elements) != wanted;
         }
         if (hasChanged) {
-            report.problem = printable(folder) % QLatin1String(" has changed while it was read: ") % printable(path)
-                % QLatin1String(" is written, but may not be what the folder holds");
+            report.problem = printable(folder) % QLatin1String(" changed while it was being read: ") % printable(path)
+                % QLatin1String(" is written, but may not match the folder");
         }
     }
 
@@ -243,14 +243,14 @@ private:
             return;
         }
         if (!wasManifest) {
-            print(QStringLiteral("what was there before was no manifest"));
+            print(QStringLiteral("the previous file was not a manifest"));
             return;
         }
         const QVector<ElementChange> changes = differences();
         const bool isEqual = manifestOf(previous) == manifestOf(tree);
-        print(!changes.isEmpty() ? QString(QLatin1String("compared with before: ") % summaryOf(changes))
-                : isEqual        ? QStringLiteral("the same as before")
-                                 : QStringLiteral("the same as before, but for the stamps"));
+        print(!changes.isEmpty() ? QString(QLatin1String("compared with the previous manifest: ") % summaryOf(changes))
+                : isEqual        ? QStringLiteral("the same as the previous manifest")
+                                 : QStringLiteral("the same as the previous manifest, except for stamps"));
     }
 
     const QCommandLineParser& arguments;
@@ -292,30 +292,29 @@ QVector<Command> createCommands()
     const Options options =
         Options {
             {QStringLiteral("dry-run"), {},
-                QStringLiteral(
-                    "Say what the manifest would be and how it differs from the one that is there; write nothing."),
+                QStringLiteral("Print a summary of the manifest that would be written and how it differs from the "
+                               "present one; write nothing."),
                 {}},
-            {QStringLiteral("print"), {},
-                QStringLiteral("Print the manifest that would be written, and write nothing."), {}},
-            {QStringLiteral("stamps"), {}, QStringLiteral("Names of module and object that are gone count as changes."),
+            {QStringLiteral("print"), {}, QStringLiteral("Print the manifest that would be written; write nothing."),
                 {}},
-            keepBaseOption(QStringLiteral(
-                "Keep the manifest as it is created also as MANIFEST.base, to tell later edits from it.")),
+            {QStringLiteral("stamps"), {},
+                QStringLiteral("Count module and object names that the new manifest no longer has as changes."), {}},
+            keepBaseOption(
+                QStringLiteral("Also save the created manifest as MANIFEST.base, the BASE of later merges.")),
         }
         + replaceOptions();
-    const ExitMeanings exits {QStringLiteral("the manifest is written, or with --dry-run or --print only told of"),
-        QStringLiteral(
-            "the manifest could not be written, or with --keep-base its base, or the folder changed while it was read, "
-            "or nothing is to be written and the output could not be printed"),
-        QStringLiteral("wrong usage, or there is nothing to write in the folder or something that cannot be read"),
+    const ExitMeanings exits {
+        QStringLiteral("the manifest is written; with --dry-run or --print, it is printed or summed up"),
+        QStringLiteral("the manifest or, with --keep-base, its base could not be written; or the folder changed while "
+                       "it was being read; or nothing was to be written and the output could not be printed"),
+        QStringLiteral("wrong usage, or the folder holds nothing to write or something that cannot be read"),
         QStringLiteral("the manifest is written, but the output could not be printed")};
     return {
         {QStringLiteral("create"), QStringLiteral("BASE"),
-            QStringLiteral(
-                "Create the manifest of the configuration folder below BASE, in place of the one that is there."),
+            QStringLiteral("Create the manifest of the configuration folder below BASE. It replaces the present one."),
             options, exits, create},
         {QStringLiteral("create-folder"), QStringLiteral("FOLDER"),
-            QStringLiteral("Create the manifest of FOLDER, in place of the one that is there."),
+            QStringLiteral("Create the manifest of FOLDER. It replaces the present one."),
             schemeOptions(QStringLiteral("Write SCHEME.manifest.json.")) + options, exits, createFolder},
     };
 }

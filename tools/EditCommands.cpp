@@ -128,7 +128,7 @@ ExitStatus remove(const QCommandLineParser& arguments)
     QJsonObject other;
     if (removed && findToEdit(manifest, path, other)) {
         complain(QLatin1String("only the first element that answers to ") % quoted(path)
-            % QLatin1String(" is deleted; there is another one"));
+            % QLatin1String(" is deleted; another one remains"));
     }
     return finish(manifest, removed, path, QString(), Loss::IsIntended);
 }
@@ -150,7 +150,8 @@ ExitStatus moveTo(const QCommandLineParser& arguments)
     }
     const bool moved = (manifest.handler().*move)(path, index, false);
     return finish(manifest, moved, path,
-        QLatin1String("there is no position ") % QString::number(index) % QLatin1String(" beside ") % quoted(path));
+        QLatin1String("there is no position ") % QString::number(index) % QLatin1String(" among the siblings of ")
+            % quoted(path));
 }
 
 template <typename Replace>
@@ -220,7 +221,7 @@ ExitStatus sort(const QCommandLineParser& arguments)
 ExitStatus stamp(const QCommandLineParser& arguments)
 {
     if (arguments.value(QStringLiteral("module")).isEmpty() && arguments.value(QStringLiteral("object")).isEmpty()) {
-        complain(QStringLiteral("there is nothing to stamp: --module or --object gives a name"));
+        complain(QStringLiteral("nothing to stamp: give a name with --module or --object"));
         return Trouble;
     }
     OpenManifest manifest(arguments);
@@ -240,9 +241,10 @@ ExitStatus ofElement(const QCommandLineParser& arguments)
 QVector<Command> editCommands()
 {
     const Option index {QStringLiteral("index"), QStringLiteral("N"),
-        QStringLiteral("Position among its siblings, the first is 0; at the end without it."), {}};
+        QStringLiteral("Position among the siblings; the first is 0. By default, the element is added at the end."),
+        {}};
     const Option replaceSubstructure {QStringLiteral("replace-substructure"), {},
-        QStringLiteral("Take the children from the description as well."), {}};
+        QStringLiteral("Replace the children by those of the description."), {}};
     const Options edit = saveOptions();
     const Options value = edit + Options {jsonOption()};
     const Options add = edit + Options {descriptionOption(), index};
@@ -250,37 +252,36 @@ QVector<Command> editCommands()
     const ExitMeanings exits = editExits();
     return {
         {QStringLiteral("set"), QStringLiteral("FILE PATH KEY VALUE"),
-            QStringLiteral("Set the value of a key of an element, adding the key when missing."), value, exits,
+            QStringLiteral("Set the value of a key of an element, adding the key if it is missing."), value, exits,
             ofElement<setValueOf<&Handler::setProperty>>},
         {QStringLiteral("update"), QStringLiteral("FILE PATH KEY VALUE"),
-            QStringLiteral("Change the value of a key that an element has."), value, exits,
+            QStringLiteral("Change the value of a key that the element already has."), value, exits,
             ofElement<setValueOf<&Handler::update>>},
-        {QStringLiteral("unset"), QStringLiteral("FILE PATH KEY"), QStringLiteral("Remove a key of an element."), edit,
-            exits, ofElement<unset>},
+        {QStringLiteral("unset"), QStringLiteral("FILE PATH KEY"), QStringLiteral("Remove a key from an element."),
+            edit, exits, ofElement<unset>},
         {QStringLiteral("add-node"), QStringLiteral("FILE PATH"),
-            QStringLiteral("Add a node, unless there is an element of its name."), add, exits,
+            QStringLiteral("Add a node, unless there is an element with its name."), add, exits,
             ofElement<addTo<&Handler::addNode>>},
         {QStringLiteral("add-selection"), QStringLiteral("FILE PATH"),
-            QStringLiteral("Add a selection, unless there is an element of its name."), add, exits,
+            QStringLiteral("Add a selection, unless there is an element with its name."), add, exits,
             ofElement<addTo<&Handler::addSelection>>},
         {QStringLiteral("delete"), QStringLiteral("FILE PATH"),
-            QStringLiteral("Delete an element with everything below it."), edit, exits, ofElement<remove>},
+            QStringLiteral("Delete an element and everything below it."), edit, exits, ofElement<remove>},
         {QStringLiteral("move-node"), QStringLiteral("FILE PATH INDEX"),
-            QStringLiteral("Move a node to a position among its siblings, the first is 0."), edit, exits,
+            QStringLiteral("Move a node to a position among its siblings; the first is 0."), edit, exits,
             ofElement<moveTo<&Handler::moveNode>>},
         {QStringLiteral("move-selection"), QStringLiteral("FILE PATH INDEX"),
-            QStringLiteral("Move a selection to a position among its siblings, the first is 0."), edit, exits,
+            QStringLiteral("Move a selection to a position among its siblings; the first is 0."), edit, exits,
             ofElement<moveTo<&Handler::moveSelection>>},
         {QStringLiteral("update-node"), QStringLiteral("FILE PATH"),
-            QStringLiteral("Store the description in place of a node, which keeps its children."),
+            QStringLiteral("Replace a node by the description. The node keeps its children."),
             replace + Options {replaceSubstructure}, exits, ofElement<updateNode>},
         {QStringLiteral("update-selection"), QStringLiteral("FILE PATH"),
-            QStringLiteral("Store the description in place of a selection."), replace, exits,
-            ofElement<updateSelection>},
+            QStringLiteral("Replace a selection by the description."), replace, exits, ofElement<updateSelection>},
         {QStringLiteral("sort"), QStringLiteral("FILE PATH NAME..."),
-            QStringLiteral("Bring the children of an element, or of the top level for an empty path, into this order."),
+            QStringLiteral("Put the children of an element, or the top level for an empty PATH, into the given order."),
             edit, exits, sort},
-        {QStringLiteral("stamp"), QStringLiteral("FILE"), QStringLiteral("Stamp every selection with the names given."),
+        {QStringLiteral("stamp"), QStringLiteral("FILE"), QStringLiteral("Stamp every selection with the given names."),
             edit, exits, stamp},
     };
 }

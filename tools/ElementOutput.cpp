@@ -7,16 +7,16 @@
 Option pathsOption()
 {
     return {QStringLiteral("paths"), {},
-        QStringLiteral(
-            "Print the path that other commands take, behind a tab; of an element that no path reaches, that "
-            "it is unreachable, and its position; of one whose path holds characters that are not printed, that it is "
-            "unprintable: --json prints it."),
+        QStringLiteral("Also print, after a tab, the path that other commands take. An element that no path reaches is "
+                       "marked unreachable, with its position. One whose path contains unprintable characters is "
+                       "marked unprintable; --json prints that path."),
         {}};
 }
 
 Option elementsAsJsonOption()
 {
-    return {QStringLiteral("json"), {}, QStringLiteral("Print JSON: of every element what is known of it."), {}};
+    return {
+        QStringLiteral("json"), {}, QStringLiteral("Print JSON: for every element, all that is known about it."), {}};
 }
 
 QString pathColumn(const TreeElement& element)

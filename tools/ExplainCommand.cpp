@@ -274,7 +274,7 @@ void explainDeadEnd(const FolderExplanation& explanation, const QString& what, b
     const DeadEnd deadEnd = deadEndOf(explanation, what);
     const QString named = pathOfName(explanation, what);
     const QString& nearest = named.isNull() ? deadEnd.nearest : named;
-    complain(QLatin1Char('\'') % printable(what) % QLatin1String("' leads nowhere: nothing answers to '")
+    complain(QLatin1Char('\'') % printable(what) % QLatin1String("' leads nowhere: there is no '")
         % printable(deadEnd.missing)
         % (deadEnd.reached.isNull()
                 ? QStringLiteral("' at the top level")
@@ -329,24 +329,24 @@ ExitStatus explainWhat(const QCommandLineParser& arguments)
 QVector<Command> explainCommands()
 {
     const Option json {QStringLiteral("json"), {},
-        QStringLiteral("Print JSON: of every entry what is known of it. A key that is taken, defaulted or ignored "
-                       "without more to say of it has null."),
+        QStringLiteral("Print JSON: for every entry, all that is known about it. A taken, defaulted or ignored key "
+                       "about which there is nothing more to say has the value null."),
         {}};
     return {
         {QStringLiteral("explain"), QStringLiteral("FOLDER [PATH|FILE]"),
             QStringLiteral(
-                "Explain what becomes of every entry of FOLDER when its manifest is created, at every level, hidden "
-                "ones too, and why; with PATH or FILE of one entry with everything in it. FILE is a file or a folder, "
-                "by its path from the current folder or from FOLDER. What could be either is the file. Nothing is "
-                "written. Every line has three columns, separated by tabs: the path of the entry from FOLDER; a word; "
-                "and what there is to say. The first line of an entry has the word selection, node, description (of "
-                "the folder it lies in) or absent, with the reason. It is followed by lines with the word damage, if "
-                "the description cannot be read, and taken, defaulted and ignored, with keys: what is taken is in the "
-                "manifest as it is described, or decides about the position; what is defaulted could have been "
-                "described; what is ignored is described in vain."),
+                "Explain what happens to every entry of FOLDER, at every level and hidden ones too, when its manifest "
+                "is created, and why. With PATH or FILE, explain that entry and everything in it. FILE is a file or a "
+                "folder; its path is relative to the current folder or to FOLDER. An argument that could be both PATH "
+                "and FILE is taken as FILE. Nothing is written. Every line has three columns, separated by tabs: the "
+                "path of the entry in FOLDER, a word, and details. The first line of an entry has the word selection, "
+                "node, description (of the folder that it lies in) or absent, with the reason. Further lines have the "
+                "words damage, if the description cannot be read; taken, with the keys that are in the manifest as "
+                "described or decide about the position; defaulted, with the keys that the description could have "
+                "given; and ignored, with the keys of the description that have no effect."),
             schemeOptions(QStringLiteral("Explain the manifest of SCHEME.")) + Options {json},
             {QStringLiteral("the entries are explained"),
-                QStringLiteral("PATH leads nowhere, of which is said why, or the output could not be printed"),
+                QStringLiteral("PATH leads nowhere, which is explained, or the output could not be printed"),
                 QStringLiteral("wrong usage, or FOLDER cannot be read"), {}},
             explainWhat},
     };

@@ -449,7 +449,7 @@ private:
                 isInDoubt = isInDoubt || (key != Registry::getKeyInstanceName() && made != trial.second.usualValue);
             }
         } else if (isChildren) {
-            entry.ignored.append({key, QStringLiteral("is made of what the folder holds")});
+            entry.ignored.append({key, QStringLiteral("is built from what the folder holds")});
         } else if (described == made) {
             entry.taken.append({key, {}});
         } else if (types.isEmpty()) {
@@ -653,7 +653,7 @@ private:
         // What has gone since the scan looks as if it had never been there.
         const bool hasGone = entry.fate == Fate::Selection && description.state == Description::State::Missing;
         if (!comparison.compare(description.object, element, entry) || hasGone) {
-            entry.damage = {QStringLiteral("has changed while the folder was read"), 0, 0};
+            entry.damage = {QStringLiteral("changed while the folder was being read"), 0, 0};
         }
     }
 
@@ -742,7 +742,7 @@ private:
             findReasonWithoutStatus(path, error, entry);
         } else if (const QString reason = refusalOf(entry.path); !reason.isNull()) {
             is(leadsBack(*status) ? Absence::LoopingLink : Absence::NoFile,
-                reason % QLatin1String("; no manifest is created as long as it is there"));
+                reason % QLatin1String("; no manifest is created while it is there"));
         } else if (S_ISDIR(status->st_mode)) {
             findReasonOfFolder(path, *status, entry);
         } else if (!S_ISREG(status->st_mode)) {
@@ -758,7 +758,7 @@ private:
         const int linkError = lstat(path.constData(), &link) == 0 ? 0 : errno;
         if (linkError == 0 ? !S_ISLNK(link.st_mode) : linkError == ENOENT) {
             entry.absence = Absence::Changed;
-            entry.reason = QStringLiteral("it has changed while the folder was read");
+            entry.reason = QStringLiteral("it changed while the folder was being read");
             return;
         }
         if (linkError != 0) {
@@ -771,7 +771,7 @@ private:
         entry.absence = error == ENOENT || error == ENOTDIR ? Absence::DanglingLink
             : error == ELOOP                                ? Absence::LoopingLink
                                                             : Absence::Unreadable;
-        entry.reason = error == ENOENT ? QString(words % QLatin1String(", which is not there"))
+        entry.reason = error == ENOENT ? QString(words % QLatin1String(", which does not exist"))
                                        : QString(words % QLatin1String(": ") % qt_error_string(error));
     }
 
@@ -781,10 +781,10 @@ private:
         if (const QString reason = refusalOf(description); !reason.isNull()) {
             entry.absence = Absence::NotReached;
             entry.reason = quoted(description) % QLatin1Char(' ') % reason
-                % QLatin1String("; no manifest is created as long as it is there");
+                % QLatin1String("; no manifest is created while it is there");
         } else if (leadsBack(status)) {
             entry.absence = Absence::LoopingLink;
-            entry.reason = QStringLiteral("leads back to a folder that it lies in");
+            entry.reason = QStringLiteral("leads back to a folder that contains it");
         } else if (!mayBeListed(path)) {
             entry.absence = Absence::Unreadable;
             entry.reason = qt_error_string(errno);
@@ -805,7 +805,7 @@ private:
         const QString suffix = descriptionSuffix(scheme);
         if (name.endsWith(suffix)) {
             entry.absence = Absence::Changed;
-            entry.reason = QStringLiteral("it has come while the folder was read");
+            entry.reason = QStringLiteral("it appeared while the folder was being read");
             return;
         }
         const QString otherScheme = suffix == Element::getConfigurationFileSuffix()

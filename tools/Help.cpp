@@ -19,20 +19,22 @@ struct Subject {
 constexpr int statusCount = 4;
 
 constexpr std::array<Subject, 4> environment {{
-    {"NO_COLOR", "When set and not empty, show prints without colours on a terminal too."},
-    {"TERM", "When it is dumb, show prints without colours."},
-    {"QT_LOGGING_RULES", "Switches messages of the library on or off by their level."},
-    {"QT_MESSAGE_PATTERN", "What a message of the library looks like."},
+    {"NO_COLOR", "If set and not empty, show prints without colours even on a terminal."},
+    {"TERM", "If it is 'dumb', show prints without colours."},
+    {"QT_LOGGING_RULES", "Switches messages of the library on or off by level."},
+    {"QT_MESSAGE_PATTERN", "The format of the library's messages."},
 }};
 
 constexpr std::array<Subject, 6> files {{
     {"FOLDER/configuration.manifest.json", "The manifest of the pages of a folder."},
-    {"FOLDER/process.manifest.json", "The manifest of its pages of live values."},
+    {"FOLDER/process.manifest.json", "The manifest of the pages that show live values."},
     {"*.config.json, *.process.json, Folder.menu.json",
-        "The descriptions of pages and of folders that a manifest is made from."},
-    {"MANIFEST~", "What --backup kept."},
-    {"MANIFEST.base", "What --keep-base kept."},
-    {"MANIFEST.XXXXXX", "What a process that was killed while it saved may have left: six letters. It can be removed."},
+        "The descriptions of pages and folders from which a manifest is made."},
+    {"MANIFEST~", "The copy that --backup keeps."},
+    {"MANIFEST.base", "The base that --keep-base saves."},
+    {"MANIFEST.XXXXXX",
+        "A temporary file, with six letters for XXXXXX, that a process may leave behind if it is killed during a save. "
+        "It can be removed."},
 }};
 
 constexpr std::array<const char*, 3> examples {
@@ -44,9 +46,9 @@ constexpr std::array<const char*, 3> examples {
 const QLatin1String purpose("create and maintain configuration manifests");
 
 const QLatin1String turns(
-    "While it saves, from the load on, the program holds an exclusive lock (flock(2)) on the folder that the manifest "
-    "lies in, behind links, and so does every other run of it: they take turns. Scripts take part with 'flock FOLDER "
-    "COMMAND'. Immediately before the save the manifest is read again, and one that has changed is not overwritten.");
+    "Runs of the program that save take turns: from load to save, each holds an exclusive lock (flock(2)) on the "
+    "folder that contains the manifest, after following symbolic links. Scripts take part with 'flock FOLDER COMMAND'. "
+    "Immediately before saving, the program reads the manifest again and does not overwrite one that has changed.");
 
 // `text` in lines of the width of the help, each behind `indent` blanks.
 QString wrapped(const QString& text, int indent)
@@ -96,8 +98,8 @@ const QStringList& generalMeanings()
 {
     static const QStringList meanings {
         QStringLiteral("done"),
-        QStringLiteral("not done; of a question: no"),
-        QStringLiteral("wrong usage, or trouble with what the command line names"),
+        QStringLiteral("not done; for a question: no"),
+        QStringLiteral("wrong usage, or a problem with what the command line names"),
         QStringLiteral("saved, but the output could not be printed"),
     };
     return meanings;
@@ -217,7 +219,7 @@ QString manualOfOptions()
 {
     QString text = QStringLiteral(".SH OPTIONS\n")
         + tagged(bold(QStringLiteral("-h")) + QLatin1String(", ") + bold(QStringLiteral("--help")),
-            QStringLiteral("Show the help of the program, behind a command that of the command."))
+            QStringLiteral("Show the help of the program or, after a command, of that command."))
         + tagged(bold(QStringLiteral("-v")) + QLatin1String(", ") + bold(QStringLiteral("--version")),
             QStringLiteral("Show the version."));
     const QVector<SharedOption> options = sharedOptions();
@@ -271,7 +273,7 @@ QString overview()
     }
     text += QLatin1String("\nOptions:\n  -h, --help     Show this help.\n  -v, --version  Show the version.\n");
     text += QLatin1String("\n'COMMAND --help' shows the options of a command and what its exit status means.\n"
-                          "Arguments that begin with '-' stand behind '--'.\n\nExit status:");
+                          "Put '--' before arguments that begin with '-'.\n\nExit status:");
     text += statusLines(generalMeanings());
     const QVector<SharedExits> exits = sharedExits();
     for (const SharedExits& shared : exits) {
@@ -296,7 +298,7 @@ QString shortOverview()
     for (const char* const example : examples) {
         text += QLatin1String("  ") + programName() + QLatin1Char(' ') + QLatin1String(example) + QLatin1Char('\n');
     }
-    return text + QLatin1Char('\n') + programName() + QLatin1String(" --help says what each command does.");
+    return text + QLatin1Char('\n') + programName() + QLatin1String(" --help describes each command.");
 }
 
 QString helpOf(const Command& command)
@@ -317,15 +319,14 @@ QByteArray manualPage()
             "\n.SH DESCRIPTION\n"
             "A configuration manifest is one JSON document that says, as a tree, which description files a "
             "configuration\nfolder holds, how sub\\-folders group them, in which order they are shown and under which "
-            "instance names they\nare addressed. A PATH is made of those names, separated by \"/\".\nAn empty PATH is "
-            "the top level where that can be "
-            "meant (show, list, count, sort, explain), and wrong usage everywhere else, as\nis one of nothing but "
-            "\"/\".\n.PP\n"
-            "Results are printed on standard output, messages on standard error. An edit is saved only with ")
+            "instance names they\nare addressed. A PATH consists of those names, separated by \"/\".\nAn empty PATH is "
+            "the top level for show, list, count, sort and explain, and wrong usage for all other commands.\nA PATH "
+            "that has nothing but \"/\" is always wrong usage.\n.PP\n"
+            "Results go to standard output, messages to standard error. An edit is saved only with ")
         + bold(QStringLiteral("--save"))
-        + QLatin1String(
-            ".\nWhere FILE is only read, \"\\-\" is standard input, and it may be a pipe. Arguments that begin with "
-            "\"\\-\" stand\nbehind \"\\-\\-\".\n.PP\n")
+        + QLatin1String(".\nCommands that only read FILE also take a pipe, or \"\\-\" for standard input. Put "
+                        "\"\\-\\-\" before arguments "
+                        "that\nbegin with \"\\-\".\n.PP\n")
         + inManual(turns) + QLatin1Char('\n') + manualOfCommands() + manualOfOptions() + manualOfExits()
         + manualOf("ENVIRONMENT", environment) + manualOf("FILES", files)
         + QLatin1String(

@@ -32,7 +32,7 @@ QVector<Command> helpCommands()
 {
     return {
         {QStringLiteral("help"), QStringLiteral("[COMMAND]"),
-            QStringLiteral("Say what the program, or one of its commands, does."),
+            QStringLiteral("Print the help of the program or of one command."),
             {{QStringLiteral("man"), {}, QStringLiteral("Print the source of the manual page."), {}}},
             {QStringLiteral("the help is printed"), QStringLiteral("the output could not be printed"),
                 QStringLiteral("wrong usage, or there is no such command"), {}},

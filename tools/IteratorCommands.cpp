@@ -141,7 +141,7 @@ ExitStatus rewrite(const QCommandLineParser& arguments)
     }
     // The walk goes on into what was written, and could write it there again, for ever.
     if (!elementsNamed(instance, QJsonValue::fromVariant(value)).isEmpty()) {
-        complain(QLatin1String("VALUE holds an element '") % printable(instance) % QLatin1String("' itself"));
+        complain(QLatin1String("VALUE itself contains an element '") % printable(instance) % QLatin1Char('\''));
         return Trouble;
     }
     if (const ExitStatus status = manifest.loadToEdit()) {
@@ -177,11 +177,11 @@ QVector<Command> instancesCommands()
 
 QVector<Command> rewriteCommands()
 {
-    const Option add {QStringLiteral("add"), {}, QStringLiteral("Add the key where it is missing."), {}};
+    const Option add {QStringLiteral("add"), {}, QStringLiteral("Add the key to elements that lack it."), {}};
     const Option remove {QStringLiteral("remove"), {}, QStringLiteral("Remove the key."), {}};
     return {
         {QStringLiteral("rewrite"), QStringLiteral("FILE INSTANCE KEY [VALUE]"),
-            QStringLiteral("Change one key in every element whose whole instance name is INSTANCE."),
+            QStringLiteral("Change one key in every element whose entire instance name is INSTANCE."),
             saveOptions() + Options {jsonOption(), add, remove}, editExits(), rewrite},
     };
 }

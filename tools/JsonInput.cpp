@@ -9,7 +9,7 @@
 
 Option jsonOption()
 {
-    return {QStringLiteral("json"), {}, QStringLiteral("The value is a JSON text, not a string."), {}};
+    return {QStringLiteral("json"), {}, QStringLiteral("Parse VALUE as JSON instead of taking it as a string."), {}};
 }
 
 Option descriptionOption()

@@ -77,9 +77,8 @@ public:
             remark(QStringLiteral("warning: BASE and MINE are the same file, so nothing in MINE counts as changed"));
         }
         if (manifest.isToBeSaved() && isSet("keep-base") && isSameFile(mine.path, theirs.path)) {
-            remark(
-                QStringLiteral("warning: MINE and NEW are the same file, so the base has what was edited in MINE from "
-                               "now on"));
+            remark(QStringLiteral(
+                "warning: MINE and NEW are the same file, so the kept base will contain the edits in MINE"));
         }
         const bool isWhole = isSet("force") || areWhole();
         areUnrelated(Pairing(base.tree, mine.tree, Stamps::DoNotCount), base, mine);
@@ -259,34 +258,33 @@ ExitStatus mergeManifests(const QCommandLineParser& arguments)
 QVector<Command> mergeCommands()
 {
     const Options options =
-        Options {
-            {preferOption(), QStringLiteral("SIDE"), QStringLiteral("Let 'mine' or 'new' decide every conflict."), {}},
+        Options {{preferOption(), QStringLiteral("SIDE"),
+                     QStringLiteral("Decide every conflict in favour of 'mine' or 'new'."), {}},
             saveOption(), printOption(),
             keepBaseOption(
-                QStringLiteral("Keep NEW as MINE.base, the BASE of the next merge, once the result is saved.")),
+                QStringLiteral("Save NEW as MINE.base, the BASE of the next merge, once the result is saved.")),
             {QStringLiteral("force"), {},
-                QStringLiteral(
-                    "Carry the merge out also when it damages the structure of the manifest, when hardly anything "
-                    "of BASE is still in NEW, or when one of them is a folder that cannot be read completely."),
+                QStringLiteral("Apply the merge even if it damages the structure of the manifest, if hardly anything "
+                               "of BASE is left in NEW, or if an operand is a folder that cannot be read completely."),
                 {}},
             {QStringLiteral("json"), {}, QStringLiteral("Print JSON instead of lines."), {}}}
         + treeOptions() + replaceOptions();
     return {
         {QStringLiteral("merge"), QStringLiteral("BASE MINE NEW"),
             QStringLiteral(
-                "Bring the manifest MINE up to date: BASE is what it was made from, as --keep-base left it, NEW what "
-                "that has become. Each may be a file, a folder, of which the manifest is taken that would be created, "
-                "or - for standard input; what is saved is a file. What only one of MINE and NEW changed is taken from "
-                "it, member by member; what both changed in their own way is a conflict, which is printed with its "
-                "three values and keeps the result from being saved. Then prints what changes in MINE, as diff does. "
-                "The names of module and object in MINE stay."),
+                "Bring the manifest MINE up to date. BASE is what MINE was made from, as --keep-base saved it; NEW is "
+                "what BASE has become. Each may be a file, a folder, whose manifest is computed but not written, or - "
+                "for standard input; with --save, MINE must be a file. A change that was made in only one of MINE and "
+                "NEW is taken over, member by member. Different changes of the same thing in both are a conflict, "
+                "which is printed with its three values; nothing is saved unless --prefer decides "
+                "it. Without an undecided conflict, the changes in MINE "
+                "are printed, as by diff. The module and object names in MINE stay."),
             options,
-            {QStringLiteral("the merge applies; it is saved if --save asks for it"),
-                QStringLiteral(
-                    "there are conflicts that nobody decides, or the result is refused, could not be saved "
-                    "or was overtaken by another process, or with --keep-base its base could not be written, or "
-                    "nothing is to be saved and the output could not be printed"),
-                QStringLiteral("wrong usage, or trouble with BASE, MINE or NEW"),
+            {QStringLiteral("the merge applies; with --save, the result is saved"),
+                QStringLiteral("there are undecided conflicts; or the result was refused, could not be saved or was "
+                               "overtaken by another process; or, with --keep-base, the base could not be written; or "
+                               "nothing was to be saved and the output could not be printed"),
+                QStringLiteral("wrong usage, or a problem with BASE, MINE or NEW"),
                 QStringLiteral("the result is saved, but the output could not be printed")},
             mergeManifests},
     };

@@ -131,13 +131,13 @@ ExitStatus exists(const QCommandLineParser& arguments)
 
 QVector<Command> queryCommands()
 {
-    const Option valueAsJson {QStringLiteral("json"), {}, QStringLiteral("Print a text as JSON, too."), {}};
+    const Option valueAsJson {QStringLiteral("json"), {}, QStringLiteral("Print strings as JSON too."), {}};
     return {
         {QStringLiteral("list"), QStringLiteral("FILE [PATH]"),
             QStringLiteral("Print the instance names of the children of an element, or of the top level."),
             stampOptions() + Options {pathsOption(), elementsAsJsonOption()}, queryExits(), list},
-        {QStringLiteral("count"), QStringLiteral("FILE [PATH]"), QStringLiteral("Print how many list would print."),
-            stampOptions(), queryExits(), count},
+        {QStringLiteral("count"), QStringLiteral("FILE [PATH]"),
+            QStringLiteral("Print the number of names that list would print."), stampOptions(), queryExits(), count},
         {QStringLiteral("get"), QStringLiteral("FILE PATH [KEY]"),
             QStringLiteral("Print an element, or the value of one of its keys."),
             stampOptions() + Options {valueAsJson}, queryExits(), get},
@@ -148,7 +148,7 @@ QVector<Command> existsCommands()
 {
     return {
         {QStringLiteral("exists"), QStringLiteral("FILE PATH"),
-            QStringLiteral("Tell by the exit status whether there is an element. Prints nothing."), {},
+            QStringLiteral("Report by the exit status whether there is such an element. Prints nothing."), {},
             {QStringLiteral("there is such an element"), QStringLiteral("there is none"),
                 QStringLiteral("wrong usage, or FILE cannot be read or is no manifest"), {}},
             exists},

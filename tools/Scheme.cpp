@@ -12,11 +12,11 @@ Options schemeOptions(const QString& purpose)
     return {
         {QStringLiteral("scheme"), QStringLiteral("SCHEME"),
             purpose
-                % QLatin1String(" The configuration scheme, which is the default, collects configuration files, any "
-                                "other one process files."),
+                % QLatin1String(" The scheme 'configuration', the default, collects configuration files; any other "
+                                "scheme collects process files."),
             {}},
-        {QStringLiteral("any-scheme"), {},
-            QStringLiteral("Take a scheme that is neither 'configuration' nor 'process'."), {}},
+        {QStringLiteral("any-scheme"), {}, QStringLiteral("Allow a scheme other than 'configuration' and 'process'."),
+            {}},
     };
 }
 
@@ -25,7 +25,7 @@ bool readScheme(const QCommandLineParser& arguments, QString& scheme)
     const QString option = QStringLiteral("scheme");
     scheme = arguments.isSet(option) ? arguments.value(option) : Definitions::getSelectorUrlSchemeConfiguration();
     if (scheme.isEmpty() || scheme.contains(QLatin1Char('/'))) {
-        complain(QStringLiteral("a scheme is not empty and has no '/'"));
+        complain(QStringLiteral("a scheme must not be empty or contain '/'"));
         return false;
     }
     const bool isKnown =
@@ -33,7 +33,7 @@ bool readScheme(const QCommandLineParser& arguments, QString& scheme)
     if (!isKnown && !arguments.isSet(QStringLiteral("any-scheme"))) {
         complain(QLatin1Char('\'') % printable(scheme) % QLatin1String("' is neither '")
             % Definitions::getSelectorUrlSchemeConfiguration()
-            % QLatin1String("' nor 'process'; --any-scheme takes it all the same"));
+            % QLatin1String("' nor 'process'; --any-scheme allows it"));
         return false;
     }
     return true;

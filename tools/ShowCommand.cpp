@@ -155,19 +155,18 @@ ExitStatus show(const QCommandLineParser& arguments)
 QVector<Command> showCommands()
 {
     const Option paths {QStringLiteral("paths"), {},
-        QStringLiteral("Print behind every line, separated by tabs, the position among the siblings, the first is 0, "
-                       "and the path that other commands take; of an element that no path reaches, that it is "
-                       "unreachable, and where it is; of one whose path holds characters that are not printed, that it "
-                       "is unprintable: --json prints it."),
+        QStringLiteral(
+            "Also print, separated by tabs, the position among the siblings (the first is 0) and the path that other "
+            "commands take. An element that no path reaches is marked unreachable, with its place in the tree. One "
+            "whose path contains unprintable characters is marked unprintable; --json prints that path."),
         {}};
     return {
         {QStringLiteral("show"), QStringLiteral("FILE [PATH]"),
             QStringLiteral(
-                "Print a manifest, or an element with everything below it, as a tree: kind, instance name, "
-                "[label] and HIDDEN of every element. With --paths also its position among its siblings and its "
-                "path."),
-            {{QStringLiteral("depth"), QStringLiteral("N"), QStringLiteral("Print N levels, and how many are below."),
-                 {}},
+                "Print a manifest, or one element and everything below it, as a tree: kind, instance name, [label] and "
+                "HIDDEN of every element. With --paths, also its position among its siblings and its path."),
+            {{QStringLiteral("depth"), QStringLiteral("N"),
+                 QStringLiteral("Print N levels, and how many elements are below the last one."), {}},
                 paths, elementsAsJsonOption()},
             queryExits(), show},
     };

@@ -249,7 +249,7 @@ SaveReport StoredManifest::judge(const Look& before, const QByteArray& wanted, b
     const bool isGone = known.isThere() && after.error == ENOENT;
     if (isGone && reportsSuccess) {
         return {SaveReport::Overtaken,
-            printable(path) % QLatin1String(" is gone: it was removed or moved while it was saved")};
+            printable(path) % QLatin1String(" is gone: it was removed or moved while it was being saved")};
     }
     const bool isAsBefore = isTheSame || (!before.isThere() && !after.isThere());
     if (isAsBefore || !reportsSuccess) {
@@ -260,5 +260,5 @@ SaveReport StoredManifest::judge(const Look& before, const QByteArray& wanted, b
     }
     return {SaveReport::Overtaken,
         QLatin1String("another process has replaced ") % printable(path)
-            % QLatin1String(" while it was saved: what is there is not what was to be saved")};
+            % QLatin1String(" while it was being saved: the file does not hold what was to be saved")};
 }

@@ -291,7 +291,7 @@ private:
         const bool leadsBack = std::any_of(folders.cbegin(), folders.cend(),
             [&](const FolderId& folder) { return folder.device == status.st_dev && folder.inode == status.st_ino; });
         if (leadsBack && status.st_mode != 0) {
-            refuse(relativePath, QLatin1String("leads back to a folder that it lies in"));
+            refuse(relativePath, QLatin1String("leads back to a folder that contains it"));
             return goesOn();
         }
         QFileInfoList safeEntries;

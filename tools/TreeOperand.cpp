@@ -139,8 +139,11 @@ bool areUnrelated(const Pairing& pairing, const TreeOperand& before, const TreeO
     if (std::max(sizeBefore, sizeAfter) < fewElements || pairing.count() * hardlyAny >= sizeBefore) {
         return false;
     }
-    remark(QLatin1String("warning: hardly anything is common to ") % before.path % QLatin1String(" and ") % after.path
-        % QStringLiteral(": %1 of %2 and %3 elements").arg(pairing.count()).arg(sizeBefore).arg(sizeAfter));
+    remark(QLatin1String("warning: ") % before.path % QLatin1String(" and ") % after.path
+        % QStringLiteral(" have hardly anything in common: %1 of %2 and %3 elements")
+              .arg(pairing.count())
+              .arg(sizeBefore)
+              .arg(sizeAfter));
     return true;
 }
 
@@ -161,7 +164,7 @@ Options treeOptions()
 Option stampsOption()
 {
     return {QStringLiteral("stamps"), {},
-        QStringLiteral("Compare also the names of module and object that are stamped into selections."), {}};
+        QStringLiteral("Also compare the module and object names that are stamped into selections."), {}};
 }
 
 Stamps stampsWanted(const QCommandLineParser& arguments)

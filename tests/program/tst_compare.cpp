@@ -178,7 +178,7 @@ void tst_Compare::schemeChoosesWhatFolderHolds()
     QCOMPARE(place.run(u"merge empty empty folder --scheme process"_qs).output,
         job + "merged: 1 added, 0 removed, 0 changed; not saved\n");
     QCOMPARE(place.run(u"diff empty folder --scheme other"_qs),
-        misused(u"'other' is neither 'configuration' nor 'process'; --any-scheme takes it all the same"_qs));
+        misused(u"'other' is neither 'configuration' nor 'process'; --any-scheme allows it"_qs));
     QCOMPARE(place.run(u"diff empty folder --scheme other --any-scheme"_qs), found(job));
 }
 
@@ -216,10 +216,10 @@ void tst_Compare::checkTellsWhereWhatAndWhatToDo()
     Workplace place;
     place.write(u"file"_qs, {1, node(u"n"_qs), node(u"m"_qs, {a(), a(), QJsonObject()})});
     QCOMPARE(place.run(u"check file"_qs),
-        found("position 0 of the top level is a number, not an element. Take it out of the manifest with a text "
-              "editor, or create the manifest anew. [no-object]\n"
+        found("position 0 of the top level is a number, not an element. Remove it from the manifest with a text "
+              "editor, or create the manifest again. [no-object]\n"
               "'n' is a node without children. Add elements below it, unless it is to be filled later. [no-children]\n"
-              "position 1 below 'm' answers to 'a', as its sibling at position 0 does, which is found instead. Rename "
+              "position 1 below 'm' answers to 'a', but its sibling at position 0 is found first. Rename "
               "one of the two. [name-taken]\n"
               "position 2 below 'm' has no 'selectionType'. Set 'selectionType' to 'Node' or 'Selection'. "
               "[unknown-kind]\n"
@@ -365,7 +365,7 @@ void tst_Compare::mergeWithWhatCannotBeReadIsRefused()
     QVERIFY2(
         refused.errors.endsWith(
             "configuration-manifest: folder could not be read completely, and what is missing would count as removed\n"
-            "configuration-manifest: the edit is refused; --force carries it out all the same\n"),
+            "configuration-manifest: the edit is refused; --force applies it anyway\n"),
         refused.errors.constData());
     QCOMPARE(stateOf(place.path(u"mine"_qs)), before);
     QCOMPARE(program.run(u"merge base mine folder --force"_qs).status, 0);
@@ -396,7 +396,7 @@ void tst_Compare::unrelatedManifestsAreWarnedOf_data()
     QJsonArray twoTenths = tenth;
     twoTenths.append(many.at(1));
     const auto warning = [](const char* counts) -> QByteArray {
-        return QByteArray("warning: hardly anything is common to old and new: ") + counts + " elements\n";
+        return QByteArray("warning: old and new have hardly anything in common: ") + counts + " elements\n";
     };
     row("the same", many, many, {});
     row("nothing common", many, manySelections(20, u"t"_qs), warning("0 of 20 and 20"));
@@ -448,7 +448,7 @@ void tst_Compare::mergeThatTakesNearlyEverythingIsRefused()
     const ProgramRun run = place.run(u"merge base mine new --save --keep-base "_qs + option);
     QCOMPARE(run.status, 1);
     QVERIFY2(run.output.endsWith("; not saved\n"), run.output.constData());
-    QVERIFY2(run.errors.endsWith("the edit is refused; --force carries it out all the same\n"), run.errors.constData());
+    QVERIFY2(run.errors.endsWith("the edit is refused; --force applies it anyway\n"), run.errors.constData());
     QCOMPARE(stateOf(place.path(u"mine"_qs)), before);
     QCOMPARE(everythingIn(place.path()).size(), 3);
 
@@ -661,7 +661,7 @@ void tst_Compare::mergeThatAddsFindingIsRefused()
     const FileState before = stateOf(place.path(u"mine"_qs));
     const QByteArray removal = "removed: selection 'n/a'\nmerged: 0 added, 1 removed, 0 changed; ";
     const QByteArray complaints = "configuration-manifest: 'n' is a node without children\n"
-                                  "configuration-manifest: the edit is refused; --force carries it out all the same\n";
+                                  "configuration-manifest: the edit is refused; --force applies it anyway\n";
     QCOMPARE(
         place.run(u"merge base mine new --save --keep-base"_qs), (ProgramRun {1, removal + "not saved\n", complaints}));
     QCOMPARE(place.run(u"merge base mine new --print"_qs), (ProgramRun {1, {}, complaints}));
@@ -697,7 +697,7 @@ void tst_Compare::operandsThatAreOneFileAreWarnedOf()
     const ProgramRun kept = place.run(u"merge base mine mine --save --keep-base"_qs);
     QCOMPARE(kept,
         (ProgramRun {0, "unchanged\n",
-            "warning: MINE and NEW are the same file, so the base has what was edited in MINE from now on\n"}));
+            "warning: MINE and NEW are the same file, so the kept base will contain the edits in MINE\n"}));
     QCOMPARE(place.run(u"merge new mine new"_qs).status, 0);
     QCOMPARE(place.run(u"merge base mine base --save"_qs), done(u"unchanged"_qs));
     QCOMPARE(stateOf(place.path(u"mine"_qs)), before);

@@ -204,17 +204,17 @@ void tst_Create::creationTellsWhatItReplaces()
         QCOMPARE(place.run(u"create-folder ."_qs), done(manifest + u"\n3 selections, 1 node"_qs + comparison));
     };
     creation(QString());
-    creation(u"\nthe same as before"_qs);
+    creation(u"\nthe same as the previous manifest"_qs);
     for (const QString& edit :
         {u"set %1 a labelTextId TXT --save"_qs, u"delete %1 n --save"_qs, u"add-node %1 mine --save"_qs}) {
         QCOMPARE(place.run(edit.arg(manifest)).status, 0);
     }
-    creation(u"\ncompared with before: 2 added, 1 removed, 1 changed"_qs);
-    creation(u"\nthe same as before"_qs);
+    creation(u"\ncompared with the previous manifest: 2 added, 1 removed, 1 changed"_qs);
+    creation(u"\nthe same as the previous manifest"_qs);
     QCOMPARE(place.run(u"move-selection configuration.manifest.json a 1 --save"_qs).status, 0);
-    creation(u"\ncompared with before: 0 added, 0 removed, 0 changed, 1 moved"_qs);
+    creation(u"\ncompared with the previous manifest: 0 added, 0 removed, 0 changed, 1 moved"_qs);
     writeFile(place.path(manifest), "no manifest");
-    creation(u"\nwhat was there before was no manifest"_qs);
+    creation(u"\nthe previous file was not a manifest"_qs);
 }
 
 void tst_Create::stampsAreNoChangeUnlessAskedFor()
@@ -227,11 +227,12 @@ void tst_Create::stampsAreNoChangeUnlessAskedFor()
     QCOMPARE(program.run(u"stamp configuration.manifest.json --module M --object O --save"_qs).status, 0);
     QCOMPARE(program.run(u"create-folder . --stamps --dry-run"_qs),
         done(counts
-            + u"compared with before: 0 added, 0 removed, 1 changed\n"
+            + u"compared with the previous manifest: 0 added, 0 removed, 1 changed\n"
               "changed: selection 'a', moduleName from \"M\" to nothing, objectName from \"O\" to nothing\n"
               "not saved"_qs));
-    QCOMPARE(program.run(u"create-folder ."_qs), done(counts + u"the same as before, but for the stamps"_qs));
-    QCOMPARE(program.run(u"create-folder . --stamps"_qs), done(counts + u"the same as before"_qs));
+    QCOMPARE(
+        program.run(u"create-folder ."_qs), done(counts + u"the same as the previous manifest, except for stamps"_qs));
+    QCOMPARE(program.run(u"create-folder . --stamps"_qs), done(counts + u"the same as the previous manifest"_qs));
 }
 
 void tst_Create::dryCreationWritesNothing()
@@ -252,7 +253,7 @@ void tst_Create::dryCreationWritesNothing()
     const FileState state = stateOf(path);
     QCOMPARE(program.run(dry),
         done(counts
-            + u"compared with before: 1 added, 0 removed, 0 changed\nadded: selection 'a', as position 0\nnot saved"_qs));
+            + u"compared with the previous manifest: 1 added, 0 removed, 0 changed\nadded: selection 'a', as position 0\nnot saved"_qs));
     QCOMPARE(program.run(u"create-folder . --print"_qs), printed);
     QCOMPARE(stateOf(path), state);
     QCOMPARE(everythingIn(place.path()).size(), 2);
@@ -288,7 +289,7 @@ void tst_Create::folderThatGoesOnChangingIsSaidSo()
     }
     QVERIFY(files > 2);
     QCOMPARE(program->finish(),
-        failed(u"%1 has changed while it was read: %2 is written, but may not be what the folder holds"_qs.arg(
+        failed(u"%1 changed while it was being read: %2 is written, but may not match the folder"_qs.arg(
             place.path(), path)));
     QVERIFY(readFile(path).contains("\"page1\""));
 }
@@ -307,8 +308,8 @@ void tst_Create::creationTellsWhatItReallyReplaces()
     program->send(SIGCONT);
     const ProgramRun run = program->finish();
     QCOMPARE(run.status, 0);
-    QVERIFY2(
-        run.output.contains("\ncompared with before: ") && run.output.contains("1 removed"), run.output.constData());
+    QVERIFY2(run.output.contains("\ncompared with the previous manifest: ") && run.output.contains("1 removed"),
+        run.output.constData());
 }
 
 void tst_Create::damageIsToldFromOrdinaryRemarks()
@@ -457,7 +458,7 @@ void tst_Create::baseIsManifestAsCreated()
     QFile::remove(path + u".base"_qs);
     makePipe(path + u".base"_qs);
     QCOMPARE(program.run(u"create-folder . --keep-base"_qs),
-        (ProgramRun {1, "configuration.manifest.json\n2 selections, 0 nodes\nthe same as before\n",
+        (ProgramRun {1, "configuration.manifest.json\n2 selections, 0 nodes\nthe same as the previous manifest\n",
             "configuration-manifest: the manifest is saved, but not configuration.manifest.json.base: it is a "
             "pipe\n"}));
 }

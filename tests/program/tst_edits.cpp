@@ -242,7 +242,7 @@ void tst_Edits::editThatDoesNotApplyFails_data()
     row("add-selection, is there", u"add-selection manifest.json top"_qs, {},
         failed(u"there already is an element 'top'"_qs));
     row("stamp, no name", u"stamp manifest.json"_qs, {},
-        misused(u"there is nothing to stamp: --module or --object gives a name"_qs));
+        misused(u"nothing to stamp: give a name with --module or --object"_qs));
     noElement("add-node", u"add-node manifest.json none/b"_qs, u"none"_qs);
     noElement("add-node, inner part", u"add-node manifest.json a/none/x/b"_qs, u"a/none"_qs);
     noElement("add-selection", u"add-selection manifest.json a/none/b"_qs, u"a/none"_qs);
@@ -250,12 +250,12 @@ void tst_Edits::editThatDoesNotApplyFails_data()
     noElement("delete, inner part", u"delete manifest.json a/none/x"_qs, u"a/none"_qs);
     noElement("move-node", u"move-node manifest.json none 0"_qs, u"none"_qs);
     row("move-node, behind the end", u"move-node manifest.json spare 3"_qs, {},
-        failed(u"there is no position 3 beside 'spare'"_qs, outOfBounds));
+        failed(u"there is no position 3 among the siblings of 'spare'"_qs, outOfBounds));
     row("move-node, before the start", u"move-node manifest.json a/second -- -1"_qs, {},
-        failed(u"there is no position -1 beside 'a/second'"_qs, outOfBounds));
+        failed(u"there is no position -1 among the siblings of 'a/second'"_qs, outOfBounds));
     noElement("move-selection", u"move-selection manifest.json a/none 0"_qs, u"a/none"_qs);
     row("move-selection, behind the end", u"move-selection manifest.json a/first 2"_qs, {},
-        failed(u"there is no position 2 beside 'a/first'"_qs, outOfBounds));
+        failed(u"there is no position 2 among the siblings of 'a/first'"_qs, outOfBounds));
     noElement("update-node", u"update-node manifest.json none --description -"_qs, u"none"_qs, wrongPath, "{}");
     noElement(
         "update-node, inner part", u"update-node manifest.json a/none/x --description -"_qs, u"a/none"_qs, {}, "{}");
@@ -292,7 +292,7 @@ void tst_Edits::editThatDoesNotApplyFails_data()
     const QString element = u"{\"instanceName\":\"top\",\"selectionType\":null}"_qs;
     const auto withinItself = [&](const char* name, const QString& arguments) {
         row(name, u"rewrite manifest.json --json "_qs + arguments.arg(element), {},
-            misused(u"VALUE holds an element 'top' itself"_qs));
+            misused(u"VALUE itself contains an element 'top'"_qs));
     };
     withinItself("rewrite within the value", u"top selectionType %1"_qs);
     withinItself("rewrite within an added value", u"top key %1 --add"_qs);

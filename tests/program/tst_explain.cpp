@@ -200,7 +200,7 @@ void tst_Explain::everyAbsenceHasItsReason_data()
         u"no-selection: there is no selection in it"_qs);
     row(
         "dangling link", [](const Folder& folder) { makeLink(u"/nowhere"_qs, folder.path(u"a.config.json"_qs)); },
-        u"a.config.json"_qs, u"dangling-link: the link leads to '/nowhere', which is not there"_qs);
+        u"a.config.json"_qs, u"dangling-link: the link leads to '/nowhere', which does not exist"_qs);
     row(
         "dangling link through a file",
         [](const Folder& folder) {
@@ -219,7 +219,7 @@ void tst_Explain::everyAbsenceHasItsReason_data()
             makeLink(folder.path(), folder.path(u"x/up"_qs));
         },
         u"x/up"_qs,
-        u"looping-link: leads back to a folder that it lies in; no manifest is created as long as it is there"_qs);
+        u"looping-link: leads back to a folder that contains it; no manifest is created while it is there"_qs);
     row(
         "pipe", [](const Folder& folder) { makePipe(folder.path(u"a.config.json"_qs)); }, u"a.config.json"_qs,
         u"no-file: it is a pipe"_qs);
@@ -232,15 +232,15 @@ void tst_Explain::everyAbsenceHasItsReason_data()
     row(
         "device for a description",
         [](const Folder& folder) { makeLink(u"/dev/zero"_qs, folder.path(u"a.config.json"_qs)); }, u"a.config.json"_qs,
-        u"no-file: is a device; no manifest is created as long as it is there"_qs);
+        u"no-file: is a device; no manifest is created while it is there"_qs);
     const Preparer deviceForFolder = [](const Folder& folder) {
         folder.add(u"x/a.config.json"_qs);
         makeLink(u"/dev/zero"_qs, folder.path(u"x/Folder.menu.json"_qs));
     };
     row("device for a description of a folder", deviceForFolder, u"x/Folder.menu.json"_qs,
-        u"no-file: is a device; no manifest is created as long as it is there"_qs);
+        u"no-file: is a device; no manifest is created while it is there"_qs);
     row("folder of such a description", deviceForFolder, u"x"_qs,
-        u"not-reached: 'x/Folder.menu.json' is a device; no manifest is created as long as it is there"_qs);
+        u"not-reached: 'x/Folder.menu.json' is a device; no manifest is created while it is there"_qs);
     row("beside such a description", deviceForFolder, u"x/a.config.json"_qs,
         u"not-reached: it lies in 'x', which is not read"_qs);
     row(
@@ -306,7 +306,7 @@ void tst_Explain::whatMayNotBeReadIsSaid()
 void tst_Explain::whatIsRefusedIsLeftOutOfRest_data()
 {
     const Table<QString, QString, QString> row("target", "path", "refused");
-    row("looping link", u"."_qs, u"x/up"_qs, u"x/up leads back to a folder that it lies in"_qs);
+    row("looping link", u"."_qs, u"x/up"_qs, u"x/up leads back to a folder that contains it"_qs);
     row("device", u"/dev/zero"_qs, u"x/b.config.json"_qs, u"x/b.config.json is a device"_qs);
 }
 
@@ -430,7 +430,7 @@ void tst_Explain::everyKeyHasItsFate_data()
         R"({"displayPosition":1,"instanceName":"y","selectionType":"Selection","substructure":[{"a":1}]})",
         {u"displayPosition"_qs}, {},
         {u"instanceName: is always \"x\""_qs, u"selectionType: is always \"Node\""_qs,
-            u"substructure: is made of what the folder holds"_qs});
+            u"substructure: is built from what the folder holds"_qs});
 }
 
 void tst_Explain::everyKeyHasItsFate()
@@ -575,7 +575,7 @@ void tst_Explain::whatChangesMeanwhileIsSaid()
     const ProgramRun run =
         Program().withFaultyCalls(u"open %1 2 2 %2"_qs.arg(fault).arg(path)).run(u"explain "_qs + folder.path());
     QCOMPARE(run.status, 0);
-    QCOMPARE(run.output.contains("a.config.json\tdamage\thas changed while the folder was read\n"), isSaid);
+    QCOMPARE(run.output.contains("a.config.json\tdamage\tchanged while the folder was being read\n"), isSaid);
     QVERIFY(run.output.startsWith("a.config.json\tselection\t'a', position 0, "));
 }
 
@@ -705,14 +705,13 @@ void tst_Explain::whatLeadsNowhereIsExplained_data()
         run.output = output;
         table(name, what, run);
     };
-    row("misspelled", u"netwrok"_qs, u"nothing answers to 'netwrok' at the top level (did you mean 'network'?)"_qs, {});
-    row("below", u"network/x"_qs, u"nothing answers to 'x' below 'network' (did you mean 'network/a'?)"_qs, {});
-    row("name of a file that is not in the manifest", u"network/live"_qs,
-        u"nothing answers to 'live' below 'network'"_qs,
+    row("misspelled", u"netwrok"_qs, u"there is no 'netwrok' at the top level (did you mean 'network'?)"_qs, {});
+    row("below", u"network/x"_qs, u"there is no 'x' below 'network' (did you mean 'network/a'?)"_qs, {});
+    row("name of a file that is not in the manifest", u"network/live"_qs, u"there is no 'live' below 'network'"_qs,
         "network/live.process.json\tabsent\talmost: '.process.json' is for the scheme 'process'\n");
     row("instance name that is not the path", u"other/name"_qs,
-        u"nothing answers to 'other' at the top level (did you mean 'network/name'?)"_qs, {});
-    row("outside", u"/etc/passwd"_qs, u"nothing answers to 'etc' at the top level"_qs, {});
+        u"there is no 'other' at the top level (did you mean 'network/name'?)"_qs, {});
+    row("outside", u"/etc/passwd"_qs, u"there is no 'etc' at the top level"_qs, {});
 }
 
 void tst_Explain::whatLeadsNowhereIsExplained()

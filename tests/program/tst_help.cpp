@@ -98,14 +98,14 @@ void tst_Help::newcomersSeeWhatThereIs()
     for (const QString& name : commandNames()) {
         QVERIFY2(words.contains(name), qPrintable(name));
     }
-    QVERIFY(run.errors.contains("configuration-manifest --help says what each command does."));
+    QVERIFY(run.errors.contains("configuration-manifest --help describes each command."));
 }
 
 void tst_Help::helpOfShowSaysWhatPathsAdds()
 {
     const QString help = simplified(QString::fromUtf8(Program().run(u"show --help"_qs).output));
     const QString description = help.section(u"Options:"_qs, 0, 0);
-    QVERIFY2(description.contains(u"With --paths also its position among its siblings and its path."_qs),
+    QVERIFY2(description.contains(u"With --paths, also its position among its siblings and its path."_qs),
         qPrintable(description));
 }
 

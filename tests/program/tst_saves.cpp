@@ -399,9 +399,9 @@ void tst_Saves::changeAfterSaveIsNoticed_data()
 {
     const Table<Change, QString> row("change", "complaint");
 
-    const QString gone = u"%1 is gone: it was removed or moved while it was saved"_qs;
+    const QString gone = u"%1 is gone: it was removed or moved while it was being saved"_qs;
     row("is replaced", beReplaced,
-        u"another process has replaced %1 while it was saved: what is there is not what was to be saved"_qs);
+        u"another process has replaced %1 while it was being saved: the file does not hold what was to be saved"_qs);
     row("disappears", disappear, gone);
     row(
         "is moved with its folder",

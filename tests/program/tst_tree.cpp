@@ -683,7 +683,7 @@ void tst_Tree::linkThatLeadsBackIsRefused_data()
 {
     const Table<QString, QString, QString> row("target", "path", "refusal");
     const auto leadsBack = [](const QString& path) -> QString {
-        return path + u": leads back to a folder that it lies in"_qs;
+        return path + u": leads back to a folder that contains it"_qs;
     };
     row("to its own folder", u"x"_qs, u"x/up"_qs, leadsBack(u"x/up"_qs));
     row("to the scanned folder", u"."_qs, u"x/y/up"_qs, leadsBack(u"x/y/up"_qs));

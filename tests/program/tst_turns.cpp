@@ -176,7 +176,7 @@ void tst_Turns::turnIsNotWaitedForLongerThanAsked()
     QVERIFY(timer.elapsed() >= seconds * 1000);
     QCOMPARE(run.status, 1);
     QCOMPARE(run.output, QByteArray());
-    const QByteArray complaint = "configuration-manifest: somebody else is saving in " + file.folder().toUtf8()
+    const QByteArray complaint = "configuration-manifest: another process is saving in " + file.folder().toUtf8()
         + ": process " + QByteArray::number(getpid()) + " (tst_turns) holds the lock; gave up after "
         + QByteArray::number(seconds) + " s\n";
 #if defined(EMULATED) || defined(MEMORY_CHECKED)
@@ -284,7 +284,7 @@ void tst_Turns::turnIsTakenByWhoSavesOnly()
     const FolderLock lock(place.path());
     const ProgramRun run = place.run(commandLine);
     QCOMPARE(run.status, status);
-    QCOMPARE(run.errors.contains("somebody else is saving in "), status == 1);
+    QCOMPARE(run.errors.contains("another process is saving in "), status == 1);
     QCOMPARE(run.errors.endsWith("gave up after 0 s\n"), status == 1);
     QCOMPARE(stateOf(place.path(u"manifest.json"_qs)), state);
     QCOMPARE(everythingIn(place.path()).size(), 2);

@@ -109,7 +109,7 @@ void tst_Usage::helpNamesEveryCommand()
     static const QRegularExpression command(u"^  [a-z].*"_qs);
     QCOMPARE(linesOf(run.output).filter(command).mid(0, expected.size()), expected);
     for (const char* const text :
-        {"--help", "--version", "COMMAND --help", "\nExit status:\n  0  done\n  1  not done; of a question: no\n"}) {
+        {"--help", "--version", "COMMAND --help", "\nExit status:\n  0  done\n  1  not done; for a question: no\n"}) {
         QVERIFY2(run.output.contains(text), text);
     }
 }
@@ -252,7 +252,7 @@ void tst_Usage::wrongUsageIsToldFromFailure_data()
         wait("wait is negative", u"-1"_qs, seconds);
         wait("wait is too long", u"1000001"_qs, seconds);
     }
-    const QString suffix = u"the suffix of a backup is not empty and has no '/'"_qs;
+    const QString suffix = u"the suffix of a backup must not be empty or contain '/'"_qs;
     add("empty suffix", u"set manifest.json top key value --save --backup=", suffix);
     add("suffix with a folder", u"set manifest.json top key value --save --backup=/../b", suffix);
 
@@ -261,8 +261,8 @@ void tst_Usage::wrongUsageIsToldFromFailure_data()
             row(qPrintable(QString(QLatin1String(name) + u", "_qs + command)), command + u" --scheme "_qs + options,
                 complaint);
         };
-        const QString empty = u"a scheme is not empty and has no '/'"_qs;
-        const QString neither = u"'%1' is neither 'configuration' nor 'process'; --any-scheme takes it all the same"_qs;
+        const QString empty = u"a scheme must not be empty or contain '/'"_qs;
+        const QString neither = u"'%1' is neither 'configuration' nor 'process'; --any-scheme allows it"_qs;
         scheme("misspelled scheme", u"proces"_qs, neither.arg(u"proces"_qs));
         scheme("scheme in capitals", u"Configuration"_qs, neither.arg(u"Configuration"_qs));
         scheme("empty scheme", u"''"_qs, empty);
