@@ -84,7 +84,7 @@ public:
             if (element.kind == TreeElement::Kind::NoObject) {
                 add(element, FindingKind::NoObject,
                     QLatin1String("is ") % typeWords(element.value.type()) % QLatin1String(", not an element"),
-                    QStringLiteral("Take it out of the manifest with a text editor, or create the manifest anew"));
+                    QStringLiteral("Remove it from the manifest with a text editor, or create the manifest again"));
             } else {
                 examineKind(element);
                 examineName(element);
@@ -132,18 +132,17 @@ private:
             add(element, FindingKind::NameEmpty, QStringLiteral("has an empty name"), adviceOnNames());
         } else if (element.answersTo.isEmpty()) {
             add(element, FindingKind::NameEmpty,
-                QLatin1String("has the name ") % quoted(element.name) % QLatin1String(", which ends with an empty one"),
+                QLatin1String("has the name ") % quoted(element.name) % QLatin1String(", whose last part is empty"),
                 adviceOnNames());
         } else if (element.answersTo.contains(QLatin1Char('/'))) {
             add(element, FindingKind::NameWithSlash,
-                QLatin1String("has the name ") % quoted(element.name)
-                    % QLatin1String(", of which a path makes several"),
+                QLatin1String("has the name ") % quoted(element.name) % QLatin1String(", which a path splits at '/'"),
                 QStringLiteral("Give it a name without '/'"));
         } else if (element.shadowedBy >= 0) {
             add(element, FindingKind::NameTaken,
                 QLatin1String("answers to ") % quoted(element.answersTo)
-                    % QLatin1String(", as its sibling at position ") % QString::number(element.shadowedBy)
-                    % QLatin1String(" does, which is found instead"),
+                    % QLatin1String(", but its sibling at position ") % QString::number(element.shadowedBy)
+                    % QLatin1String(" is found first"),
                 QStringLiteral("Rename one of the two"));
         }
     }
@@ -646,9 +645,5 @@ QString typeProblem(const QString& key, const QJsonValue& present, const QJsonVa
     if (wanted == QJsonValue::Undefined || wanted == given.type()) {
         return key == Registry::getKeySubstructure() ? typeProblemBelow(present.toArray(), given.toArray()) : QString();
     }
-    const QLatin1String remedy = given.isString()
-        ? QLatin1String("; --json takes a value of another type than a string")
-        : wanted == QJsonValue::String ? QLatin1String("; without --json the value is a string")
-                                       : QLatin1String("; look at what --json was given");
-    return typesWords(key, wanted, given.type()) % remedy;
+    return typesWords(key, wanted, given.type());
 }

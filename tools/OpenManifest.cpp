@@ -77,13 +77,14 @@ Options replaceOptions()
 {
     return {
         {QStringLiteral("backup"), QStringLiteral("SUFFIX"),
-            QStringLiteral("Keep a copy of the manifest that is replaced, under its name with SUFFIX behind it, by "
-                           "default '~'. An older copy is replaced."),
+            QStringLiteral("Keep a copy of the replaced manifest, under its name followed by SUFFIX, by default '~'. "
+                           "An older copy is replaced."),
             QStringLiteral("~")},
         {QStringLiteral("overwrite"), {},
-            QStringLiteral("Replace the manifest also when it has changed since it was read."), {}},
+            QStringLiteral("Replace the manifest even if it has changed since it was read."), {}},
         {QStringLiteral("wait"), QStringLiteral("SECONDS"),
-            QStringLiteral("How long to wait for others that are saving in the folder, by default 10 seconds."), {}},
+            QStringLiteral("How long to wait while another process is saving in the folder; by default 10 seconds."),
+            {}},
     };
 }
 
@@ -91,25 +92,24 @@ Options saveOptions()
 {
     return stampOptions()
         + Options {saveOption(),
-            {QStringLiteral("dry-run"), {}, QStringLiteral("Say what would change, and save nothing."), {}},
+            {QStringLiteral("dry-run"), {}, QStringLiteral("Print what would change; save nothing."), {}},
             printOption(),
             {QStringLiteral("force"), {},
-                QStringLiteral(
-                    "Carry the edit out also when it damages the structure of the manifest, loses elements or "
-                    "gives a key a value of another type."),
+                QStringLiteral("Apply the edit even if it damages the structure of the manifest, loses elements or "
+                               "gives a key a value of the wrong type."),
                 {}}}
     + replaceOptions();
 }
 
 Option saveOption()
 {
-    return {QStringLiteral("save"), {}, QStringLiteral("Save the result. Without it the file stays as it is."), {}};
+    return {QStringLiteral("save"), {},
+        QStringLiteral("Save the result. Without this option, the file stays as it is."), {}};
 }
 
 Option printOption()
 {
-    return {
-        QStringLiteral("print"), {}, QStringLiteral("Print the manifest that would be saved, and save nothing."), {}};
+    return {QStringLiteral("print"), {}, QStringLiteral("Print the manifest that would be saved; save nothing."), {}};
 }
 
 ExitMeanings queryExits()
@@ -121,11 +121,10 @@ ExitMeanings queryExits()
 
 ExitMeanings editExits()
 {
-    return {QStringLiteral("the edit applies; it is saved if --save asks for it"),
-        QStringLiteral(
-            "the edit does not apply, is refused, could not be saved or was overtaken by another process, or "
-            "nothing is to be saved and the output could not be printed"),
-        QStringLiteral("wrong usage, or trouble with FILE, a value or a description"),
+    return {QStringLiteral("the edit applies; with --save, it is saved"),
+        QStringLiteral("the edit does not apply, was refused, could not be saved or was overtaken by another process; "
+                       "or nothing was to be saved and the output could not be printed"),
+        QStringLiteral("wrong usage, or a problem with FILE, a value or a description"),
         QStringLiteral("the edit is saved, but the output could not be printed")};
 }
 
@@ -174,7 +173,7 @@ bool readSaveWishes(const QCommandLineParser& arguments, SaveWishes& wishes, int
     if (arguments.isSet(backup)) {
         wishes.backupSuffix = arguments.value(backup);
         if (wishes.backupSuffix.isEmpty() || wishes.backupSuffix.contains(QLatin1Char('/'))) {
-            complain(QStringLiteral("the suffix of a backup is not empty and has no '/'"));
+            complain(QStringLiteral("the suffix of a backup must not be empty or contain '/'"));
             return false;
         }
     }
@@ -196,7 +195,7 @@ bool takeTurn(Turn& turn, const QString& manifestPath, int secondsToWait)
     const QString holder = turn.holder();
     complain((holder.isNull()
                      ? QString(QLatin1String("the folder ") % printable(turn.folder()) % QLatin1String(" is locked;"))
-                     : QString(QLatin1String("somebody else is saving in ") % printable(turn.folder())
+                     : QString(QLatin1String("another process is saving in ") % printable(turn.folder())
                          % QLatin1String(": ") % printable(holder) % QLatin1String(" holds the lock;")))
         % QStringLiteral(" gave up after %1 s").arg(secondsToWait));
     return false;
@@ -330,15 +329,27 @@ bool OpenManifest::accepts(const QString& key, const QJsonValue& present, const 
     if (problem.isNull()) {
         return true;
     }
-    complain(printable(problem));
+    QLatin1String remedy;
+    if (!arguments.isSet(jsonOption().name)) {
+        remedy = QLatin1String("; use --json for a value that is not a string");
+    } else if (typeProblem(key, present, QString()).isNull()) {
+        remedy = QLatin1String("; without --json, VALUE is taken as a string");
+    }
+    complain(printable(problem) % remedy);
     refuse();
     return false;
 }
 
 bool OpenManifest::acceptsAll(const QJsonObject& element, const QJsonObject& description) const
 {
+    if (isForced()) {
+        return true;
+    }
     for (auto member = description.constBegin(); member != description.constEnd(); ++member) {
-        if (!accepts(member.key(), element.value(member.key()), member.value())) {
+        const QString problem = typeProblem(member.key(), element.value(member.key()), member.value());
+        if (!problem.isNull()) {
+            complain(printable(problem));
+            refuse();
             return false;
         }
     }
@@ -360,7 +371,7 @@ bool OpenManifest::doesDamage(Loss loss) const
         }
     }
     if (loss == Loss::IsDamageAndSoIsGain && damages.isEmpty() && !isPermutation(originalManifest, now)) {
-        damages.append(QStringLiteral("the elements would not be the same ones in another order"));
+        damages.append(QStringLiteral("elements would be lost or doubled, not only put into another order"));
     }
     for (const QString& damage : qAsConst(damages)) {
         complain(printable(damage));
@@ -402,7 +413,7 @@ ExitStatus OpenManifest::refuse() const
     if (isForced()) {
         return Done;
     }
-    complain(QStringLiteral("the edit is refused; --force carries it out all the same"));
+    complain(QStringLiteral("the edit is refused; --force applies it anyway"));
     return NotDone;
 }
 

@@ -135,8 +135,8 @@ private Q_SLOTS:
     void otherKeyKeepsItsType();
     void elementsInValueHaveRightTypes_data();
     void elementsInValueHaveRightTypes();
-    void messageNamesBothTypesAndOption_data();
-    void messageNamesBothTypesAndOption();
+    void messageNamesBothTypes_data();
+    void messageNamesBothTypes();
 };
 
 void tst_Findings::everyKindHasItsWord_data()
@@ -195,19 +195,19 @@ void tst_Findings::findingNamesElementAndDamage_data()
             u"name-missing: position 1 of the top level has no 'instanceName'"_qs});
     row("empty name", {selection(u""_qs)}, {u"name-empty: position 0 of the top level has an empty name"_qs});
     row("empty last segment", {selection(u"Net/"_qs)},
-        {u"name-empty: position 0 of the top level has the name 'Net/', which ends with an empty one"_qs});
+        {u"name-empty: position 0 of the top level has the name 'Net/', whose last part is empty"_qs});
     row("name that is a number", {with(selection(u"a"_qs), u"instanceName"_qs, 7)},
         {u"name-no-text: position 0 of the top level has a name that is a number"_qs});
     row("name that is null", {with(selection(u"a"_qs), u"instanceName"_qs, QJsonValue())},
         {u"name-no-text: position 0 of the top level has a name that is null"_qs});
     row("node with a slash", {node(u"a/b"_qs, {selection(u"s"_qs)})},
-        {u"name-with-slash: position 0 of the top level has the name 'a/b', of which a path makes several"_qs});
+        {u"name-with-slash: position 0 of the top level has the name 'a/b', which a path splits at '/'"_qs});
     row("selection with a slash", {selection(u"a/b"_qs)}, {});
     row("two of a name", {selection(u"x/a"_qs), selection(u"b"_qs), node(u"a"_qs, {selection(u"s"_qs)})},
-        {u"name-taken: position 2 of the top level answers to 'a', as its sibling at position 0 does, which is found instead"_qs});
+        {u"name-taken: position 2 of the top level answers to 'a', but its sibling at position 0 is found first"_qs});
     row("three of a name", {selection(u"a"_qs), selection(u"a"_qs), selection(u"a"_qs)},
-        {u"name-taken: position 1 of the top level answers to 'a', as its sibling at position 0 does, which is found instead"_qs,
-            u"name-taken: position 2 of the top level answers to 'a', as its sibling at position 0 does, which is found instead"_qs});
+        {u"name-taken: position 1 of the top level answers to 'a', but its sibling at position 0 is found first"_qs,
+            u"name-taken: position 2 of the top level answers to 'a', but its sibling at position 0 is found first"_qs});
     row("same name elsewhere", {node(u"a"_qs, {selection(u"a/a"_qs)}), node(u"b"_qs, {selection(u"b/a"_qs)})}, {});
     row("children that are an object", {with(node(u"a"_qs), u"substructure"_qs, node(u"b"_qs))},
         {u"children-no-array: 'a' has a 'substructure' that is an object, not an array"_qs});
@@ -226,7 +226,7 @@ void tst_Findings::findingNamesElementAndDamage_data()
         {QJsonObject {{u"substructure"_qs, QJsonArray {node(u"a/b"_qs)}}}},
         {u"unknown-kind: position 0 of the top level has no 'selectionType'"_qs,
             u"name-missing: position 0 of the top level has no 'instanceName'"_qs,
-            u"name-with-slash: position 0 below position 0 of the top level has the name 'a/b', of which a path makes several"_qs,
+            u"name-with-slash: position 0 below position 0 of the top level has the name 'a/b', which a path splits at '/'"_qs,
             u"no-children: position 0 below position 0 of the top level is a node without children"_qs});
 }
 
@@ -314,7 +314,7 @@ void tst_Findings::exampleHasKnownFindings_data()
 {
     const Table<QString, QStringList> row("scheme", "findings");
     row("configuration", u"configuration"_qs,
-        {u"name-taken: position 5 of the top level answers to 'network', as its sibling at position 4 does, which is found instead"_qs});
+        {u"name-taken: position 5 of the top level answers to 'network', but its sibling at position 4 is found first"_qs});
     row("process", u"process"_qs, {});
 }
 
@@ -433,11 +433,11 @@ void tst_Findings::damageOfEditIsFound_data()
     row("key of a sound element", set(u"network/eth"_qs, u"iconName"_qs, u"x"_qs), {});
     row("free name", set(u"users"_qs, u"instanceName"_qs, u"people"_qs), {});
     row("taken name", set(u"users"_qs, u"instanceName"_qs, u"network"_qs),
-        {u"name-taken: position 2 of the top level answers to 'network', as its sibling at position 1 does, which is found instead"_qs});
+        {u"name-taken: position 2 of the top level answers to 'network', but its sibling at position 1 is found first"_qs});
     row("empty name", set(u"users"_qs, u"instanceName"_qs, u""_qs),
         {u"name-empty: position 2 of the top level has an empty name"_qs});
     row("name with a slash", set(u"users"_qs, u"instanceName"_qs, u"a/b"_qs),
-        {u"name-with-slash: position 2 of the top level has the name 'a/b', of which a path makes several"_qs});
+        {u"name-with-slash: position 2 of the top level has the name 'a/b', which a path splits at '/'"_qs});
     row("no name", [](Handler& handler) { return handler.removeProperty(u"users"_qs, u"instanceName"_qs, false); },
         {u"name-missing: position 2 of the top level has no 'instanceName'"_qs});
     row("children", set(u"network"_qs, u"substructure"_qs, u"x"_qs),
@@ -684,18 +684,16 @@ void tst_Findings::elementsInValueHaveRightTypes()
     QCOMPARE(typeProblem(u"own"_qs, present, given), QString());
 }
 
-void tst_Findings::messageNamesBothTypesAndOption_data()
+void tst_Findings::messageNamesBothTypes_data()
 {
     const Table<QString, QJsonValue, QJsonValue, QString> row("key", "present", "given", "message");
-    row("text for a boolean", u"hide"_qs, true, u"true"_qs,
-        u"'hide' takes a boolean, not a string; --json takes a value of another type than a string"_qs);
-    row("number for a text", u"iconName"_qs, QJsonValue::Undefined, 1,
-        u"'iconName' takes a string, not a number; without --json the value is a string"_qs);
+    row("text for a boolean", u"hide"_qs, true, u"true"_qs, u"'hide' takes a boolean, not a string"_qs);
+    row("number for a text", u"iconName"_qs, QJsonValue::Undefined, 1, u"'iconName' takes a string, not a number"_qs);
     row("object for a list of the user's own", u"own"_qs, QJsonArray(), QJsonObject(),
-        u"'own' takes an array, not an object; look at what --json was given"_qs);
+        u"'own' takes an array, not an object"_qs);
 }
 
-void tst_Findings::messageNamesBothTypesAndOption()
+void tst_Findings::messageNamesBothTypes()
 {
     QFETCH(const QString, key);
     QFETCH(const QJsonValue, present);

@@ -5,7 +5,7 @@
 
 namespace {
 
-const QByteArray refused = "configuration-manifest: the edit is refused; --force carries it out all the same\n";
+const QByteArray refused = "configuration-manifest: the edit is refused; --force applies it anyway\n";
 
 QByteArray complaint(const QString& text)
 {
@@ -58,23 +58,28 @@ void tst_Refusals::damageIsRefusedAndCanBeForced_data()
     const QByteArray noPosition = "warning: Cannot find key displayPosition in Json object!\n";
     const QByteArray noHide = "warning: Cannot find key \"hide\" in Json object!\n";
     refusal("text in place of the children", u"set manifest.json net substructure x"_qs,
-        {u"'substructure' takes an array, not a string; --json takes a value of another type than a string"_qs});
+        {u"'substructure' takes an array, not a string; use --json for a value that is not a string"_qs});
     refusal("other children", u"set manifest.json net substructure '[]' --json"_qs,
         {u"selection 'net/port' would be lost"_qs, u"node 'net/eth' would be lost"_qs,
             u"selection 'net/eth/line' would be lost"_qs});
     refusal("children are removed", u"unset manifest.json net/eth substructure"_qs,
         {u"selection 'net/eth/line' would be lost"_qs});
     refusal("text in place of a boolean", u"set manifest.json main hide true"_qs,
-        {u"'hide' takes a boolean, not a string; --json takes a value of another type than a string"_qs});
+        {u"'hide' takes a boolean, not a string; use --json for a value that is not a string"_qs});
     refusal("text in place of a number", u"update manifest.json main limit 2"_qs,
-        {u"'limit' takes a number, not a string; --json takes a value of another type than a string"_qs});
+        {u"'limit' takes a number, not a string; use --json for a value that is not a string"_qs});
     refusal("number in place of a text", u"set manifest.json main labelTextId 1 --json"_qs,
-        {u"'labelTextId' takes a string, not a number; without --json the value is a string"_qs});
+        {u"'labelTextId' takes a string, not a number; without --json, VALUE is taken as a string"_qs});
+    refusal("JSON text in place of a boolean", u"set manifest.json main hide '\"true\"' --json"_qs,
+        {u"'hide' takes a boolean, not a string"_qs});
     refusal("rewritten text in place of a boolean", u"rewrite manifest.json main hide true"_qs,
-        {u"'hide' takes a boolean, not a string; --json takes a value of another type than a string"_qs});
+        {u"'hide' takes a boolean, not a string; use --json for a value that is not a string"_qs});
     refusal("description with a wrong type", u"update-selection manifest.json main --description -"_qs,
-        {u"'hide' takes a boolean, not a number; look at what --json was given"_qs},
+        {u"'hide' takes a boolean, not a number"_qs},
         "{\"instanceName\":\"main\",\"selectionType\":\"Selection\",\"hide\":1}");
+    refusal("description with a text in place of a boolean", u"update-selection manifest.json main --description -"_qs,
+        {u"'hide' takes a boolean, not a string"_qs},
+        "{\"instanceName\":\"main\",\"selectionType\":\"Selection\",\"hide\":\"true\"}");
     refusal("description with a wrong type below", u"add-node manifest.json new --description -"_qs,
         {u"'hide' of the element 'new/a' takes a boolean, not a string"_qs},
         "{\"substructure\":[{\"selectionType\":\"Selection\",\"instanceName\":\"new/a\",\"hide\":\"true\"}]}");
@@ -86,9 +91,9 @@ void tst_Refusals::damageIsRefusedAndCanBeForced_data()
     refusal("empty name", u"set manifest.json menu instanceName ''"_qs,
         {u"position 2 of the top level has an empty name"_qs});
     refusal("name of a sibling", u"set manifest.json menu instanceName net"_qs,
-        {u"position 2 of the top level answers to 'net', as its sibling at position 1 does, which is found instead"_qs});
+        {u"position 2 of the top level answers to 'net', but its sibling at position 1 is found first"_qs});
     refusal("name of a node with a separator", u"set manifest.json menu instanceName a/b"_qs,
-        {u"position 2 of the top level has the name 'a/b', of which a path makes several"_qs});
+        {u"position 2 of the top level has the name 'a/b', which a path splits at '/'"_qs});
     refusal("unknown kind", u"set manifest.json main selectionType Page"_qs,
         {u"'main' is of the kind 'Page', which is neither 'Node' nor 'Selection'"_qs});
     refusal("selection of a node with children", u"set manifest.json net selectionType Selection"_qs,
@@ -96,7 +101,7 @@ void tst_Refusals::damageIsRefusedAndCanBeForced_data()
     refusal("children below a selection", u"add-node manifest.json main/b"_qs,
         {u"'main' is a selection with a child"_qs}, {}, noPosition);
     refusal("second selection of a name", u"add-selection manifest.json net/port"_qs,
-        {u"position 2 below 'net' answers to 'port', as its sibling at position 0 does, which is found instead"_qs}, {},
+        {u"position 2 below 'net' answers to 'port', but its sibling at position 0 is found first"_qs}, {},
         noPosition + noHide);
     refusal("description without kind and name", u"update-node manifest.json menu --description -"_qs,
         {u"position 2 of the top level has no 'selectionType'"_qs,
@@ -197,7 +202,7 @@ void tst_Refusals::deletionOfOneOfSeveralIsSaid()
     const Program program = file.program();
     QCOMPARE(program.run(u"delete manifest.json twin --save"_qs),
         (ProgramRun {0, "changed; saved\n",
-            complaint(u"only the first element that answers to 'twin' is deleted; there is another one"_qs)}));
+            complaint(u"only the first element that answers to 'twin' is deleted; another one remains"_qs)}));
     QCOMPARE(program.run(u"delete manifest.json twin --save"_qs), done(u"changed; saved"_qs));
     QCOMPARE(program.run(u"delete manifest.json twin --save"_qs), failed(u"there is no element 'twin'"_qs));
 }
