@@ -85,6 +85,15 @@ ExitStatus unset(const QCommandLineParser& arguments)
     return finish(manifest, manifest.handler().removeProperty(path, key, false), path);
 }
 
+// Rejects a manifest that cannot be edited before it waits for a description on standard input.
+ExitStatus loadWithDescription(const QCommandLineParser& arguments, OpenManifest& manifest, QJsonObject& description)
+{
+    if (const ExitStatus status = manifest.checkThatItCanBeEdited()) {
+        return status;
+    }
+    return readDescription(arguments, description) ? manifest.loadToEdit() : Trouble;
+}
+
 using AddOperation = bool (Handler::*)(const QString&, const QJsonObject&, int, bool);
 
 template <AddOperation add>
@@ -97,13 +106,7 @@ ExitStatus addTo(const QCommandLineParser& arguments)
     if (arguments.isSet(QStringLiteral("index")) && !readNumber(arguments.value(QStringLiteral("index")), index)) {
         return Trouble;
     }
-    if (const ExitStatus status = manifest.checkThatItCanBeEdited()) {
-        return status;
-    }
-    if (!readDescription(arguments, description)) {
-        return Trouble;
-    }
-    if (const ExitStatus status = manifest.loadToEdit()) {
+    if (const ExitStatus status = loadWithDescription(arguments, manifest, description)) {
         return status;
     }
     if (!manifest.acceptsAll({}, description)) {
@@ -164,13 +167,7 @@ ExitStatus replaceBy(const QCommandLineParser& arguments, Loss loss, const Repla
         complain(QStringLiteral("--description is missing"));
         return Trouble;
     }
-    if (const ExitStatus status = manifest.checkThatItCanBeEdited()) {
-        return status;
-    }
-    if (!readDescription(arguments, description)) {
-        return Trouble;
-    }
-    if (const ExitStatus status = manifest.loadToEdit()) {
+    if (const ExitStatus status = loadWithDescription(arguments, manifest, description)) {
         return status;
     }
     QJsonObject element;
