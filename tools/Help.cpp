@@ -48,7 +48,7 @@ const QLatin1String turns(
     "lies in, behind links, and so does every other run of it: they take turns. Scripts take part with 'flock FOLDER "
     "COMMAND'. Immediately before the save the manifest is read again, and one that has changed is not overwritten.");
 
-// `text` in lines of the width of the help, each behind `indent` blanks.
+// `text` in lines of at most `width` characters, each indented by `indent` blanks.
 QString wrapped(const QString& text, int indent)
 {
     QStringList lines;
@@ -124,7 +124,7 @@ QString optionLines(const Options& options)
     return text;
 }
 
-// An option as several commands have it.
+// An option, and the commands that have it.
 struct SharedOption {
     Option option;
     QStringList commands;
@@ -150,7 +150,7 @@ QVector<SharedOption> sharedOptions()
     return options;
 }
 
-// The commands to which the exit statuses mean the same.
+// The meanings of exit statuses, and consecutive commands that share them.
 struct SharedExits {
     QStringList meanings;
     QStringList commands;
@@ -171,7 +171,7 @@ QVector<SharedExits> sharedExits()
     return result;
 }
 
-// `text` as the formatter of manual pages takes it.
+// `text`, escaped for the formatter of manual pages.
 QString inManual(const QString& text)
 {
     QString result = text;

@@ -65,8 +65,8 @@ struct SaveWishes {
 /**
  * The file of a manifest, from the time when it is read until a save has been verified.
  *
- * For some failures at the end of a save, the library reports success or nothing at all. What other processes did to
- * the file in the meantime cannot be known either. So every save is verified by reading the file again.
+ * For some failures at the end of a save, the library reports success or nothing at all. It also cannot know what other
+ * processes do to the file meanwhile. So every save is verified by reading the file again.
  */
 class StoredManifest {
 public:
