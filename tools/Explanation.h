@@ -25,8 +25,8 @@ enum class Absence {
     None,
     Hidden,
     OtherSuffix,
-    /// The name is close to a valid one: the suffix belongs to the other scheme, or only upper and lower case differ
-    /// from a suffix or from the name of folder descriptions.
+    /// The name is nearly a valid one. It has the suffix of the other scheme, or only the case of the suffix, or of the
+    /// name of a folder description, is wrong.
     Almost,
     /// A folder that contains no selection at any level.
     NoSelection,
@@ -84,8 +84,8 @@ struct EntryExplanation {
     Absence absence = Absence::None;
     /// For an absent entry, why it is not in the manifest. For a folder description, the folder that it describes.
     QString reason;
-    /// For a file, the error in the file. For a folder, why it cannot be read, or why its description is not a file.
-    /// Either may also have changed since the scan.
+    /// For a file, the error in it. For a folder, the reason why the folder cannot be read, or that its description is
+    /// not a file. For both, also that the description has changed since the scan.
     Damage damage;
 
     // The remaining fields are only set for selections and nodes.

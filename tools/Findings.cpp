@@ -327,8 +327,8 @@ int childrenIn(const Finding& finding)
     return finding.value.toObject().value(Registry::getKeySubstructure()).toArray().size();
 }
 
-// The value that causes a finding. A finding with the same cause after an edit of its element is not a new one. The
-// children of a selection are not part of it: see badnessOf().
+// The value that causes a finding. If it is the same after an edit of the element, the finding is not new. The number
+// of children of a selection is not part of it, see badnessOf().
 QByteArray reasonOf(const Finding& finding)
 {
     const auto valueOf = [&](const QString& key) { return textOf(finding.value.toObject().value(key)); };

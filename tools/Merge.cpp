@@ -179,7 +179,7 @@ private:
     }
 
     // Finds elements that one side moved to a place that the other side has removed. If the other side decides, such an
-    // element stays in its old place; otherwise an element of all three trees would be missing from the result.
+    // element stays in its old place. Without this, an element of all three trees would be missing from the result.
     void findLostPlaces(const TreeElements& siblings, const Pairing& toSide, const Pairing& toOther, bool isBelowLost)
     {
         for (const TreeElement& element : siblings) {
@@ -552,8 +552,8 @@ private:
     }
 
     const Decision decision;
-    // Elements of the base that one side has moved, and the other side has changed or moved as well, or has removed the
-    // new place of.
+    // Elements of the base whose move by one side conflicts with the other side: that has changed or moved them as
+    // well, or has removed their new place.
     std::set<const TreeElement*> conflicting;
     // Elements of mine and theirs that are left out because the other side decides about their place.
     std::set<const TreeElement*> dropped;

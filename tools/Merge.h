@@ -57,8 +57,8 @@ struct MergeResult {
  *
  * sameElements() decides which siblings are the same. A change that only one side made is taken over: of a member, of
  * the order of children, an addition or a removal. Children are in the order of theirs unless only mine changed it. An
- * element that only one side has follows the same sibling as on that side. An element that was moved to another parent
- * is removed there and added here. The stamps of mine stay.
+ * element that only one side has follows the same sibling as on that side. A move to another parent is carried out as a
+ * removal and an addition. The stamps of mine stay.
  *
  * Cost: n log n in the number of elements.
  */

@@ -111,7 +111,7 @@ private:
         return arguments.isSet(QString::fromLatin1(option));
     }
 
-    // Reads the operands. Mine comes first, because this locks it if it is to be saved. Otherwise another process could
+    // Reads the operands. Mine comes first: if it is to be saved, this takes the turn. Otherwise another process could
     // merge in between, and the base read here would no longer be that of mine.
     ExitStatus read(const QString& scheme)
     {

@@ -21,7 +21,7 @@ Options saveOptions();
 /// Returns the options for replacing a file that other processes may save as well.
 Options replaceOptions();
 
-/// Returns the option --keep-base, which keeps a copy of the manifest beside it, as the base of later merges.
+/// Returns the option --keep-base, which keeps the base of later merges beside a manifest.
 Option keepBaseOption(const QString& description);
 /// Writes the base of later merges beside a manifest, unless it is already there with this content. Returns why that
 /// failed; null on success.

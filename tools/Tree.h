@@ -42,7 +42,7 @@ struct TreeElement {
     QString path;
     /// The path of the nearest ancestor that has one; null if there is none.
     QString pathAbove;
-    /// The index of the element in the whole tree, from 0. Parents come before their children.
+    /// The index of the element in the whole tree, from 0, in depth-first order: parents come before their children.
     int number = -1;
     /// The positions of the ancestors and of the element among their siblings, from the top level down.
     QVector<int> positions;

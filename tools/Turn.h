@@ -5,8 +5,7 @@
 #include <QtCore/QString>
 
 /**
- * The right to replace a manifest: an exclusive lock (flock) on the folder that contains it. The destructor releases
- * it.
+ * The right to replace a manifest: an exclusive lock (flock) on its folder. The destructor releases it.
  *
  * The folder is locked because a save replaces the manifest by a new file. When the holder ends, for whatever reason,
  * the kernel releases the lock. No lock file is left behind. Other programs take part by flock(2) or flock(1). A
