@@ -5,29 +5,31 @@
 
 class QCommandLineParser;
 
-/// What the program tells its caller. What each status means to a command stands in the table of commands.
+/// The exit status of the program. The table of commands says what each status means for a command.
 enum ExitStatus {
     Done = 0,
-    /// Also the answer "no" to a question.
+    /// The command could not do what was asked, or the answer to a question is "no".
     NotDone = 1,
     /// Wrong usage, or trouble with something that the command line names.
     Trouble = 2,
-    /// Something on the disk is new, and nobody could be told.
+    /// The command has changed a file but could not print its results.
     SavedButNotPrinted = 3,
 };
 
+/// An option of a command.
 struct Option {
     QString name;
-    /// What the help calls its value; empty when it takes none.
+    /// The name of the option's value in the help; empty if the option takes no value.
     QString value;
     QString description;
-    /// The value of an option whose value may be left out; null when it may not. Such a value stands behind "=".
+    /// The value that "--name" alone stands for; null if the value is required or the option takes none. Where this is
+    /// set, any other value must be given as "--name=VALUE".
     QString usualValue;
 };
 
 using Options = QVector<Option>;
 
-/// What the exit statuses mean to a command. Empty when it never ends with one.
+/// The meanings of the exit statuses of a command. The text is empty for a status that the command never returns.
 struct ExitMeanings {
     QString done;
     QString notDone;
@@ -35,19 +37,19 @@ struct ExitMeanings {
     QString savedButNotPrinted;
 };
 
-/// One word of the program, with its own arguments and options.
+/// A command of the program, with its arguments and options.
 struct Command {
     QString name;
-    /// The arguments as the help shows them; one in brackets may be left out, one with "..." given more than once.
+    /// The arguments as the help shows them. One in brackets is optional, one with "..." can be repeated.
     QString syntax;
     QString description;
     Options options;
     ExitMeanings exits;
-    /// Gets as many positional arguments as `syntax` asks for; the first, if it has to be there, is not empty.
+    /// Runs the command. The number of positional arguments matches `syntax`. If there is a first one, it is not empty.
     ExitStatus (*run)(const QCommandLineParser& arguments);
 };
 
-/// Commands that belong together.
+/// A titled group of related commands.
 struct CommandGroup {
     QString title;
     QVector<Command> commands;
@@ -65,8 +67,9 @@ QVector<Command> instancesCommands();
 QVector<Command> rewriteCommands();
 QVector<Command> helpCommands();
 
-/// The one table of all commands: help, man page, usage errors and suggestions come from it.
+/// Returns the table of all commands. The help, the manual page, usage errors and suggestions are made from it.
 const QVector<CommandGroup>& commandGroups();
+/// Returns the commands of all groups, in the order of the table.
 QVector<Command> allCommands();
-/// The command of a name; null when there is none.
+/// Returns the command with this name; null if there is none.
 const Command* findCommand(const QString& name);

@@ -125,7 +125,7 @@ ExitStatus runCommand(const Command& command, const QStringList& words)
 {
     const QString helpWords = QLatin1Char(' ') % command.name;
     QStringList arguments = withUsualValues(command, words);
-    // The command has taken its name; what it sees are its own arguments.
+    // Remove the name of the command, so that only its own arguments are left.
     arguments.removeAt(1);
     QCommandLineParser parser;
     addOptions(parser, command);

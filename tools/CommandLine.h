@@ -4,14 +4,15 @@
 
 #include <QtCore/QStringList>
 
-/// Carries out what the arguments, the program's name before them, ask for.
+/// Runs the command that the arguments name. The first argument is the name of the program.
 ExitStatus runCommandLine(const QStringList& arguments);
 
-/// Whether a path holds no name.
+/// Returns whether a path contains no names: it is empty or consists of "/" only.
 bool isWithoutNames(const QString& path);
 
-/// Complains about a path that holds no name.
+/// Prints to standard error that PATH is empty, and returns Trouble.
 ExitStatus complainAboutEmptyPath();
 
-/// Complains about a word that should have been a command.
+/// Prints to standard error that `word` is not a command, with a suggestion if there is a similar one, and returns
+/// Trouble.
 ExitStatus complainAboutCommand(const QString& word);

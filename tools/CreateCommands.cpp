@@ -31,7 +31,8 @@ QByteArray contentOf(const TreeElements& tree)
     return QJsonDocument(manifestOf(tree)).toJson(QJsonDocument::Compact);
 }
 
-// Behind a link ".." does not lead back; then the path stays as it is.
+// The path of the manifest of a folder. It is cleaned, unless the folder's path contains ".." after a link: that leads
+// to another folder than the cleaned path.
 QString manifestPath(const QString& folder, const QString& scheme)
 {
     const QString path = folder % QLatin1Char('/') % scheme % QLatin1String(".manifest.json");
@@ -44,7 +45,7 @@ struct ElementCounts {
     int nodes = 0;
 };
 
-// The elements at every level.
+// Counts the elements at every level.
 ElementCounts countElements(const TreeElements& elements)
 {
     ElementCounts counts;
@@ -66,7 +67,8 @@ QString toText(const ElementCounts& counts)
         .arg(counts.nodes == 1 ? QLatin1String("node") : QLatin1String("nodes"));
 }
 
-/// One creation of a manifest, from what the command line says to what is told of it.
+/// Runs one command that creates a manifest: scans the folder, saves or prints the manifest, and prints what has
+/// changed.
 class Creation {
 public:
     using Create = std::function<bool()>;
@@ -100,7 +102,7 @@ public:
         if (isToBeSaved && !takeTurn(turn, path, secondsToWait)) {
             return NotDone;
         }
-        // Once more, for who waited for the turn.
+        // Read again: another process may have saved the manifest during the wait for the turn.
         if (!readPrevious() || !scan()) {
             return Trouble;
         }
@@ -145,7 +147,8 @@ private:
         previous = wasManifest ? treeOf(manifest) : TreeElements();
     }
 
-    // Reads the folder, and prints what was reported while it was read. Complains when it cannot be read.
+    // Scans the folder, and prints the messages of the library. If the scan is refused, prints the reason and returns
+    // false.
     bool scan()
     {
         const FolderScan found = scanFolder(wholePath(folder), scheme);
@@ -164,10 +167,10 @@ private:
 
     ExitStatus save(const SaveWishes& wishes, const Create& create)
     {
-        // Until it has been told what became of the save, nothing ends the program.
+        // Block signals until the result of the save has been printed.
         const HeldSignals held;
-        // A base without a manifest does no harm. A manifest without a base could be edited and then not be brought up
-        // to date any more, should the power be cut before the base is written.
+        // Write the base of a new manifest first. If the power is cut in between, a base without a manifest does no
+        // harm. A manifest without a base could be edited, and then no longer be updated by a merge.
         if (!wasThere && isSet("keep-base")) {
             writeBase(path, contentOf(tree));
         }
@@ -179,14 +182,14 @@ private:
             complain(report.problem);
             return NotDone;
         }
-        // With --overwrite that may be another one than before the folder was read.
+        // With --overwrite, the replaced manifest may differ from the one that was read before the scan.
         setPrevious(report.isReplacement, report.replaced);
         const bool isKept = !isSet("keep-base") || keepBase(path, contentOf(tree));
         tell();
         return !flushOutput() ? SavedButNotPrinted : isKept ? Done : NotDone;
     }
 
-    // Prints what the library reports beside what the scan has printed already.
+    // Creates the manifest, and prints the messages of the library that the scan has not printed already.
     bool createReporting(const Create& create)
     {
         QVector<LibraryMessage> messages;
@@ -203,8 +206,9 @@ private:
         return created;
     }
 
-    // The folder is read twice, first to know what is to be written. What is written is something else when the folder
-    // has changed in between, and it may go on to change.
+    // The folder is read twice: by the scan, to know what should be written, and by the creator. If the folder has
+    // changed in between, the creator writes something else. This scans again to find out whether what was written is
+    // what the folder holds now. The folder may still be changing, so it tries several times.
     void judgeChangedFolder(SaveReport& report)
     {
         const QByteArray wanted = contentOf(tree);
@@ -234,7 +238,7 @@ private:
         return differencesOf(previous, tree, isSet("stamps") ? Stamps::Count : Stamps::DoNotCount);
     }
 
-    // Tells what there is, and what was there before.
+    // Prints the path of the manifest, its size, and how it differs from the previous one.
     void tell() const
     {
         print(printable(path));

@@ -6,7 +6,7 @@
 
 #include <unistd.h>
 
-/// An open file that is closed with the end of its owner.
+/// Owns a file descriptor and closes it on destruction. Can be moved, not copied.
 class Descriptor {
 public:
     explicit Descriptor(int openFile = -1)

@@ -17,11 +17,12 @@ namespace {
 
 using Indices = std::vector<TreeElements::size_type>;
 
-// Which of the numbers are not part of their longest rising sequence.
+// The numbers that do not belong to their longest increasing subsequence: the fewest that have to be moved to sort
+// them.
 std::set<TreeElements::size_type> outOfOrder(const Indices& numbers)
 {
-    // ends: for each length, where the rising sequence with the smallest last number ends. previous: what comes before
-    // each number in the longest sequence that ends with it.
+    // ends: for each length, the index of the smallest number that an increasing subsequence of this length ends with.
+    // previous: for each index, that of the number before it in the longest subsequence that ends there.
     Indices ends;
     Indices previous(numbers.size());
     for (Indices::size_type i = 0; i < numbers.size(); ++i) {
@@ -41,7 +42,7 @@ std::set<TreeElements::size_type> outOfOrder(const Indices& numbers)
     return result;
 }
 
-// Whether an element is named as a scan names what it finds there.
+// Whether the instance name of an element is the one that a scan gives to an element in this place.
 bool followsFromThePlace(const TreeElement& element)
 {
     return element.name == element.path || element.name == element.answersTo;
@@ -56,7 +57,8 @@ public:
     {
     }
 
-    /// `isElsewhere`: the parent, or an element above it, was moved to another parent.
+    /// Compares two lists of siblings with their descendants. `isElsewhere`: whether their parent, or an element above
+    /// it, was moved to another parent.
     void compare(const TreeElements& before, const TreeElements& after, bool isElsewhere)
     {
         for (const TreeElement& element : before) {
@@ -89,7 +91,7 @@ private:
         return count;
     }
 
-    // The earlier positions of the siblings that had the same parent, in their later order.
+    // The earlier positions, in the later order, of the siblings that have kept their parent.
     Indices orderBefore(const TreeElements& after) const
     {
         Indices order;
@@ -126,7 +128,7 @@ private:
         compare(before->children, after.children, isElsewhere);
     }
 
-    // What an element that was added got from elsewhere.
+    // Compares descendants of an added element that were moved there.
     void findMovedBelow(const TreeElement& added)
     {
         for (const TreeElement& child : added.children) {
@@ -144,7 +146,8 @@ private:
             return before.value == after.value ? QVector<KeyChange>()
                                                : QVector<KeyChange> {{QString(), before.value, after.value}};
         }
-        // Most elements are equal, and end here. For leaves only: comparing subtrees would visit every level again.
+        // Most elements are equal leaves, so this comes first. Comparing subtrees here would visit every level
+        // repeatedly.
         if (before.children.empty() && after.children.empty() && before.value == after.value) {
             return {};
         }
@@ -162,7 +165,7 @@ private:
         };
         auto member = earlier.constBegin();
         auto other = later.constBegin();
-        // Mostly all keys are the same, and nothing has to be looked up.
+        // Most elements have the same keys in both trees. Then no look-ups are needed.
         for (; member != earlier.constEnd() && other != later.constEnd() && member.key() == other.key(); ++member) {
             compareKey(member.key(), member.value(), other.value());
             ++other;
@@ -179,7 +182,7 @@ private:
         return result;
     }
 
-    // Whether a change of a key is that of the children, which are compared on their own.
+    // Whether a change of a value is only a change of the children, which are compared on their own.
     static bool isChildren(const QString& key, const QJsonValue& before, const QJsonValue& after)
     {
         if (key != Registry::getKeySubstructure()) {
@@ -235,7 +238,7 @@ QJsonArray toJson(const QVector<KeyChange>& keys)
     QJsonArray result;
     for (const KeyChange& change : keys) {
         QJsonObject key {{QStringLiteral("key"), change.key.isNull() ? QJsonValue() : QJsonValue(change.key)}};
-        // What is undefined is not inserted.
+        // Undefined values are not inserted.
         key.insert(QStringLiteral("before"), change.before);
         key.insert(QStringLiteral("after"), change.after);
         result.append(key);
@@ -291,7 +294,7 @@ QString jsonText(const QJsonValue& value, ValueLength length)
         return QStringLiteral("nothing");
     }
     constexpr int longest = 60;
-    // Only arrays and objects make a document.
+    // QJsonDocument holds only arrays and objects, so the value is wrapped in an array.
     const QString text =
         QString::fromUtf8(QJsonDocument(QJsonArray {value}).toJson(QJsonDocument::Compact).chopped(1).mid(1));
     return length == ValueLength::Short && text.size() > longest ? QString(text.left(longest) % QLatin1String("..."))

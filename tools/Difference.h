@@ -9,41 +9,47 @@
 #include <QtCore/QStringList>
 #include <QtCore/QVector>
 
-/// Kind and place of an element: "node 'network/ethernet'".
+/// Returns the kind and the place of an element: "node 'network/ethernet'".
 QString describe(const TreeElement& element);
 
-/// What became of one key of an element. A value that is not there is undefined.
+/// A change of the value of a key. A value is undefined if the element does not have the key.
 struct KeyChange {
     QString key;
     QJsonValue before;
     QJsonValue after;
 };
 
-/// What became of one element between two trees, to which it refers.
+/// A change of an element between two trees. Keeps pointers into both trees, which must outlive it.
 struct ElementChange {
     enum Kind {
         Added,
         Removed,
         Changed,
-        /// Others that are in both trees and have the same parent have to be passed.
+        /// The element has another position relative to siblings that are in both trees and kept their parent.
         Moved,
+        /// The element has another parent.
         MovedElsewhere,
     };
 
     Kind kind;
-    /// Null when it was added.
+    /// The element in the earlier tree; null if it was added.
     const TreeElement* before;
-    /// Null when it was removed.
+    /// The element in the later tree; null if it was removed.
     const TreeElement* after;
-    /// Elements below one that was added or removed, at every level, that were so as well.
+    /// The number of descendants, at every level, that were added or removed together with the element.
     int below = 0;
-    /// What has changed; null key for what is no object in both trees. Nothing of an element that was not changed.
+    /// The changed keys of a Changed element, sorted; empty for every other kind of change. If the element is not an
+    /// object in both trees, a single entry with a null key holds both values.
     QVector<KeyChange> keys = {};
 };
 
 /**
- * What has to be done to make one tree of another, elements being the same one as Pairing says. The fewest siblings
- * are moved. Cost: n log n.
+ * Returns the changes that turn `before` into `after`.
+ *
+ * Pairing decides which elements of the two trees are the same. As few siblings as possible are reported as moved.
+ * The changes keep pointers into both trees. The overloads for temporary trees are therefore deleted.
+ *
+ * Cost: n log n in the number of elements.
  */
 QVector<ElementChange> differencesOf(const TreeElements& before, const TreeElements& after, Stamps stamps);
 QVector<ElementChange> differencesOf(TreeElements&& before, const TreeElements& after, Stamps stamps) = delete;
@@ -51,21 +57,24 @@ QVector<ElementChange> differencesOf(const TreeElements& before, TreeElements&& 
 QVector<ElementChange> differencesOf(
     const Pairing& pairing, const TreeElements& before, const TreeElements& after, Stamps stamps);
 
-/// "2 added, 1 removed, 3 changed", with everything below, and how many were moved if any were.
+/// Returns the numbers of changes: "2 added, 1 removed, 3 changed". Added and removed descendants count. Moves are only
+/// mentioned if there are any.
 QString summaryOf(const QVector<ElementChange>& changes);
 
-/// How much of a value a line shows.
+/// How much of a value is printed: its beginning or all of it.
 enum class ValueLength { Short, Whole };
 
-/// A key; that without any letter as an empty JSON text.
+/// Returns the key as it is printed: an empty key becomes `""`, every other one stays as it is.
 QString shownKey(const QString& key);
 
-/// A value as JSON text; "nothing" for none.
+/// Returns a value as compact JSON text; "nothing" for an undefined value. With ValueLength::Short a long text is cut
+/// and ends with "...".
 QString jsonText(const QJsonValue& value, ValueLength length);
 
-/// A change in one line. Not escaped for terminals.
+/// Returns a change as one line of text. The line is not escaped for terminals.
 QString toLine(const ElementChange& change, ValueLength length);
 
-/// A change as a JSON object: "change", "kind", "path" (null without one), "positions" from the top level down, and as
-/// it applies "below", "from" (path and positions before a move) and "keys", each with "before" and "after".
+/// Returns a change as a JSON object with "change", "kind", "path" (null for an unreachable element) and "positions"
+/// (from the top level down). An addition or a removal also has "below", a move has "from" (path and positions before
+/// the move), and a changed element has "keys", each with "before" and "after".
 QJsonObject toJson(const ElementChange& change);

@@ -15,7 +15,7 @@ QString quoted(const QString& text)
     return QLatin1Char('\'') % printable(text) % QLatin1Char('\'');
 }
 
-// The element that an edit of this path would change.
+// Finds the element that an edit of this path would change. Returns false if there is none.
 bool findToEdit(OpenManifest& manifest, const QString& path, QJsonObject& found)
 {
     const auto look = [&found](const QJsonObject& element, bool&) {
@@ -25,7 +25,8 @@ bool findToEdit(OpenManifest& manifest, const QString& path, QJsonObject& found)
     return manifest.handler().modifyPropertyFirst(path, look, false);
 }
 
-// The end of an edit. One that did not apply failed because `path` leads nowhere, or else for the reason given.
+// Ends an edit. If it did not apply, prints the part of `path` that leads nowhere, or `otherReason` if the path leads
+// to an element.
 ExitStatus finish(OpenManifest& manifest, bool applied, const QString& path,
     const QString& otherReason = QStringLiteral("the edit does not apply"), Loss loss = Loss::IsDamage)
 {
@@ -226,7 +227,7 @@ ExitStatus stamp(const QCommandLineParser& arguments)
     return status == Done ? manifest.finish(QStringLiteral("stamped")) : status;
 }
 
-// An edit of the element that the PATH leads to.
+// Runs an edit of a single element. PATH must not be empty.
 template <ExitStatus (*edit)(const QCommandLineParser&)>
 ExitStatus ofElement(const QCommandLineParser& arguments)
 {

@@ -25,7 +25,7 @@ QString pathColumn(const TreeElement& element)
     if (!element.isReachable()) {
         return QLatin1String("unreachable\t") % place;
     }
-    // What is escaped leads nowhere, or to a sibling whose name looks like that.
+    // An escaped path leads nowhere, or to a sibling whose name looks like the escaped one.
     const QString path = printable(element.path);
     return path == element.path ? path : QString(QLatin1String("unprintable\t") % place);
 }

@@ -6,27 +6,30 @@
 
 #include <QtCore/QJsonObject>
 
-// How elements of a tree and their changes are printed.
+// Functions that print elements of a tree and their changes.
 
-/// Asks for paths, in columns of their own.
+/// Returns the option --paths, which prints the paths of elements in a column of their own.
 Option pathsOption();
-/// Asks for JSON instead of lines.
+/// Returns the option --json, which prints elements as JSON instead of lines.
 Option elementsAsJsonOption();
 
-/// The path that other commands take, or that there is none or none that can be printed, and then where the element
-/// is. printable().
+/// Returns the path that other commands take. For an element without a path, or with one that printable() would change,
+/// returns "unreachable" or "unprintable", a tab and the element's place. The result is safe to print.
 QString pathColumn(const TreeElement& element);
 
-/// What is known of an element, without its children.
+/// Returns kind, name, path (null for an unreachable element), position, label and visibility of an element, without
+/// its children.
 QJsonObject toJson(const TreeElement& element);
 
-/// How much of a value is shown where the output goes.
+/// Returns how much of a value to print: Short on a terminal, otherwise Whole.
 ValueLength lengthOfShownValues();
 
-/// Prints changes, a line each, with a text before each. A terminal shows the beginning of long values.
+/// Prints each change as a line that begins with `start`. Long values are cut on a terminal.
 void printChanges(const QVector<ElementChange>& changes, const QString& start = {});
+/// Returns the changes as a JSON array, in their order.
 QJsonArray toJson(const QVector<ElementChange>& changes);
 
-/// Prints an array or object of results.
+/// Prints an array of results as indented JSON.
 void printResult(const QJsonArray& results);
+/// Prints an object of results as indented JSON.
 void printResult(const QJsonObject& results);

@@ -41,7 +41,7 @@ QString reasonAgainst(const QString& folder)
     return error == 0 ? QString() : textOf(error);
 }
 
-// What is left of a path behind a folder; null where it does not lie in it.
+// The part of a path below a folder; empty for the folder itself, null if the path is not in the folder.
 QString behind(const QString& folder, const QString& path)
 {
     if (path == folder) {
@@ -51,11 +51,11 @@ QString behind(const QString& folder, const QString& path)
     return path.startsWith(start) ? path.mid(start.size()) : QString();
 }
 
-// The paths, relative to a folder, of the files that may be meant; empty for the folder itself.
+// The paths of the entries that `what` may name, relative to the folder. An empty path is the folder itself.
 QStringList filesMeant(const QString& folder, const QString& what)
 {
     const QString written = QDir::cleanPath(QDir::current().absoluteFilePath(what));
-    // Links on the way to it are followed, but it may be one itself.
+    // Resolve links in the path of its folder only: the entry may be a link itself.
     const QFileInfo info(written);
     const QString followed = QFileInfo(info.path()).canonicalFilePath() % QLatin1Char('/') % info.fileName();
     QStringList files {
@@ -88,7 +88,7 @@ QString toText(const Damage& damage)
                             : QStringLiteral("line %1, column %2: ").arg(damage.line).arg(damage.column) % damage.text;
 }
 
-// The instance path or why there is none, the place among the siblings, and where that comes from.
+// The instance path or the reason why there is none, the position, the display position and the description.
 QString describe(const EntryExplanation& entry)
 {
     QString text = entry.instancePath.isNull()
@@ -138,7 +138,7 @@ void printLines(const EntryExplanation& entry)
     print(lines);
 }
 
-// Null as JSON.
+// The text as JSON; null for a null string.
 QJsonValue orNull(const QString& text)
 {
     return text.isNull() ? QJsonValue() : QJsonValue(text);
@@ -193,13 +193,13 @@ QJsonObject toJson(const EntryExplanation& entry)
     return object;
 }
 
-// As printResult() prints an array, but one result at a time.
+// Prints an array in the format of printResult(), but item by item, so that its whole text is never in memory.
 class ArrayPrinter {
 public:
     void add(const QJsonObject& result)
     {
         const QByteArray array = QJsonDocument(QJsonArray {result}).toJson(QJsonDocument::Indented);
-        // Without the first line and the last one.
+        // The lines between those of the brackets.
         const int start = array.indexOf('\n') + 1;
         const QByteArray lines = array.mid(start, array.lastIndexOf('\n', -2) - start);
         if (!last.isNull()) {
@@ -246,7 +246,7 @@ Entries allBetween(int begin, int end)
     return entries;
 }
 
-// The position of the entry that is named, -1 when there is none. `isEverything` when it names the folder.
+// The position of the entry that `what` names; -1 if there is none. Sets `isEverything` if it names the folder itself.
 int entryMeant(const FolderExplanation& explanation, const QString& folder, const QString& what, bool& isEverything)
 {
     const QStringList files = filesMeant(folder, what);
@@ -260,7 +260,8 @@ int entryMeant(const FolderExplanation& explanation, const QString& folder, cons
     return entryOfInstance(explanation, what);
 }
 
-// The path of the element with this instance name, which may be another text. Null when there is none.
+// The instance path of the first element with this instance name, which may differ from its path. Null if there is
+// none.
 QString pathOfName(const FolderExplanation& explanation, const QString& name)
 {
     const auto found = std::find_if(explanation.entries.begin(), explanation.entries.end(),
@@ -268,7 +269,7 @@ QString pathOfName(const FolderExplanation& explanation, const QString& name)
     return found == explanation.entries.end() ? QString() : found->instancePath;
 }
 
-// Says how far a path leads, and explains what is in the folder where it ends.
+// Prints how far a path leads, and explains the entries at its end that have the missing name.
 void explainDeadEnd(const FolderExplanation& explanation, const QString& what, bool asJson)
 {
     const DeadEnd deadEnd = deadEndOf(explanation, what);
@@ -298,7 +299,7 @@ ExitStatus explainWhat(const QCommandLineParser& arguments)
         complain(QLatin1String("cannot read ") % printable(folder) % QLatin1String(": ") % reason);
         return Trouble;
     }
-    // Instance names are formed with the path of the folder as the creation of a manifest is given it.
+    // The same path that the creator gets, because instance names depend on it.
     const FolderExplanation explanation = explainFolder(QFileInfo(folder).canonicalFilePath(), scheme);
     for (const Refusal& refusal : explanation.refusals) {
         remark(QLatin1String("warning: no manifest is created: ") % refusal.path % QLatin1Char(' ') % refusal.reason);

@@ -64,7 +64,7 @@ QString textOf(const QByteArray& name)
     return text;
 }
 
-// What is neither a file nor a folder.
+// The word for an entry that is neither a file nor a folder.
 const char* wordFor(mode_t mode)
 {
     return S_ISFIFO(mode) ? "a pipe" : S_ISSOCK(mode) ? "a socket" : "a device";
@@ -77,7 +77,7 @@ struct CloseFolder {
     }
 };
 
-// The names of everything in a folder, sorted. Returns the error number.
+// Reads the sorted names of all entries of a folder. Returns the error number.
 int readNames(const QByteArray& path, std::vector<QByteArray>& names)
 {
     const std::unique_ptr<DIR, CloseFolder> folder(opendir(path.constData()));
@@ -123,7 +123,8 @@ bool startsCharacter(char byte)
     return (static_cast<uchar>(byte) & 0xC0) != 0x80;
 }
 
-// Describes a parse error. The parser read the text without its carriage returns; line and column count them.
+// Describes a parse error. The parser got the text without carriage returns, so its offset is converted to one in the
+// file.
 Description notJson(const QByteArray& content, const QJsonParseError& error)
 {
     int line = 1;
@@ -172,7 +173,7 @@ Description noFile(mode_t mode)
     return description;
 }
 
-// Reads descriptions one after the other.
+// Reads description files, one at a time.
 class DescriptionReader {
 public:
     // The scan has refused pipes and devices before, so opening cannot block.
@@ -218,7 +219,7 @@ private:
 
     static constexpr int most = 1 << 30;
 
-    // Kept from one file to the next one.
+    // Reused for every file.
     QByteArray buffer {1 << 16, Qt::Uninitialized};
     int length = 0;
 };
@@ -244,20 +245,20 @@ QString wordFor(QJsonValue::Type type)
     return QStringLiteral("undefined");
 }
 
-// A value in JSON, if it is short.
+// The value as JSON text if that is short, otherwise its type.
 QString inShort(const QJsonValue& value)
 {
     if (value.isArray() || value.isObject()) {
         return wordFor(value.type());
     }
     constexpr int longest = 40;
-    // Only arrays and objects make a document.
+    // QJsonDocument holds only arrays and objects, so the value is wrapped in an array.
     const QByteArray array = QJsonDocument(QJsonArray {value}).toJson(QJsonDocument::Compact);
     const QString text = QString::fromUtf8(array.chopped(1).mid(1));
     return text.size() <= longest ? text : wordFor(value.type());
 }
 
-// What the library makes of the keys of descriptions, found out by descriptions that it is given to try them.
+// Finds out which keys the library takes from a description, by making elements of sample descriptions.
 class KeyTrials {
 public:
     explicit KeyTrials(bool forNodes)
@@ -266,7 +267,7 @@ public:
     {
     }
 
-    /// A key that has been tried.
+    /// The result of trying a key.
     struct Tried {
         bool takes(const QJsonValue& value) const
         {
@@ -275,15 +276,17 @@ public:
 
         /// Types of values that the library takes from a description.
         QVector<QJsonValue::Type> types;
-        /// Its value in an element without a description; undefined when it is not there.
+        /// The value in an element without a description; undefined if such an element does not have the key.
         QJsonValue usualValue;
     };
     using Trial = std::pair<const QString, Tried>;
 
-    /// What is known of a key of one of two objects, of which all are tried at once that have not been tried yet.
+    /// Returns the result for a key of one of the two objects. If it has not been tried yet, tries all new keys of both
+    /// objects at once.
     const Trial& find(const QString& key, const QJsonObject& description, const QJsonObject& element)
     {
-        // Objects have their keys in order, and most of them the same keys.
+        // Most objects have the same keys, and they are asked for in order. So the next result is usually the right
+        // one.
         if (next == tried.end() || next->first != key) {
             next = tried.find(key);
         }
@@ -309,7 +312,7 @@ public:
         return *next++;
     }
 
-    /// The element that the library makes of a description.
+    /// Returns the element that the library makes of a description.
     Element made(const QJsonObject& description, const QString& name = {}) const
     {
         std::unique_ptr<Element> element;
@@ -318,7 +321,7 @@ public:
     }
 
 private:
-    // A value of every type, which no element has by itself.
+    // A value of each type but null. No element has one of them by default.
     static const std::array<QJsonValue, 5>& samples()
     {
         static const std::array<QJsonValue, 5> values {QJsonValue(QStringLiteral("?")), QJsonValue(7), QJsonValue(true),
@@ -345,13 +348,13 @@ private:
         }
     }
 
-    // The display position of no sample.
+    // Neither the default display position nor that of a sample.
     static constexpr int notThere = -2;
 
     const bool isNode;
     const QJsonObject withoutDescription;
     std::map<QString, Tried> tried;
-    // Behind the one that was found last.
+    // The one after the result that was found last.
     std::map<QString, Tried>::const_iterator next = tried.end();
 };
 
@@ -374,11 +377,11 @@ QJsonObject withoutChildren(QJsonObject object)
     return object;
 }
 
-// Compares descriptions with what was made of them.
+// Compares descriptions with the elements that were made from them.
 class KeyComparison {
 public:
-    // Notes what became of every key of the description that an element was made from. False when it was made from
-    // another one.
+    // Notes for each key of the description or the element whether it was taken, defaulted or ignored. Returns false if
+    // the element was made from another version of the description.
     bool compare(const QJsonObject& description, const TreeElement& element, EntryExplanation& entry)
     {
         KeyTrials& trials = entry.fate == Fate::Node ? ofNodes : ofSelections;
@@ -423,7 +426,7 @@ private:
         QJsonValue value;
     };
 
-    // The members of an object, sorted as texts are.
+    // Lists the members of an object, sorted by key as QString compares.
     static void list(const QJsonObject& object, std::vector<Member>& members)
     {
         members.clear();
@@ -440,7 +443,7 @@ private:
     {
         const QString& key = trial.first;
         const QVector<QJsonValue::Type>& types = trial.second.types;
-        // The one key that the scan fills in.
+        // The children come from the scan, not from the description.
         const bool isChildren = key == Registry::getKeySubstructure();
         if (described.isUndefined()) {
             if (!types.isEmpty() && !isChildren) {
@@ -460,7 +463,7 @@ private:
         }
     }
 
-    // Notes a key that the element does not have.
+    // Notes a key of the description that the element does not have.
     void noteLeftOut(const QJsonValue& described, const Trial& trial, EntryExplanation& entry)
     {
         const QVector<QJsonValue::Type>& types = trial.second.types;
@@ -499,7 +502,7 @@ struct FolderId {
     ino_t inode;
 };
 
-// Why nothing in a folder is read.
+// The reason why the entries of a folder are not read.
 struct Outside {
     Absence absence = Absence::None;
     QString reason;
@@ -509,12 +512,12 @@ struct Outside {
 struct Surroundings {
     QByteArray path;
     QString relativePath;
-    // Of what is in it.
+    // The depth of its entries.
     int depth = 0;
-    // Null of the scanned folder and of folders that are not in the manifest.
+    // The element of the folder; null for the scanned folder and for folders that are not in the manifest.
     const TreeElement* element = nullptr;
     Outside outside;
-    // Null where it is not read.
+    // The description of the folder; null if it is not read.
     const Description* description = nullptr;
 };
 
@@ -546,7 +549,7 @@ private:
     void explainContent(const Surroundings& folder, const struct stat& status, const TreeElements& elements)
     {
         std::vector<QByteArray> names;
-        // What may not be read is said of the folder.
+        // The error number is ignored: an unreadable folder is reported with the folder's own entry.
         readNames(folder.path, names);
         folders.append({status.st_dev, status.st_ino});
         std::vector<QString> sources;
@@ -616,7 +619,7 @@ private:
         explainNode(element, path, folder);
     }
 
-    // The last entry.
+    // Explains the node of the last entry, and the contents of its folder.
     void explainNode(const TreeElement& element, const QByteArray& path, const Surroundings& folder)
     {
         EntryExplanation& entry = explanation.entries.back();
@@ -650,7 +653,7 @@ private:
     void compare(const Description& description, const TreeElement& element, EntryExplanation& entry)
     {
         entry.isDescribed = description.state == Description::State::Read;
-        // What has gone since the scan looks as if it had never been there.
+        // A file that has disappeared since the scan looks as if it had never been there.
         const bool hasGone = entry.fate == Fate::Selection && description.state == Description::State::Missing;
         if (!comparison.compare(description.object, element, entry) || hasGone) {
             entry.damage = {QStringLiteral("changed while the folder was being read"), 0, 0};
@@ -711,7 +714,7 @@ private:
         }
     }
 
-    // Why nothing in a folder is read that is not in the manifest.
+    // The reason why the contents of a folder that is not in the manifest are not read; Absence::None if they are read.
     static Outside outsideOf(const EntryExplanation& folder)
     {
         switch (folder.absence) {
@@ -726,7 +729,7 @@ private:
         }
     }
 
-    // `status` is null when the system has none, for the reason `error`.
+    // Sets why an entry is not in the manifest. `status` is null if stat() has failed with the number `error`.
     void findReason(const QByteArray& name, const QByteArray& path, const struct stat* status, int error,
         const Surroundings& folder, EntryExplanation& entry) const
     {
@@ -866,7 +869,7 @@ private:
             [&](const FolderId& folder) { return folder.device == status.st_dev && folder.inode == status.st_ino; });
     }
 
-    // Sets errno where it may not.
+    // Sets errno if it returns false.
     static bool mayBeListed(const QByteArray& path)
     {
         errno = errorOfListing(QFile::decodeName(path));
@@ -876,14 +879,14 @@ private:
     const QString root;
     const QString scheme;
     std::map<QString, QString> refused;
-    // From the scanned folder down to the one that is being explained.
+    // The folders from the scanned one down to the one that is being explained.
     QVector<FolderId> folders;
     DescriptionReader reader;
     KeyComparison comparison;
     FolderExplanation explanation;
 };
 
-// The names that somebody may have meant by a name, and the paths that they stand in.
+// Appends a candidate for the nearest name, and the path that it stands for.
 void addName(const QString& name, const QString& path, QStringList& names, QStringList& paths)
 {
     names.append(name);

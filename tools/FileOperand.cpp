@@ -11,7 +11,7 @@
 
 namespace {
 
-// Qt's byte arrays end at 2 GB, and a manifest takes several times its size while it is loaded.
+// A QByteArray holds at most 2 GB, and loading a manifest takes several times its size.
 constexpr int mostBytes = 1 << 30;
 
 QString cannotRead(const QString& path, const QString& reason)
@@ -54,7 +54,7 @@ QString whatItIs(mode_t mode)
 int openRegularFile(const QString& path, Descriptor& file, struct stat& status, QString& kind)
 {
     const QByteArray encoded = QFile::encodeName(path);
-    // A look first: opening a device can do something to it.
+    // Check the type first: just opening a device can have side effects.
     if (stat(encoded.constData(), &status) != 0) {
         return errno;
     }

@@ -7,25 +7,34 @@
 
 #include <sys/stat.h>
 
-/// A path that leads to the disk. Qt looks for a file whose name begins with ":" among the resources of the program.
+/// Returns a path that Qt looks up on the disk. Qt looks up a name that begins with ":" among the resources of the
+/// program, so "./" is put before it.
 QString onTheDisk(const QString& path);
 
-/// The words of the system for an error number.
+/// Returns the system's text for an error number.
 QString textOf(int error);
 
-/// What a file is that is none to read or to replace: "it is a folder". Null when it is a regular file.
+/// Returns why a file cannot be read or replaced like a regular file, for example "it is a folder". Returns null for a
+/// regular file.
 QString whatItIs(mode_t mode);
 
-/// Opens a file to be read without waiting for anybody and without following up what is no regular file. The error
-/// number is 0 when `file` is open.
+/**
+ * Opens a regular file for reading. Does not block. Does not open folders, devices, pipes or sockets.
+ *
+ * @param[out] file   the open file, if 0 is returned and `kind` is null.
+ * @param[out] status the status of whatever the path leads to.
+ * @param[out] kind   the result of whatItIs() for it.
+ * @return the error number; 0 if the file was opened, or if `kind` says why not.
+ */
 int openRegularFile(const QString& path, Descriptor& file, struct stat& status, QString& kind);
 
-/// Reads an open file to its end. Returns the error number.
+/// Reads an open file to its end. Returns the error number; 0 on success.
 int readToTheEnd(int file, QByteArray& content);
 
-/// Whether a file is one that an edit can replace. When it is not, `problem` is one line that says why.
+/// Returns whether a path leads to a regular file that can be read, as an edit requires. If not, sets `problem` to one
+/// line with the reason.
 bool isRegularFile(const QString& path, QString& problem);
 
-/// Reads a file that the command line names, a pipe or, as "-", standard input; never a device, which may have no end.
-/// When that is not possible, `problem` is one line that says why.
+/// Reads a file or pipe that the command line names, or standard input for "-". Refuses devices, which may have no end.
+/// On failure returns false and sets `problem` to one line with the reason.
 bool readFileOperand(const QString& path, QByteArray& content, QString& problem);

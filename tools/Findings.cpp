@@ -19,7 +19,7 @@ using DataProperty = ConfigurationAndProcessDataDefinitions;
 
 namespace {
 
-// Qt's parser refuses what has more arrays and objects inside each other.
+// QJsonDocument::fromJson() refuses arrays and objects that are nested deeper than this.
 constexpr int loadableLevels = 1024;
 
 QString quoted(const QString& text)
@@ -60,7 +60,7 @@ int levelsOfItems(const Container& container)
     return levels;
 }
 
-// How many arrays and objects of a value are inside each other, itself included.
+// How deep arrays and objects are nested in a value; 1 for one that contains no others.
 int levelsOf(const QJsonValue& value)
 {
     if (value.isArray()) {
@@ -118,7 +118,7 @@ private:
                 % quoted(selection));
     }
 
-    // One finding at most, the one that keeps lookups from the element.
+    // Adds at most one finding: the one that keeps look-ups from finding the element.
     void examineName(const TreeElement& element)
     {
         const QString& key = Registry::getKeyInstanceName();
@@ -186,8 +186,8 @@ private:
         }
     }
 
-    // The deepest level of what the element holds, but for its children. The manifest is the first one, and every
-    // element is two below its parent.
+    // The deepest level of the element without its children. The array of the manifest is level 1. Every element is two
+    // levels below its parent, because the array of children is between them.
     static int levelOf(const TreeElement& element)
     {
         const int levelAbove = 1 + 2 * element.depth();
@@ -206,7 +206,8 @@ private:
     }
 };
 
-// A text that is the same for equal values. Only arrays and objects make a document.
+// A text that is the same for equal values. QJsonDocument holds only arrays and objects, so the value is wrapped in an
+// array.
 QByteArray textOf(const QJsonValue& value)
 {
     return QJsonDocument(QJsonArray {value}).toJson(QJsonDocument::Compact);
@@ -236,8 +237,8 @@ void forEach(const TreeElements& elements, const Function& function)
     }
 }
 
-/// Digests of what elements of a tree hold, with everything below them and without stamps. A digest is computed once,
-/// from the digests of the children. Hashing the whole subtree would visit every level repeatedly.
+/// Digests of the elements of a tree, with their descendants and without stamps. A digest is computed once, from the
+/// digests of the children. Hashing the whole subtree would visit every level repeatedly.
 class Contents {
 public:
     const QByteArray& of(const TreeElement& element)
@@ -254,7 +255,7 @@ public:
 private:
     QByteArray digestOf(const TreeElement& element)
     {
-        // One that nobody can make collide.
+        // A cryptographic hash, so that nobody can construct collisions.
         QCryptographicHash digest(QCryptographicHash::Sha256);
         const bool hasChildren = element.object().value(Registry::getKeySubstructure()).isArray();
         digest.addData(contentOf(hasChildren ? withoutChildren(element.value) : element.value));
@@ -268,7 +269,7 @@ private:
     std::vector<QByteArray> digests;
 };
 
-// By content, how many more elements hold it after an edit than before.
+// For each content, the number of elements that have it after an edit, minus the number before.
 using Balance = std::map<QByteArray, int>;
 
 Balance balanceOf(
@@ -317,7 +318,7 @@ FoundContents findingsIn(const TreeElements& elements, Contents& contents, Count
     return result;
 }
 
-// Findings by their kind and what has to be the same.
+// Findings by their kind and the content of their element.
 using KnownFindings = std::multimap<std::pair<FindingKind, QByteArray>, FoundContent>;
 
 int childrenIn(const Finding& finding)
@@ -325,8 +326,8 @@ int childrenIn(const Finding& finding)
     return finding.value.toObject().value(Registry::getKeySubstructure()).toArray().size();
 }
 
-// The part of a finding that stays the same when an edit of its element has not made it worse. The number of children
-// may only become smaller.
+// The value that causes a finding. If it is the same after an edit of the element, the finding is not new. The number
+// of children of a selection is not part of it, see badnessOf().
 QByteArray reasonOf(const Finding& finding)
 {
     const auto valueOf = [&](const QString& key) { return textOf(finding.value.toObject().value(key)); };
@@ -350,7 +351,7 @@ QByteArray reasonOf(const Finding& finding)
     return {};
 }
 
-// Findings of elements that were changed: kind, reason and how many children it had, where that counts.
+// Findings of elements that were changed: kind, reason and, for ChildrenOfSelection, the number of children.
 using ChangedFindings = std::multiset<std::tuple<FindingKind, QByteArray, int>>;
 
 ChangedFindings::value_type badnessOf(const Finding& finding)
@@ -359,7 +360,7 @@ ChangedFindings::value_type badnessOf(const Finding& finding)
         finding.kind, reasonOf(finding), finding.kind == FindingKind::ChildrenOfSelection ? childrenIn(finding) : 0};
 }
 
-// Takes a finding that has become no worse out of the known ones. False when there is none.
+// Removes a known finding that was at least as bad as this one. Returns false if there is none.
 bool takeNoWorse(ChangedFindings& known, const Finding& finding)
 {
     const ChangedFindings::value_type badness = badnessOf(finding);
@@ -372,7 +373,7 @@ bool takeNoWorse(ChangedFindings& known, const Finding& finding)
     return true;
 }
 
-// The findings of `after` that `before` has not.
+// The findings of `treeAfter` that `before` does not have.
 QVector<Finding> addedTo(const QJsonArray& before, const TreeElements& treeAfter, Counting counting)
 {
     Contents contentsAfter;
@@ -399,7 +400,8 @@ QVector<Finding> addedTo(const QJsonArray& before, const TreeElements& treeAfter
         return {};
     }
 
-    // What both manifests hold was not changed, so its finding is a new one, or has gone.
+    // Content that is less frequent than before belongs to changed elements of `before`, content that is more frequent
+    // to changed elements of `treeAfter`. Only their findings are compared with each other.
     const Balance balance = balanceOf(treeBefore, contentsBefore, treeAfter, contentsAfter);
     ChangedFindings changed;
     for (const auto& known : same) {
@@ -424,10 +426,11 @@ int countOfDifferentMembers(const QJsonObject& a, const QJsonObject& b)
         std::count_if(keys.cbegin(), keys.cend(), [&](const QString& key) { return a.value(key) != b.value(key); }));
 }
 
-// Whether what stands in the place of an edited element is still that element.
+// Whether the element at the position of an edited element is still the same one.
 //
-// If an ancestor was edited as well, this is uncertain: its children may have been replaced. An edit of several
-// elements of one name changes one member of each of them in the same way, so they still have one name.
+// If an ancestor was edited as well, its children may have been replaced. Only an edit of all elements with one
+// instance name edits both. It changes one member of each of them in the same way. So afterwards they still have the
+// same name, and the element differs in one member at most.
 bool isStillThere(const QVector<int>& positions, const TreeElements& before, const TreeElements& after,
     const QVector<QVector<int>>& edited)
 {
@@ -468,7 +471,8 @@ QByteArray unorderedTextOf(const QJsonArray& array)
     return result + ')';
 }
 
-// The type that the definitions give a key; undefined for a key of any type, and none for a key that they do not have.
+// The type that the definitions give a key; Undefined for a key that takes any type. Null for a key that they do not
+// have.
 const QJsonValue::Type* vocabularyType(const QString& key)
 {
     static const std::map<QString, QJsonValue::Type> types {
@@ -507,7 +511,7 @@ QString typesWords(const QString& key, QJsonValue::Type wanted, QJsonValue::Type
         % typeWords(given);
 }
 
-// What is wrong with the types of members of the elements in an array, and below them.
+// Appends a problem for every member of the wrong type, of the elements in an array and of their descendants.
 void appendTypeProblems(const QJsonArray& elements, QStringList& problems)
 {
     for (const QJsonValue& item : elements) {
@@ -524,7 +528,7 @@ void appendTypeProblems(const QJsonArray& elements, QStringList& problems)
     }
 }
 
-// The first wrong type in the elements of an array that those of the present one have not.
+// The first problem with a type in the given children that the present children do not have; null if there is none.
 QString typeProblemBelow(const QJsonArray& present, const QJsonArray& given)
 {
     QStringList known;

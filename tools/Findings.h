@@ -7,7 +7,7 @@
 #include <QtCore/QString>
 #include <QtCore/QVector>
 
-/// What can be wrong with an element.
+/// The kinds of problems that check() finds.
 enum class FindingKind {
     NoObject,
     UnknownKind,
@@ -22,71 +22,77 @@ enum class FindingKind {
     NoChildren,
 };
 
-/// The word for a kind, which never changes: "no-object", "unknown-kind", "name-missing", "name-empty", "name-no-text",
-/// "name-with-slash", "name-taken", "children-no-array", "children-of-selection", "too-deep", "no-children".
+/// Returns the fixed word for a kind: "no-object", "unknown-kind", "name-missing", "name-empty", "name-no-text",
+/// "name-with-slash", "name-taken", "children-no-array", "children-of-selection", "too-deep" or "no-children".
 QString toText(FindingKind kind);
 
-/// Whether a manifest with such a finding is damaged. A node without children is none: menus begin as empty nodes.
+/// Returns whether a manifest with such a finding is damaged. A node without children is not damage, because menus
+/// begin as empty nodes.
 bool isDamage(FindingKind kind);
 
+/// A problem in the structure of a manifest.
 struct Finding {
     FindingKind kind = FindingKind::NoObject;
-    /// Where the element is, as in TreeElement.
+    /// The positions of the element, from the top level down.
     QVector<int> positions;
+    /// The instance path of the element; null if there is none.
     QString path;
+    /// The place of the element as text, see TreeElement::place().
     QString place;
-    /// What is wrong, as the rest of a sentence that begins with the place: "has no 'instanceName'".
+    /// The problem, as the rest of a sentence that begins with the place: "has no 'instanceName'".
     QString what;
-    /// What to do about it, as a sentence without its full stop.
+    /// How to solve the problem, as a sentence without its full stop.
     QString advice;
-    /// The element.
+    /// The element, including its children.
     QJsonValue value;
 };
 
 /**
- * Examines every element of a tree, in the order of the tree; several findings of one element in that of their kinds.
+ * Returns the findings of all elements of a tree, in the order of the tree. Several findings of one element come in the
+ * order of their kinds.
  *
- * An element that no path reaches has a finding of its name, or lies below one that has. Only the first element of a
- * branch that reaches too deep is reported as such.
+ * Every unreachable element has a finding about its name, or lies below an element that has one. In a branch that is
+ * too deep, only the topmost element that is too deep is reported as such.
  */
 QVector<Finding> check(const TreeElements& elements);
 QVector<Finding> check(const QJsonArray& manifest);
 
 /**
- * The damage that `after` has and `before` has not.
+ * Returns the damage that `after` has and `before` does not have.
  *
- * An element that an edit has not changed - stamps are no change - is looked for by all that it holds, wherever it is
- * now. One that was changed may have the finding that a changed element had, of the same kind and with the same reason,
- * so that a damaged element can be edited without being blamed for it.
+ * An element that the edit has not changed is recognised by its whole content, wherever it is now; stamps are ignored.
+ * A finding of a changed element is not new if a changed element of `before` had a finding of the same kind with the
+ * same reason. Otherwise a damaged element could not be edited.
  */
 QVector<Finding> added(const QJsonArray& before, const QJsonArray& after);
 
-/// The findings of `after`, nodes without children among them, that neither of two manifests has.
+/// Returns the findings of `after` that neither `one` nor `other` has. Nodes without children count as findings here.
 QVector<Finding> addedToBoth(const QJsonArray& one, const QJsonArray& other, const TreeElements& after);
 
 /**
- * The elements of `before` that `after` no longer has, in the order of the tree.
+ * Returns the elements of `before` that `after` no longer has, in the order of the tree.
  *
- * Elements are compared by their members, but for children and stamps, wherever they are: what was moved is not lost,
- * nor is a node that only lost its children. Of equal ones as many are lost as are fewer.
+ * Elements are compared by their members without children and stamps, regardless of their place. So an element that was
+ * moved is not lost, nor is a node that has only lost its children. Of several equal elements, as many are lost as
+ * `after` has fewer of them.
  *
  * @param edited positions of the elements that the edit was to change, from the top level down. Such an element is not
- *               lost while there is an element in its place. One that lies inside another edited element is not lost
- *               only if the element in its place has the same name and differs in one member at most.
+ *               lost as long as there is an element at its position. If an ancestor was edited too, the element at
+ *               that position must also have the ancestor's instance name, and differ in one member at most.
  */
 TreeElements lostElements(const QJsonArray& before, const QJsonArray& after, const QVector<QVector<int>>& edited = {});
 
-/// Whether `after` holds what `before` holds, with siblings in any order. Stamps do not count. Takes whole manifests
-/// and the children of one element alike.
+/// Returns whether `before` and `after` contain the same elements, with the siblings of each level in any order. Stamps
+/// are ignored. The arrays are two manifests, or the children of two elements.
 bool isPermutation(const QJsonArray& before, const QJsonArray& after);
 
 /**
- * Why a value is not to be stored under `key`: its JSON type is not the one that the vocabulary gives the key or, if
- * the vocabulary does not know the key, not the type of the present value. Null when nothing speaks against it.
+ * Returns why a value must not be stored under `key`; null if it may be stored.
  *
- * Elements among the children in a value are examined as well, for the types of the vocabulary. What was wrong with
- * them before is no reason.
+ * The value must have the JSON type that the definitions give the key. For a key that they do not have, it must have
+ * the type of the present value. If the value is an array of children, the members of the elements in it are checked
+ * against the definitions as well. A wrong type that the present children already have is allowed.
  *
- * @param present the value to replace; undefined when there is none.
+ * @param present the value to replace; undefined if there is none.
  */
 QString typeProblem(const QString& key, const QJsonValue& present, const QJsonValue& given);

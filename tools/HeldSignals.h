@@ -4,7 +4,8 @@
 
 #include <csignal>
 
-/// Lets the signals that end a program wait, as long as it lives.
+/// Blocks the signals that end a program (SIGINT, SIGTERM, SIGHUP, SIGQUIT) during its lifetime. They are delivered
+/// afterwards.
 class HeldSignals {
 public:
     HeldSignals()

@@ -50,7 +50,7 @@ const QLatin1String turns(
     "folder that contains the manifest, after following symbolic links. Scripts take part with 'flock FOLDER COMMAND'. "
     "Immediately before saving, the program reads the manifest again and does not overwrite one that has changed.");
 
-// `text` in lines of the width of the help, each behind `indent` blanks.
+// `text` in lines of at most `width` characters, each indented by `indent` blanks.
 QString wrapped(const QString& text, int indent)
 {
     QStringList lines;
@@ -126,7 +126,7 @@ QString optionLines(const Options& options)
     return text;
 }
 
-// An option as several commands have it.
+// An option, and the commands that have it.
 struct SharedOption {
     Option option;
     QStringList commands;
@@ -152,7 +152,7 @@ QVector<SharedOption> sharedOptions()
     return options;
 }
 
-// The commands to which the exit statuses mean the same.
+// The meanings of exit statuses, and consecutive commands that share them.
 struct SharedExits {
     QStringList meanings;
     QStringList commands;
@@ -173,7 +173,7 @@ QVector<SharedExits> sharedExits()
     return result;
 }
 
-// `text` as the formatter of manual pages takes it.
+// `text`, escaped for the formatter of manual pages.
 QString inManual(const QString& text)
 {
     QString result = text;

@@ -4,12 +4,13 @@
 
 #include <QtCore/QByteArray>
 
-// Everything that is told of the commands, made from their table.
+// The texts of the help and of the manual page. They are made from the table of commands.
 
-/// What the program can do, with every command in a line or two.
+/// Returns the help of the program: usage, a short description of each command, options and exit statuses.
 QString overview();
-/// The commands alone, for whoever gave none.
+/// Returns the names of all commands and some examples, for a call without a command.
 QString shortOverview();
+/// Returns the help of a command.
 QString helpOf(const Command& command);
-/// The source of the manual page.
+/// Returns the source of the manual page, as UTF-8.
 QByteArray manualPage();

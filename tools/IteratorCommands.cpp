@@ -17,7 +17,7 @@ namespace {
 
 using Registry = SystemInformationManagerRegistryDefinitions;
 
-// The accumulator of a walk over the whole manifest, which the iterator may edit.
+// Walks over the whole manifest, which the iterator may edit. Returns the accumulator.
 QJsonArray walk(ConfigurationManifestHandler& handler, JsonDataIteratorObjectBase& iterator)
 {
     QJsonValue manifest = handler.getManifestJsonArray();
@@ -27,7 +27,7 @@ QJsonArray walk(ConfigurationManifestHandler& handler, JsonDataIteratorObjectBas
     return result.toArray();
 }
 
-// The elements of one instance name that a walk meets.
+// Collects the elements that have a given instance name during a walk.
 class InstanceSearch : public JsonDataIteratorObjectBase {
 public:
     explicit InstanceSearch(const QString& instanceName)
@@ -111,7 +111,7 @@ ExitStatus instances(const QCommandLineParser& arguments)
     return Done;
 }
 
-// Whether a value may be stored in all elements that a rewrite reaches. Complains when it may not.
+// Whether a value may be stored in all elements that a rewrite reaches. If not, prints the reason.
 bool isAccepted(OpenManifest& manifest, const QString& instance, const QString& key, const QJsonValue& value)
 {
     const QVector<QJsonObject> elements = elementsNamed(instance, manifest.handler().getManifestJsonArray());
@@ -139,7 +139,8 @@ ExitStatus rewrite(const QCommandLineParser& arguments)
     if (!toRemove && !readValue(arguments, given.at(3), value)) {
         return Trouble;
     }
-    // The walk goes on into what was written, and could write it there again, for ever.
+    // The walk continues into the written value. If that contains such an element, it would be written there again,
+    // endlessly.
     if (!elementsNamed(instance, QJsonValue::fromVariant(value)).isEmpty()) {
         complain(QLatin1String("VALUE itself contains an element '") % printable(instance) % QLatin1Char('\''));
         return Trouble;

@@ -24,7 +24,7 @@ bool readValue(const QCommandLineParser& arguments, const QString& text, QVarian
         value = text;
         return true;
     }
-    // A document is an array or an object; a value becomes one as the only item of an array.
+    // QJsonDocument parses only arrays and objects, so the value is parsed as the only item of an array.
     const QJsonArray items = QJsonDocument::fromJson('[' + text.toUtf8() + ']').array();
     if (items.size() != 1) {
         complain(QLatin1Char('\'') % printable(text) % QLatin1String("' is not a JSON value"));

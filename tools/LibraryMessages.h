@@ -3,17 +3,17 @@
 #include <QtCore/QString>
 #include <QtCore/QVector>
 
-/// Sends every message of the library to standard error, one line each.
+/// Installs a message handler that prints every message of the library to standard error, one line each.
 void printMessagesOfTheLibrary();
 
 /// A message of the library.
 struct LibraryMessage {
     QString text;
-    /// As it is printed.
+    /// The text with its level, as it is printed to standard error.
     QString line;
 };
 
-/// Keeps the messages of the library instead of printing them, as long as it lives.
+/// During its lifetime, appends the messages of the library to a vector instead of printing them.
 class KeptMessages {
 public:
     explicit KeptMessages(QVector<LibraryMessage>& messages);

@@ -34,7 +34,7 @@ MergeSide otherThan(MergeSide side)
     return side == MergeSide::Mine ? MergeSide::Theirs : MergeSide::Mine;
 }
 
-// Whether what is under the key for children can be merged element by element.
+// Whether the children can be merged element by element: there is an array of them, or the key is missing.
 bool hasChildrenOrNone(const TreeElement& element)
 {
     const QJsonValue children = element.object().value(Registry::getKeySubstructure());
@@ -58,7 +58,7 @@ bool haveTheSameStamps(const TreeElement& a, const TreeElement& b)
         && a.object().value(Registry::getKeyObjectName()) == b.object().value(Registry::getKeyObjectName());
 }
 
-// Whether two elements differ in what is their own: neither in their children nor in their stamps.
+// Whether two elements differ, apart from their children and stamps.
 bool isChangedItself(const TreeElement& before, const TreeElement& after)
 {
     if (!before.value.isObject() || !after.value.isObject()) {
@@ -80,7 +80,7 @@ bool isChangedItself(const TreeElement& before, const TreeElement& after)
     return ownMembers(before) != ownMembers(after);
 }
 
-// Whether those that are in the first two of the trees stand in the same order there.
+// Whether the siblings that are in both of the first two trees have the same order there.
 bool haveTheSameOrder(const std::vector<SameElement>& siblings)
 {
     std::vector<std::pair<int, int>> positions;
@@ -106,11 +106,11 @@ bool isChangedAnywhere(const TreeElement& before, const TreeElement& after)
     });
 }
 
-// What became of one element.
+// The result of merging an element.
 struct Merged {
-    // Undefined when it is gone.
+    // Undefined if the element is removed.
     QJsonValue value = QJsonValue(QJsonValue::Undefined);
-    // Whether it is exactly what mine has.
+    // Whether the value is the same as in mine.
     bool isMine = false;
 
     bool isThere() const
@@ -179,7 +179,7 @@ private:
     }
 
     // Finds elements that one side moved to a place that the other side has removed. If the other side decides, such an
-    // element stays in its old place; otherwise an element of all three trees would be missing from the result.
+    // element stays in its old place. Without this, an element of all three trees would be missing from the result.
     void findLostPlaces(const TreeElements& siblings, const Pairing& toSide, const Pairing& toOther, bool isBelowLost)
     {
         for (const TreeElement& element : siblings) {
@@ -194,7 +194,7 @@ private:
         }
     }
 
-    // The places of what the base does not have there.
+    // Adds the places of elements that the base does not have in the same place.
     static void addPlaces(const TreeElements& siblings, const Pairing& pairing, std::set<QString>& places)
     {
         for (const TreeElement& element : siblings) {
@@ -243,15 +243,15 @@ private:
         }
     }
 
-    // Whether the other side has an element in the place of one. Then nobody has to choose between two places, and what
-    // looks like a move to a third one is an addition.
+    // Whether the other side has also put an element in the place of this one. Then both sides agree on the place, and
+    // what looks like a move to a third place is an addition there.
     bool isAlsoThere(const TreeElement& element, MergeSide side)
     {
         const std::set<QString>& places = side == MergeSide::Mine ? placesOfTheirs : placesOfMine;
         return places.count(element.place()) != 0;
     }
 
-    // What one side has alone, as it is but for what was decided against.
+    // The value of an element that only one side has, without dropped descendants. Undefined if it is dropped itself.
     QJsonValue withoutDropped(const TreeElement& element) const
     {
         if (dropped.count(&element) != 0) {
@@ -282,7 +282,7 @@ private:
         const TreeElements& base, const TreeElements& mine, const TreeElements& theirs, const TreeElement* parent)
     {
         std::vector<SameElement> rows = sameElements({&base, &mine, &theirs});
-        // The rows of each tree in its own order.
+        // For each tree, the numbers of the rows in the order of its siblings.
         std::array<Indices, 3> orders {Indices(base.size()), Indices(mine.size()), Indices(theirs.size())};
         for (std::size_t row = 0; row < rows.size(); ++row) {
             for (std::size_t tree = 0; tree < orders.size(); ++tree) {
@@ -316,7 +316,7 @@ private:
         return children;
     }
 
-    // The tree whose order is taken.
+    // Returns the index of the tree whose order is taken. Adds a conflict if both sides have changed the order.
     template <typename IsThere>
     std::size_t leadingTree(const std::vector<SameElement>& rows, const std::array<Indices, 3>& orders,
         const IsThere& isThere, const TreeElement* parent)
@@ -349,7 +349,8 @@ private:
         return isFor(MergeSide::Mine) ? 1 : 2;
     }
 
-    // The order of the leading tree, with what only the other one has behind what it stood behind there.
+    // The rows in the order of the leading tree. A row that only the other tree has follows the same row as in that
+    // tree.
     template <typename IsThere>
     static Indices mergedOrder(const std::array<Indices, 3>& orders, std::size_t leading, const IsThere& isThere)
     {
@@ -395,7 +396,7 @@ private:
                                : mergeRemoved(same, *theirs, MergeSide::Mine);
     }
 
-    // What one side has removed, and the other one may have changed.
+    // Merges an element that one side has removed. `left` is the element of the other side, which may have changed it.
     Merged mergeRemoved(const SameElement& same, const TreeElement& left, MergeSide remover)
     {
         const TreeElement& base = *same[0];
@@ -440,7 +441,8 @@ private:
     Merged mergeBoth(const SameElement& same)
     {
         const auto [base, mine, theirs] = same;
-        // Most elements are equal, and end here. For leaves only: comparing subtrees would visit every level again.
+        // Most elements are equal leaves, so this comes first. Comparing subtrees here would visit every level
+        // repeatedly.
         const bool areLeaves = mine->children.empty() && theirs->children.empty() && childrenOf(base).empty();
         if (areLeaves && (theirs->value == mine->value || theirs->value == valueOf(base))) {
             return {mine->value, true};
@@ -463,7 +465,7 @@ private:
         return {isMine ? mine->value : object, isMine};
     }
 
-    // Brings an object of mine up to date. Returns whether it stays as it is.
+    // Merges the members of an element. `object` is that of mine and is updated. Returns whether it stays unchanged.
     bool mergeMembers(const SameElement& same, bool areChildrenMerged, QJsonObject& object)
     {
         const QJsonObject base = valueOf(same[0]).toObject();
@@ -478,14 +480,14 @@ private:
             if (isChildrenKey || (isSelectionNow && isStampKey(key))) {
                 return;
             }
-            // A node has no stamps, and takes none over from when it was a selection.
+            // The merged element is not a selection. So the stamps of a side where it is one count as missing.
             const auto memberOf = [&](const QJsonObject& side) {
                 const bool isItsStamp = isStampKey(key) && isSelection(side.value(typeKey));
                 return isItsStamp ? QJsonValue(QJsonValue::Undefined) : side.value(key);
             };
             const QJsonValue value = decide(*same[1], key, memberOf(base), memberOf(mine), memberOf(theirs));
             if (value != mine.value(key)) {
-                // What is undefined is removed.
+                // Inserting an undefined value removes the key.
                 object.insert(key, value);
                 isMine = false;
             }
@@ -501,7 +503,8 @@ private:
         return isMine;
     }
 
-    // The same with the children. Whether there is an array without any is merged like a member.
+    // Stores the merged children in `object`. Returns whether it stays unchanged. If there are no children, whether it
+    // has an empty array or none at all is merged like a member.
     static bool mergeChildren(const SameElement& same, const MergedChildren& children, QJsonObject& object)
     {
         const QString& key = Registry::getKeySubstructure();
@@ -522,11 +525,12 @@ private:
         return false;
     }
 
-    // The value of the side that changed it; of the one that decides when both did.
+    // Returns the value of the side that has changed it. If both have, adds a conflict and returns the value of the
+    // side that decides.
     QJsonValue decide(const TreeElement& element, const QString& key, const QJsonValue& base, const QJsonValue& mine,
         const QJsonValue& theirs)
     {
-        // Whole elements, and those in an array that is none of children on all sides.
+        // Only whole elements, and children that are not an array on every side, can contain stamps.
         const bool hasStamps = key.isNull() || key == Registry::getKeySubstructure();
         const Choice choice = hasStamps ? choose(withoutStamps(base), withoutStamps(mine), withoutStamps(theirs))
                                         : choose(base, mine, theirs);
@@ -548,11 +552,12 @@ private:
     }
 
     const Decision decision;
-    // Elements of the base that one side moved although the other one changed them, or removed the new place.
+    // Elements of the base whose move by one side conflicts with the other side: that has changed or moved them as
+    // well, or has removed their new place.
     std::set<const TreeElement*> conflicting;
-    // Elements of mine and theirs that are left out, for the other side decides where they are.
+    // Elements of mine and theirs that are left out because the other side decides about their place.
     std::set<const TreeElement*> dropped;
-    // Where mine and theirs have elements that the base does not have there.
+    // The places of elements of mine and of theirs that the base does not have in the same place.
     std::set<QString> placesOfMine;
     std::set<QString> placesOfTheirs;
     MergeResult result;
@@ -631,7 +636,7 @@ QJsonObject toJson(const MergeConflict& conflict)
     }
     insertText(QStringLiteral("movedTo"), conflict.movedTo);
     insertText(QStringLiteral("otherMovedTo"), conflict.otherMovedTo);
-    // What is undefined is not inserted.
+    // Undefined values are not inserted.
     result.insert(QStringLiteral("base"), conflict.base);
     result.insert(QStringLiteral("mine"), conflict.mine);
     result.insert(QStringLiteral("new"), conflict.theirs);

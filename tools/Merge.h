@@ -9,59 +9,64 @@
 #include <QtCore/QString>
 #include <QtCore/QVector>
 
-/// One of the two trees that were made from the same base.
+/// One of the two trees that were derived from the same base.
 enum class MergeSide { Mine, Theirs };
 
-/// Who decides a conflict. Without anybody the result is as if mine did, and is none to be saved.
+/// The side that wins conflicts. With Nobody, the result is the same as with Mine, and must not be saved if there are
+/// conflicts.
 enum class Decision { Nobody, Mine, Theirs };
 
-/// What both sides changed, each in its own way.
+/// A part of the base that both sides changed in different ways.
 struct MergeConflict {
     enum Kind {
-        /// The value of a key, or of what is no object.
+        /// Both sides changed the value of a key, or an element that is not an object.
         Value,
-        /// One side removed an element that the other one changed.
+        /// One side removed an element that the other side changed.
         Removed,
-        /// One side moved an element to another parent that the other one changed, or moved to a third one.
+        /// One side moved an element to another parent. The other side changed it or moved it to a third parent.
         Moved,
-        /// The order of the children that are in all three trees.
+        /// Both sides changed the order of the children that are in all three trees.
         Order,
     };
 
     Kind kind = Value;
-    /// Where, as describe() says it; the parent of children that are in another order. Null for the top level.
+    /// The element, as describe() returns it; for an Order conflict, the parent. Null for the order of the top level.
     QString element;
-    /// Null when it is none of one key.
+    /// The key of a Value conflict; null if the conflict is about a whole element or an order.
     QString key;
-    /// Who removed or moved the element.
+    /// The side that removed or moved the element. Unused for other kinds of conflicts.
     MergeSide by = MergeSide::Mine;
-    /// Where an element was moved to, and where the other side moved it to; null when it did not.
+    /// The place that `by` moved the element to; null for other kinds of conflicts.
     QString movedTo;
+    /// The place that the other side moved the element to; null if it did not move it.
     QString otherMovedTo;
-    // Undefined for what is not there; for an order, an array of names.
+    // The three values; undefined where a tree does not have the value. For an Order conflict, arrays of names.
     QJsonValue base;
     QJsonValue mine;
     QJsonValue theirs;
 };
 
+/// A merged manifest, and the conflicts that were found.
 struct MergeResult {
     QJsonArray manifest;
     QVector<MergeConflict> conflicts;
 };
 
 /**
- * Merges what two trees made of the same base.
+ * Merges the changes that two trees made to the same base.
  *
- * Siblings are the same as sameElements() says. What only one side changed is taken from it: members one by one,
- * additions, removals, the order of children; where nobody changed the order, or only they, it is theirs. An element
- * that was moved to another parent is removed and added. The stamps of mine stay. Elements of one side stand behind
- * those that they stood behind there. Cost: n log n.
+ * sameElements() decides which siblings are the same. A change that only one side made is taken over: of a member, of
+ * the order of children, an addition or a removal. Children are in the order of theirs unless only mine changed it. An
+ * element that only one side has follows the same sibling as on that side. A move to another parent is carried out as a
+ * removal and an addition. The stamps of mine stay.
+ *
+ * Cost: n log n in the number of elements.
  */
 MergeResult merge(const TreeElements& base, const TreeElements& mine, const TreeElements& theirs, Decision decision);
 
-/// A conflict in one line, with its three values. Not escaped for terminals.
+/// Returns a conflict as one line of text with its three values. The line is not escaped for terminals.
 QString toLine(const MergeConflict& conflict, ValueLength length);
 
-/// A conflict as a JSON object: "conflict", "element", and as it applies "key", "by", "movedTo", "otherMovedTo", "base",
-/// "mine" and "new".
+/// Returns a conflict as a JSON object with "conflict" and "element". "key", "by", "movedTo", "otherMovedTo", "base",
+/// "mine" and "new" are only in it if the conflict has them.
 QJsonObject toJson(const MergeConflict& conflict);

@@ -40,7 +40,7 @@ bool readDecision(const QCommandLineParser& arguments, Decision& decision)
     return true;
 }
 
-// Hard and symbolic links are followed. Standard input counts as a file of its own.
+// Whether two paths lead to the same file, through hard or symbolic links too. False for standard input.
 bool isSameFile(const QString& a, const QString& b)
 {
     struct stat statusOfA = {};
@@ -50,7 +50,7 @@ bool isSameFile(const QString& a, const QString& b)
         && statusOfA.st_ino == statusOfB.st_ino;
 }
 
-/// One merge, from what the command line says to what is told of it.
+/// Runs one merge: reads the operands, merges them, saves and prints the result.
 class MergeRun {
 public:
     explicit MergeRun(const QCommandLineParser& commandLine)
@@ -65,7 +65,7 @@ public:
         QString scheme;
         SaveWishes wishes;
         int secondsToWait = 0;
-        // Wrong options for saving are refused without --save as well.
+        // Refuse invalid options for saving even without --save.
         if (!readSaveWishes(arguments, wishes, secondsToWait) || !readDecision(arguments, decision)
             || !readStandardInputOnce(given) || !readScheme(arguments, scheme)) {
             return Trouble;
@@ -86,7 +86,7 @@ public:
 
         MergeResult result = merge(base.tree, mine.tree, theirs.tree, decision);
         conflicts = std::exchange(result.conflicts, {});
-        // The largest of what is not needed any more.
+        // Free the largest data that is no longer needed.
         base = {};
         theirs.tree = {};
         if (!conflicts.isEmpty() && decision == Decision::Nobody) {
@@ -110,7 +110,8 @@ private:
         return arguments.isSet(QString::fromLatin1(option));
     }
 
-    // Mine first: if it is to be saved, nobody else may merge in between with a base that is none any more.
+    // Reads the operands. Mine comes first: if it is to be saved, this takes the turn. Otherwise another process could
+    // merge in between, and the base read here would no longer be that of mine.
     ExitStatus read(const QString& scheme)
     {
         if (manifest.isToBeSaved()) {
@@ -128,7 +129,8 @@ private:
         return readTree(given.at(0), scheme, base) && readTree(given.at(2), scheme, theirs) ? Done : Trouble;
     }
 
-    // An entry that could not be read must not be taken for a removed one.
+    // Whether all operands could be read completely. If not, prints which could not, because unread entries would count
+    // as removed.
     bool areWhole() const
     {
         bool isWhole = true;
@@ -142,7 +144,7 @@ private:
         return isWhole;
     }
 
-    // Findings that the new manifest has itself are allowed in the merged one.
+    // Prints the findings of the merged manifest that neither mine nor theirs has. Returns whether there are any.
     bool addsFindings(const TreeElements& mergedTree) const
     {
         const QVector<Finding> findings = addedToBoth(mine.manifest, theirs.manifest, mergedTree);
@@ -176,16 +178,17 @@ private:
             tell(false);
             return Done;
         }
-        // Until it has been told what became of the save, nothing ends the program.
+        // Block signals until the result of the save has been printed.
         const HeldSignals held;
-        // A device that merges whenever it starts writes only what is new.
+        // A device that merges at every start writes to its storage only if something has changed.
         if (!changes.isEmpty()) {
             manifest.handler().setManifestJsonArray(merged);
             if (const ExitStatus status = manifest.save()) {
                 return status;
             }
         }
-        // Afterwards: a merge that is repeated with the older base gives the same.
+        // Write the base after the manifest. If that is interrupted, repeating the merge with the old base gives the
+        // same result.
         const bool isKept =
             !isSet("keep-base") || keepBase(mine.path, QJsonDocument(theirs.manifest).toJson(QJsonDocument::Compact));
         tell(true);
@@ -212,7 +215,7 @@ private:
                                                                  : QLatin1String("decided for new: ");
         for (const MergeConflict& conflict : conflicts) {
             const QString line = start % toLine(conflict, lengthOfShownValues());
-            // Then standard output is for the manifest.
+            // With --print, standard output is for the manifest only.
             if (isSet("print")) {
                 remark(line);
             } else {

@@ -7,7 +7,7 @@
 
 namespace {
 
-// Letters to insert, to remove, to replace or to exchange with their neighbours to turn one word into the other.
+// The number of letters to insert, remove, replace or swap with a neighbour to turn one word into the other.
 int distance(const QString& from, const QString& to)
 {
     QVector<int> beforeLast(to.size() + 1);
@@ -34,7 +34,7 @@ int distance(const QString& from, const QString& to)
 
 QString nearestWord(const QString& word, const QStringList& words)
 {
-    // The table of distances grows with the word, and no word of the program is that long.
+    // Limits the cost of the comparison. No command or option is longer.
     constexpr int longest = 64;
     const QString lowered = word.toLower();
     if (lowered.isEmpty() || lowered.size() > longest) {
@@ -49,7 +49,7 @@ QString nearestWord(const QString& word, const QStringList& words)
             nearest = candidate;
         }
     }
-    // A beginning that only one word has stands for that word.
+    // If only one word begins with the given one, that word is meant.
     const auto startsLikeIt = [&](const QString& candidate) { return candidate.startsWith(lowered); };
     if (nearest.isNull() && std::count_if(words.begin(), words.end(), startsLikeIt) == 1) {
         return *std::find_if(words.begin(), words.end(), startsLikeIt);

@@ -3,5 +3,6 @@
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 
-/// The one of `words` that somebody may have meant who wrote `word`; null when none is near.
+/// Returns the most similar of `words`. If none is similar, returns the only one that begins with `word`. Returns null
+/// if there is no such word. `word` is converted to lower case first.
 QString nearestWord(const QString& word, const QStringList& words);

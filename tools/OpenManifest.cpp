@@ -23,7 +23,7 @@ namespace {
 
 constexpr int usualWait = 10;
 
-// The value of an option that not every command has.
+// The value of an option; null if it is not set. QCommandLineParser::value() warns if the command does not have it.
 QString valueOf(const QCommandLineParser& arguments, const QString& option)
 {
     return arguments.optionNames().contains(option) ? arguments.value(option) : QString();
@@ -39,8 +39,8 @@ void appendPositions(const TreeElements& elements, const QString& name, QVector<
     }
 }
 
-// Whether a path ends with a link that the system makes to an open file, as /dev/stdin and /dev/fd/7 do. Such a link
-// stays with the file that a save replaces.
+// Whether a path ends with a link that the kernel provides for an open file, such as /dev/stdin or /dev/fd/7. After a
+// save has replaced the file, such a link still leads to the old one.
 bool leadsToAnOpenFile(const QString& path)
 {
     constexpr int mostLinks = 40;
@@ -387,7 +387,7 @@ ExitStatus OpenManifest::finish(const QString& whatHappened, Loss loss)
     const QJsonArray now = openHandler.getManifestJsonArray();
     const QString shown = now != originalManifest ? whatHappened : QStringLiteral("unchanged");
     if (isToBeSaved()) {
-        // Until it has been told what became of the save, nothing ends the program.
+        // Block signals until the result of the save has been printed.
         const HeldSignals held;
         if (const ExitStatus status = save()) {
             return status;

@@ -10,77 +10,89 @@
 
 class QCommandLineParser;
 
-/// The names that are stamped into every selection of a manifest that is loaded.
+/// Returns the options --module and --object: the names to stamp into every selection when a manifest is loaded.
 Options stampOptions();
+/// Returns the option --save.
 Option saveOption();
+/// Returns the option --print.
 Option printOption();
-/// What becomes of an edited manifest. Nothing is saved without being asked for.
+/// Returns the options of commands that edit a manifest. Nothing is saved without --save.
 Options saveOptions();
-/// How a file is replaced that others may save as well.
+/// Returns the options for replacing a file that other processes may save as well.
 Options replaceOptions();
 
-/// Asks for the base of later merges to be kept beside a manifest.
+/// Returns the option --keep-base, which keeps the base of later merges beside a manifest.
 Option keepBaseOption(const QString& description);
-/// Keeps it, unless it is there. Returns what went wrong; null for nothing.
+/// Writes the base of later merges beside a manifest, unless it is already there with this content. Returns why that
+/// failed; null on success.
 QString writeBase(const QString& manifestPath, const QByteArray& base);
-/// The same once the manifest is saved. Complains when that is not possible.
+/// Calls writeBase() for a manifest that has been saved. On failure prints the reason to standard error and returns
+/// false.
 bool keepBase(const QString& manifestPath, const QByteArray& base);
 
-/// What becomes of a manifest that is only looked at.
+/// Returns the meanings of the exit statuses of commands that only read a manifest.
 ExitMeanings queryExits();
+/// Returns the meanings of the exit statuses of commands that edit a manifest.
 ExitMeanings editExits();
 
-/// What the replaceOptions() ask for. Complains when that is wrong usage.
+/// Reads the values of the replaceOptions(). For an invalid value prints the reason to standard error and returns
+/// false.
 bool readSaveWishes(const QCommandLineParser& arguments, SaveWishes& wishes, int& secondsToWait);
 
-/// Waits for the turn at a manifest, and warns when there is none to wait for. Complains when somebody else has it.
+/// Waits for the turn at a manifest. Returns false, and prints who has the turn to standard error, if it is taken by
+/// another process all the time. If the folder cannot be locked, prints a warning and returns true.
 bool takeTurn(Turn& turn, const QString& manifestPath, int secondsToWait);
 
-/// What it means when elements of a manifest are gone after an edit.
+/// How an edit is judged when elements of the manifest are missing afterwards.
 enum class Loss {
     IsDamage,
     IsIntended,
-    /// The edit brings elements into another order, and does nothing else.
+    /// The edit only changes the order of elements, so additional ones are damage as well.
     IsDamageAndSoIsGain,
 };
 
-/// The handler of the manifest that a command names as its first argument, or as another one.
+/// The manifest that a command works on: its path, its handler, and how it is loaded and saved. If a function fails, it
+/// has printed the reason to standard error.
 class OpenManifest {
 public:
+    /// Takes the path from the positional argument at this index. Does not read the file.
     explicit OpenManifest(const QCommandLineParser& commandLine, int argument = 0);
 
-    /// Loads the manifest for a query. Complains when that is not possible.
+    /// Loads the manifest for a query, from a file, a pipe or standard input, and stamps it.
     ExitStatus loadToRead();
-    /// Looks whether there is a file that can be edited, before anything else is read. Complains when there is none.
+    /// Checks that the path leads to a file that can be edited. Call this before reading other files.
     ExitStatus checkThatItCanBeEdited() const;
-    /// Whether --save asks for the result, and nothing else does.
+    /// Returns whether the result is to be saved: --save is given, and neither --dry-run nor --print is.
     bool isToBeSaved() const;
-    /// Loads the manifest for an edit, with the turn at it when the edit is to be saved.
+    /// Loads the manifest for an edit, and stamps it. If the result is to be saved, waits for the turn first.
     ExitStatus loadToEdit();
 
     ConfigurationManifestHandler& handler();
-    /// The manifest as it was read, before anything was stamped.
+    /// Returns the manifest as it was read, without the stamps of this run.
     const QJsonArray& original() const;
 
-    /// Whether a path leads to an element. Queries skip its empty names, edits keep them. Complains about the part of
-    /// it that leads nowhere.
+    /// Returns whether a path leads to an element. If not, prints the path up to the first name that is not found to
+    /// standard error. Pass Qt::SkipEmptyParts for a query, Qt::KeepEmptyParts for an edit.
     bool leadsSomewhere(const QString& path, Qt::SplitBehavior emptyNames) const;
 
-    /// Says that an edit changes the element at a path, which is thereby not lost.
+    /// Marks the element at a path as one that the edit changes, so that finish() does not take it for a lost one.
     void expectChangeOf(const QString& elementPath);
+    /// Does what expectChangeOf() does for all elements with this instance name.
     void expectChangeOfInstances(const QString& instanceName);
 
-    /// Whether a key may get a value in place of the present one. Complains when their JSON types do not fit.
+    /// Returns whether `value` has the right JSON type to replace the present value of a key, see typeProblem(). If
+    /// not, refuses the edit. With --force, every type is right.
     bool accepts(const QString& key, const QJsonValue& present, const QJsonValue& value) const;
-    /// Whether an element may get the members of a description. Complains as well.
+    /// Returns whether accepts() is true for every member of a description that is to replace `element`.
     bool acceptsAll(const QJsonObject& element, const QJsonObject& description) const;
 
-    /// Ends an edit that succeeded: refuses it when it does damage, and else does as the saveOptions() ask.
-    /// `whatHappened` is told unless nothing has changed.
+    /// Ends an edit that succeeded. Refuses it if it does damage and is not forced. Otherwise saves or prints the
+    /// result, as the options ask. Except with --print, prints `whatHappened`, or "unchanged" if the manifest is as it
+    /// was read.
     ExitStatus finish(const QString& whatHappened, Loss loss = Loss::IsDamage);
-    /// Refuses the edit, and complains, unless it is forced.
+    /// Prints that the edit is refused, and returns NotDone. With --force only returns Done.
     ExitStatus refuse() const;
-    /// Saves the manifest. Complains when that fails.
+    /// Saves the manifest, and prints the messages of the library.
     ExitStatus save();
 
 private:

@@ -68,7 +68,7 @@ QString escapedInText(uint codePoint)
 
 QString escapedInJson(uint codePoint)
 {
-    // Between tokens; inside a text JSON has escaped it.
+    // A line end between tokens. Inside a string, JSON has escaped it already.
     if (codePoint == '\n') {
         return QStringLiteral("\n");
     }
@@ -128,7 +128,7 @@ void printText(const QString& text)
 
 void complain(const QString& line)
 {
-    // Keeps the order of results and complaints when both streams go to one file.
+    // Keeps the order of results and messages if both streams go to the same file.
     std::fflush(stdout);
     writeLine(stderr, QCoreApplication::applicationName().toUtf8() + ": " + line.toUtf8());
 }

@@ -3,34 +3,38 @@
 #include <QtCore/QByteArray>
 #include <QtCore/QString>
 
-/// `text` with everything escaped that a terminal would act on instead of showing it. Takes one line.
+/// Returns one line of text with all control and format characters escaped, so that a terminal shows them instead of
+/// acting on them. A line end becomes "\n".
 QString printable(const QString& text);
 
-/// Whether standard output is a terminal.
+/// Returns whether standard output is a terminal.
 bool isTerminal();
 
 enum class Style { Node, Selection, Unknown, Label };
 
-/// `text` in a colour, when standard output is a terminal that wants colours.
+/// Returns `text` in the colour of the style. Returns it unchanged if standard output is not a terminal, or if NO_COLOR
+/// or TERM switches colours off.
 QString styled(const QString& text, Style style);
 
-/// Prints one line of results.
+/// Prints one line of results. The caller escapes it with printable().
 void print(const QString& line);
 
-/// Prints a text of several lines, each as printable() makes it.
+/// Prints a text of several lines, each escaped with printable().
 void printText(const QString& text);
 
-/// Prints a JSON text as one result: as it is, but on a terminal with every character escaped that printable() escapes.
+/// Prints a JSON text as one result. On a terminal, the characters that printable() escapes are written as JSON
+/// escapes, except for line ends.
 void printJson(const QByteArray& json);
 
-/// Prints one line that says what went wrong, on standard error.
+/// Prints an error message, one line, to standard error, after the name of the program. The caller escapes it with
+/// printable().
 void complain(const QString& line);
 
-/// Prints one line on standard error that is no complaint, as printable() makes it.
+/// Prints a warning or other message, one line, to standard error, escaped with printable().
 void remark(const QString& line);
 
-/// Prints a text of several lines on standard error.
+/// Prints a text of several lines to standard error, each escaped with printable().
 void explain(const QString& text);
 
-/// Whether everything printed so far has arrived.
+/// Flushes standard output. Returns whether everything printed so far could be written.
 bool flushOutput();

@@ -19,13 +19,13 @@ std::size_t asIndex(int number)
     return static_cast<std::size_t>(number);
 }
 
-// Elements with the same digest are taken for equal, so it is one that nobody can make collide.
+// Elements with the same digest count as equal, so the hash is a cryptographic one: nobody can construct collisions.
 QByteArray digestOf(const QByteArray& content)
 {
     return QCryptographicHash::hash(content, QCryptographicHash::Sha256);
 }
 
-// The text of what an element holds itself, wherever it is.
+// The members of an element without its children, as a text that does not depend on its place.
 QByteArray ownContent(const TreeElement& element, bool withStamps)
 {
     QJsonObject object = element.object();
@@ -42,7 +42,7 @@ QByteArray ownContent(const TreeElement& element, bool withStamps)
     return QJsonDocument(object).toJson(QJsonDocument::Compact) + (children.isArray() ? 'a' : 'n');
 }
 
-// Whether all lists that are not empty hold elements of the same names in the same order.
+// Whether all lists that are not empty contain elements of the same names in the same order.
 bool haveTheSameNames(const std::array<const TreeElements*, 3>& siblings)
 {
     const TreeElements* first = nullptr;
@@ -218,7 +218,7 @@ void Pairing::pair(int before, int after)
     later.partners[asIndex(after)] = before;
 }
 
-// Leaves alone what has a partner elsewhere.
+// Pairs siblings and their descendants. Skips elements that already have a partner.
 void Pairing::pairSiblings(const TreeElements& before, const TreeElements& after)
 {
     if (before.empty() || after.empty()) {
@@ -239,7 +239,8 @@ Pairing::Contents Pairing::contentsOf(const Side& side, const std::vector<int>& 
     Contents contents;
     contents.own.resize(side.elements.size());
     contents.whole.resize(side.elements.size());
-    // Children stand behind their parents. What is below an element without a partner has none either.
+    // In reverse order, because the digest of a parent needs those of its children. They are all in `numbers`: no
+    // descendant of an element without a partner has a partner yet.
     for (auto number = numbers.rbegin(); number != numbers.rend(); ++number) {
         const TreeElement& element = *side.elements[asIndex(*number)];
         if (element.answersTo.isEmpty()) {
@@ -273,7 +274,7 @@ void Pairing::pairMovedContent(const std::vector<int>& removed, const Contents& 
     for (const int number : added) {
         candidates[contentsAfter.whole[asIndex(number)]].numbers.push_back(number);
     }
-    // The larger ones first: what lies below goes with them.
+    // The largest subtrees first, because their descendants are paired with them.
     const auto sizeOf = [&](int number) { return earlier.ends[asIndex(number)] - number; };
     std::vector<int> bySize = removed;
     std::stable_sort(bySize.begin(), bySize.end(), [&](int a, int b) { return sizeOf(a) > sizeOf(b); });
@@ -288,7 +289,7 @@ void Pairing::pairMovedContent(const std::vector<int>& removed, const Contents& 
             ++same.next;
         }
         if (same.next < same.numbers.size()) {
-            // Equal content has equal places.
+            // In equal subtrees, the descendants have the same numbers relative to the root.
             const int after = same.numbers[same.next];
             for (int below = 0; below < sizeOf(before); ++below) {
                 pair(before + below, after + below);
@@ -309,7 +310,8 @@ void Pairing::pairMovedParents(
     }
 }
 
-// The later parent of an element without a partner, found through one of its children that has moved with it.
+// The number of the partner of an element whose children have changed: the new parent of a child that was moved with
+// it, if it has the same members. -1 if there is none.
 int Pairing::newParentOf(int before, const Contents& contentsBefore, const Contents& contentsAfter) const
 {
     if (earlier.partners[asIndex(before)] != nobody) {

@@ -8,60 +8,64 @@
 #include <array>
 #include <vector>
 
-/// The names of module and object that handlers stamp into selections.
+/// Whether a comparison counts the names of module and object that handlers stamp into selections.
 enum class Stamps { Count, DoNotCount };
 
-/// Whether a key of an element is such a name.
+/// Returns whether `key` is a stamp of the element: the name of a module or an object in a selection.
 bool isStamp(const QString& key, const TreeElement& element);
 
-/// One element in up to three trees; null in those that do not have it.
+/// The same element in up to three trees; null for a tree that does not have it.
 using SameElement = std::array<const TreeElement*, 3>;
 
-/// What is the same in up to three lists of siblings: elements that answer to the same name; of several of one name the
-/// first with the first, the second with the second and so on. Cost: n log n.
+/// Returns which elements of up to three lists of siblings are the same. Elements are the same if they answer to the
+/// same name. If several siblings answer to one name, the first is the same as the first in the other lists, the second
+/// as the second and so on. An empty list stands for a missing one. Cost: n log n in the number of siblings.
 std::vector<SameElement> sameElements(const std::array<const TreeElements*, 3>& siblings);
 
 /**
- * Which elements of two trees are the same one.
+ * Pairs the elements of two trees that are the same element.
  *
- * Siblings are the same as sameElements() says. What is left of both trees was moved to another parent when it answers
- * to the same name and has the same content: its members, but for the instance name, which follows from the place, and
- * for stamps unless they count, and its children. A node whose children have changed as well went where a child went
- * that has not.
+ * sameElements() pairs the children of paired elements, from the top level down. An element without a partner was moved
+ * to another parent if an element without a partner in the other tree answers to the same name and has equal members
+ * and children. The instance name is not compared, because it follows from the place. Stamps are only compared if they
+ * count. A moved node whose children have changed is found through a child that was moved with it unchanged.
  *
- * It refers to both trees. Cost: n log n.
+ * A pairing keeps pointers into both trees, which must outlive it. Cost: n log n in the number of elements.
  */
 class Pairing {
 public:
     Pairing(const TreeElements& before, const TreeElements& after, Stamps stamps);
 
-    /// The same element in the other tree; null when that has none.
+    /// Returns the partner of an element of the earlier tree; null if it has none.
     const TreeElement* laterOf(const TreeElement& before) const;
+    /// Returns the partner of an element of the later tree; null if it has none.
     const TreeElement* earlierOf(const TreeElement& after) const;
-    /// Whether an element that is in both trees has another parent in the later one.
+    /// Returns whether an element of the later tree had another parent in the earlier one. False without a partner.
     bool isMovedElsewhere(const TreeElement& after) const;
-    /// The same of the element or one above it.
+    /// Returns whether isMovedElsewhere() is true for the element or for an element above it.
     bool isElsewhere(const TreeElement& after) const;
-    /// How many elements are in both trees.
+    /// Returns the number of pairs. Cost: linear in the size of the earlier tree.
     int count() const;
 
 private:
-    // A tree as a list in its own order.
+    // The elements of a tree by number, in the order of the tree: parents before their children.
     struct Side {
         explicit Side(const TreeElements& tree);
         void append(const TreeElements& siblings, int parent);
         int size() const;
-        // The elements without a partner.
+        // Returns the numbers of the elements without a partner.
         std::vector<int> unpaired() const;
 
         std::vector<const TreeElement*> elements;
+        // The number of each element's parent; -1 at the top level.
         std::vector<int> parents;
-        // The number behind the last element below each one.
+        // The number after that of each element's last descendant.
         std::vector<int> ends;
-        // Numbers in the other tree; -1 for none.
+        // The number of each element's partner in the other tree; -1 if it has none.
         std::vector<int> partners;
     };
-    // Digests of what elements hold, by number; empty for those that are not asked for.
+    // Digests by element number: `own` without children, `whole` with them. Empty for elements that have a partner or
+    // no name; `whole` is also empty for elements that contain one without a name.
     struct Contents {
         std::vector<QByteArray> own;
         std::vector<QByteArray> whole;

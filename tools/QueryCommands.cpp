@@ -11,7 +11,7 @@
 
 namespace {
 
-// The names of the children of the element that the second argument addresses, of the top level without one.
+// Loads the manifest and reads the instance names of the children of an element, or of the top level for an empty path.
 ExitStatus readInstances(OpenManifest& manifest, const QString& path, QStringList& instances)
 {
     if (!path.isEmpty() && isWithoutNames(path)) {
@@ -29,7 +29,7 @@ ExitStatus readInstances(OpenManifest& manifest, const QString& path, QStringLis
     return NotDone;
 }
 
-// The element that a path leads to; null for the top level.
+// The element that a path leads to; null if there is none, or for the top level.
 const TreeElement* elementAt(const TreeElements& tree, const QString& path)
 {
     return path.isEmpty() ? nullptr : findElement(tree, path, Qt::SkipEmptyParts);
@@ -107,7 +107,7 @@ ExitStatus get(const QCommandLineParser& arguments)
     if (value.isString() && !arguments.isSet(jsonOption().name)) {
         print(printable(value.toString()));
     } else {
-        // Only arrays and objects make a document.
+        // QJsonDocument holds only arrays and objects, so the value is wrapped in an array.
         printJson(QJsonDocument(QJsonArray {value}).toJson(QJsonDocument::Compact).chopped(1).mid(1));
     }
     return Done;

@@ -4,10 +4,10 @@
 
 #include <QtCore/QString>
 
-/// The options that say which scheme a folder is read under, as create-folder takes them: what --scheme is for, in a
-/// sentence, and then which files it collects.
+/// Returns the options --scheme and --any-scheme, which choose the scheme that a folder is read under. `purpose` is the
+/// first sentence of the help of --scheme.
 Options schemeOptions(const QString& purpose);
 
-/// The scheme that the options ask for; without them the configuration scheme. Complains, and is false, when it is no
-/// scheme, or one that nobody else knows and that is not meant.
+/// Reads the scheme from the options; the configuration scheme without --scheme. If the text cannot be a scheme, or is
+/// an unknown one without --any-scheme, prints the reason to standard error and returns false.
 bool readScheme(const QCommandLineParser& arguments, QString& scheme);

@@ -43,7 +43,7 @@ QString lineOf(const TreeElement& element, int level)
     return element.isHidden() ? QString(line % QLatin1String("  HIDDEN")) : line;
 }
 
-/// Prints trees down to some level.
+/// Prints trees, or converts them to JSON, down to a given level.
 class TreePrinter {
 public:
     TreePrinter(int levelCount, bool printsPaths)

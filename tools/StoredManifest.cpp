@@ -16,7 +16,7 @@
 
 namespace {
 
-// The name that a save gives its file has these more: a dot and six letters.
+// The temporary file of a save has a name that is this much longer: a dot and six letters.
 constexpr int temporaryLength = 7;
 
 bool isSameFile(const Look& a, const Look& b)
@@ -86,7 +86,8 @@ bool mayActAsOwner()
     return (rights.toULongLong(nullptr, 16) >> bitOfTheRight & 1) != 0;
 }
 
-// Whether only the owner of a file may replace it in its folder, and this process is not one who may.
+// Whether the folder is sticky, so that only the owner of the file or the folder may replace the file, and this process
+// may not act as either of them.
 bool isProtectedFromOthers(const struct stat& file, const QByteArray& folder)
 {
     struct stat status = {};
@@ -94,7 +95,8 @@ bool isProtectedFromOthers(const struct stat& file, const QByteArray& folder)
         && status.st_uid != geteuid() && !mayActAsOwner();
 }
 
-// Whether something is mounted at the path of a file. "36 35 98:0 /in-it /path rw ..."; blanks are "\040".
+// Whether something is mounted at the path of a file. Lines of the list are like "36 35 98:0 /in-it /path rw ...", with
+// blanks in paths written as "\040".
 bool isMountPoint(const QByteArray& path)
 {
     QFile list(QStringLiteral("/proc/self/mountinfo"));
@@ -108,7 +110,8 @@ bool isMountPoint(const QByteArray& path)
         lines.begin(), lines.end(), [&](const QByteArray& line) { return line.split(' ').value(4) == escaped; });
 }
 
-// Why a save of `content` fails, found out by doing what it does. 0 when all of that is possible.
+// Finds out why a save of `content` has failed, by trying its steps without touching the manifest. Returns the error
+// number; 0 if all steps are possible.
 int causeOfFailure(const QString& path, const QByteArray& content)
 {
     const QByteArray file = QFile::encodeName(behindLinks(path));
@@ -171,7 +174,7 @@ QString writeBeside(const QString& path, const QByteArray& content, std::optiona
     if (permissions) {
         fchmod(file.handle(), *permissions);
     }
-    // Not through QSaveFile, which looks at no error of a flush and keeps no number of an error.
+    // Write to the descriptor: QSaveFile ignores errors of a flush and does not keep error numbers.
     const int error = writeAll(file.handle(), content);
     if (error != 0) {
         file.cancelWriting();
@@ -253,7 +256,7 @@ SaveReport StoredManifest::judge(const Look& before, const QByteArray& wanted, b
     }
     const bool isAsBefore = isTheSame || (!before.isThere() && !after.isThere());
     if (isAsBefore || !reportsSuccess) {
-        // The library does not create a missing manifest, and no other reason was found.
+        // If the manifest is gone, that is the cause: the library does not create a missing one.
         return {SaveReport::NotSaved,
             QLatin1String("could not save ") % printable(path) % QLatin1String(": ")
                 % (isGone ? textOf(ENOENT) : causeAsText(path, wanted))};

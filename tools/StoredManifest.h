@@ -10,72 +10,76 @@
 
 #include <sys/types.h>
 
-/// A file as one look at its path finds it.
+/// The file at a path and its content, at one point in time.
 struct Look {
-    /// 0 when there is a regular file that can be read.
+    /// The error number of an attempt to read the file; 0 if it was read or is not a regular file.
     int error = ENOENT;
-    /// What there is instead of a regular file; null when that is not the trouble.
+    /// The reason why it is not a regular file, for example "it is a folder"; null otherwise.
     QString kind;
     QByteArray content;
-    /// Keeps the file from giving its inode number to another one.
+    /// The file, kept open so that no other file can get its inode number.
     Descriptor file;
 
     bool isThere() const
     {
         return error == 0 && kind.isNull();
     }
-    /// Why there is no content.
+    /// Returns why the file could not be read.
     QString problem() const;
 };
 
+/// Reads the file at a path.
 Look lookAt(const QString& path);
 
-/// How a save ended.
+/// The result of a save.
 struct SaveReport {
     enum Result {
         Saved,
-        /// The file is as it was before.
+        /// The save has failed. The file is as it was before.
         NotSaved,
-        /// Nothing was tried, for the manifest is not the one that was read.
+        /// The save was not attempted, because the file has changed since it was read.
         ChangedSinceRead,
-        /// Another process has replaced or removed the manifest just after this one has saved it, or just before.
+        /// Another process replaced or removed the file at about the same time.
         Overtaken,
-        /// The file cannot be looked at any more.
+        /// The file cannot be read after the save.
         Unknown,
     };
 
     Result result;
-    /// What went wrong, with the cause as the system words it.
+    /// The error message, with the system's text for the cause. Empty after a save that succeeded.
     QString problem;
-    /// Whether there was a manifest immediately before the save, and what it was.
+    /// Whether there was a file immediately before the save.
     bool isReplacement = false;
+    /// The content of the file immediately before the save.
     QByteArray replaced = {};
 };
 
+/// The options of a save.
 struct SaveWishes {
-    /// Replace the manifest also when it has changed since it was read.
+    /// Whether to replace the file even if it has changed since it was read.
     bool overwrite = false;
-    /// Behind the name of the manifest, the name of the copy that is made of it; null for none.
+    /// The suffix of the backup copy, appended to the path of the manifest; null for no copy.
     QString backupSuffix;
 };
 
 /**
- * A manifest as a file: what was read from it, and whether what was to be saved is there afterwards.
+ * The file of a manifest, from the time when it is read until a save has been verified.
  *
- * The library reports a save that fails at its very end as a success, or reports nothing at all, and nobody but the
- * file can tell what other processes did meanwhile. So a save is followed by another look at the path.
+ * For some failures at the end of a save, the library reports success or nothing at all. It also cannot know what other
+ * processes do to the file meanwhile. So every save is verified by reading the file again.
  */
 class StoredManifest {
 public:
     explicit StoredManifest(const QString& path);
 
-    /// Reads the file. What this finds is what a later save expects to find again.
+    /// Reads the file and remembers what it found. save() expects to find the same.
     const Look& read();
 
     /**
-     * Lets `write` save `wanted`, unless the file has changed since it was read, and looks what is there then.
+     * Saves `wanted` by calling `write`, then reads the file to verify that it was saved. Does not call `write` if the
+     * file has changed since it was read, unless the wishes say to overwrite it, or if a wanted backup cannot be made.
      *
-     * @param write returns whether nothing went wrong that it knows of.
+     * @param write saves the manifest. Returns false if it knows that the save has failed.
      */
     SaveReport save(const QByteArray& wanted, const SaveWishes& wishes, const std::function<bool()>& write) const;
 
@@ -88,6 +92,6 @@ private:
     Look known;
 };
 
-/// Writes a file beside a manifest, as a whole or not at all. Without permissions it gets those of the file that it
-/// replaces, or of any new one. Returns what went wrong; null for nothing.
+/// Writes a file beside a manifest, completely or not at all. Without `permissions`, the file gets those of the file
+/// that it replaces, or those of any new file. Returns why that failed; null on success.
 QString writeBeside(const QString& path, const QByteArray& content, std::optional<mode_t> permissions);

@@ -37,8 +37,8 @@ TreeElement::Kind kindOf(const QJsonObject& object)
                                                                  : TreeElement::Kind::Unknown;
 }
 
-// Which name an element answers to: the whole one, or the last segment of it. Look-ups know the rule, which is the same
-// for all elements of a kind.
+// Finds out which name an element answers to: its whole instance name, or the last segment of it. That depends on its
+// kind only, so one look-up by the library for each kind shows it.
 class NameRule {
 public:
     NameRule()
@@ -81,7 +81,7 @@ QString pathOf(const TreeElement& element, const TreeElement* parent)
     return parent == nullptr ? element.answersTo : QString(parent->path % QLatin1Char('/') % element.answersTo);
 }
 
-// Fills in which siblings a sibling before them keeps look-ups from.
+// Sets shadowedBy of the siblings that look-ups do not find because an earlier one answers to the same name.
 void findShadowed(TreeElements& siblings)
 {
     std::vector<TreeElement*> byName(siblings.size());
@@ -100,7 +100,7 @@ void findShadowed(TreeElements& siblings)
     }
 }
 
-// Fills in what an element's place makes of it, here and below.
+// Sets the fields that follow from the place of an element, for the siblings and their descendants.
 void locate(const NameRule& rule, TreeElements& siblings, const TreeElement* parent, int& count)
 {
     int position = 0;
@@ -215,7 +215,7 @@ QString below(const QString& folder, const QString& name)
     return folder.isEmpty() ? name : QString(folder % QLatin1Char('/') % name);
 }
 
-// A file as it is behind all links; all zero when there is none.
+// The status of the file that a path leads to through all links; all zero if there is none.
 struct stat statusOf(const QString& path)
 {
     struct stat status = {};
@@ -225,7 +225,7 @@ struct stat statusOf(const QString& path)
     return status;
 }
 
-// What must not be opened; null for what may be.
+// The word for a kind of file that must not be opened; null for any other kind.
 const char* deviceWord(mode_t mode)
 {
     if (S_ISCHR(mode) || S_ISBLK(mode)) {
@@ -237,11 +237,12 @@ const char* deviceWord(mode_t mode)
     return S_ISSOCK(mode) ? "a socket" : nullptr;
 }
 
-// One scan by the steps of the creator. Folders are known by two paths: the whole one, which the library gets, and the
-// one relative to the scanned folder, for people.
+// Scans a folder in the same steps as the creator. Each folder has two paths: the complete one is passed to the
+// library, the one relative to the scanned folder is shown to the user.
 class FolderReader {
 public:
-    // With `refusals` it notes there what it leaves out, instead of giving up, and makes no remarks.
+    // With `refusals`, appends the refused entries there and leaves them out instead of giving up, and drops the
+    // messages of the library.
     FolderReader(const QString& folder, const QString& scheme, QVector<Refusal>* refusals = nullptr)
         : root(folder)
         , suffix(descriptionSuffix(scheme))
@@ -274,7 +275,7 @@ private:
         QDir folder(path);
         folder.setFilter(QDir::Dirs | QDir::Files | QDir::NoDotAndDotDot);
         const QFileInfoList entries = folder.entryInfoList();
-        // A folder that cannot be read looks as if it was empty, which the library takes it for.
+        // To QDir, and so to the library, an unreadable folder looks like an empty one.
         if (const int error = errorOfListing(path)) {
             scan.isWhole = false;
             addRemark({relativePath.isEmpty() ? QStringLiteral(".") : relativePath,
@@ -283,7 +284,7 @@ private:
         return entries;
     }
 
-    // False when the scan is refused.
+    // Returns false if the scan is given up.
     bool readEntries(
         const QString& path, const QString& relativePath, const QFileInfoList& entries, TreeElements& elements)
     {
@@ -312,7 +313,7 @@ private:
     {
         QVector<ConfigurationStructureElement> described;
         const auto describe = [&] {
-            // The list, and only it, knows the order of elements with the same position.
+            // Only this class knows the order of elements with the same display position.
             described = ConfigurationStructureElementList(entries, root, suffix).getElementList();
         };
         std::map<QString, QVector<Remark>> remarks;
@@ -348,8 +349,8 @@ private:
         return true;
     }
 
-    // The messages of a list by the names of the entries that they are about. The library does not say which these are,
-    // so each entry is read once more on its own.
+    // Returns the messages about a list of entries by the name of the entry. The library does not tell which entry a
+    // message is about, so each entry is read once more on its own.
     std::map<QString, QVector<Remark>> attributed(
         const QVector<ReportedMessage>& messages, const QString& relativePath, const QFileInfoList& entries)
     {
@@ -366,7 +367,7 @@ private:
                 remarks[entry.fileName()].append(remarkOn(entry, relativePath, message));
             }
         }
-        // Otherwise a file has changed in between, and all that is known of what was reported is the folder.
+        // If the messages differ, a file has changed in between. Then only the folder of the messages is known.
         if (messagesAgain != messages) {
             remarks.clear();
             for (const ReportedMessage& message : messages) {
@@ -400,14 +401,14 @@ private:
         }
         const QString& name = ConfigurationStructureElement::getFolderDescriptionFilename();
         const QFileInfo description(entry.filePath() % QLatin1Char('/') % name);
-        // A link that leads nowhere is there as well, and is what somebody has to put right.
+        // A dangling link counts as well, because it is what the user has to correct.
         const bool isThere = description.exists() || description.isSymLink();
         return isThere ? below(relativeEntry, name) : relativeEntry;
     }
 
     bool isSafeToRead(const QFileInfo& entry, const QString& relativePath)
     {
-        // What the listing knows is not asked again.
+        // The listing already knows which entries are regular files. This saves a call of the system for each of them.
         if (entry.isFile() || !judge.validateObject(entry, suffix)) {
             return true;
         }
@@ -425,7 +426,7 @@ private:
         return word == nullptr || refuse(relativePath, QLatin1String("is ") % QLatin1String(word));
     }
 
-    // Returns false, for the caller to return.
+    // Returns false, so that callers can return the result.
     bool refuse(const QString& relativePath, const QString& reason)
     {
         if (goesOn()) {
@@ -447,12 +448,12 @@ private:
     }
 
     const QString root;
-    // Every list of the scan refers to it.
+    // A member, because each ConfigurationStructureElementList keeps a reference to it.
     const QString suffix;
     QVector<Refusal>* const leftOut;
-    // Knows which entries are read.
+    // Its validateObject() tells which entries are read.
     ConfigurationStructureElement judge;
-    // The folders from the root down to the one that is being read.
+    // The folders from the scanned one down to the one that is being read.
     QVector<FolderId> folders;
     FolderScan scan;
 };
@@ -484,7 +485,7 @@ QString TreeElement::place() const
     if (isReachable()) {
         return QLatin1Char('\'') % path % QLatin1Char('\'');
     }
-    // Paths of elements that can be reached have a name for every level.
+    // The path of a reachable element has one name for each level.
     const int levelsAbove = pathAbove.isEmpty() ? 0 : pathAbove.count(QLatin1Char('/')) + 1;
     QString text;
     for (int level = positions.size() - 1; level >= levelsAbove; --level) {
@@ -595,7 +596,7 @@ const TreeElement* findElement(const TreeElements& elements, const QString& path
 int errorOfListing(const QString& folder)
 {
     const QByteArray path = QFile::encodeName(folder);
-    // Without the right to enter it, the entries are seen but not what they are.
+    // Without the right to search the folder, its entries can be listed, but not opened or told apart.
     if (faccessat(AT_FDCWD, path.constData(), R_OK | X_OK, AT_EACCESS) != 0) {
         return errno;
     }
@@ -603,7 +604,7 @@ int errorOfListing(const QString& folder)
     if (list == nullptr) {
         return errno;
     }
-    // Qt takes an error for the end of the list.
+    // QDir takes an error for the end of the listing, so read the whole listing here.
     do {
         errno = 0;
     } while (readdir(list.get()) != nullptr);

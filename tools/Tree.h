@@ -9,139 +9,141 @@
 #include <functional>
 #include <vector>
 
-/// What was reported while a folder or a description file was read.
+/// A message about a folder or a description file that was logged while it was read.
 struct Remark {
-    /// The description file that it is about, or the folder where that has none; relative to the scanned folder.
+    /// The description file, or the folder if it has none; relative to the scanned folder.
     QString source;
-    /// As the library words it, without a line end.
+    /// The text of the message, without a line end.
     QString text;
-    /// Whether something could not be read, could not be parsed or has a wrong type. What is no damage is ordinary: a
-    /// folder without a description file, and keys that a description may leave out.
+    /// Whether something could not be read or parsed, or has the wrong type. False for a folder without a description
+    /// and for a missing key that is optional.
     bool isDamage = false;
 };
 
 /**
- * An item of a manifest with what its place in the tree makes of it. A value; its children are its own.
+ * An item of a manifest, with its children and with what follows from its place in the tree.
  *
- * It refers to the JSON that it was made from. While it lives, an edit of that JSON copies every container that it
- * changes.
+ * A value that owns its children. It shares the data of the JSON that it was made from. So as long as it exists,
+ * editing that JSON detaches every container that changes.
  */
 struct TreeElement {
     enum class Kind { Node, Selection, Unknown, NoObject };
 
     Kind kind = Kind::NoObject;
-    /// The item itself, children included.
+    /// The item of the manifest, with its children.
     QJsonValue value;
-    /// The instance name as it is stored; empty when it has none.
+    /// The stored instance name; empty if there is none.
     QString name;
-    /// The name that finds it among its siblings, if none of those before it answers to the same one.
+    /// The name by which look-ups find the element, unless an earlier sibling answers to the same name.
     QString answersTo;
-    /// Position of the earlier sibling that answers to the same name; -1 when there is none.
+    /// The position of the first sibling that answers to the same name; -1 if this element is the first one.
     int shadowedBy = -1;
-    /// The path under which queries and edits alike find it; null when there is none.
+    /// The instance path by which both queries and edits find the element; null if there is none.
     QString path;
-    /// The path of the nearest element above it that has one; null when there is none.
+    /// The path of the nearest ancestor that has one; null if there is none.
     QString pathAbove;
-    /// Number in the order of the tree, from 0.
+    /// The index of the element in the whole tree, from 0, in depth-first order: parents come before their children.
     int number = -1;
-    /// Positions from the top level down to this element.
+    /// The positions of the ancestors and of the element among their siblings, from the top level down.
     QVector<int> positions;
     std::vector<TreeElement> children;
 
-    /// The description file that it was made from, or the folder where that has none; relative to the scanned folder.
-    /// Null when the tree was read from a manifest.
+    /// The description file of the element, or its folder if there is none; relative to the scanned folder. Null if the
+    /// tree was read from a manifest.
     QString source;
-    /// The position that it was sorted by; -1 when the description gives none, and of what was read from a manifest.
+    /// The display position by which the element was sorted; -1 if the description gives none, or if the tree was read
+    /// from a manifest.
     int displayPosition = -1;
-    /// What was reported while it was read from there.
+    /// The messages that were logged while the description was read.
     QVector<Remark> remarks;
 
+    /// Returns the item as an object; an empty one if the item is not an object.
     QJsonObject object() const;
     QString label() const;
     bool isHidden() const;
-    /// Whether a path leads to it.
+    /// Returns whether the element has a path.
     bool isReachable() const;
-    /// Where it is, in words: its path in quotes or, without one, its position.
+    /// Returns the place of the element as text: its path in quotes, or its position if it has no path.
     QString place() const;
-    /// Position among its siblings.
+    /// Returns the position of the element among its siblings.
     int position() const;
-    /// 0 at the top level.
+    /// Returns the number of ancestors; 0 at the top level.
     int depth() const;
 };
 
 using TreeElements = std::vector<TreeElement>;
 
-/// "node", "selection", "unknown" or "no object".
+/// Returns "node", "selection", "unknown" or "no object".
 QString toText(TreeElement::Kind kind);
 
-/// The number of elements below one, at every level.
+/// Returns the number of descendants of an element, at every level.
 int countBelow(const TreeElement& element);
 
-/// A value without the names that handlers stamp into the selections in it.
+/// Returns a copy of a value without the names that handlers stamp into the selections in it, at every level.
 QJsonValue withoutStamps(const QJsonValue& value);
 
-/// The tree of a manifest. Cost: n log n in the number of siblings.
+/// Returns the tree of a manifest. Cost: n log n in the number of siblings.
 TreeElements treeOf(const QJsonArray& manifest);
 
-/// The manifest of a tree.
+/// Returns the manifest of a tree. The items share the data of the elements.
 QJsonArray manifestOf(const TreeElements& elements);
 
 /**
- * The element that a path leads to; null when it leads nowhere.
+ * Returns the element that a path leads to; null if there is none.
  *
- * @param emptyNames Qt::SkipEmptyParts for what queries find. Qt::KeepEmptyParts for what edits find: they take an empty
- *                   name for one, and look for the whole path where there is no element of its last name.
+ * @param emptyNames Qt::SkipEmptyParts finds what queries find. Qt::KeepEmptyParts finds what edits find: an empty name
+ *                   in the path is looked up like any other, and if the last name is not found, the whole path is
+ *                   looked up as a name among the same siblings.
  */
 const TreeElement* findElement(const TreeElements& elements, const QString& path, Qt::SplitBehavior emptyNames);
 
-/// What the scan of a folder found.
+/// The result of scanning a folder.
 struct FolderScan {
-    /// Why the scan was given up, with the path that it is about, relative to the scanned folder; null when it was not.
-    /// Without a complete scan there is no tree.
+    /// The reason why the scan was given up, after the path of the entry, relative to the scanned folder. There are no
+    /// elements in that case. Null if the scan was not given up.
     QString refusal;
     /// Whether there is nothing to create a manifest from: the folder is missing, unreadable or without visible
     /// entries.
     bool isEmpty = false;
-    /// Whether every description could be opened and every folder read to its end. What is missing otherwise is reported
-    /// as damage.
+    /// Whether every description could be opened and every folder could be read to its end. If not, there is a remark
+    /// with isDamage for each exception.
     bool isWhole = true;
     TreeElements elements;
-    /// All remarks in the order of the creator, also those about folders that are not in the tree.
+    /// All remarks, in the order in which the creator would log them. Some are about folders that are not in the tree.
     QVector<Remark> remarks;
 };
 
 /**
- * Reads a folder as ConfigurationManifestCreator::create2() does, with the same arguments, but writes nothing:
- * manifestOf() of the result is what the creator would write.
+ * Reads a folder as ConfigurationManifestCreator::create2() does with the same arguments, but writes nothing.
+ * manifestOf() of the elements is the manifest that the creator would write.
  *
- * It refuses what the creator would never finish: a folder that leads back to one that it lies in, through a link, and
- * a description that is neither a regular file nor a folder - a device, a pipe, a socket. Both are seen before anything
- * of theirs is read.
+ * Gives up on entries that would keep the creator busy forever: a link that leads back to a folder above it, and a
+ * description that is a device, a pipe or a socket. They are recognised before anything in them is read.
  *
- * While it runs, the messages of the process are taken for what the library reports, so no other thread should log.
- * A folder about which nothing is reported is read once, any other one twice.
+ * Replaces the message handler of the process and takes all messages for those of the library, so no other thread
+ * should log meanwhile. If the library logs messages about the entries of a folder, these entries are read twice.
  */
 FolderScan scanFolder(const QString& folder, const QString& scheme);
 
-/// The number of the error that keeps the list of a folder from being read to its end; 0 when nothing does.
+/// Returns the number of the error that keeps a folder from being listed completely; 0 if there is none.
 int errorOfListing(const QString& folder);
 
-/// The ending of the description files that a scheme collects.
+/// Returns the suffix of the description files that a scheme collects.
 QString descriptionSuffix(const QString& scheme);
 
-/// What scanFolder() refuses.
+/// An entry on which scanFolder() gives up.
 struct Refusal {
-    /// Relative to the scanned folder.
+    /// The path, relative to the scanned folder.
     QString path;
-    /// As the rest of a sentence that begins with the path: "is a pipe".
+    /// The reason, as the rest of a sentence that begins with the path: "is a pipe".
     QString reason;
 };
 
 /**
- * Reads a folder as scanFolder() does, but goes on where that refuses: the entry that it is about is left out, with
- * everything below it. Reads every folder once, so there are no remarks.
+ * Reads a folder as scanFolder() does, but does not give up. Leaves out the refused entries with everything below them,
+ * and appends them to `refusals`. Reads every entry once, so remarks are only about folders that cannot be listed.
  */
 FolderScan scanWithoutRefused(const QString& folder, const QString& scheme, QVector<Refusal>& refusals);
 
-/// Calls a function whose messages nobody is to see.
+/// Calls a function, and drops all messages that are logged during the call.
 void callSilently(const std::function<void()>& function);

@@ -31,7 +31,7 @@ bool holdsRounded(const Container& container)
     return std::any_of(container.begin(), container.end(), [](const QJsonValue& item) { return isRounded(item); });
 }
 
-// Whether a value holds a number that is another one once it has been saved and read.
+// Whether a value contains a number so large that it may change when it is saved and read.
 bool isRounded(const QJsonValue& value)
 {
     constexpr double mostExact = 9007199254740992.0;
@@ -42,7 +42,7 @@ bool isRounded(const QJsonValue& value)
                             : value.isDouble() && std::abs(value.toDouble()) >= mostExact;
 }
 
-// A manifest as it is read once it is saved. What is too deep cannot be read.
+// The manifest as it is after saving and reading it. Returned unchanged if it is nested too deeply to be read.
 QJsonArray asSaved(const QJsonArray& manifest)
 {
     const QJsonDocument saved = QJsonDocument::fromJson(QJsonDocument(manifest).toJson(QJsonDocument::Compact));
@@ -135,7 +135,7 @@ bool areUnrelated(const Pairing& pairing, const TreeOperand& before, const TreeO
     constexpr int hardlyAny = 10;
     const int sizeBefore = countOf(before.tree);
     const int sizeAfter = countOf(after.tree);
-    // What is new beside all of the former is none of another device.
+    // Compare with the size before only: a manifest that keeps all elements and gets many new ones is not unrelated.
     if (std::max(sizeBefore, sizeAfter) < fewElements || pairing.count() * hardlyAny >= sizeBefore) {
         return false;
     }

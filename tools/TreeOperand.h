@@ -8,37 +8,42 @@
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 
-/// Why a folder gives no manifest; null when it gives one.
+/// Returns why no manifest can be made of a folder: it is missing, not a folder, unreadable or without visible entries.
+/// Returns null if one can be made.
 QString reasonForNothing(const QString& folder);
 
-/// The path under which a folder is scanned. Instance names are what is left of a path without the scanned folder,
-/// wherever its name occurs in it. Only of a whole path that does not end with "/" is that what everybody expects.
+/// Returns the canonical path of a folder, or the path itself if there is no such folder. Scan a folder by this path
+/// only: the library forms instance names by removing every occurrence of the scanned path from the path of an entry.
+/// With a relative path or one that ends with "/", it removes too much.
 QString wholePath(const QString& folder);
 
-/// A manifest that a command compares: that of a file, of standard input, or what would be created in a folder.
+/// A manifest that a command compares: read from a file or standard input, or as it would be created in a folder.
 struct TreeOperand {
     QString path;
     QJsonArray manifest;
     TreeElements tree;
-    /// Whether a folder could be read completely.
+    /// Whether the folder could be read completely; true for a file.
     bool isWhole = true;
 };
 
-/// Reads a manifest, "-" for standard input, or scans a folder and prints what is damaged in it. Complains when that is
-/// not possible.
+/// Reads a manifest from a file, or from standard input for "-", or scans a folder. Prints a warning to standard error
+/// for everything that is damaged in the folder. On failure prints the reason to standard error and returns false.
 bool readTree(const QString& path, const QString& scheme, TreeOperand& operand);
 
-/// The same of a folder only.
+/// Scans a folder as readTree() does. Does not read a file.
 bool readFolder(const QString& path, const QString& scheme, TreeOperand& operand);
 
-/// Whether hardly anything of the first operand is in the second one, too. Says so on standard error.
+/// Returns whether less than a tenth of the elements of `before` are also in `after`, and prints a warning to standard
+/// error in that case. False if both have fewer than ten elements.
 bool areUnrelated(const Pairing& pairing, const TreeOperand& before, const TreeOperand& after);
 
-/// Whether no two operands are standard input, which can be read once. Complains when they are.
+/// Returns whether at most one operand is standard input, which can be read only once. If there are more, prints that
+/// to standard error.
 bool readStandardInputOnce(const QStringList& operands);
 
-/// Options of commands that take folders for manifests.
+/// Returns the options of commands that accept a folder in place of a manifest.
 Options treeOptions();
-/// Asks for names of module and object to be compared.
+/// Returns the option --stamps, which compares the names of module and object as well.
 Option stampsOption();
+/// Returns whether stamps count: they do with --stamps.
 Stamps stampsWanted(const QCommandLineParser& arguments);

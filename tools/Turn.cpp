@@ -22,7 +22,8 @@
 
 namespace {
 
-// The folder in which a save replaces the manifest; where there is no such folder, what the path says.
+// The folder in which a save replaces the manifest, with all links resolved. If it does not exist, the folder that the
+// path names.
 QString folderOf(const QString& manifestPath)
 {
     const QString manifest = QFileInfo(manifestPath).canonicalFilePath();
@@ -45,7 +46,7 @@ QByteArray readSystemFile(const QString& path)
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
-// A file as the system's lists of locks have it: "08:01:5678".
+// The device and inode of a file, as in the kernel's lists of locks: "08:01:5678".
 QByteArray placeInLists(const struct stat& status)
 {
     return QByteArray::number(major(status.st_dev), 16).rightJustified(2, '0') + ':'
@@ -53,8 +54,8 @@ QByteArray placeInLists(const struct stat& status)
         + QByteArray::number(static_cast<qulonglong>(status.st_ino));
 }
 
-// A line of a list of locks in words: "1: FLOCK ADVISORY WRITE 1234 08:01:5678 0 EOF". Who only waits has an arrow
-// behind the number.
+// A line of a list of locks, for example "1: FLOCK ADVISORY WRITE 1234 08:01:5678 0 EOF". In the line of a process that
+// is still waiting, an arrow "->" follows the number.
 struct ListedLock {
     QByteArray kind;
     QByteArray access;
@@ -78,7 +79,7 @@ QVector<ListedLock> locksIn(const QByteArray& list)
     return locks;
 }
 
-// The process that a list of locks names for a file; null for none.
+// The process that holds a lock of this kind on a file according to a list of locks; null if there is none.
 QString lockerIn(const QByteArray& list, const char* kind, const QByteArray& place)
 {
     const QVector<ListedLock> locks = locksIn(list);
@@ -91,8 +92,9 @@ QString lockerIn(const QByteArray& list, const char* kind, const QByteArray& pla
     return QString::fromLatin1(lock.process);
 }
 
-// Whether this process was started by one that has the turn and gave it its open folder, as flock(1) does. This is
-// read from the list of locks. Trying the lock would change it for every process that shares the open folder.
+// Whether this process has inherited a descriptor of the locked folder from a process that has the turn, as flock(1)
+// passes it on. This is read from the lists of locks. Calling flock() on the descriptor would change the lock for every
+// process that shares it.
 bool isInherited(int own)
 {
     struct stat folder = {};
@@ -110,7 +112,7 @@ bool isInherited(int own)
     });
 }
 
-// A process that has the file open by which somebody locked it.
+// A process that has the descriptor open through which the file was locked; null if none can be found.
 QString heirOf(const char* kind, const QByteArray& place)
 {
     const QStringList processes = QDir(QStringLiteral("/proc")).entryList({QStringLiteral("[0-9]*")}, QDir::Dirs);
@@ -127,7 +129,7 @@ QString heirOf(const char* kind, const QByteArray& place)
     return {};
 }
 
-// A lock of a single byte of an open file, which belongs to that open file and not to the process.
+// A lock on the first byte of a file. It belongs to the open file description, not to the process.
 struct flock lockOfTheFirstByte(short type)
 {
     struct flock lock = {};
@@ -159,7 +161,7 @@ void interrupt(int)
 {
 }
 
-/// Interrupts what the process waits for, some time from now and then again and again.
+/// Interrupts blocking system calls by SIGALRM, first after a delay and then every 20 ms, during its lifetime.
 class Alarm {
 public:
     explicit Alarm(int milliseconds)
@@ -167,7 +169,7 @@ public:
         struct sigaction action = {};
         action.sa_handler = interrupt;
         sigaction(SIGALRM, &action, &previous);
-        // Again, because the first one may come before the wait has begun.
+        // Repeat the signal, because the first one may come before the wait has begun.
         const itimerval times {{0, 20000}, {milliseconds / 1000, suseconds_t {1000} * (milliseconds % 1000)}};
         setitimer(ITIMER_REAL, &times, nullptr);
     }
@@ -198,7 +200,7 @@ Turn::Result Turn::take(const QString& manifestPath, int seconds)
         }
         const int left = qMax(0, seconds - static_cast<int>(timer.elapsed() / 1000));
         const Result result = lock(left);
-        // While this waited, the folder may have been replaced or the manifest become a link to another one.
+        // During the wait, the folder may have been replaced, or the manifest by a link into another folder.
         if (result != Result::Taken
             || (folderOf(manifestPath) == lockedFolder && isStillThere(file.get(), lockedFolder))) {
             return result;
@@ -224,7 +226,7 @@ Turn::Result Turn::lock(int seconds)
     }
     QElapsedTimer timer;
     timer.start();
-    // Waiting in the kernel's queue instead of asking again and again: whoever came first is served first.
+    // Wait in the kernel's queue instead of polling, so that processes get the lock in the order of their requests.
     const Alarm alarm(qMax(1, seconds * 1000));
     while (timer.elapsed() < qint64 {1000} * seconds) {
         if (flock(file.get(), LOCK_EX) == 0) {
@@ -238,9 +240,10 @@ Turn::Result Turn::lock(int seconds)
     return Result::Busy;
 }
 
-// A folder cannot be opened to be written, so its bytes can be locked to be read only, by any number. But anybody can
-// ask whether somebody else has done so: who has marked the folder and sees no other mark is alone. Of two that mark it
-// at once both step back, and try again at different times.
+// Excludes other processes that have inherited the same turn. A folder cannot be opened for writing, so it can only get
+// read locks, which any number of processes can hold. But F_OFD_GETLK tells whether there is a read lock of another
+// process. So each process sets a read lock as its mark, and has the turn if it then sees no other mark. If two
+// processes set their marks at the same time, both remove them and try again after different delays.
 Turn::Result Turn::share(int seconds)
 {
     isShared = true;
@@ -283,7 +286,7 @@ QString Turn::holder() const
     const QByteArray place = placeInLists(status);
     QString process =
         isShared ? heirOf("OFDLCK", place) : lockerIn(readSystemFile(QStringLiteral("/proc/locks")), "FLOCK", place);
-    // Who locked the folder may be gone, and have left it, open and locked, to others.
+    // The process that locked the folder may have ended and left the locked descriptor to others.
     if (!isShared && !process.isNull() && commandOf(process).isNull()) {
         process = heirOf("FLOCK", place);
     }

@@ -5,30 +5,31 @@
 #include <QtCore/QString>
 
 /**
- * The right to replace a manifest: an exclusive lock (flock) on the folder that it lies in.
+ * The right to replace a manifest: an exclusive lock (flock) on its folder. The destructor releases it.
  *
- * A folder, because the manifest itself is another file after each save. The kernel takes the lock back when its holder
- * ends, however it ends, and it leaves no file. Other software takes part with flock(2) or the command of that name;
- * what such a command starts has the turn with it, and runs of this program that share one take turns among themselves.
+ * The folder is locked because a save replaces the manifest by a new file. When the holder ends, for whatever reason,
+ * the kernel releases the lock. No lock file is left behind. Other programs take part by flock(2) or flock(1). A
+ * process that flock(1) has started inherits the turn. If several runs of this program inherit the same turn, they take
+ * turns among themselves.
  */
 class Turn {
 public:
     enum class Result {
         Taken,
-        /// Somebody else has it all the time.
+        /// Another process has held the turn for the whole time.
         Busy,
-        /// The folder cannot be opened, or its file system has no locks. There is no turn to wait for.
+        /// The folder cannot be opened or locked, see reason(). There is no turn to wait for.
         Impossible,
     };
 
-    /// Waits for the turn at the manifest of a path, wherever links lead; for `seconds` at most.
+    /// Waits at most `seconds` for the turn at a manifest. Follows links to the folder in which a save replaces it.
     Result take(const QString& manifestPath, int seconds);
 
-    /// The folder of the last take().
+    /// Returns the folder of the last take().
     QString folder() const;
-    /// Why there is no turn to wait for, in the words of the system.
+    /// Returns the system's text for the error after which take() returned Impossible.
     QString reason() const;
-    /// Who has the turn: "process 12 (name)". Null when that cannot be found out.
+    /// Returns the process that has the turn: "process 12 (name)". Null if it cannot be found.
     QString holder() const;
 
 private:
@@ -37,7 +38,7 @@ private:
 
     QString lockedFolder;
     Descriptor file;
-    /// Whether who started this process has the turn.
+    /// Whether this process has inherited the turn from the one that started it.
     bool isShared = false;
     int error = 0;
 };

@@ -13,19 +13,20 @@
 
 namespace {
 
-// If the caller has closed a standard stream, the next file to be opened gets its number, the manifest for example, and
-// output would be written there. So the number is taken by a file that cannot be read or written in the stream's way.
+// If the caller has closed a standard stream, the next file that is opened gets its descriptor. If that is the
+// manifest, output would be written into it. So each missing stream is replaced by /dev/null, opened in the wrong
+// direction: using the stream is still an error.
 void occupyClosedStreams()
 {
     for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
         if (fcntl(stream, F_GETFD) < 0) {
-            // The lowest number that is free, so this one.
+            // open() returns the lowest free descriptor, which is this one.
             open("/dev/null", stream == STDIN_FILENO ? O_WRONLY : O_RDONLY);
         }
     }
 }
 
-// Whether a text is what it was made from. What is no UTF-8 loses something on the way.
+// Whether an argument is valid UTF-8: only then does it survive the conversion to QString and back.
 bool isText(const char* argument)
 {
     return QString::fromLocal8Bit(argument).toLocal8Bit() == argument;
@@ -50,12 +51,12 @@ int main(int argc, char* argv[])
     QCoreApplication application(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("configuration-manifest"));
     QCoreApplication::setApplicationVersion(QStringLiteral(CONFIGURATION_MANIFEST_VERSION_STRING));
-    // File names are UTF-8 on the device. A Qt that asked the locale would not find all of them under another one.
+    // File names are UTF-8 on the device. In another locale, Qt would not find all of them.
     QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8"));
     printMessagesOfTheLibrary();
-    // A save that reaches the limit of file sizes is to fail, not to end the program.
+    // Let a write beyond the limit of file sizes fail with an error instead of ending the program.
     std::signal(SIGXFSZ, SIG_IGN);
-    // A reader that has gone is an error of the output, of which the status tells.
+    // Let a write to a closed pipe fail with an error, which the exit status reports, instead of ending the program.
     std::signal(SIGPIPE, SIG_IGN);
 
     for (int i = 1; i < argc; ++i) {
