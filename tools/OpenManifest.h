@@ -83,7 +83,7 @@ public:
     /// Returns whether `value` has the right JSON type to replace the present value of a key, see typeProblem(). If
     /// not, refuses the edit. With --force, every type is right.
     bool accepts(const QString& key, const QJsonValue& present, const QJsonValue& value) const;
-    /// Returns whether accepts() is true for every member of a description that is to replace `element`.
+    /// Does what accepts() does for every member of a description that is to replace `element`.
     bool acceptsAll(const QJsonObject& element, const QJsonObject& description) const;
 
     /// Ends an edit that succeeded. Refuses it if it does damage and is not forced. Otherwise saves or prints the
