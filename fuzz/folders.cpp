@@ -1,6 +1,6 @@
 // The texts of an input describe a folder. Both kinds of manifest are created from it, loaded, and compared with a
-// model of the same tree in plain data. The first text has the options: "other" replaces the scheme of processes by
-// another one, "slash" adds a scan of a path that ends with "/" and, after that, a scan by a base path.
+// model of the same tree in plain data. The first text has the options: "other" replaces the scheme of processes by an
+// empty one, "slash" adds a scan of a path that ends with "/" and, after that, a scan by a base path.
 //
 // Each further text is a path, a line feed and the content of a file. A path that ends with "/" is a folder. A path
 // that begins with "^" lies in a folder beside the scanned one. A path that begins with ">" is a symbolic link, and its

@@ -153,7 +153,7 @@ public:
         gather(result, {object});
     }
 
-    /// Returns whether a walk would never end, because the updater would write the value into an object inside the value.
+    /// Returns whether a walk would never end, because the updater would write the value into an object inside it.
     bool neverEnds() const
     {
         bool found = false;

@@ -26,8 +26,7 @@ static_assert(std::is_nothrow_move_assignable_v<ConfigurationStructureElement>);
 namespace {
 
 // Never destroyed, because elements can still be constructed in the destructors of static objects, and on threads that
-// scan while the process exits. The getters' strings need no such care: a string made from QStringLiteral frees
-// nothing.
+// scan while the process exits. The getters' strings need no such care: they are made from QStringLiteral.
 const QJsonObject& selectionWithoutDescription()
 {
     static const QJsonObject& selection = *new QJsonObject {{Registry::getKeyLabelTextId(), QString()},
@@ -255,7 +254,7 @@ void ConfigurationStructureElement::extractInstanceNameFromPath(
 }
 
 // Both readers try to open the file first and check whether `path` is a folder only when that fails. In a scan the
-// listing of the folder has already told.
+// listing has already told files from folders.
 
 void ConfigurationStructureElement::readFolderDescription(const QString& path, QJsonObject& description)
 {

@@ -6,7 +6,7 @@
 
 /**
  * Returns whether the file of `file` exists, also while another process replaces it. QFile's member exists() returns
- * false when the old file loses its name during the call. The static QFile::exists() does not have this error.
+ * false when the old file loses its name during the call. The static QFile::exists() is not affected.
  */
 inline bool fileExists(const QFile& file)
 {

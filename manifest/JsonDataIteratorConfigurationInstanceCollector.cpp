@@ -15,7 +15,7 @@ void JsonDataIteratorConfigurationInstanceCollector::compute(QJsonObject& jsonOb
 {
     startAccumulator(result);
 
-    // readStringValueFromJson() also fails for a missing key, so check for the key first.
+    // readStringValueFromJson() fails for a missing key and for another type alike, so check for the key first.
     if (!jsonObject.contains(Registry::getKeySelectionType())) {
         return;
     }
