@@ -7,13 +7,14 @@
 #include <cstdint>
 #include <vector>
 
-// Qt hashes strings in one of two ways, depending on the processor: by multiplying with 31, or as a CRC-32 checksum, with
-// Castagnoli's polynomial on x86 and Ethernet's on ARM. The names here collide in all of them, whatever the seed.
+// Qt hashes strings in one of three ways, depending on the processor: by multiplying with 31, by a CRC-32 with
+// Castagnoli's polynomial on x86, or by a CRC-32 with the polynomial of Ethernet on ARM. The names made here collide in
+// all three, whatever the seed.
 //
-// A name is a row of pairs, each "Aa" or "BB". Multiplying makes them equal: 31 * 'A' + 'a' is 31 * 'B' + 'B'. A checksum
-// is linear: "BB" instead of "Aa" flips bits of it that depend on nothing but the place in the name. So "BB" can stand at
-// every set of places whose flips cancel each other out. The two checksums have 64 bits together; each pair beyond 64
-// doubles the number of such sets.
+// A name is a sequence of pairs, each "Aa" or "BB". The multiplying hash is the same for both pairs, because 31 * 'A' +
+// 'a' equals 31 * 'B' + 'B'. A CRC is linear: replacing "Aa" by "BB" flips bits of it that depend only on the place of
+// the pair. So two names collide if they differ in a set of places whose flips cancel each other out. The two CRCs have
+// 64 bits together. Each pair beyond 64 doubles the number of such sets.
 
 namespace {
 
@@ -22,7 +23,7 @@ constexpr std::size_t bitsOfSums = 64;
 constexpr std::uint32_t castagnoli = 0x82f63b78;
 constexpr std::uint32_t ethernet = 0xedb88320;
 
-// Of UTF-16 as it lies in memory, with the seed 0.
+// Returns the CRC of the text's UTF-16 code units, with the seed 0.
 std::uint32_t checksum(const QString& text, std::uint32_t polynomial)
 {
     std::uint32_t sum = 0;
@@ -40,7 +41,7 @@ std::uint64_t checksums(const QString& text)
     return std::uint64_t {checksum(text, castagnoli)} << 32 | checksum(text, ethernet);
 }
 
-/// The places of "BB" in a name.
+/// One bool for each pair of a name: true for "BB", false for "Aa".
 using Places = std::vector<bool>;
 
 QString nameOf(const Places& places)
@@ -59,7 +60,7 @@ void flip(Places& places, const Places& others)
     }
 }
 
-/// Sets of places, none a combination of others, at which "BB" leaves both checksums as they are.
+/// Returns linearly independent sets of places. Flipping the pairs at all places of a set changes neither checksum.
 std::vector<Places> neutralSets(std::size_t pairs)
 {
     struct Row {
@@ -67,7 +68,7 @@ std::vector<Places> neutralSets(std::size_t pairs)
         Places places;
     };
     const std::uint64_t unflipped = checksums(nameOf(Places(pairs)));
-    // Gaussian elimination; each row is kept under the highest bit that it flips.
+    // Gaussian elimination. Each row is stored at the index of the highest bit that it flips.
     std::array<Row, bitsOfSums> rows {};
     std::vector<Places> found;
     for (std::size_t i = 0; i < pairs; ++i) {

@@ -2,5 +2,5 @@
 
 #include <QtCore/QStringList>
 
-/// Different names of equal length that have the same qHash(), whatever its seed and whatever the processor.
+/// Returns different names of equal length that have the same qHash(), whatever the seed and the processor.
 QStringList collidingNames(int number);

@@ -64,7 +64,7 @@ private:
     std::vector<Choice> choices;
 };
 
-/// A side makes what it holds when it is prepared first.
+/// Adds a side to the job if the operation has a step for it. The side is constructed when it is first prepared.
 template <typename Own>
 void addSide(Job& job, const Tree& tree, const Operation& operation, Step<Own> Steps::*step)
 {
@@ -97,7 +97,7 @@ Job jobOf(const Operation& operation, const Tree& tree)
     return job;
 }
 
-// Where there are such file systems.
+// Leaves out a tree if its folder is not on a file system of that kind.
 std::vector<const char*> treesForSyncing()
 {
     std::vector<const char*> trees;
@@ -157,5 +157,5 @@ const Workload& workloadOf(const std::string& name)
             return workload;
         }
     }
-    qFatal("there is no %s", name.c_str());
+    qFatal("there is no workload %s", name.c_str());
 }

@@ -6,29 +6,32 @@
 #include <string>
 #include <vector>
 
-/// One way of doing a job, by the library or by something that it is compared with.
+/// One implementation of a job: the library, or one that it is compared with.
 struct Side {
     /// "library", "qt", "parsing", "unsynced", "system", "nlohmann" or "python".
     std::string name;
-    /// Everything that is not measured; before each run. With the same seed every side gets the same choices.
+    /// Does all work of a run that is not measured; called before each run. The same seed gives every side the same
+    /// random choices.
     std::function<void(unsigned seed)> prepare;
-    /// @return the nanoseconds that it took, where it measures itself, or 0.
+    /// Does the measured work. Returns the nanoseconds that it took if the side measures itself, otherwise 0.
     std::function<double()> run;
-    /// What has come of all runs, the same on every side; undefined where a side does only a part of the job.
+    /// Returns the result of all runs, which is equal for all sides; Undefined for a side that does only a part of the
+    /// job.
     std::function<QJsonValue()> outcome;
 };
 
-/// An operation in a tree, done on every side.
+/// An operation on a tree, done by every side.
 struct Job {
-    /// How often it is done in each run.
+    /// Number of operations in each run.
     int operations;
-    /// Elements of the tree.
+    /// Number of elements in the tree.
     int elements;
-    /// Selections in each folder.
+    /// Number of selections in each folder.
     int siblings;
-    /// What the instructions of a run are counted for: its operations, or the elements of a tree that it goes through.
+    /// Divisor of the instruction count of a run: the operations in it, or the elements of the tree if there is only
+    /// one operation.
     int units;
-    /// Whether the time that passes is measured, with the wait for a disk, instead of the processor's.
+    /// True to measure wall-clock time, including the wait for a disk, instead of processor time.
     bool isWaiting;
     /// The library first, then plain Qt.
     std::vector<Side> sides;
@@ -42,7 +45,7 @@ struct Workload {
     std::string name() const;
 };
 
-/// Every operation in every tree in which it is measured.
+/// Returns all workloads: every operation with every tree for which it is measured.
 const std::vector<Workload>& workloads();
-/// The one of that name; fails the program hard when there is none.
+/// Returns the workload of that name. Ends the program by qFatal() if there is none.
 const Workload& workloadOf(const std::string& name);

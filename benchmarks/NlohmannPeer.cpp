@@ -79,7 +79,7 @@ bool endsWith(std::string_view text, std::string_view end)
 
 Json scan(const std::filesystem::path& folder, const std::string& prefix)
 {
-    // Nodes behind selections, then by position, then by name.
+    // Sorted by kind, with selections before nodes, then by display position, then by file name.
     std::vector<std::tuple<bool, int, std::string, Json>> found;
     for (const std::filesystem::directory_entry& entry : std::filesystem::directory_iterator(folder)) {
         const std::string name = entry.path().filename().string();
@@ -123,7 +123,7 @@ bool isSelection(const Json& element)
     return type != element.end() && *type == "Selection";
 }
 
-// A selection answers to the last segment of its name.
+// Returns the name by which an element is found: for a selection, the last segment of its instance name.
 std::string_view addressedName(const Json& element)
 {
     const std::string_view name = nameOf(element);
@@ -148,7 +148,7 @@ void visitObjects(AnyJson& value, const Visit& visit)
     }
 }
 
-// The array that holds the last element of a path, and where in it that is.
+// Returns the array that contains the last element of a path, and an iterator to that element.
 template <typename AnyJson>
 auto find(AnyJson& manifest, std::string_view path)
 {

@@ -44,7 +44,7 @@ Choice nothing(const Tree&, Random&)
 Choice anyNodePlace(const Tree& tree, Random& random)
 {
     const QString& path = oneOf(tree.nodes, random);
-    // At the top there is nothing but nodes.
+    // The top level contains only nodes.
     return {path, below(random, qMin(tree.shape.branches, tree.shape.folders))};
 }
 
@@ -67,7 +67,7 @@ Choice newSelection(const Tree& tree, Random& random)
     return {node % QLatin1String("/new") % QString::number(random()), index};
 }
 
-/// Of what is in the only folder.
+/// Chooses a random order of the selections in the only folder of a wide tree.
 Choice newOrder(const Tree& tree, Random& random)
 {
     const QString& node = tree.nodes.constFirst();
@@ -86,7 +86,7 @@ Choice newOrder(const Tree& tree, Random& random)
     return choice;
 }
 
-/// Whoever creates a manifest has to make it anew.
+/// Removes the manifest, so that every creation makes a new file.
 Steps removing()
 {
     Steps steps;
@@ -115,7 +115,7 @@ Steps creating()
     return steps;
 }
 
-/// Freeing what was loaded before belongs to no load.
+/// Releases the loaded manifest, so that the next load does not include the time to free it.
 Steps unloading()
 {
     Steps steps;
@@ -154,7 +154,7 @@ Steps saving()
     return steps;
 }
 
-/// What waiting for the disk adds. The others would only repeat what they take to save.
+/// Shows what waiting for the disk adds to a save. The other sides would only repeat the times of their saves.
 Steps syncing()
 {
     Steps steps;
@@ -195,7 +195,7 @@ Steps listing()
     return steps;
 }
 
-/// Of a number or of a text: what replaces a text takes longer than what replaces anything else.
+/// Sets a number or a string. Replacing a string takes longer, because the object is rebuilt.
 template <bool isNumber>
 Steps setting()
 {
@@ -307,7 +307,7 @@ Steps sorting()
     return steps;
 }
 
-/// Copying the manifest and freeing what the previous walk has gathered belongs to no walk.
+/// Copies the manifest and releases the result of the previous walk, which are not part of a walk.
 Steps startingWalk()
 {
     Steps steps;

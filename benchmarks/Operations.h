@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-/// What the random choices for one operation come to.
+/// The randomly chosen arguments of one operation.
 struct Choice {
     QString path;
     int index = 0;
@@ -18,7 +18,7 @@ struct Choice {
 template <typename Own>
 using Step = void (*)(Own& own, const Choice& choice);
 
-/// A step as each kind of side takes it; none where there is nothing to do or to compare with.
+/// One function for each kind of side, all doing the same; null for a side that has nothing to do or is not compared.
 struct Steps {
     Step<Library> library = nullptr;
     Step<PlainQt> qt = nullptr;
@@ -31,14 +31,14 @@ struct Steps {
 
 struct Operation {
     const char* name;
-    /// How often in one run, so that it takes long enough to be timed.
+    /// Number of repetitions in one run, so that a run takes long enough to be timed.
     int times;
     Choice (*choose)(const Tree& tree, Random& random);
     Steps measured;
-    // What leads there and back, and is not measured.
+    // Preparation and clean-up of a run, which are not measured.
     Steps before = {};
     Steps after = {};
-    /// Whether the time that passes is measured, with the wait for a disk, instead of the processor's.
+    /// True to measure wall-clock time, including the wait for a disk, instead of processor time.
     bool isWaiting = false;
 };
 

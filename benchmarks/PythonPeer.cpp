@@ -23,7 +23,7 @@ double PythonPeer::run(const QJsonArray& nameAndArguments)
     process.write(QJsonDocument(nameAndArguments).toJson(QJsonDocument::Compact) + '\n');
     while (!process.canReadLine()) {
         if (!process.waitForReadyRead(-1)) {
-            qFatal("the peer has ended: %s", qPrintable(process.errorString()));
+            qFatal("the Python process has ended: %s", qPrintable(process.errorString()));
         }
     }
     return process.readLine().trimmed().toDouble();

@@ -3,15 +3,15 @@
 #include <QtCore/QJsonArray>
 #include <QtCore/QProcess>
 
-/// The library's jobs as somebody might do them in Python: a process that does one after the other and times itself.
+/// The library's jobs, written in Python: a process that does one job after the other and measures its own time.
 class PythonPeer {
 public:
-    /// False on a device without Python or without this tree.
+    /// Returns false on a device without Python or without this source tree.
     static bool isAvailable();
 
     ~PythonPeer();
 
-    /// Has a function of the process called, starting it for the first one. @return the nanoseconds that it took.
+    /// Calls a function in the process and returns the nanoseconds that it took. The first call starts the process.
     double run(const QJsonArray& nameAndArguments);
 
 private:

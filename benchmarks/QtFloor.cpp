@@ -40,7 +40,7 @@ QFileInfoList entriesOf(const QString& folder)
 
 QJsonObject description(const QString& path)
 {
-    // Read in one piece, so a buffer would be one more copy.
+    // The file is read in one piece, so a buffer would only add a copy.
     QFile file(path);
     file.open(QIODevice::ReadOnly | QIODevice::Unbuffered);
     return QJsonDocument::fromJson(file.read(file.size())).object();
@@ -48,7 +48,7 @@ QJsonObject description(const QString& path)
 
 QJsonObject selectionOf(const QJsonObject& description, const QString& name)
 {
-    // A copy of an object takes a fraction of the time that its members take one by one.
+    // Copying an object takes a fraction of the time that inserting its members takes.
     static const QJsonObject constant {{selectionType, selection},
         {QStringLiteral("closeMode"), QStringLiteral("Manual")},
         {QStringLiteral("uiJob"), QStringLiteral("OpenConfiguration")}, {QStringLiteral("hide"), false},
@@ -126,7 +126,7 @@ struct Names {
     QJsonValue object;
 };
 
-// Takes every element and its children out while they change, for what is referred to twice is copied.
+// Takes each element and its children out of their containers while they are changed; otherwise they would detach.
 void stamp(QJsonArray& array, const Names& names)
 {
     for (int i = 0; i < array.size(); ++i) {
@@ -162,7 +162,8 @@ int positionOf(const QJsonArray& array, const QString& name)
     return -1;
 }
 
-// The names as they are stored: a selection's is its whole path.
+// Splits the path of a selection into stored names. The last one is the whole path, which a selection stores as its
+// name.
 QStringList namesOfSelection(const QString& path)
 {
     QStringList names = path.split(QLatin1Char('/'));
@@ -180,7 +181,7 @@ QJsonObject find(const QJsonArray& manifest, const QStringList& names)
     return element;
 }
 
-// Qt never frees a text that is replaced inside an object, so another object is made of the members.
+// Returns a new object with one string replaced, because Qt never frees a string that is replaced in an object.
 QJsonObject withText(const QJsonObject& object, const QString& key, const QJsonValue& text)
 {
     QJsonObject result;
@@ -200,7 +201,7 @@ void setMember(QJsonObject& object, const QString& key, const QJsonValue& value)
     }
 }
 
-// Takes every container on the way out while it changes, for one that is referred to twice is copied.
+// Takes each container on the path out of its parent while it is changed; otherwise it would detach.
 template <typename Change>
 void changeArray(QJsonArray& array, const QStringList& names, int levels, const Change& change, int level = 0)
 {
@@ -225,8 +226,8 @@ void changeSiblings(QJsonArray& manifest, const QString& path, const Change& cha
     changeArray(manifest, names, names.size() - 1, [&](QJsonArray& siblings) { change(siblings, names.constLast()); });
 }
 
-// A name to be looked up among its siblings. Any order will do, so the last four characters come first: they differ most,
-// and comparing them takes no look at the text.
+// A name to be looked up among siblings. The order does not matter, so it starts with the last four characters: they
+// differ most, and they are stored here, so comparing them does not access the string.
 struct Place {
     Place(QStringView wholeName, int at)
         : name(wholeName)
@@ -331,7 +332,7 @@ void QtFloor::sort(QJsonArray& manifest, const QString& path, const QStringList&
 {
     const QStringList names = path.split(QLatin1Char('/'));
     changeArray(manifest, names, names.size(), [&](QJsonArray& children) {
-        // Names may collide in a hash, so they are sorted and looked up by halves.
+        // Sort the names and use a binary search, because names may collide in a hash.
         QStringList stored;
         std::vector<Place> places;
         stored.reserve(children.size());

@@ -14,13 +14,14 @@
 #include <optional>
 #include <string>
 
-// What each kind of side keeps from one operation to the next: a manifest in its own form and a file of its own to save
-// it in, and the results of its queries and walks.
+// The state that each kind of side keeps between operations: a manifest in its own representation, a file of its own
+// for saving it, and the results of its queries and walks.
 
 struct Files {
     Files(const Tree& tree, const char* name);
 
-    /// Everything that a side can come to.
+    /// Returns all results of a side: the manifest in memory, the saved file, the created file, and the result of a
+    /// query or walk.
     QJsonValue outcome(const QJsonArray& manifest, const QJsonValue& result) const;
 
     QString folder;
@@ -33,10 +34,10 @@ struct WithQt : Files {
 
     QJsonValue outcome(const QJsonArray& manifest) const;
 
-    // Of a query or walk.
+    // Results of a query or walk.
     QJsonValue result;
     QStringList names;
-    /// The document of a walk, which takes the manifest's place.
+    /// The document of a walk. If not null, it replaces the manifest in outcome().
     QJsonValue walked;
 };
 
@@ -58,7 +59,7 @@ struct PlainQt : WithQt {
     QJsonArray manifest;
 };
 
-/// Plain Qt that only lists and parses, which leaves no results.
+/// Plain Qt that only lists folders and parses files. It has no results.
 struct Parsing : Files {
     static constexpr auto name = "parsing";
 
@@ -68,7 +69,7 @@ struct Parsing : Files {
     QJsonArray manifest;
 };
 
-/// Plain Qt that waits for no disk.
+/// Plain Qt that saves without syncing.
 struct Unsynced : PlainQt {
     static constexpr auto name = "unsynced";
 
@@ -100,7 +101,7 @@ struct Python : Files {
     explicit Python(const Tree& tree);
     QJsonValue outcome();
 
-    /// Has a command carried out and adds its time.
+    /// Runs a command in the Python process and adds its time to `time`.
     void run(const QJsonArray& command);
 
     double time = 0;

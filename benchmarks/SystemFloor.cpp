@@ -39,7 +39,7 @@ void read(int folder, const char* name, std::string& content)
 void scan(int parent, const char* name, std::string& content)
 {
     const int folder = openat(parent, name, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    // As large as the C library's.
+    // The same size as readdir() of the C library uses.
     std::vector<char> entries(32768);
     long size = 0;
     while ((size = syscall(SYS_getdents64, folder, entries.data(), entries.size())) > 0) {

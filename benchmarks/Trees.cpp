@@ -38,7 +38,7 @@ QByteArray parameter(int number, Random& random)
         + "\", \"value\": " + QByteArray::number(below(random, 100000)) + ", \"unit\": \"mm/s\"}";
 }
 
-// Written as people write them: some of what the manifest takes over, then what only the page itself needs.
+// Returns a typical description: first members that the manifest contains, then parameters that only the page needs.
 QByteArray description(int position, int bytes, Random& random)
 {
     QByteArray text = "{\n" + member("labelTextId", '"' + numbered("TXT_", below(random, 10000)) + '"')
@@ -129,7 +129,7 @@ Tree::Tree(const Shape& wanted)
         write(path % QLatin1String("/Folder.menu.json"), description(shape.folders - i, someBytes(), random));
         for (int j = 0; j < shape.files; ++j) {
             selections << nodes.constLast() % QLatin1Char('/') % fileNames.at(j);
-            // Every position once, so that there is one order.
+            // Every display position occurs once, so that the order is defined.
             write(folder() % QLatin1Char('/') % selections.constLast() % QLatin1String(".config.json"),
                 description(j * 7919 % shape.files, shape.bytes > 0 ? shape.bytes : someBytes(), random));
         }

@@ -9,33 +9,35 @@
 
 using Random = std::mt19937;
 
-/// A number from 0 up to, not including, the bound; the same with every C++ library.
+/// Returns a random number from 0 to `bound` - 1. Unlike std::uniform_int_distribution, it is the same with every C++
+/// library.
 int below(Random& random, int bound);
 
-/// How description files lie in a tree. Folders are filled breadth first; the scanned one holds nothing but folders.
+/// The shape of a tree of description files. Folders are created breadth first. The scanned folder contains only
+/// folders.
 struct Shape {
     int folders;
-    /// Folders in each folder.
+    /// Number of folders in each folder.
     int branches;
-    /// Selections in each folder, which has a description of its own besides.
+    /// Number of selections in each folder, without the folder's own description.
     int files;
-    /// Of each selection's description; 0 for any number from 300 to 800.
+    /// Size of each selection's description; 0 for random sizes from 300 to 800.
     int bytes = 0;
     bool hasCollidingNames = false;
     bool isOnDisk = false;
 };
 
-/// Template of a QTemporaryDir where temporary files survive a restart, which usually is on a disk.
+/// Returns a template for QTemporaryDir in a folder whose files survive a restart, which usually is on a disk.
 QString lastingFolder();
-/// Whether the file system of such a folder is in memory.
+/// Returns whether the parent folder of such a template is on a file system in memory.
 bool isInMemory(const QString& folderTemplate);
 
-/// A configuration folder, the same for every run, with its manifest. Gone with its last copy.
+/// A configuration folder with its manifest, with the same content in every run. The destructor removes it.
 class Tree {
 public:
     explicit Tree(const Shape& shape);
 
-    /// Descriptions, and so elements.
+    /// Returns the number of descriptions, which is also the number of elements.
     int size() const;
     QString folder() const;
     QString manifestPath() const;
@@ -50,6 +52,7 @@ private:
     QTemporaryDir directory;
 };
 
-/// Makes a tree when it is asked for first. Names: the number of descriptions, by tens; "deep"; "wide" and the number of
-/// siblings; "big"; "colliding"; "tmpfs" and "disk" for 100 descriptions there.
+/// Returns the tree of that name and creates it on the first call. Names are: a number of descriptions, a multiple of
+/// 20; "deep"; "wide" followed by a number of siblings; "big"; "colliding"; "tmpfs" and "disk", with 100 descriptions
+/// on such a file system.
 const Tree& treeOf(const QString& name);

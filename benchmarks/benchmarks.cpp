@@ -1,6 +1,6 @@
-// Times the library and what it is compared with, one right after the other, so that whatever else the machine does
-// meets all of them alike. Counted is the time of the processor, without what others do meanwhile and without waiting for
-// a disk; only what a sync costs is counted as the time that passes. --quick leaves out what takes long.
+// Measures the library and the sides that it is compared with in turns, so that other load on the machine affects all
+// of them alike. Measures processor time, without other processes and without waiting for a disk. Only the sync
+// workloads are measured in wall-clock time. --quick leaves out the large trees and repeats less.
 
 #include "Jobs.h"
 
@@ -38,7 +38,7 @@ double median(std::vector<double> values)
     return *middle;
 }
 
-/// One run, not timed: all sides that have results come to the same.
+/// Runs every side once, without timing. Returns whether all sides that have results have the same.
 bool agree(const Job& job)
 {
     QJsonValue expected(QJsonValue::Undefined);
@@ -55,7 +55,7 @@ bool agree(const Job& job)
     return true;
 }
 
-/// What a side takes, and what the library takes of that in the same round.
+/// The times of a side, and the ratios of the library's times to them in the same rounds.
 struct Comparison {
     std::vector<double> times;
     std::vector<double> ratios;
@@ -75,7 +75,8 @@ public:
         return done;
     }
 
-    /// A run of the library for each run of another side, in turn before and after it; two of three only beside plain Qt.
+    /// Runs the library once for each run of another side, in even rounds before it and in odd rounds after it. Only
+    /// every third round includes all sides; the others include only plain Qt.
     void add()
     {
         const bool libraryFirst = done % 2 == 0;
@@ -118,7 +119,7 @@ private:
     std::vector<Comparison> comparisons;
 };
 
-/// How long a workload is repeated.
+/// How often a workload is repeated: until `time` has passed, but within these numbers of rounds.
 struct Patience {
     int fewest;
     int most;
@@ -132,11 +133,11 @@ void measure(benchmark::State& state, const Workload& workload, const Patience& 
 {
     const Job job = workload.make();
     if (!agree(job)) {
-        state.SkipWithError("the sides come to different results");
+        state.SkipWithError("the sides have different results");
         return;
     }
     Rounds rounds(job);
-    // To the framework all rounds are one: only here is known how many there have to be.
+    // All rounds are one iteration for the framework, because only this loop knows when there are enough.
     for (auto _ : state) {
         const auto end = std::chrono::steady_clock::now() + patience.time;
         while (rounds.count() < patience.fewest
@@ -158,7 +159,7 @@ bool isLarge(const Workload& workload)
 
 int main(int argc, char* argv[])
 {
-    // A message is a mistake in what is measured.
+    // A warning means that the measured work is wrong.
     setenv("QT_FATAL_WARNINGS", "1", 1);
     benchmark::Initialize(&argc, argv);
     const bool isQuick = argc > 1 && std::strcmp(argv[1], "--quick") == 0;

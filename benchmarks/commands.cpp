@@ -1,5 +1,5 @@
-// Prints, as JSON, what the commands of the program that compare trees take: of the processor beside what loads and
-// creations of the same trees by the library alone take, and of the memory beside what one tree takes.
+// Prints, as JSON, the processor time and the memory of those commands of the program that compare trees. The time is
+// relative to loads and creations of the same trees by the library alone, the memory to that of one loaded tree.
 
 #include "ConfigurationManifestCreator.h"
 #include "ConfigurationManifestHandler.h"
@@ -46,8 +46,8 @@ double nanosecondsOf(const timeval& time)
     return static_cast<double>(time.tv_sec) * 1e9 + static_cast<double>(time.tv_usec) * 1e3;
 }
 
-// Runs a program, and prints what it took. Not in the process that measures: a child has its parent's memory for a
-// moment, and that counts as its own.
+// Runs a program and prints its processor time and peak memory. This is done in a small process of its own: between
+// fork() and exec a child has the memory of its parent, which counts for its peak.
 int printUseOf(char** command)
 {
     const pid_t child = fork();
@@ -67,7 +67,7 @@ int printUseOf(char** command)
     return WEXITSTATUS(status) > 1 ? 1 : 0;
 }
 
-// One run of the companion program, whatever it answers.
+// Runs the program once. Its exit status may be 0 or 1.
 Use useOf(const QStringList& arguments)
 {
     QProcess process;
@@ -88,7 +88,7 @@ double timeOf(const Function& function)
     return processorTime() - start;
 }
 
-// A load and a creation by the library alone, in turns with what is compared with them.
+// The shortest times of a load and a creation by the library alone. They are measured in turns with the commands.
 struct Yardsticks {
     QString manifest;
     QString folder;
@@ -124,7 +124,8 @@ QString written(const QString& path, const QJsonArray& manifest)
     return path;
 }
 
-// Every third element gets another label; of siblings the first one goes, and the next one stands behind the others.
+// Returns an edited copy of a tree: every third element gets another label, and of more than two siblings the first one
+// is removed and the second one becomes the last.
 QJsonArray edited(const QJsonArray& siblings, const QString& label, int& count)
 {
     QJsonArray result;
@@ -207,7 +208,7 @@ int main(int argc, char** argv)
             written(temporary.filePath(QStringLiteral("mine")), edited(manifest, QStringLiteral("MINE"), count));
         const QString theirs = written(temporary.filePath(QStringLiteral("new")), reversed(manifest));
         const QString& folder = tree.folder();
-        // Both name the same path, so their difference is a tree.
+        // Both runs differ only in the manifest that they load, so the difference is the memory of the tree.
         const double emptyTree = useOf({QStringLiteral("exists"), empty, QStringLiteral("x")}).kilobytes;
         const double oneTree = useOf({QStringLiteral("exists"), base, QStringLiteral("x")}).kilobytes;
         const QVector<Command> commands {

@@ -1,5 +1,4 @@
-// Prints, as JSON, the most that loads take of the heap at once, and by how much a process grows that goes on saving one
-// property.
+// Prints, as JSON, the peak heap use of loads, and how much a process grows that saves one property again and again.
 
 #include "ConfigurationManifestHandler.h"
 #include "HeapUse.h"
@@ -41,7 +40,7 @@ void save(ConfigurationManifestHandler& handler, const QString& path, int times)
     for (int i = 0; i < times; ++i) {
         const QString value = padding + QString::number(i).rightJustified(10, QLatin1Char('0'));
         if (!handler.setProperty(path, QStringLiteral("labelTextId"), value, true)) {
-            qFatal("there is no %s", qPrintable(path));
+            qFatal("there is no element %s", qPrintable(path));
         }
     }
 }

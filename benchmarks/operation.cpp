@@ -1,6 +1,6 @@
-// Does jobs for others to watch, each once: between two calls of getppid() for those who count calls of the system, and
-// as all that callgrind collects when it starts with --instr-atstart=no. Prints job, side and the units of the job in
-// the order in which they are done.
+// Runs each job once, for tools that observe it. For counting system calls, the job is between two calls of getppid().
+// For callgrind with --instr-atstart=no, only the job is instrumented. Prints the units, the name and the side of each
+// job, in the order of the runs.
 
 #include "Jobs.h"
 
@@ -26,7 +26,7 @@ int main(int argc, char* argv[])
             if (!wanted.contains(side.name.c_str())) {
                 continue;
             }
-            // Once before, for what is done only once.
+            // Warm up with an unobserved run, which initialises what is initialised only once.
             side.prepare(1);
             side.run();
             side.prepare(2);

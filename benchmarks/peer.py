@@ -1,6 +1,6 @@
 #!/usr/bin/python3
-"""The library's jobs as somebody might do them in Python. Takes a job in each line, prints the nanoseconds of the
-processor that it took."""
+"""The library's jobs, written in Python. Reads one job per line from standard input and prints the processor time that
+it took, in nanoseconds."""
 import json
 import os
 import sys
@@ -115,7 +115,7 @@ def addressed_name(element):
 
 
 def find(instance_path):
-    """The list that holds an element, and its position there; None when there is none."""
+    """Returns the list that contains an element, and the element's position in it; None if there is no such element."""
     array = manifest
     *names, last = instance_path.split("/")
     for name in names:
@@ -193,7 +193,7 @@ def update(instance_name, key, value):
 
 
 def tell(path):
-    """What has come of everything."""
+    """Writes the manifest and the result of the last query or walk into a file."""
     with open(path, "w") as file:
         json.dump([manifest, result], file)
 

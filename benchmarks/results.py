@@ -1,4 +1,4 @@
-"""The results of one or more runs of the benchmarks, and their limits. For the scripts beside it."""
+"""Reads the results of one or more runs of the benchmarks, and their limits, for the other scripts in this folder."""
 import json
 import math
 import pathlib
@@ -9,7 +9,7 @@ FOLDER = pathlib.Path(__file__).resolve().parent
 SIZES = ("100", "2000", "20000")
 WIDTHS = ("wide200", "wide1000", "wide5000")
 
-# What does not depend on the machine. The others are in limits.txt.
+# Limits that do not depend on the machine. The others are in limits.txt.
 COMMANDS = ("check", "check-folder", "diff", "diff-folder", "explain", "merge", "merge-folder")
 LIMITS = {
     "create": {"calls": 5.8},
@@ -17,8 +17,8 @@ LIMITS = {
     "sort": {"growth": 1.4},
     "collect": {"growth": 1.35},
     "overwrites": {"memory": 2.0},
-    # Three loads for each manifest and two creations for each folder, which an explanation takes to the full. A merge
-    # holds three trees and what it makes of them.
+    # The allowed time is that of three loads for each manifest and two creations for each folder. "explain" needs all
+    # of it. A merge has three trees and the result in memory.
     **{f"{command}/20000": {"of allowed": 1.1 if command == "explain" else 1.0,
                             "trees": 3.3 if command.startswith("merge") else 3.0}
        for command in COMMANDS},
@@ -26,7 +26,7 @@ LIMITS = {
 
 
 def limits():
-    """Of each operation, or of one in one tree, and of each column."""
+    """Returns the limits by name and column. A name is that of an operation, or of an operation with one tree."""
     found = {name: dict(columns) for name, columns in LIMITS.items()}
     for line in (FOLDER / "limits.txt").read_text().splitlines():
         if not line.startswith("#"):
@@ -43,7 +43,7 @@ def limit_of(row, column, all_limits):
 
 
 def exponent(rows, tree_names, count):
-    """The slope of a line through the times of one operation in several trees, on logarithmic scales."""
+    """Returns the exponent of growth: the slope of a line through the times of one operation, on logarithmic scales."""
     points = [(math.log(row[count]), math.log(row["library"])) for row in rows if row["tree"] in tree_names]
     if len(points) < 2:
         return None
@@ -65,13 +65,13 @@ def timed(path):
 
 
 def best(rows, others):
-    """Of what was beyond its limit and has been measured once more, the better one."""
+    """Replaces each row that was measured again by the better of the two."""
     again = {row["name"]: row for row in others}
     return [min(row, again.get(row["name"], row), key=lambda either: either["of qt"]) for row in rows]
 
 
 def counted(path):
-    # On a device there may be nothing to count with.
+    # A device may lack the tools for counting.
     if not path.exists():
         return {}
     with open(path) as lines:
@@ -112,14 +112,14 @@ def gathered(folder):
 
 
 def medians(folders):
-    """The rows of the first run, with the medians of all."""
+    """Returns the rows of the first run, with the medians of all runs."""
     runs = [{row["name"]: row for row in gathered(pathlib.Path(folder))} for folder in folders]
     rows = []
     for name, first in runs[0].items():
         row = dict(first)
         for column, value in first.items():
             if isinstance(value, (int, float)):
-                # Not every run measures everything.
+                # A row or column may be missing in some runs.
                 row[column] = statistics.median(run[name][column] for run in runs if column in run.get(name, {}))
         rows.append(row)
     return rows

@@ -1,4 +1,5 @@
-# How everything is compiled when fuzzers are built: for finding errors, or for showing what the corpora reach.
+# Options for all targets of a build with fuzzers: sanitizers to find errors, or instrumentation to measure the coverage
+# of the corpora.
 if(NOT CMAKE_CXX_COMPILER_ID STREQUAL Clang)
     message(FATAL_ERROR "Fuzzers need clang: -DCMAKE_CXX_COMPILER=clang++-14")
 endif()

@@ -1,11 +1,11 @@
-# What is installed: the library, the substitute and the program, and what a developer needs of the first two.
+# Install rules for the library, the substitute and the program, and for the development files of the two libraries.
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
 set(headers ${CMAKE_INSTALL_INCLUDEDIR}/configurationmanifest)
 set(package ${CMAKE_INSTALL_LIBDIR}/cmake/ConfigurationManifest)
 
-# The include folders are those of this tree, so that a header is included in the same way here and there.
+# The installed include folders correspond to those of the source tree, so #include directives work unchanged in both.
 target_include_directories(ConfigurationManifest_definitions INTERFACE
     $<INSTALL_INTERFACE:${headers}> $<INSTALL_INTERFACE:${headers}/definitions>)
 target_include_directories(ConfigurationManifest_manifest INTERFACE $<INSTALL_INTERFACE:${headers}/manifest>)
@@ -17,7 +17,7 @@ install(TARGETS ConfigurationManifest_substitute EXPORT ConfigurationManifestSub
 if(CONFIGURATION_MANIFEST_BUILD_TOOL)
     install(TARGETS ConfigurationManifest_program DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT Tool)
     install(FILES tools/configuration-manifest.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT Tool)
-    # The program finds the libraries beside it, wherever the installed tree is moved. Packages have no run path.
+    # With a relative run path the program finds its libraries in an installed tree that was moved. Packages disable it.
     if(IS_ABSOLUTE ${CMAKE_INSTALL_LIBDIR} OR IS_ABSOLUTE ${CMAKE_INSTALL_BINDIR})
         set_target_properties(ConfigurationManifest_program PROPERTIES INSTALL_RPATH ${CMAKE_INSTALL_FULL_LIBDIR})
     else()
@@ -42,7 +42,7 @@ install(PROGRAMS definitions/check-definitions
     DESTINATION ${CMAKE_INSTALL_DATADIR}/configurationmanifest COMPONENT Development)
 install(DIRECTORY definitions substitute DESTINATION ${headers} COMPONENT Development FILES_MATCHING PATTERN *.h)
 
-# The substitute is described by a file of its own: a device has the rest without it.
+# The substitute has a targets file of its own, because a device has the rest without it.
 install(EXPORT ConfigurationManifest
     FILE ConfigurationManifestTargets.cmake NAMESPACE ConfigurationManifest::
     DESTINATION ${package} COMPONENT Development)
@@ -59,7 +59,7 @@ install(FILES
     ${PROJECT_BINARY_DIR}/ConfigurationManifestConfigVersion.cmake
     DESTINATION ${package} COMPONENT Development)
 
-# Where the linker looks by itself, as seen from the root of the system that is built for.
+# The default library folders of the linker, as absolute paths on the target system.
 set(root /)
 if(CMAKE_SYSROOT)
     set(root ${CMAKE_SYSROOT})
@@ -69,7 +69,7 @@ foreach(folder IN LISTS CMAKE_CXX_IMPLICIT_LINK_DIRECTORIES)
     file(RELATIVE_PATH folder_in_root ${root} ${folder})
     list(APPEND system_libraries /${folder_in_root})
 endforeach()
-# Not those that the environment has added here.
+# Leave out folders that environment variables of this build have added.
 list(FILTER system_libraries INCLUDE REGEX "^(/usr)?/lib")
 configure_file(cmake/InstallPkgConfig.cmake.in InstallPkgConfig.cmake @ONLY)
 install(SCRIPT ${PROJECT_BINARY_DIR}/InstallPkgConfig.cmake COMPONENT Development)

@@ -1,10 +1,10 @@
-# How everything in this tree is compiled. Nothing of it reaches a consumer of the library.
+# Compiler and linker options of all targets in this tree. Consumers of the library do not get any of them.
 include(CheckCXXCompilerFlag)
 
 add_library(ConfigurationManifest_options INTERFACE)
 
 target_compile_definitions(ConfigurationManifest_options INTERFACE
-    # Release builds of Qt drop file, line and function from messages; a device is debugged through its log.
+    # Without this, release builds log messages without file, line and function. A device is debugged through its log.
     QT_MESSAGELOGCONTEXT
     QT_NO_CAST_FROM_ASCII
     QT_NO_CAST_TO_ASCII
@@ -23,8 +23,8 @@ if(CONFIGURATION_MANIFEST_WARNINGS_AS_ERRORS)
     add_compile_options(-Werror)
 endif()
 
-# Messages and debug information name a source file as it lies in the project, wherever that was built. Of the options
-# that fit a path the last one counts. The compiler is told relative paths of sources that lie in the build folder.
+# Messages and debug information name source files by their paths in the project, wherever it is built. If several
+# options match a path, the last one counts. For sources inside the build folder, the compiler gets relative paths.
 set(map_sources -ffile-prefix-map=${PROJECT_SOURCE_DIR}/=)
 set(map_build)
 foreach(folder IN ITEMS ${CMAKE_BINARY_DIR} ${PROJECT_BINARY_DIR})
@@ -39,21 +39,20 @@ endif()
 if(CMAKE_SYSROOT)
     list(APPEND path_maps -ffile-prefix-map=${CMAKE_SYSROOT}/=/)
 endif()
-# What tells which lines were reached is to find their sources.
+# Coverage reports must find the sources, so only macros like __FILE__ are mapped for them.
 if(CONFIGURATION_MANIFEST_FUZZ_COVERAGE)
     list(TRANSFORM path_maps REPLACE "^-ffile-" -fmacro-)
 endif()
 target_compile_options(ConfigurationManifest_options INTERFACE ${path_maps})
 
-# What is installed is hardened: the stack is protected and never grown past its guard page, jumps land where functions
-# begin, variables begin as zeros, calls to the C library and uses of containers are checked, and nothing that the loader
-# has bound can be overwritten.
+# Hardening for everything that is installed: checked calls to the C library and checked containers, read-only
+# relocations, stack protection, stack clash protection, control-flow protection and zero-initialised variables.
 add_library(ConfigurationManifest_hardened INTERFACE)
 target_compile_options(ConfigurationManifest_hardened INTERFACE
     "SHELL:-include \"${CMAKE_CURRENT_LIST_DIR}/CheckedCalls.h\"")
 target_link_options(ConfigurationManifest_hardened INTERFACE -Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack)
 
-# Adds an option where the compiler has it for this architecture, and leaves alone what whoever builds this has decided.
+# Adds -f<feature><level> if the compiler supports it for this architecture, unless CMAKE_CXX_FLAGS sets the feature.
 function(ConfigurationManifest_harden feature level)
     string(TOUPPER ${feature} name)
     string(REPLACE - _ variable CONFIGURATION_MANIFEST_HAS_${name})
@@ -68,7 +67,7 @@ endfunction()
 ConfigurationManifest_harden(stack-protector -strong)
 ConfigurationManifest_harden(stack-clash-protection "")
 ConfigurationManifest_harden(cf-protection "")
-# A memory checker is to find what nobody has set.
+# Zero-initialisation would hide uninitialised variables from a memory checker.
 if(NOT CONFIGURATION_MANIFEST_MEMORY_CHECKED)
     ConfigurationManifest_harden(trivial-auto-var-init =zero)
 endif()

@@ -8,7 +8,7 @@
  *
  * The process that loads the library provides the constructor, the destructor, the virtual table and the type
  * information. The library derives from this class. It contains no walk and never calls compute(). A provider keeps the
- * two virtual functions in this order and adds no data that a derived class would have to know.
+ * two virtual functions in this order and adds no data members, because the library is compiled against this layout.
  */
 class Q_DECL_EXPORT JsonDataIteratorObjectBase {
 public:

@@ -15,7 +15,7 @@
 #include <cstdlib>
 #include <vector>
 
-/// An input of texts, each ended by a NUL. Texts that are not there are empty.
+/// The bytes of an input as a sequence of texts that are separated by NUL. After the last one, all texts are empty.
 class Texts {
 public:
     Texts(const std::uint8_t* data, std::size_t size)
@@ -42,7 +42,7 @@ private:
     QByteArrayList texts;
 };
 
-/// The folder in which this process works.
+/// Returns the path of a temporary folder of this process.
 inline const QString& workFolder()
 {
     static const QTemporaryDir folder;
@@ -50,7 +50,7 @@ inline const QString& workFolder()
     return path;
 }
 
-/// Whether a key comes again in its object. Qt's parser then never frees the container that was the former value.
+/// Returns whether an object has a key twice. Qt's parser leaks the first value then if it is an object or array.
 inline bool repeatsKey(const QByteArray& json)
 {
     std::vector<QSet<QString>> keys;
@@ -78,7 +78,7 @@ inline bool repeatsKey(const QByteArray& json)
     return false;
 }
 
-/// Ends the process, with what led there, when two sides differ that must not.
+/// Prints the calls and the differences and aborts the process, unless there are no differences.
 inline void endIfDifferent(const QStringList& differences, const QStringList& calls)
 {
     if (differences.isEmpty()) {

@@ -1,13 +1,12 @@
 # shellcheck shell=bash
-# What the commands of the fuzzers share. Sourced, with `set -euo pipefail` in force; not run.
+# Functions that the scripts of the fuzzers share. To be sourced, with `set -euo pipefail` in force.
 . "$project/scripts/common.sh"
 
 targets=(manifest edits folders iterators)
-# Reports need few callers of each allocation, and runs are twice as fast.
+# A few callers of each allocation are enough for reports, and runs are twice as fast.
 export ASAN_OPTIONS=malloc_context_size=4:quarantine_size_mb=16
 
-# The folders in which fuzzers work go into one, in memory where that is possible. Neither that folder nor a fuzzer
-# outlives this process.
+# Makes a temporary folder for the fuzzers, in memory if possible. On exit, ends the fuzzers and removes the folder.
 use_scratch() {
     local parent=/dev/shm
     [ -w "$parent" ] || parent=${TMPDIR:-/tmp}

@@ -1,4 +1,4 @@
-// Bytes as the choices of what is done with a handler; each step is compared with the model of it.
+// The bytes of an input choose the steps of a sequence of calls to a handler. Each step is compared with a model.
 
 #include "Fuzzing.h"
 #include "HandlerSequence.h"

@@ -1,10 +1,10 @@
-// Texts as a folder: every one is a path, a line end and the content of the file there. Both kinds of manifest are
-// created of it, loaded, and compared with what the same tree, held as plain data, has to give. The first text can ask
-// for a scheme that is neither ("other") and for a scan of a path that ends in "/", and one by a base path after that
-// ("slash").
+// The texts of an input describe a folder. Both kinds of manifest are created from it, loaded, and compared with a
+// model of the same tree in plain data. The first text has the options: "other" replaces the scheme of processes by an
+// empty one, "slash" adds a scan of a path that ends with "/" and, after that, a scan by a base path.
 //
-// A path that ends in "/" is a folder. One that begins with "^" lies beside the scanned folder; one that begins with
-// ">" is a link to what its content names there. So no link leads back up: there is no guard against that.
+// Each further text is a path, a line feed and the content of a file. A path that ends with "/" is a folder. A path
+// that begins with "^" lies in a folder beside the scanned one. A path that begins with ">" is a symbolic link, and its
+// content is the target in the folder beside. So no link leads back up, which a scan would not detect.
 
 #include "ConfigurationManifestCreator.h"
 #include "ConfigurationManifestHandler.h"
@@ -33,7 +33,7 @@ const QString beside = QStringLiteral("beside");
 const QString folderDescription = QStringLiteral("Folder.menu.json");
 const QString manifestSuffix = QStringLiteral(".manifest.json");
 
-/// Line ends are translated on reading, and to Qt every carriage return belongs to one.
+/// Returns the content as read in Qt's text mode, which drops every carriage return.
 QByteArray asText(QByteArray content)
 {
     return content.replace('\r', "");
@@ -43,7 +43,7 @@ struct Entry {
     enum Kind { Folder, File, Link };
 
     Kind kind = Folder;
-    /// Of a file; of a link, where in the other folder it leads.
+    /// Content of a file; for a link, the target's path in the folder beside.
     QByteArray content;
     std::map<QString, Entry> entries;
 };
@@ -72,7 +72,7 @@ public:
         return roots.at(scanned);
     }
 
-    /// What an entry is or leads to; none, if it leads nowhere.
+    /// Returns the entry, or for a link its target; null if the target does not exist.
     const Entry* resolved(const Entry& entry) const
     {
         if (entry.kind != Entry::Link) {
@@ -86,7 +86,7 @@ public:
             }
             target = &found->second;
         }
-        // Nothing is written of the other folder when it is empty.
+        // writeTo() does not create the folder beside when it is empty.
         return target == &roots.at(beside) && target->entries.empty() ? nullptr : target;
     }
 
@@ -96,14 +96,14 @@ private:
         return path.split(QLatin1Char('/'), Qt::SkipEmptyParts);
     }
 
-    // Names and paths stay well within what a file system takes; where that ends is no matter of bytes put together.
+    // Names and paths stay well below the limits of file systems. Those limits are not what is tested here.
     static constexpr int longestName = 200;
     static constexpr int deepest = 8;
 
     static bool areNames(const QStringList& names)
     {
         return std::all_of(names.begin(), names.end(), [](const QString& name) {
-            // Qt takes a byte order mark at the beginning of a file's name for none of the name.
+            // Qt drops a byte order mark at the beginning of a file name.
             return name != QLatin1String(".") && name != QLatin1String("..") && name.toUtf8().size() <= longestName
                 && !name.startsWith(QChar::ByteOrderMark);
         });
@@ -124,7 +124,7 @@ private:
             || (isLink && !areNames(names(QString::fromUtf8(content))))) {
             return;
         }
-        // Where a save leads that goes through a link is Qt's matter.
+        // Leave out a link in place of a manifest: Qt decides where a save through it goes.
         if (isLink && way.size() == 1 && way.constFirst().endsWith(manifestSuffix)) {
             return;
         }
@@ -150,7 +150,7 @@ private:
         if (found != folder.entries.end()) {
             return found->second.kind == kind ? &found->second : nullptr;
         }
-        // A listing ignores case and so leaves open which of two names comes first that differ in nothing else.
+        // Listings are sorted case-insensitively, so the order of two names that differ only in case is not defined.
         const bool isTaken = std::any_of(folder.entries.begin(), folder.entries.end(),
             [&](const auto& other) { return other.first.toLower() == name.toLower(); });
         if (isTaken) {
@@ -188,7 +188,7 @@ struct Element {
     const Entry* folder;
 };
 
-/// What a scan has to find, to say and to make of a tree.
+/// The model of a scan: the elements, messages and manifest items that a tree has to give.
 class Scan {
 public:
     Scan(const Tree& scannedTree, const QString& rootPath, bool isConfiguration)
@@ -255,7 +255,7 @@ public:
         return model.messages;
     }
 
-    /// Whether a folder has so many elements that the order of those with the same position is not defined.
+    /// Returns whether some order is not defined: a folder has more than 16 elements, and some have the same position.
     bool leavesOrderOpen() const
     {
         return orderIsOpen;
@@ -284,7 +284,7 @@ private:
 
     Members described(const Entry* file, const QString& path)
     {
-        // A link that leads nowhere is a file that cannot be opened; to Qt it exists.
+        // The description is a dangling link or a folder: it exists, but cannot be opened.
         if (!file || file->kind == Entry::Folder) {
             QFile unopened(path);
             unopened.open(QIODevice::ReadOnly);
@@ -320,7 +320,7 @@ private:
         if (!number) {
             return -1;
         }
-        // What does not fit into an int becomes the nearest one.
+        // A number outside the range of int becomes the nearest value of that range.
         constexpr double lowest = std::numeric_limits<int>::min();
         constexpr double highest = std::numeric_limits<int>::max();
         return static_cast<int>(std::trunc(std::min(std::max(*number, lowest), highest)));
@@ -333,7 +333,7 @@ private:
     bool orderIsOpen = false;
 };
 
-/// The same items in an order that does not depend on theirs.
+/// Returns the items in a normalised order, for comparing items in any order.
 Items inAnyOrder(const Items& items)
 {
     Items result;
@@ -364,7 +364,8 @@ void compareMessages(Comparison& comparison, const Scan& scan, const QStringList
     }
 }
 
-/// Scans by way of the base path, if there is one.
+/// Creates a manifest, loads it, and compares both with the model. Calls create() if there is a base path, otherwise
+/// create2().
 void checkScan(const Tree& tree, ConfigurationManifestCreator& creator, const QString& folder, const QString& scheme,
     const std::optional<QString>& basePath = {})
 {
@@ -458,7 +459,7 @@ void checkElements(const Tree& tree, const QString& folder)
     endIfDifferent(comparison.differences(), {folder});
 }
 
-/// Relative paths are below the work folder within its life; between inputs libFuzzer uses its own.
+/// Makes the work folder the current one during its lifetime. Between inputs libFuzzer uses relative paths of its own.
 class WorkingDirectory {
 public:
     WorkingDirectory()
@@ -479,7 +480,7 @@ private:
 
 extern "C" int LLVMFuzzerInitialize(int*, char***)
 {
-    // File names are UTF-8, whatever locale this is started under.
+    // Encode file names as UTF-8 under any locale.
     return std::setlocale(LC_ALL, "C.UTF-8") ? 0 : 1;
 }
 
@@ -498,7 +499,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     checkElements(tree, scanned);
     if (options.contains("slash")) {
         checkScan(tree, creator, scanned + QLatin1Char('/'), scanned);
-        // After that no separator follows a base path, so this is the same folder.
+        // After a scan of a path that ends with "/", create() inserts no "/". So an empty path gives the same folder.
         checkScan(tree, creator, scanned, scanned, QString());
     }
     return 0;

@@ -1,5 +1,6 @@
-// Texts as a document and as what an updater is to do with it: the document, letters that choose, instance name, key
-// and value. Both iterators walk the document and are called directly for its outer objects.
+// The texts of an input are a JSON document, letters that choose modes and types, and the instance name, key and value
+// for an updater. The collector and the updater walk over the document and are called directly for its outer objects.
+// Both are compared with models.
 
 #include "Fuzzing.h"
 #include "JsonDataIteratorConfigurationInstanceCollector.h"
@@ -19,7 +20,7 @@ namespace {
 const QString selectionType = QStringLiteral("selectionType");
 const QString instanceName = QStringLiteral("instanceName");
 
-/// Undefined when there is none.
+/// The accumulator of a walk; nullopt stands for Undefined.
 using Accumulator = std::optional<Value>;
 using Visit = std::function<void(Members& object, Accumulator& result)>;
 
@@ -152,7 +153,7 @@ public:
         gather(result, {object});
     }
 
-    /// Whether the value holds an object that gets the value, which holds it again.
+    /// Returns whether a walk would never end, because the updater would write the value into an object inside it.
     bool neverEnds() const
     {
         bool found = false;

@@ -1,5 +1,5 @@
-// The first text as a manifest: loaded from memory and from its file, asked, saved and loaded again. The next two are
-// the names to stamp, all others paths to ask for.
+// The first text of an input is a manifest. It is loaded from memory and from a file, queried, saved and loaded again.
+// The next two texts are the module name and the object name, all others are instance paths for queries.
 
 #include "ConfigurationManifestHandler.h"
 #include "Files.h"
@@ -28,7 +28,7 @@ public:
         compareManifest("loaded from memory");
     }
 
-    /// The file holds that content.
+    /// Loads the manifest from its file, which has that content.
     void loadFile(const QByteArray& content)
     {
         handler.parseManifestFile();
@@ -130,7 +130,7 @@ private:
     Comparison comparison;
 };
 
-/// The paths of elements, some of them too many to ask for.
+/// Appends the instance paths of elements until there are six paths, because queries of all would take too long.
 void addPaths(const Items& items, const QString& above, QStringList& paths)
 {
     constexpr int enough = 6;

@@ -32,7 +32,7 @@ ConfigurationManifestCreator::~ConfigurationManifestCreator() = default;
 bool ConfigurationManifestCreator::create(const QString& path)
 {
     QString folderPath = path;
-    // Asks the folder of the previous scan, not `path`: callers rely on it.
+    // Checks the folder of the previous scan, not `path`: callers rely on that.
     if (!configurationFolderPath.endsWith(QLatin1Char('/'))) {
         folderPath += QLatin1Char('/');
     }
@@ -53,7 +53,7 @@ bool ConfigurationManifestCreator::create2(const QString& path, const QString& s
     const QString folderScheme = selectorUrlScheme;
     const bool isConfiguration =
         folderScheme == ConfigurationAndProcessDataDefinitions::getSelectorUrlSchemeConfiguration();
-    // Every list of the scan refers to this string.
+    // Every ConfigurationStructureElementList of the scan keeps a reference to this string.
     const QString suffix = isConfiguration ? ConfigurationStructureElement::getConfigurationFileSuffix()
                                            : ConfigurationStructureElement::getProcessFileSuffix();
     const QString folderPath = configurationFolderPath;
@@ -61,7 +61,7 @@ bool ConfigurationManifestCreator::create2(const QString& path, const QString& s
     manifestJsonArray = QJsonArray();
     QJsonArray instanceList;
     generateInstanceList(elementList, instanceList);
-    // Whoever took the messages of the scan may have begun another one with this creator.
+    // A message handler may have run another scan with this creator, which overwrites these members.
     configurationFolderPath = folderPath;
     selectorUrlScheme = folderScheme;
     manifestJsonArray = instanceList;

@@ -33,7 +33,7 @@ class ConfigurationStructureElementList;
  * remains. [Owner and permissions](docs/limits.md#owner-and-permissions) describes who owns the new file.
  * [SECURITY.md](SECURITY.md) says which folders may be scanned.
  *
- * A creator can make any number of scans. Each one starts from nothing. The creator accesses the file system only in
+ * A creator can make any number of scans. Each one makes a new manifest. The creator accesses the file system only in
  * create() and create2(), on the thread of the caller. It is used by one thread at a time. A message handler may scan
  * with the creator whose message it receives, see [Callbacks](docs/limits.md#callbacks). When memory runs out,
  * std::bad_alloc is thrown or Qt ends the process, see [Memory](docs/limits.md#memory).

@@ -39,7 +39,7 @@ void setMember(QJsonObject& object, const QString& key, const QJsonValue& curren
     if (current == wanted) {
         return;
     }
-    // Qt keeps the bytes of a replaced text or a removed key; storing an undefined value removes the key.
+    // Qt never frees a replaced string or a removed key. Inserting an undefined value removes the key.
     if (current.isString() || wanted.isUndefined()) {
         object = JsonStorage::rebuiltWithout(object, key);
     }
@@ -134,7 +134,7 @@ void ConfigurationManifestHandler::parseManifestFile()
         return;
     }
     QFile file(manifestFilePath);
-    // Asked once more on purpose: the two messages tell a file that was never there from one that has just gone.
+    // Checked twice on purpose: the messages distinguish a missing file from one that has just been removed.
     if (!fileExists(file)) {
         qWarning() << "Configuration manifest file does not exist!";
         return;
@@ -209,13 +209,13 @@ QJsonObject ConfigurationManifestHandler::getElementFromInstance(
     for (int i = 0; i < size; ++i) {
         QJsonObject element = array.at(i).toObject();
         const QString storedName = element.value(key).toString();
-        // Under either rule the stored name ends with the name looked for, and this test is cheap. An empty name is
-        // left out: to Qt a null string does not end with an empty one.
+        // A cheap test first: the stored name of a match always ends with `instanceName`. An empty name skips the test,
+        // because QString::endsWith() is false for a null string and an empty suffix.
         if (!instanceName.isEmpty() && !storedName.endsWith(instanceName)) {
             continue;
         }
-        // A name without "/" is one segment, and so is an empty name: this message cannot come while names are split
-        // so.
+        // Never true, because even an empty name has one segment. The message could only be logged if names were
+        // split in another way.
         if (storedName.count(QLatin1Char('/')) + 1 == 0) {
             qWarning() << "Found an empty instance name:" << instanceName << "!";
             continue;
@@ -241,7 +241,7 @@ bool ConfigurationManifestHandler::getNodeElement(
     }
     int index = -1;
     const QJsonObject found = getElementFromInstance(place.siblings(), instancePath.constLast(), index);
-    // A path of one name hands out what the look-up gave, found or not.
+    // With a path of one name, `element` is assigned even if nothing was found; it is then empty.
     if (index >= 0 || place.isTop()) {
         element = found;
     }
@@ -348,7 +348,7 @@ bool ConfigurationManifestHandler::editAndSave(const QString& instancePath, cons
 {
     bool changed = false;
     const bool applied = editElement(manifestJsonArray, splitPath(instancePath), instancePath, changed, edit);
-    // Any earlier edit counts as well, so that an edit without effect saves what that has changed.
+    // Checks `modified` instead of `changed`, so that an edit without effect still saves earlier edits.
     if (applied && writeToFile && modified) {
         writeToManifestFile();
     }
@@ -446,8 +446,8 @@ bool ConfigurationManifestHandler::saveInAnyCase(bool result, bool writeToFile)
     return result;
 }
 
-// Each of the five edits below finds its place, makes what it will store, changes the array and marks the handler. They
-// differ in the name by which they look the target up, in what they do without one, and in the change.
+// Each of the five edits below finds the array to change, prepares the new element, changes the array and sets
+// `modified`. They differ in the name that they look up, in what they do when it is missing, and in the change.
 
 bool ConfigurationManifestHandler::addElement(
     QJsonArray& array, const QStringList& instancePath, const QJsonObject& jsonObject, int index, bool isNode)
@@ -521,7 +521,7 @@ bool ConfigurationManifestHandler::replaceElement(
     QJsonObject element =
         replaceSubstructure ? JsonStorage::rebuilt(jsonObject) : JsonStorage::rebuiltWithout(jsonObject, childrenKey);
     if (!replaceSubstructure) {
-        // Without children of the old element the value is undefined and inserts nothing.
+        // If the old element has no children, the value is undefined and nothing is inserted.
         element.insert(childrenKey, old.value(childrenKey));
     }
     place.change(array, [&](QJsonArray& siblings) { siblings.replace(index, element); });
@@ -549,8 +549,8 @@ bool ConfigurationManifestHandler::moveElement(QJsonArray& array, const QStringL
         return false;
     }
     const auto move = [&](QJsonArray& siblings) { siblings.insert(newIndex, siblings.takeAt(index)); };
-    // A text answers to the empty name as well. Moving one copies its bytes, which can run out of memory half-way, so
-    // do it in a copy of the array. An object only changes places.
+    // An item that is a string is found by the empty name. Moving a string copies its characters and can run out of
+    // memory halfway, so move it in a copy of the array. Moving an object copies nothing.
     const bool isText = place.siblings().at(index).isString();
     place.change(array, [&](QJsonArray& siblings) {
         if (!isText) {

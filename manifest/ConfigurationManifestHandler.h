@@ -40,7 +40,7 @@
  * |-------------------------------------|-------------------------------------------|--------------------------------|
  * | update, setProperty, removeProperty | after a success, if getModified() is true | none                           |
  * | modifyPropertyFirst                 | after a success, if getModified() is true | none                           |
- * | addNode, addSelection               | after a success, also with nothing to add | none                           |
+ * | addNode, addSelection               | after a success, also if nothing is added | none                           |
  * | deleteElement, sortElements         | after a success                           | none                           |
  * | moveNode, moveSelection             | always, also after a failure              | only for an index out of range |
  * | updateNode, updateSelection         | always, also after a failure              | only for a missing last name   |
@@ -156,8 +156,8 @@ public:
      * After a failure the manifest is empty, and the next save would write it so, see [After a failed
      * load](docs/limits.md#after-a-failed-load). getModified() does not change.
      *
-     * Messages: "Cannot find configuration manifest file!"; "Configuration manifest file does not exist!" when it has
-     * gone between two looks; "Cannot open configuration manifest file for reading:" with the path; those of
+     * Messages: "Cannot find configuration manifest file!"; "Configuration manifest file does not exist!" when the file
+     * is removed between two checks; "Cannot open configuration manifest file for reading:" with the path; those of
      * parseManifestFile(const QByteArray&).
      *
      * Cost: linear in the size of the file.
@@ -235,7 +235,8 @@ public:
      * @param[out] index        position of the element in `array`; -1 when there is none.
      * @return the element; an empty object when there is none.
      *
-     * Messages: none. "Found an empty instance name:" is kept for names without any segment, which do not exist.
+     * Messages: none. "Found an empty instance name:" is reserved for a name without any segment and is never logged,
+     * because even an empty name has one segment.
      *
      * Cost: reads the name of each element up to the one it finds.
      */
@@ -279,8 +280,8 @@ public:
      *
      * @param         instancePath names separated by "/"; empty for the top level. "/" is not the top level.
      * @param[in,out] instances    list to which the names are appended, in the order of the array. It is cleared
-     *                             instead when the element does not have the key of children, as a selection. Unchanged
-     *                             after a failure.
+     *                             instead when the element does not have the key of children, for example when it is a
+     *                             selection. Unchanged after a failure.
      * @return false when there is no such element or its children are not an array.
      *
      * Messages: those of getNodeElement(), followed by "Error on getting node element for path" with the path; "Cannot
@@ -464,10 +465,11 @@ public:
     /**
      * Sorts the children of an element, or the top level, into the order of a list of names.
      *
-     * Names without an element are ignored. Every child must be named, but this is checked by number only: a list that
-     * names one child twice and leaves out another is accepted, doubles the one and loses the other. Children that are
-     * not objects become empty objects. An element without children, also a selection, accepts any list of names. It
-     * gets an empty array of children, in place of whatever it holds there. This counts as an edit.
+     * Names without an element are ignored. Every child must be named, but only their number is checked: a list that
+     * names one child twice and leaves out another is accepted. The first child is then duplicated and the other one is
+     * lost. Children that are not objects become empty objects. An element without children, also a selection, accepts
+     * any list of names. It gets an empty array of children, which replaces a value of another type. This counts as an
+     * edit.
      *
      * @param instancePath  names separated by "/"; empty names are kept. Empty for the top level.
      * @param instanceNames names of the children in the wanted order.
@@ -511,7 +513,8 @@ public:
     bool moveNode(const QString& instancePath, int newIndex, bool writeToFile);
 
     /**
-     * Replaces an element, selection or node, by an object. The element keeps its children, or its lack of children.
+     * Replaces an element, selection or node, by an object. The children of the element are kept. If it has none, it
+     * has none afterwards either.
      *
      * The object is stored as it is: its instance name and selection type are neither checked nor adjusted.
      *

@@ -19,14 +19,14 @@
 using Registry = SystemInformationManagerRegistryDefinitions;
 using DataProperty = ConfigurationAndProcessDataDefinitions;
 
-// The sort of a wide folder moves elements, and containers move only what cannot throw.
+// Sorting a wide folder moves many elements. Containers copy elements whose move constructor may throw.
 static_assert(std::is_nothrow_move_constructible_v<ConfigurationStructureElement>);
 static_assert(std::is_nothrow_move_assignable_v<ConfigurationStructureElement>);
 
 namespace {
 
-// Never destroyed, for elements are made in the destructors of static objects as well, and on threads that still scan
-// when the process ends. What getters return survives that by itself: a string made of a literal frees nothing.
+// Never destroyed, because elements can still be constructed in the destructors of static objects, and on threads that
+// scan while the process exits. The getters' strings need no such care: they are made from QStringLiteral.
 const QJsonObject& selectionWithoutDescription()
 {
     static const QJsonObject& selection = *new QJsonObject {{Registry::getKeyLabelTextId(), QString()},
@@ -40,7 +40,7 @@ const QJsonObject& selectionWithoutDescription()
 
 void insertAll(QJsonObject& object, const QJsonObject& members)
 {
-    // An empty object becomes a copy, which takes a fraction of the time.
+    // Sharing the data takes a fraction of the time that inserting the members takes.
     if (object.isEmpty()) {
         object = members;
         return;
@@ -50,8 +50,8 @@ void insertAll(QJsonObject& object, const QJsonObject& members)
     }
 }
 
-// The language leaves the conversion undefined for NaN and beyond the range of int. Do what the instruction of the
-// device does: saturate, and make NaN 0.
+// C++ leaves the conversion of NaN and of values outside the range of int undefined. Do what the device's processor
+// does: saturate, and convert NaN to 0.
 int toIntSaturated(double value)
 {
     if (std::isnan(value)) {
@@ -60,8 +60,8 @@ int toIntSaturated(double value)
     return static_cast<int>(qBound<double>(std::numeric_limits<int>::min(), value, std::numeric_limits<int>::max()));
 }
 
-// Whether a path begins with a prefix that QDir::searchPaths() or the resource system resolves: the path and a file
-// below it can then be found in different folders.
+// Returns whether a path begins with a prefix that QDir::searchPaths() or the resource system resolves. Qt may then
+// resolve the path and a file below it to different folders.
 bool isAmbiguous(const QString& path)
 {
     const int colon = path.indexOf(QLatin1Char(':'));
@@ -69,22 +69,23 @@ bool isAmbiguous(const QString& path)
 }
 
 // QFile::open() warns about an empty name and cuts names at NUL; here both mean "no such file". The file is read in one
-// piece, so a buffer would only be one more copy, and one more call of the system to fill it.
+// piece, so a buffer would only add a copy and a system call.
 bool openDescription(QFile& file)
 {
     const QString name = file.fileName();
     return !name.isEmpty() && !name.contains(QChar::Null) && file.open(QIODevice::ReadOnly | QIODevice::Unbuffered);
 }
 
-// The two readers share what follows; each message names the reader as its function.
+// readFolderDescription() and readFileRootNodeDescription() share the two functions below. `reader` is the function
+// that the messages name as their origin.
 
 void parseDescription(QFile& file, QJsonObject& description, const char* reader)
 {
-    // readAll() asks for the size again, and is needed where that is unknown or large.
+    // readAll() queries the size again. It is needed only when the size is unknown or large.
     constexpr int usualSize = 64 * 1024;
     const qint64 size = file.size();
     QByteArray content = size > 0 && size <= usualSize ? file.read(size) : file.readAll();
-    // Text mode drops every carriage return too, but looks at each byte on its own.
+    // QIODevice::Text drops every carriage return too, but examines the content byte by byte.
     if (std::memchr(content.constData(), '\r', static_cast<std::size_t>(content.size())) != nullptr) {
         content.replace("\r", "");
     }
@@ -252,11 +253,12 @@ void ConfigurationStructureElement::extractInstanceNameFromPath(
     }
 }
 
-// Both readers open first and ask what the path is only when that fails: the listing that led here knew.
+// Both readers try to open the file first and check whether `path` is a folder only when that fails. In a scan the
+// listing has already told files from folders.
 
 void ConfigurationStructureElement::readFolderDescription(const QString& path, QJsonObject& description)
 {
-    // No path is no folder; the name formed from it would lie in the root of the file system.
+    // An empty path is not a folder. Appending the file name to it would give a file in the root of the file system.
     if (path.isEmpty() || (isAmbiguous(path) && !QFileInfo(path).isDir())) {
         return;
     }

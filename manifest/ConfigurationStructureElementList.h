@@ -75,7 +75,7 @@ public:
     const QString& getSuffix() const;
 
 private:
-    // Hands the root on to the lists of the folders below.
+    // The creator passes rootPath on to the lists of the folders below.
     friend class ConfigurationManifestCreator;
 
     Q_DECL_HIDDEN void createElementList(const QList<QFileInfo>& fileInfoList);

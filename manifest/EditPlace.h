@@ -16,17 +16,19 @@
 // Internal; not installed.
 
 /**
- * Finds the array that an edit changes - by the first names of a path, through the substructures of the elements found
- * - and changes it only when all is ready.
+ * Finds the array that an edit changes, and changes it in a second step, when the new content is ready.
  *
- * Between finding and changing, the caller's edit function may throw or use the handler, and memory may run out while
- * the new element is made: all of that must leave the manifest as it was. What can still run out of memory in the
- * change works on a copy or fails before it alters anything. Only the array that was searched can have changed
- * meanwhile, by a callback; what was found below it is kept as it was, so positions in it need no check.
+ * Between the two steps the caller's edit function may throw or use the handler, and memory may run out. The manifest
+ * must then be unchanged. So those parts of the second step that can run out of memory work on a copy, or fail before
+ * they alter anything.
+ *
+ * Between the two steps a callback may also change the array in which the search began. Everything below it is kept
+ * here as it was found, so only the first position has to be checked again.
  */
 class EditPlace {
 public:
-    /// Goes down from `array` by the first `levels` of `names`.
+    /// Finds the array to change: starts in `array` and enters the children of one element for each of the first
+    /// `levels` names.
     EditPlace(const ConfigurationManifestHandler& owner, const QJsonArray& array, const QStringList& names, int levels)
         : handler(owner)
         , end(array)
@@ -46,27 +48,32 @@ public:
         }
     }
 
-    /// Whether every name led to an element.
+    /// Returns whether an element was found for every name.
     bool exists() const
     {
         return complete;
     }
 
-    /// Whether it is the array itself in which the way began.
+    /// Returns whether the array to change is the one in which the search began.
     bool isTop() const
     {
         return positions.isEmpty();
     }
 
-    /// The array as it was found; empty after change().
+    /// Returns the array to change, as it was found; empty after change().
     const QJsonArray& siblings() const
     {
         return end;
     }
 
     /**
-     * Looks for an element in the array by the last name of a path or else, unless that is empty, by the path's whole
-     * text, which reaches elements that store it as their name. Sets `index` to -1 when there is none.
+     * Finds an element in the array to change.
+     *
+     * @param      lastName last name of the path, looked up first.
+     * @param      fullPath whole text of the path, looked up when `lastName` is missing; an element may store the path
+     *                      as its name. Not looked up when empty.
+     * @param[out] index    position of the element; -1 when there is none.
+     * @return the element; an empty object when there is none.
      */
     QJsonObject find(const QString& lastName, const QString& fullPath, int& index) const
     {
@@ -74,10 +81,15 @@ public:
         return index >= 0 || fullPath.isEmpty() ? element : handler.getElementFromInstance(end, fullPath, index);
     }
 
-    /// Changes the array inside `array`, which was searched; it may have become shorter. Only once.
+    /**
+     * Changes the array that was found. May be called only once.
+     *
+     * @param array          the array in which the search began. Unchanged when it has become too short meanwhile.
+     * @param changeSiblings called with the array to change.
+     */
     void change(QJsonArray& array, const std::function<void(QJsonArray&)>& changeSiblings)
     {
-        // A second reference would make Qt copy the array.
+        // Release this reference; otherwise changing the array detaches it.
         end = QJsonArray();
         if (isTop()) {
             changeSiblings(array);
@@ -102,7 +114,7 @@ private:
         if (substructure == ancestor.end() || !substructure.value().isArray()) {
             QJsonArray children;
             changeSiblings(children);
-            // Into a copy: when memory runs out, Qt leaves an object with half a member.
+            // Insert into a copy: when memory runs out, Qt leaves the object with half a member.
             QJsonObject parent = ancestor;
             parent.insert(key(), children);
             ancestor = parent;

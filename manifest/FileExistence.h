@@ -5,12 +5,11 @@
 // Internal; not installed.
 
 /**
- * Whether the file of a file object exists, also while another process replaces it. The object's own exists() can find
- * the old file just after it has lost its name, and says no. The static function looks the name up afresh, and never
- * misses.
+ * Returns whether the file of `file` exists, also while another process replaces it. QFile's member exists() returns
+ * false when the old file loses its name during the call. The static QFile::exists() is not affected.
  */
 inline bool fileExists(const QFile& file)
 {
-    // Of a name with a NUL, which names nothing, Qt complains at every look.
+    // A name with a NUL names no file, and Qt would log a warning about it a second time.
     return file.exists() || (!file.fileName().contains(QChar::Null) && QFile::exists(file.fileName()));
 }

@@ -14,8 +14,9 @@
 
 // Internal; not installed.
 //
-// A selection answers to the last segment of its instance name, which in a scanned one is its path from the scanned
-// folder; every other element answers to its whole name. Among siblings of one name the first one answers.
+// A selection is found by the last segment of its instance name. The instance name that a scan gives it is its path
+// relative to the scanned folder. Every other element is found by its whole instance name. Of siblings with the same
+// name the first one is found.
 
 namespace InstanceNames {
 
@@ -30,20 +31,20 @@ inline bool isSelection(const QJsonObject& element)
     return element.value(Registry::getKeySelectionType()).toString() == Registry::SelectionTypeValues::getSelection();
 }
 
-/// The name that `element` answers to, as a view into its stored name `instanceName`.
+/// Returns the name by which `element` is found, as a view into its stored name `instanceName`.
 inline QStringView addressedName(const QJsonObject& element, const QString& instanceName)
 {
     const QStringView last = lastSegment(instanceName);
     return last.size() == instanceName.size() || !isSelection(element) ? QStringView(instanceName) : last;
 }
 
-/// The names in a path of an edit, empty ones included.
+/// Splits the path of an edit into names, empty ones included.
 inline QStringList splitPath(const QString& instancePath)
 {
     return instancePath.split(QLatin1Char('/'), Qt::KeepEmptyParts, Qt::CaseSensitive);
 }
 
-/// The same for a selection, whose stored name is the whole path.
+/// Splits the path of a selection into names. The last one is the whole path, which a selection stores as its name.
 inline QStringList splitSelectionPath(const QString& instancePath)
 {
     QStringList names = splitPath(instancePath);
@@ -52,8 +53,9 @@ inline QStringList splitSelectionPath(const QString& instancePath)
 }
 
 /**
- * Where among its siblings each name is, for many look-ups: n log n whatever the names are. A QHash is not, for names
- * can be chosen that collide for every seed. Here they only cost comparisons.
+ * Positions of siblings by name, for many look-ups. Construction takes n log n and a look-up log n, whatever the names
+ * are. A QHash is slower for names that were chosen to collide, which is possible for every seed. Here colliding names
+ * only have to be compared character by character.
  */
 class Positions {
 public:
@@ -70,10 +72,10 @@ public:
         std::sort(entries.begin(), entries.end());
     }
 
-    /// The first position of a name; -1 when there is none.
+    /// Returns the first position of a name; -1 when there is none.
     int of(const QString& name) const
     {
-        // 0 sorts before every other position of the same name.
+        // Position 0 sorts before all entries of the same name, so the first of them is found.
         const Entry wanted(name, 0);
         const auto found = std::lower_bound(entries.begin(), entries.end(), wanted);
         return found != entries.end() && found->name == wanted.name ? found->position : -1;
@@ -91,7 +93,7 @@ private:
 
         bool operator<(const Entry& other) const
         {
-            // Most comparisons end with the hash and never look at a name.
+            // The hash decides most comparisons without comparing the names.
             if (hash != other.hash) {
                 return hash < other.hash;
             }

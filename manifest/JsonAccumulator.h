@@ -4,10 +4,10 @@
 
 // Internal; not installed.
 //
-// Both iterators gather in a value of the caller's that they turn into an array; anything but Null and an array is left
-// alone.
+// Both iterators collect their results in an array of the caller, the accumulator. A Null value becomes an array first.
+// A value of any other type is left unchanged.
 
-/// Makes a Null accumulator an empty array and leaves every other one as it is.
+/// Turns a Null accumulator into an empty array and leaves any other value unchanged.
 inline void startAccumulator(QJsonValue& result)
 {
     if (result.isNull()) {
@@ -15,7 +15,7 @@ inline void startAccumulator(QJsonValue& result)
     }
 }
 
-/// Appends to an accumulator that is an array, in amortised constant time; drops `item` when it is anything else.
+/// Appends `item` to the accumulator, in amortised constant time. Does nothing when the accumulator is not an array.
 inline void appendToAccumulator(QJsonValue& result, const QJsonValue& item)
 {
     if (result.isArray()) {

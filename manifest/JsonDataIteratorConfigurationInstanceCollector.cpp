@@ -15,7 +15,7 @@ void JsonDataIteratorConfigurationInstanceCollector::compute(QJsonObject& jsonOb
 {
     startAccumulator(result);
 
-    // The readers do not tell a missing key from an unreadable value, so the key is looked for first.
+    // readStringValueFromJson() fails for a missing key and for another type alike, so check for the key first.
     if (!jsonObject.contains(Registry::getKeySelectionType())) {
         return;
     }

@@ -72,7 +72,7 @@ void JsonDataIteratorConfigurationInstanceListUpdater::compute(QJsonObject& json
     }
 
     QVariantHash members = jsonObject.toVariantHash();
-    // While a setter says that it switches one mode off, both are on.
+    // A message handler that is called by setAddKey() or setRemoveKey() sees both modes on.
     if (hasKey && removeKeyEnabled) {
         members.remove(keyName);
     } else {

@@ -21,13 +21,13 @@
 
 // Internal; not installed.
 //
-// QSaveFile::commit() replaces the old manifest whatever has become of the new one: it ignores a flush or a sync that
-// fails and a write that was short, and the new file belongs to whoever saved it. So the save is made complete, synced
-// and given to the old file's owner first, and is cancelled when that shows that data is missing.
+// QSaveFile::commit() replaces the old manifest even if the new one is incomplete: it ignores a short write, a failed
+// flush and a failed sync. The new file belongs to the user who saves. So these functions check the write, flush and
+// sync the file, and give it to the owner of the old one before the commit. They cancel the save when data is missing.
 
 namespace ManifestSaveFile {
 
-/// The access control list of a file, in the form of the kernel: four bytes, then eight for each entry.
+/// The access control list of a file in the kernel's binary format: a header of four bytes, then eight bytes an entry.
 class AccessControlList {
 public:
     explicit AccessControlList(const QByteArray& path)
@@ -39,15 +39,16 @@ public:
     {
     }
 
-    /// Lists that are not known are never equal.
+    /// Returns whether both lists could be read and are equal.
     bool operator==(const AccessControlList& other) const
     {
         return size >= 0 && size == other.size
             && std::memcmp(data.data(), other.data.data(), static_cast<std::size_t>(size)) == 0;
     }
 
-    /// The permission bits that the list leaves to the group of the file, whose own bits are a mask where there is a
-    /// list.
+    /// Returns the permission bits that the list grants to the group of the file. They are not in the mode of a file
+    /// that has a list: there the group's bits are the mask of the list. Returns all bits if there is no list, and none
+    /// if it could not be read.
     mode_t groupBits() const
     {
         constexpr quint16 groupOfTheFile = 0x04;
@@ -62,32 +63,33 @@ public:
     }
 
 private:
-    // Negative when there may be a list that is not known.
+    // Returns 0 when the file has no list, and a negative size when the list could not be read.
     static ssize_t sizeOf(ssize_t result)
     {
         return result < 0 && (errno == ENODATA || errno == EOPNOTSUPP) ? 0 : result;
     }
 
     static constexpr auto attribute = "system.posix_acl_access";
-    // Before the size, which is that of what was read into it.
+    // Declared before `size`, because the initialisation of `size` reads the list into it.
     std::array<char, 1024> data {};
     ssize_t size;
 };
 
-/// The file that a path leads to, without links; null when there is none.
+/// Returns the absolute path of a file, with all symbolic links resolved; null when there is no such file.
 inline QByteArray resolved(const QByteArray& path)
 {
     const std::unique_ptr<char, decltype(&std::free)> real(realpath(path.constData(), nullptr), &std::free);
     return real.get();
 }
 
-/// The folder in an absolute path.
+/// Returns the folder part of an absolute path.
 inline QByteArray folderOf(const QByteArray& path)
 {
     return path.left(qMax(1, path.lastIndexOf('/')));
 }
 
-/// Whether an open file lies in a folder, or would if it had a name.
+/// Returns whether an open file lies in a folder. For a file that has no name yet, this is the folder that it was
+/// created in.
 inline bool isIn(const QByteArray& folder, int descriptor)
 {
     std::array<char, PATH_MAX> path {};
@@ -96,7 +98,8 @@ inline bool isIn(const QByteArray& folder, int descriptor)
     return size > 0 && folderOf(QByteArray::fromRawData(path.data(), static_cast<int>(size))) == folder;
 }
 
-/// Whether only a file's owner may rename or remove it in a folder (sticky bit). True also when that is not known.
+/// Returns whether a folder has the sticky bit, so that only the owner of a file may rename or remove it there. Returns
+/// true also when the folder cannot be examined.
 inline bool isSticky(const QByteArray& folder)
 {
     struct stat64 status = {};
@@ -104,9 +107,15 @@ inline bool isSticky(const QByteArray& folder)
 }
 
 /**
- * Gives an open file the group, permission bits and owner of the file `path` that it is to replace, as far as the
- * process may. Where the group cannot be kept, or somebody in an access control list would get more than before, the
- * group's bits are reduced to those that others have.
+ * Gives an open file the group, permission bits and owner of the file that it is to replace, as far as the process is
+ * permitted to.
+ *
+ * If the group cannot be kept, or if somebody in an access control list would get more access than before, the group's
+ * bits are reduced to those that others have. Failures are not reported.
+ *
+ * @param descriptor the open file.
+ * @param path       the file to replace, without symbolic links.
+ * @param old        status of the file to replace, from before `descriptor` was opened.
  */
 inline void keepOwnerAndPermissions(int descriptor, const QByteArray& path, const struct stat64& old)
 {
@@ -115,9 +124,10 @@ inline void keepOwnerAndPermissions(int descriptor, const QByteArray& path, cons
     if (fstat64(descriptor, &now) != 0) {
         return;
     }
-    // Somebody who can exchange names along the path may have led Qt to another file than the one that `old` describes.
-    // If the new file lies in another folder, it gets nothing from `old`. In the same folder he could have replaced the
-    // other file himself, unless the folder is sticky; there the owner is not kept.
+    // Somebody who can rename folders or files along the path may have made Qt replace another file than the one that
+    // `old` describes. So a new file in another folder gets nothing from `old`. In the same folder, somebody who can
+    // rename files could replace the other file directly and gains nothing. In a sticky folder that is not possible, so
+    // the owner is not kept there.
     const bool isTheSameFolder = isIn(folder, descriptor);
     constexpr auto sameOwner = static_cast<uid_t>(-1);
     constexpr auto sameGroup = static_cast<gid_t>(-1);
@@ -126,7 +136,7 @@ inline void keepOwnerAndPermissions(int descriptor, const QByteArray& path, cons
 
     mode_t mode = (isTheSameFolder ? old : now).st_mode & (S_IRWXU | S_IRWXG | S_IRWXO);
     const AccessControlList list(path);
-    // Qt has set the bits already, unless it took the old file for missing.
+    // Qt has already set the bits, unless the old file seemed to be missing.
     const bool isKept = (old.st_gid == now.st_gid || (isTheSameFolder && setOwner(sameOwner, old.st_gid)))
         && ((now.st_mode & 07777) == mode || setMode(mode)) && list == AccessControlList(descriptor);
     if (!isKept) {
@@ -134,20 +144,20 @@ inline void keepOwnerAndPermissions(int descriptor, const QByteArray& path, cons
         mode &= ~group | (list.groupBits() & (mode & S_IRWXO) << 3);
         setMode(mode);
     }
-    // A process that may give a file away but not change a foreign one may not be able to rename it either: then it
-    // takes the file back.
+    // A process that may change the owner (CAP_CHOWN) but may not change files of others (CAP_FOWNER) may fail to
+    // rename the file, too. If setting the mode fails, it makes itself the owner again.
     if (isTheSameFolder && old.st_uid != now.st_uid && !isSticky(folder) && setOwner(old.st_uid, sameGroup)
         && !setMode(mode)) {
         setOwner(now.st_uid, sameGroup);
     }
 }
 
-/// Opens `file` for writing, with the owner and the permissions of the file that it is to replace. That one is looked
-/// at before, because somebody may remove it meanwhile.
+/// Opens `file` for writing and gives it the owner and the permissions of the file that it is to replace. Those are
+/// read before, because the old file may be removed at any time. Returns whether `file` is open.
 inline bool open(QSaveFile& file)
 {
     const QByteArray path = resolved(QFile::encodeName(file.fileName()));
-    // With 64-bit inode numbers also where a plain stat() fails for them.
+    // A plain stat() fails on a 32-bit system when the inode number has 64 bits.
     struct stat64 old = {};
     const bool replaces = !path.isNull() && lstat64(path.constData(), &old) == 0 && S_ISREG(old.st_mode);
     if (!file.open(QIODevice::WriteOnly)) {
@@ -159,7 +169,7 @@ inline bool open(QSaveFile& file)
     return true;
 }
 
-/// Whether all data of a file is on the disk, as far as its file system knows of disks.
+/// Syncs a file or folder. Returns whether its data is on the disk; true also for a file system that cannot sync.
 inline bool sync(int descriptor)
 {
     int result = 0;
@@ -170,9 +180,11 @@ inline bool sync(int descriptor)
 }
 
 /**
- * Writes all of `content` to `file`, which is open for writing and empty, and makes sure that it is on the disk. When
- * anything is missing the save is cancelled, and commit() can only discard the temporary file.
+ * Writes all of `content` to `file` and syncs it. When any of that fails, the save is cancelled, and commit() discards
+ * the temporary file.
  *
+ * @param file    an empty file that is open for writing.
+ * @param content the new content.
  * @return the number of bytes written; content.size() means complete. -1 when nothing was written, or when the flush or
  *         the sync failed.
  */
@@ -188,15 +200,15 @@ inline qint64 writeCompletely(QSaveFile& file, const QByteArray& content)
     return written;
 }
 
-/// Lets `file` take the old one's place, or discards it when its writing was cancelled. Then syncs the folder, so that
-/// a power cut does not bring the old one back; a failure of that is not reported.
+/// Replaces the old file by `file`, or discards `file` when its writing was cancelled. Then syncs the folder, so that a
+/// power failure does not bring the old file back. Failures are not reported.
 inline void commit(QSaveFile& file)
 {
     const QByteArray path = QFile::encodeName(file.fileName());
     if (!file.commit()) {
         return;
     }
-    // Behind a symbolic link the folder is another one.
+    // When the path is a symbolic link, sync the folder of its target.
     const QByteArray target = resolved(path);
     if (target.isNull()) {
         return;

@@ -12,9 +12,9 @@
 // Internal; not installed.
 
 /**
- * The module and the object name that every selection of a loaded manifest carries. An empty name is not stamped: what
- * the selection holds stays. Both names are kept as JSON as well, so that each is converted once and not for every
- * selection.
+ * The module name and the object name that are stored in every selection of a loaded manifest. An empty name is not
+ * stored, and selections then keep the values that they have. Each name is also kept as a QJsonValue, so that it is
+ * converted once instead of for every selection.
  */
 class Stamp {
 public:
@@ -24,8 +24,8 @@ public:
     {
     }
 
-    /// Stamps `element` when it is a selection, by the library's own copies of key and value, which equal the
-    /// provider's.
+    /// Stamps `element` if it is a selection. Compares with the library's own copies of the key and value, which equal
+    /// those of the provider.
     void putOn(QJsonObject& element) const
     {
         if (element.value(ConfigurationManifestHandler::getKeySelectionType()).toString()
@@ -35,7 +35,7 @@ public:
         }
     }
 
-    /// Stamps every selection in `place`, a value or the reference to one in a container, at any depth.
+    /// Stamps every selection in `place`, at any depth. `place` is a QJsonValue or a QJsonValueRef.
     template <typename Place>
     void putOnAll(Place&& place) const
     {
@@ -56,7 +56,7 @@ public:
         }
     }
 
-    /// Stamps every selection below an object or array.
+    /// Stamps every selection inside an object or array, at any depth. The object itself is not stamped.
     template <typename Container>
     void putOnItems(Container& container) const
     {

@@ -1,5 +1,5 @@
 # shellcheck shell=bash
-# What the commands share. Sourced, with `set -euo pipefail` in force; not run.
+# Functions that the scripts share. To be sourced, with `set -euo pipefail` in force.
 
 project=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")/.." && pwd)
 
@@ -21,7 +21,7 @@ is_installed() {
     [ "$(dpkg-query -W -f '${db:Status-Status}' "$1" 2>/dev/null)" = installed ]
 }
 
-# The packages of the named groups, one a line.
+# Prints the packages of the named groups, one per line.
 packages_of() {
     local group package
     while read -r group package; do
@@ -31,7 +31,7 @@ packages_of() {
     done < <(grep -v '^#' "$project/scripts/debian-packages")
 }
 
-# Installs those packages of the named groups that are missing.
+# Installs the missing packages of the named groups.
 require() {
     local package missing=() as_root=() log
     command -v dpkg-query >/dev/null || die 'this is not a Debian system; scripts/debian-packages names what is needed'
@@ -55,7 +55,7 @@ require() {
     rm -f "$log"
 }
 
-# Builds the named targets, all of them without a name, of a configure preset.
+# build PRESET [TARGET]...: configures a preset if necessary, and builds the targets, by default all.
 build() {
     local preset=$1 folder="$project/build/$1" target targets=()
     shift
@@ -63,8 +63,8 @@ build() {
         targets+=(--target "$target")
     done
     mkdir -p "$folder" 2>/dev/null && [ -w "$folder" ] || die "cannot write to $folder, which belongs to somebody else"
-    # A build folder that was copied along with the project would go on building the original, and an older one does not know
-    # what has been written into the presets since.
+    # Start with an empty build folder if this one was copied along with the project, because it would still build the
+    # original, and if it is older than the presets, because it ignores changes in them.
     if ! grep -qsxF "CMAKE_HOME_DIRECTORY:INTERNAL=$project" "$folder/CMakeCache.txt" || [ ! -f "$folder/build.ninja" ] ||
         [ "$folder/CMakeCache.txt" -ot "$project/CMakePresets.json" ]; then
         say "configuring for $preset"

@@ -6,8 +6,8 @@
 
 namespace {
 
-// An object or array on the way from the root to the value at hand. It goes back to where it came from once, when all
-// of it has been walked: an array that is put back for every edited item is copied for every edited item.
+// An object or array on the path from the root to the current value. It is stored in its parent only once, after all of
+// it has been walked. Storing an array after every edited item would detach and copy it every time.
 class Level {
 public:
     explicit Level(const QJsonArray& items)

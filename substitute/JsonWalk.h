@@ -6,7 +6,7 @@
 
 /**
  * @file
- * The walk of the substitute over a JSON document, for programs whose process has no other one.
+ * The substitute's walk over a JSON document, for programs that have no walk of their own.
  */
 
 /**

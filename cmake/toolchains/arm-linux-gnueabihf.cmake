@@ -1,5 +1,5 @@
-# 32-bit ARM Linux with Debian's cross compiler. The headers and libraries of the device lie in a folder of their own, whose
-# whole path is given when configuring:
+# Toolchain for 32-bit ARM Linux with Debian's cross compiler. CMAKE_SYSROOT is the absolute path of a folder that
+# contains the headers and libraries of the device:
 #
 #   cmake --toolchain arm-linux-gnueabihf.cmake -DCMAKE_SYSROOT=FOLDER ...
 if(NOT IS_ABSOLUTE "${CMAKE_SYSROOT}" OR NOT IS_DIRECTORY "${CMAKE_SYSROOT}")
@@ -13,7 +13,7 @@ set(CMAKE_LIBRARY_ARCHITECTURE arm-linux-gnueabihf)
 
 set(CMAKE_C_COMPILER arm-linux-gnueabihf-gcc)
 set(CMAKE_CXX_COMPILER arm-linux-gnueabihf-g++)
-# Otherwise the compiler notes wherever code of compilers before version 7 would pass arguments in another way.
+# Silences notes about arguments that GCC before version 7 passed in another way.
 set(CMAKE_CXX_FLAGS_INIT -Wno-psabi)
 
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
@@ -21,5 +21,5 @@ set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
 
-# What runs the device's programs on this machine.
+# Runs programs for the device on this machine.
 set(CMAKE_CROSSCOMPILING_EMULATOR qemu-arm-static -L ${CMAKE_SYSROOT})

@@ -1,5 +1,5 @@
-// The smallest process that uses the library. It finds its imports in the substitute; on a device the surrounding
-// software provides them instead, and nothing here changes.
+// A minimal program that uses the library. The substitute provides the definitions that the library imports. On a
+// device the surrounding software provides them instead, and this file stays the same.
 
 #include <ConfigurationManifestCreator.h>
 #include <ConfigurationManifestHandler.h>
@@ -17,7 +17,7 @@ int main(int argc, char* argv[])
         return 2;
     }
 
-    // Instance names are what is left of a path without the folder's, so that has to be a whole one.
+    // Instance names are paths relative to the scanned folder. They are right only if its path is absolute.
     const QString folder = QDir(QString::fromLocal8Bit(argv[1])).canonicalPath();
     if (!ConfigurationManifestCreator().create2(folder, QStringLiteral("configuration"))) {
         return 1;
@@ -37,7 +37,7 @@ int main(int argc, char* argv[])
         return 0;
     }
 
-    // Saved at once, because the last argument asks for it.
+    // The last argument saves the manifest at once.
     const bool hidden = handler.setProperty(instances.constFirst(), QStringLiteral("hide"), true, true);
     return hidden ? 0 : 1;
 }

@@ -1,7 +1,7 @@
-// All that the library takes from the process that loads it, to be copied and filled in: the texts here are those of
-// the example tree, yours are those of your description files and manifests. The headers say what each text is for and
-// what it has to keep. Compile this file into the program, or into one library that the program is linked to; a process
-// has one provider.
+// All definitions that the library imports from the process that loads it. Copy this file and fill in your texts: those
+// here belong to the example tree, yours belong to your description files and manifests. The headers say what each text
+// is for and which rules it must follow. Compile this file into the program, or into one library that the program links
+// to. A process has exactly one provider.
 
 #include <ConfigurationAndProcessDataDefinitions.h>
 #include <JsonDataIteratorObjectBase.h>
@@ -9,9 +9,9 @@
 #include <PropertyManagerConst.h>
 #include <SystemInformationManagerRegistryDefinitions.h>
 
-// The library keeps the references and calls from any thread, until the process ends. A static string in a function is
-// made once, whoever calls first. Made from QStringLiteral, it has no memory that could be freed too early. So replace
-// the literals, and leave the way in which the strings are made.
+// The library keeps references to these strings and calls the getters on any thread until the process ends. A static
+// local variable is initialised once, whichever thread calls first. A string made from QStringLiteral has no memory
+// that could be freed too early. So replace only the literals, and keep this macro.
 #define DEFINE_TEXT(getter, text)                                                                                      \
     const QString& getter()                                                                                            \
     {                                                                                                                  \
@@ -19,13 +19,13 @@
         return string;                                                                                                 \
     }
 
-// Where the configuration lies: the name of its folder below the base path that create() is called with.
+// The name of the configuration folder, below the base path that is passed to create().
 DEFINE_TEXT(PropertyManagerConst::getConfigurationFolderName, "configuration")
 
 // The scheme of configurations, which is the first part of the manifest's file name: configuration.manifest.json.
 DEFINE_TEXT(ConfigurationAndProcessDataDefinitions::getSelectorUrlSchemeConfiguration, "configuration")
 
-// Fixed by the manifest's file format: leave these texts as they are. No two keys, here and below, share a text.
+// Fixed by the manifest's file format: do not change these texts. All keys, here and below, have different texts.
 DEFINE_TEXT(SystemInformationManagerRegistryDefinitions::getKeySelectionType, "selectionType")
 DEFINE_TEXT(SystemInformationManagerRegistryDefinitions::getKeyInstanceName, "instanceName")
 DEFINE_TEXT(SystemInformationManagerRegistryDefinitions::getKeySubstructure, "substructure")
@@ -34,14 +34,14 @@ DEFINE_TEXT(SystemInformationManagerRegistryDefinitions::getKeyIconName, "iconNa
 DEFINE_TEXT(SystemInformationManagerRegistryDefinitions::SelectionTypeValues::getSelection, "Selection")
 DEFINE_TEXT(SystemInformationManagerRegistryDefinitions::SelectionTypeValues::getNode, "Node")
 
-// Your keys of a page that are in every selection, with a default where the description file has none.
+// Your keys of members that every selection has. If the description file lacks one, the library adds a default.
 DEFINE_TEXT(SystemInformationManagerRegistryDefinitions::getKeyHide, "hide")
 DEFINE_TEXT(SystemInformationManagerRegistryDefinitions::getKeyLabelTextId, "labelTextId")
 DEFINE_TEXT(SystemInformationManagerRegistryDefinitions::getKeyDataModel, "dataModel")
 DEFINE_TEXT(SystemInformationManagerRegistryDefinitions::getKeyLastModified, "lastModified")
 
-// Your keys of what the library writes into every node (the first) or selection, whatever its description says, and the
-// values that your user interface expects there.
+// Your keys of members that the library writes whatever the description says, and the values that your user interface
+// expects there. The first pair goes into every node, the other two into every selection.
 DEFINE_TEXT(SystemInformationManagerRegistryDefinitions::getKeyDataSourceType, "dataSourceType")
 DEFINE_TEXT(SystemInformationManagerRegistryDefinitions::DataSourceTypeValues::getJsonData, "JsonData")
 DEFINE_TEXT(SystemInformationManagerRegistryDefinitions::getKeyCloseMode, "closeMode")
@@ -49,11 +49,11 @@ DEFINE_TEXT(SystemInformationManagerRegistryDefinitions::CloseModeValues::getMan
 DEFINE_TEXT(SystemInformationManagerRegistryDefinitions::getKeyUiJob, "uiJob")
 DEFINE_TEXT(SystemInformationManagerRegistryDefinitions::UiJobValues::getUiJobOpenConfiguration, "OpenConfiguration")
 
-// Your keys of the module and the object that own a selection. Loading a manifest stamps their names into all of them.
+// Your keys of the module and the object that own a selection. Loading stores their names in every selection.
 DEFINE_TEXT(SystemInformationManagerRegistryDefinitions::getKeyModuleName, "moduleName")
 DEFINE_TEXT(SystemInformationManagerRegistryDefinitions::getKeyObjectName, "objectName")
 
-// Your keys of a page's data, which are in a selection only where the description file has them, in the right type.
+// Your keys of members that a selection has only if the description file has them, with a value of the right type.
 DEFINE_TEXT(ConfigurationAndProcessDataDefinitions::getKeyDataPropertyBufferType, "bufferType")
 DEFINE_TEXT(ConfigurationAndProcessDataDefinitions::getKeyDataPropertyConnectorId, "connectorId")
 DEFINE_TEXT(ConfigurationAndProcessDataDefinitions::getKeyDataPropertyDependencyFile, "dependencyFile")
@@ -64,12 +64,12 @@ DEFINE_TEXT(
     ConfigurationAndProcessDataDefinitions::getKeyDataPropertySelectorTypeListEndpoint, "selectorTypeListEndpoint")
 DEFINE_TEXT(ConfigurationAndProcessDataDefinitions::getKeyDataPropertyTemplateType, "templateType")
 
-// Your keys of a folder's versions, which the library leaves out of the manifest.
+// Your keys of the versions in a folder description. The library leaves them out of the manifest.
 DEFINE_TEXT(ConfigurationAndProcessDataDefinitions::getKeyDataPropertyConfigurationVersion, "configurationVersion")
 DEFINE_TEXT(ConfigurationAndProcessDataDefinitions::getKeyDataPropertyTolmVersion, "tolmVersion")
 
-// How your software reads members of JSON objects. What is not there in the right type leaves the third argument
-// unchanged; the library logs it, so that nothing has to be logged here.
+// Readers of members of JSON objects. When the member is missing or has another type, return false and leave the third
+// argument unchanged. The library logs the failure, so there is no need to log it here.
 bool readJsonArrayFromJson(const QString& key, const QJsonObject& object, QJsonArray& array)
 {
     const QJsonValue value = object.value(key);
@@ -90,8 +90,8 @@ bool readStringValueFromJson(const QString& key, const QJsonObject& object, QStr
     return true;
 }
 
-// The base of the library's two iterators. Its virtual table and type information are made where the destructor is
-// defined. The walk that calls compute() for every object of a document is yours, if you have one: the library has none
-// and needs none.
+// The base class of the library's two iterators. Its virtual table and type information are emitted where the
+// destructor is defined. The library does not walk over documents. If your software does, its walk calls compute() for
+// each object.
 JsonDataIteratorObjectBase::JsonDataIteratorObjectBase() = default;
 JsonDataIteratorObjectBase::~JsonDataIteratorObjectBase() = default;

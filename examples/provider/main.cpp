@@ -1,5 +1,5 @@
-// The smallest process that brings its own definitions, which are in Definitions.cpp. It creates the manifest of a
-// configuration, loads it and lists its instances.
+// A minimal program with its own definitions, which are in Definitions.cpp. Creates the manifest of a configuration
+// folder, loads it and lists its instance names.
 
 #include <ConfigurationAndProcessDataDefinitions.h>
 #include <ConfigurationManifestCreator.h>
@@ -38,7 +38,7 @@ int main(int argc, char* argv[])
         return 2;
     }
 
-    // Instance names are what is left of a path without the folder's, so that has to be a whole one.
+    // Instance names are paths relative to the scanned folder. They are right only if its path is absolute.
     const QString base = QDir(QString::fromLocal8Bit(argv[1])).canonicalPath();
     if (base.isEmpty() || !ConfigurationManifestCreator().create(base)) {
         return 1;
