@@ -1,5 +1,4 @@
-// Prints what loading a manifest of 10,000 elements takes of the heap, beside what reading and
-// parsing it alone takes.
+// Prints how much heap memory it takes to load a manifest of 10,000 elements, and to only read and parse it.
 
 #include "ConfigurationManifestHandler.h"
 #include "HeapUse.h"

@@ -173,7 +173,8 @@ void asOrdinaryUser()
 void onFullDisk()
 {
     static const FileSizeLimit forTheProgram(0);
-    // As for any new process, the signal is deadly. Valgrind needs it ignored, because it writes files itself.
+    // SIGXFSZ has its default action, which kills the process. Valgrind needs the signal to be ignored, because it
+    // writes files itself.
 #if !defined(EMULATED) || !defined(MEMORY_CHECKED)
     std::signal(SIGXFSZ, SIG_DFL);
 #endif
@@ -263,7 +264,7 @@ Program& Program::stoppingAt(const QString& call, int number, const QString& pat
 
 Program& Program::withFaultyCalls(const QString& faults)
 {
-    // By default a sanitized program refuses to run if another library is preloaded before its runtime.
+    // By default a program with AddressSanitizer refuses to run if another library is preloaded before its runtime.
     const QString options = environment.value(u"ASAN_OPTIONS"_qs) + u":verify_asan_link_order=0"_qs;
 #ifdef CROSS_COMPILED
     // The library is for the emulated machine, so the emulator itself must not load it.
