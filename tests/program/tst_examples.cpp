@@ -8,13 +8,13 @@
 
 namespace {
 
-// A fenced block of a document. Blocks of the kind sh are run.
+// A fenced block of a document. "sh" blocks are run.
 struct Fence {
     bool isShell;
     QByteArray text;
 };
 
-// Lays out what the commands in the documents expect: the program and a copy of the examples.
+// Creates the files that the commands in the documents need: the program and a copy of the examples.
 void layOutProject(const QString& folder)
 {
     copyFolder(QStringLiteral(EXAMPLES), folder + u"/examples"_qs);
