@@ -56,7 +56,7 @@ QJsonObject numbered(const QJsonObject& element, int number)
     return with(element, u"number"_qs, number);
 }
 
-// A number tells equal elements apart.
+// Elements with equal names differ in a number.
 QJsonArray tree()
 {
     const QJsonArray lowest = {numbered(selection(u"a/b/c"_qs), 1), numbered(selection(u"a/b/c"_qs), 2),

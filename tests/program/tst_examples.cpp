@@ -79,7 +79,7 @@ void tst_Examples::tourShowsWhatItSays()
     const QVector<Fence> fences = fencesOf(QStringLiteral(EXAMPLES "/../README.md"));
     QVERIFY(fences.size() > 4);
 
-    // The README lists the files of a folder with their content, then what show prints of it.
+    // The README lists the files of a folder with their content, and then what show prints for its manifest.
     const QString folder = project.filePath(u"folder"_qs);
     for (const QString& line : linesOf(fences.at(2).text)) {
         const QString name = line.section(u' ', 0, 0);

@@ -59,7 +59,8 @@ private:
     const bool mounted;
 };
 
-// A disk with room for one manifest, not for two. Without the right to mount, a size limit stands in for it.
+// A disk with room for one manifest but not for two. If this process may not mount file systems, a size limit simulates
+// the disk.
 class FullDisk {
 public:
     FullDisk()

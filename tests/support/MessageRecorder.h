@@ -5,8 +5,8 @@
 #include <QtCore/QVector>
 #include <QtCore/QtGlobal>
 
-/// One message as it reached the Qt message logger. `file` is without its folder; Of the line only `hasLine` is
-/// recorded.
+/// One message as it reached the Qt message logger. `file` is without its folder. `hasLine` says whether the line is
+/// known; the line itself is not recorded.
 struct Message {
     QtMsgType level;
     QString text;

@@ -121,7 +121,7 @@ bool isActedOn(uint codePoint)
     } ranges[] = {
         {0x00, 0x1f}, // C0 controls
         {0x7f, 0x9f}, // DEL and C1 controls
-        {0x61c, 0x61c}, // what turns the direction of text, here and in the next three
+        {0x61c, 0x61c}, // controls of the text direction, here and in the next three
         {0x200e, 0x200f}, {0x202a, 0x202e}, {0x2066, 0x2069}, {0x2028, 0x2029}, // line and paragraph separators
         {0x200b, 0x200d}, // invisible, as all that follow
         {0x2060, 0x2064}, {0xad, 0xad}, {0xfeff, 0xfeff}, {0xe0001, 0xe007f}, {0xd800, 0xdfff}, // lone surrogates

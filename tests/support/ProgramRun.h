@@ -90,7 +90,7 @@ public:
     Program& unableToRename();
     /// Makes calls to the C library fail. FaultyCalls.h describes the syntax of `faults`.
     Program& withFaultyCalls(const QString& faults);
-    /// Stops before the `number`th of these calls that concern `path` or what is in it.
+    /// Stops the program before the `number`th of these calls on `path` or, if that is a folder, on a file in it.
     Program& stoppingAt(const QString& call, int number, const QString& path);
     Program& onTerminal();
 

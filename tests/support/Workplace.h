@@ -29,7 +29,7 @@ private:
     const QTemporaryDir directory;
 };
 
-/// The file manifest.json, alone in a folder that the program runs in.
+/// The file manifest.json, the only file in a folder in which the program runs.
 class LoneManifest : public ManifestFile {
 public:
     explicit LoneManifest(const QByteArray& content = compact(saveRuleManifest()));

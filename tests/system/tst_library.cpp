@@ -33,7 +33,7 @@ QStringList symbols(const QString& kind)
 
 } // namespace
 
-// The shared library as a file: what it exports and what it imports.
+// Tests the exports and imports of the shared library file.
 class tst_Library : public QObject {
     Q_OBJECT
 
