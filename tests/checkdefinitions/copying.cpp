@@ -1,4 +1,4 @@
-// Takes the address of an object that a shared library defines, by its name in there.
+// Reads an object of a shared library directly, which makes the linker create a copy relocation.
 
 extern "C" const char _ZTI26JsonDataIteratorObjectBase[];
 

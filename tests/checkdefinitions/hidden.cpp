@@ -1,4 +1,4 @@
-// Definitions that are declared without export, as hidden visibility leaves them.
+// Definitions with hidden visibility, as if their headers did not export them.
 
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonObject>

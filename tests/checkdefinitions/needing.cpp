@@ -1,4 +1,4 @@
-// Takes one definition from its process, and another function if there happens to be one.
+// Needs one definition from the process, and another function only if it exists (weak symbol).
 
 #include <PropertyManagerConst.h>
 

@@ -1,4 +1,4 @@
-// A program without any library.
+// A program that uses no library.
 
 extern "C" void _start();
 

@@ -1,6 +1,7 @@
-// A program outside of the project: built against what is installed, and with none of the project's own definitions.
+// A program outside of the project, compiled with an installed library and without the project's own preprocessor
+// macros.
 
-// Headers are found by their names and by their folders alike.
+// Headers can be included by name or with their folder.
 #include <ConfigurationManifestHandler.h>
 #include <ConfigurationManifestVersion.h>
 #include <ConfigurationStructureElement.h>
@@ -24,7 +25,7 @@
 
 int main(int, char* argv[])
 {
-    // Plain literals, which the project forbids itself and nobody else.
+    // Plain string literals have to compile. Only the project's own build forbids them.
     QTextStream out(stdout);
     const QString basePath = argv[1];
     const QString folder = basePath + "/" + PropertyManagerConst::getConfigurationFolderName();
@@ -32,7 +33,7 @@ int main(int, char* argv[])
     if (!ConfigurationManifestCreator().create(basePath)) {
         return 1;
     }
-    // There is none, which the library reports.
+    // This file does not exist, so the library logs a warning.
     ConfigurationManifestHandler(folder + "/missing", "Device", "device1").parseManifestFile();
 
     ConfigurationManifestHandler handler(folder + "/" + scheme + ".manifest.json", "Device", "device1");

@@ -2,6 +2,6 @@
 
 #include <QtCore/QString>
 
-/// Makes elements, edits, saves and creates a manifest in `folder`, which holds one description. Returns how many elements
-/// came of it all.
+/// Creates a manifest in `folder`, which contains one description, loads and edits it, and makes an element. Returns
+/// the number of elements; 4 if everything worked.
 int useLibraryIn(const QString& folder);

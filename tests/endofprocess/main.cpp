@@ -1,4 +1,4 @@
-// Uses the library while the process ends: endofprocess MOMENT FOLDER. Prints what each use came to.
+// Uses the library while the process ends: endofprocess MOMENT FOLDER. Prints the number of elements after each use.
 
 #include "Using.h"
 
@@ -40,8 +40,8 @@ struct LateUser {
     const char* when;
 };
 
-/// A scan that goes on while static objects are destroyed, and ends before those of Qt are, which do not bear that: they
-/// are made first.
+/// Scans on a thread while static objects are destroyed. The constructor uses Qt's static objects, so that they are
+/// created first and destroyed after the thread has ended: Qt does not support threads at that time.
 struct Scanner {
     Scanner()
     {
@@ -77,7 +77,7 @@ struct Scanner {
     std::thread thread;
 };
 
-// Made before anything of the library, and so destroyed after it.
+// Created before all static objects of the library, and so destroyed after them.
 Scanner scanner;
 const LateUser madeBefore("before");
 
@@ -94,7 +94,7 @@ int main(int argc, char** argv)
         std::atexit(use);
     }
     if (std::strcmp(moment, "thread") == 0) {
-        // Which works in the folder alone.
+        // Only the thread may use the folder.
         scanner.start();
     } else {
         use();

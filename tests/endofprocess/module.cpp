@@ -1,4 +1,4 @@
-// What reopening.cpp opens.
+// The module that reopening.cpp opens and closes.
 
 #include "Using.h"
 

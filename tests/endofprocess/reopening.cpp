@@ -1,5 +1,5 @@
-// Opens a module that uses the library, uses it and closes it, again and again: reopening MODULE FOLDER. Prints how much
-// more the heap holds after 22 times than after two.
+// Repeatedly opens a module that uses the library, calls it and closes it: reopening MODULE FOLDER. Prints by how many
+// bytes the heap has grown from the second to the 22nd round.
 
 #include "HeapUse.h"
 
@@ -24,7 +24,7 @@ int main(int, char** argv)
             return EXIT_FAILURE;
         }
         dlclose(module);
-        // The loader takes a little more the second time.
+        // The loader allocates a little more memory in the second round.
         if (round == 2) {
             early = heapUse().kept;
         }

@@ -70,7 +70,7 @@ Function* next(Function*, const char* name)
     return function;
 }
 
-// The C library's own function behind the one of the same name here.
+// The C library's own function, which the function of the same name in this file replaces.
 #define NEXT(function)                                                                                                 \
     ([] {                                                                                                              \
         static const auto found = next(&::function, #function);                                                        \
@@ -90,7 +90,7 @@ std::string pathOf(DIR* folder)
     return pathOf(dirfd(folder));
 }
 
-/// A call that is about to be made: whether it fails on purpose, and what came of it.
+/// A call that is about to be made. Decides whether it fails on purpose, and records its result.
 class Attempt {
 public:
     template <typename Subject>
@@ -101,7 +101,7 @@ public:
             return;
         }
         const int errorBefore = errno;
-        // The path of a descriptor is looked up only if it is needed.
+        // Look up the path of a descriptor only if it is needed.
         if constexpr (std::is_convertible_v<Subject, std::string>) {
             path = subject;
         } else {
@@ -290,7 +290,7 @@ EXPORTED int fdatasync(int file)
 EXPORTED int close(int file)
 {
     Attempt call("close", file);
-    // The system closes the file also when it reports an error.
+    // The system closes the file even if close() reports an error.
     const int result = NEXT(close)(file);
     return call.fails() ? call.failed(-1) : call.done(result);
 }

@@ -10,11 +10,11 @@
  * Calls are named "open" (of an existing file), "make" (of a new one), "read", "write", "sync", "close", "link",
  * "rename", "unlink", "readlink", "resolve" (of all links in a path), "stat" (of a path), "fstat" (of an open file),
  * "access", "chmod", "chown", "attribute" (an extended one), "seek", "list" (of a folder), "next" (entry of it), "end"
- * (of the listing) and "lock", whichever of its functions the C library is called by.
+ * (of the listing) and "lock". A name stands for all functions of the C library that make this call.
  */
 struct Fault {
     enum Special {
-        /// A read or write that transfers only half of what is there.
+        /// A read or write transfers only half of the data.
         Short = -1,
         /// The process is killed before the call.
         Killed = -2,
@@ -31,11 +31,11 @@ struct Fault {
     const char* call;
     int first;
     int last;
-    /// What the call sets errno to, or something special.
+    /// The value for errno, or one of the constants above.
     int error;
 };
 
-/// The faults of a file system with or without support for unnamed temporary files.
+/// The faults that simulate a file system without unnamed temporary files; none if `hasUnnamedFiles` is true.
 inline std::vector<Fault> faultsOfTheFileSystem(bool hasUnnamedFiles)
 {
     return hasUnnamedFiles ? std::vector<Fault>() : std::vector<Fault> {{"make", 1, 1, EOPNOTSUPP}};
@@ -53,12 +53,12 @@ class __attribute__((visibility("default"))) FaultyCalls {
 public:
     struct Call {
         std::string name;
-        /// The path of the file. For an entry of a listing, the folder's path and the entry's name; for a file without a
-        /// name, what /proc shows.
+        /// The path of the file. For an entry of a listing, the folder's path with the entry's name. For an unnamed
+        /// file, the path in /proc.
         std::string path;
-        /// For a transfer, the number of bytes; -1 for any failure.
+        /// -1 if the call failed; otherwise, for a read or write, the number of bytes.
         long result;
-        /// What it was to meet, as in a Fault; 0 for nothing.
+        /// The error of the Fault that applied to the call; 0 if none did.
         int error;
     };
 

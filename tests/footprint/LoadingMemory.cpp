@@ -1,8 +1,8 @@
-// Prints what loading a manifest of 10,000 elements takes of the heap, beside what reading and
-// parsing it alone takes.
+// Prints how much heap memory it takes to load a manifest of 10,000 elements, and to only read and parse it.
 
 #include "ConfigurationManifestHandler.h"
 #include "HeapUse.h"
+#include "Literals.h"
 
 #include <QtCore/QFile>
 #include <QtCore/QJsonArray>
@@ -15,16 +15,11 @@ namespace {
 
 QJsonObject selectionAt(int number)
 {
-    return {{QStringLiteral("closeMode"), QStringLiteral("Manual")},
-        {QStringLiteral("dataModel"), QStringLiteral("network.port")}, {QStringLiteral("hide"), false},
-        {QStringLiteral("iconName"), QStringLiteral("plug")},
-        {QStringLiteral("instanceName"), QStringLiteral("network/port%1").arg(number)},
-        {QStringLiteral("labelTextId"), QStringLiteral("TXT_PORT")},
-        {QStringLiteral("lastModified"), QStringLiteral("2024-05-17T08:30:00Z")},
-        {QStringLiteral("moduleName"), QStringLiteral("Device")},
-        {QStringLiteral("objectName"), QStringLiteral("device1")},
-        {QStringLiteral("selectionType"), QStringLiteral("Selection")},
-        {QStringLiteral("uiJob"), QStringLiteral("OpenConfiguration")}};
+    return {{u"closeMode"_qs, u"Manual"_qs}, {u"dataModel"_qs, u"network.port"_qs}, {u"hide"_qs, false},
+        {u"iconName"_qs, u"plug"_qs}, {u"instanceName"_qs, u"network/port%1"_qs.arg(number)},
+        {u"labelTextId"_qs, u"TXT_PORT"_qs}, {u"lastModified"_qs, u"2024-05-17T08:30:00Z"_qs},
+        {u"moduleName"_qs, u"Device"_qs}, {u"objectName"_qs, u"device1"_qs}, {u"selectionType"_qs, u"Selection"_qs},
+        {u"uiJob"_qs, u"OpenConfiguration"_qs}};
 }
 
 QByteArray manifest()
@@ -35,9 +30,9 @@ QByteArray manifest()
         for (int number = 0; number < 99; ++number) {
             children.append(selectionAt(number));
         }
-        root.append(QJsonObject {{QStringLiteral("dataSourceType"), QStringLiteral("JsonData")},
-            {QStringLiteral("instanceName"), QStringLiteral("folder%1").arg(folder)},
-            {QStringLiteral("selectionType"), QStringLiteral("Node")}, {QStringLiteral("substructure"), children}});
+        root.append(
+            QJsonObject {{u"dataSourceType"_qs, u"JsonData"_qs}, {u"instanceName"_qs, u"folder%1"_qs.arg(folder)},
+                {u"selectionType"_qs, u"Node"_qs}, {u"substructure"_qs, children}});
     }
     return QJsonDocument(root).toJson(QJsonDocument::Compact);
 }
@@ -51,7 +46,7 @@ int main()
     if (!file.open() || file.write(content) != content.size() || !file.flush()) {
         return 1;
     }
-    ConfigurationManifestHandler handler(file.fileName(), QStringLiteral("Device"), QStringLiteral("device1"));
+    ConfigurationManifestHandler handler(file.fileName(), u"Device"_qs, u"device1"_qs);
     const HeapUse loading = heapUseOf([&] { handler.parseManifestFile(); });
     QJsonDocument document;
     const HeapUse parsing = heapUseOf([&] {

@@ -1,5 +1,5 @@
-// What the compiler checks when it is asked to: a copy of as much as it is told into an array of a known size, and an index
-// into a container.
+// Code that the compiler checks with the hardening options: a copy of a variable size into an array of known size, and
+// an index into a container.
 
 #include <array>
 #include <cstddef>

@@ -116,7 +116,7 @@ private:
     static inline QVector<const QObject*> objects;
 };
 
-// Instance names at every level in the order of the manifest, children behind their node in brackets.
+// Lists the instance names in the order of the manifest, the children of a node in brackets after its name.
 QString outline(const QJsonArray& elements)
 {
     QStringList names;
@@ -519,7 +519,7 @@ void tst_ConfigurationManifestCreator::createScansConfigurationFolderBelowBase()
 
 void tst_ConfigurationManifestCreator::createKeepsSeparatorOfBaseDoubled()
 {
-    // A folder in the place of the manifest: the message then names the file.
+    // A folder in the place of the manifest causes a message that names the file.
     QVERIFY(QDir().mkpath(at(folderName + u"/configuration.manifest.json"_qs)));
     MessageRecorder log;
     QVERIFY(!ConfigurationManifestCreator().create(folder + u'/'));
@@ -580,8 +580,8 @@ void tst_ConfigurationManifestCreator::namesBelowFolderWithTrailingSeparatorAreW
     writeFile(at(u"n/b.config.json"_qs), description(1));
     MessageRecorder log;
     QVERIFY(createConfiguration(folder + u'/'));
-    // Of a file directly in the folder the path does not end with "/", so nothing is removed from it; of one below,
-    // what is left does not start with one.
+    // For a file directly in the folder, the folder part of its path has no "/" at the end, so the scanned path is not
+    // found in it and not removed. For a file in a sub-folder, it is removed together with the "/".
     QCOMPARE(outlineOfManifest(), folder.mid(1) + u"/a n[b]"_qs);
 }
 
@@ -598,7 +598,8 @@ void tst_ConfigurationManifestCreator::relativeFolderStaysRelativeAtEveryLevel()
     QVERIFY(QDir::setCurrent(QDir::rootPath()));
     QVERIFY(created);
     QCOMPARE(log.take(), Messages());
-    // The folder is removed from paths as it was given, so it must not be made absolute.
+    // Instance names are paths from which the folder is removed as it was given, so the scan must not make paths
+    // absolute.
     QCOMPARE(outlineOfManifest(), u"a n[n/f m[n/m/f]]"_qs);
 }
 
@@ -662,7 +663,8 @@ void tst_ConfigurationManifestCreator::messagesOfScanComeInListingOrder()
     writeFile(at(u"c/Folder.menu.json"_qs), "{");
     MessageRecorder log;
     QVERIFY(createConfiguration(folder));
-    // A whole level first, in the order of its listing; then level by level in display order.
+    // First come the messages of a whole level in the order of its listing, then those of the levels below in display
+    // order.
     QCOMPARE(log.take(),
         Messages({noFolderDescription(), positionMissing(), hideMissing(), folderDescriptionNotJson(),
             positionMissing(), positionMissing()}));

@@ -22,7 +22,8 @@ namespace {
 
 const QString key = u"key"_qs;
 
-// `manifest` with the element at the end of `positions`, one for each level, changed.
+// Returns `manifest` with `value` stored under `key` in the element at `positions`, which has one position for each
+// level.
 QJsonArray changedAt(QJsonArray manifest, const QVector<int>& positions, const QJsonValue& value)
 {
     QJsonObject element = manifest.at(positions.first()).toObject();

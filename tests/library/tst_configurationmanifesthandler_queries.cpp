@@ -28,7 +28,7 @@ Message pathIsEmpty()
     return pathMessage(u"Received an empty instance path!"_qs);
 }
 
-// `name` is given as it is printed.
+// `name` is the name as the message prints it.
 Message lastNameIsMissing(const QString& name)
 {
     return pathMessage(u"Cannot find element for path (\"%1\")"_qs.arg(name));
@@ -39,13 +39,13 @@ Message listMessage(const QString& text)
     return warning(text, "bool ConfigurationManifestHandler::getListOfInstances(const QString&, QStringList&) const");
 }
 
-// `path` is given as it is printed.
+// `path` is the path as the message prints it.
 Message pathIsWrong(const QString& path)
 {
     return listMessage(u"Error on getting node element for path \"%1\" !"_qs.arg(path));
 }
 
-// `element` is given as it is printed.
+// `element` is the element as the message prints it.
 Message childrenAreUnreadable(const QString& element)
 {
     return listMessage(u"Cannot find key 'substructure' in json element QJsonObject(%1) !"_qs.arg(element));
@@ -56,7 +56,7 @@ QJsonObject numbered(const QJsonObject& element, int number)
     return with(element, u"number"_qs, number);
 }
 
-// A number tells equal elements apart.
+// Elements with equal names differ in a number.
 QJsonArray tree()
 {
     const QJsonArray lowest = {numbered(selection(u"a/b/c"_qs), 1), numbered(selection(u"a/b/c"_qs), 2),

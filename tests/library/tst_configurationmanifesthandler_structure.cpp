@@ -53,7 +53,7 @@ QJsonArray callersArray(const QJsonArray& children = {selection(u"x/y"_qs), node
     return {node(u"s"_qs), node(u"x/y"_qs, children), node(u""_qs)};
 }
 
-// Values that stand in the place of an array of children.
+// Values of other types in the place of an array of children.
 QVector<QPair<const char*, QJsonValue>> noChildren()
 {
     return {{"missing", QJsonValue::Undefined}, {"null", QJsonValue::Null}, {"true", true}, {"number", 5},
@@ -484,7 +484,7 @@ void tst_ConfigurationManifestHandler_structure::movedElementEndsAtItsNewIndex()
     const auto siblings = [](const QString& names) {
         QJsonArray array;
         for (const QChar letter : names) {
-            // Elements of both kinds are moved with everything in them.
+            // Elements of both kinds are moved together with their children.
             array.append(letter == u'q' ? selection(u"a/q"_qs) : node(QString(letter), {node(u"child"_qs)}));
         }
         return array;

@@ -49,7 +49,7 @@ Message iconNameNotAString()
         u"Property iconName is not of type string!"_qs, "QString ConfigurationStructureElement::getIconName() const");
 }
 
-// `key` is given as it is printed.
+// `key` is the key as the message prints it.
 Message notAString(const QString& key)
 {
     return warning(u"Property \""_qs % key % u"\" is not of type string!"_qs, stringReader);
@@ -240,7 +240,7 @@ void tst_ConfigurationStructureElement::invalidEntryIsNotRead()
     QCOMPARE(element.getElementAsJsonObject(), QJsonObject());
     QCOMPARE(element.getFileInfo(), QFileInfo(path));
 
-    // The root stays in the name.
+    // The element still knows its root, so the name is relative to it.
     element.generateSelectionData(element.getFileInfo());
     QCOMPARE(log.take(), Messages({positionNotANumber()}));
     QCOMPARE(instanceNameOf(element), u"Net/notes"_qs);

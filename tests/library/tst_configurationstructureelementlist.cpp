@@ -29,7 +29,7 @@ Message noSuchElement(int index, int count)
         "ConfigurationStructureElement ConfigurationStructureElementList::getElement(int) const");
 }
 
-/// A folder of entries with a display position each; its listing has the order in which they were added.
+/// A folder of entries, each with a display position. Its listing has the order in which the entries were added.
 class Listing {
 public:
     void addFile(const QString& name, int position)

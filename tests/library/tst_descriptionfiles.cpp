@@ -19,12 +19,12 @@
 
 using Element = ConfigurationStructureElement;
 
-/// One of the two readers, made to read the folder description file of a folder.
+/// One of the two functions that read descriptions. Tests use both to read the folder description file of a folder.
 struct Reader {
     const char* name;
     const char* signature;
     void (Element::*read)(const QString&, QJsonObject&);
-    /// The file as the reader of files is told of it, or the folder as the reader of folders is.
+    /// The argument of the function: the path of the file or of the folder.
     QString (*pathFor)(const QString& folder);
 };
 
@@ -48,7 +48,7 @@ Message noFile(const Reader& reader)
     return debug(u"No description file found!"_qs, reader.signature);
 }
 
-// Name and reason are given as they are printed.
+// `name` and `reason` are the texts as the message prints them.
 Message notOpened(const Reader& reader, const QString& name, const QString& reason)
 {
     return warning(u"Can't open file  \""_qs % name % u"\"  IO Error:  \""_qs % reason % u'"', reader.signature);
@@ -59,7 +59,7 @@ Message notJson(const Reader& reader)
     return warning(u"Can't parse Json!\n"_qs, reader.signature);
 }
 
-// What a reader makes of the object that it is given. Readers neither use nor change the state of their element.
+// Returns what a reader reads. Also checks that readers neither use nor change the state of their element.
 QJsonObject readBy(const Reader& reader, const QString& path)
 {
     Element element;
@@ -167,7 +167,8 @@ void tst_DescriptionFiles::contentIsReadWhole_data()
     readable("white space around", " \t\n{ \"a\" : 1 }\n\n", objectFrom(R"({"a":1})"));
     readable("line feeds", "{\n\"a\":\n1\n}\n", objectFrom(R"({"a":1})"));
     readable("carriage returns and line feeds", "\r\n{\r\n\"a\":\r\n1\r\n}\r\n", objectFrom(R"({"a":1})"));
-    // Text mode would show inside a string only; between tokens both line ends are white space.
+    // Only inside a string a file opened in text mode would make a difference; between tokens both line ends are white
+    // space.
     readable("carriage return and line feed in a string", "{\"a\":\"x\r\ny\"}", objectFrom(R"({"a":"x\ny"})"));
     readable("carriage return alone in a string", "{\"a\":\"x\ry\"}", objectFrom(R"({"a":"xy"})"));
     readable("two carriage returns and line feed in a string", "{\"a\":\"x\r\r\ny\"}", objectFrom(R"({"a":"x\ny"})"));
@@ -488,7 +489,7 @@ void tst_DescriptionFiles::messagesTellLineTheyAreWrittenIn()
         QJsonObject description;
         (Element().*reader.read)(path, description);
         qInstallMessageHandler(previous);
-        // The statement, which may go on in the next line.
+        // The statement may continue on the next line.
         return line < 1 ? QString() : QString(source.at(line - 1) + source.at(line));
     };
     const QString missing = lineOfMessage([] {});

@@ -66,7 +66,7 @@ public:
     virtual void prepare(const Place& place, int size) = 0;
     virtual bool save() = 0;
     virtual bool saveAgain() = 0;
-    /// What a save writes.
+    /// The content that a save writes.
     virtual QByteArray content() const = 0;
     /// Whether the result is true even when the save fails.
     virtual bool hidesFailures() const = 0;
@@ -159,7 +159,7 @@ private:
     }
 };
 
-/// A creator that scans a folder anew.
+/// A creator that scans a folder again.
 class Creation : public Way {
 public:
     void prepare(const Place& place, int size) override
@@ -215,11 +215,11 @@ using Save = std::function<bool()>;
 
 enum class Outcome { Saved, NotOpened, NotWritten, Unnoticed };
 
-/// A reason for a save to fail, and the outcome.
+/// A cause of failing saves, and the expected outcome.
 struct Trouble {
     Outcome outcome;
     bool (*around)(const Place& place, const Save& save, int room);
-    /// How many bytes fit on the disk.
+    /// The number of bytes that fit on the disk.
     int room;
 };
 
@@ -422,7 +422,7 @@ void tst_FailedSaves::onlyMessageOfHandlerComesBeforeTemporaryFileIsRemoved()
     way->prepare(place, 400);
     const QStringList before = everythingIn(place.folder());
 
-    // What is in the folder while the message is logged.
+    // The message handler records the names in the folder and the content of the manifest.
     static const Place* saved;
     static QVector<QStringList> names;
     static QByteArrayList contents;

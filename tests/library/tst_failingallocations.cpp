@@ -17,16 +17,16 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-// Every edit runs once for each allocation that it makes, in a process of its own in which that one fails.
+// Every edit runs once for each of its allocations, in a child process in which that allocation fails.
 
 namespace {
 
-/// What became of an edit in its process.
+/// The outcome of an edit in its process.
 enum Outcome { Completed, Kept, Lost, Marked, Wrong, Ended };
 
 constexpr unsigned hungAfter = 60;
 
-/// Runs `function` in a process of its own and returns what it returns.
+/// Runs `function` in a child process and returns its result.
 template <typename Function>
 Outcome inProcess(const Function& function)
 {

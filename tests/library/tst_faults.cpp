@@ -50,7 +50,7 @@ std::vector<Fault> halfThenFailing(const char* call, int number)
     return {{call, number, number, Fault::Short}, {call, number + 1, number + 1, EIO}};
 }
 
-/// Named as metBy() names them.
+/// The names are those that metBy() returns.
 constexpr Trouble troubles[] = {
     {"EIO", failing<EIO>},
     {"ENOSPC", failing<ENOSPC>},
@@ -99,7 +99,7 @@ int countOf(const std::vector<FaultyCalls::Call>& made, const char* call)
         std::count_if(made.begin(), made.end(), [call](const FaultyCalls::Call& one) { return one.name == call; }));
 }
 
-/// The number of the first call of a name that concerns a file of these names, counted from 1 as faults are.
+/// The number of the first `call` on a file with one of these names, counted from 1 as in a Fault.
 int numberOfFirst(const std::vector<FaultyCalls::Call>& made, const char* call, const QStringList& names)
 {
     const auto first = std::find_if(made.begin(), made.end(), [&](const FaultyCalls::Call& one) {
@@ -121,10 +121,11 @@ struct Result {
     Messages messages;
     /// What the handler holds; null for a creator.
     QByteArray memory;
-    /// Of the manifest file; null when there is none.
+    /// The content of the manifest file; null if there is none.
     QByteArray content;
     mode_t mode = 0;
-    /// Whether the manifest is a symbolic link, and the content of the target of the link; null when it never was one.
+    /// Whether the manifest is a symbolic link. `target` is the content of the file that the link points to, null if
+    /// the manifest never was a link.
     bool isLink = false;
     QByteArray target = {};
 };
@@ -146,7 +147,7 @@ char* toString(const Result& result)
     return qstrdup(text.constData());
 }
 
-/// A folder in which an operation runs once. It is the current folder, so that files left there are found.
+/// A folder in which an operation runs once. It is the current folder, so that files with relative names are noticed.
 class Place {
 public:
     /// `linked` makes the manifest a symbolic link to another file.
@@ -205,7 +206,8 @@ private:
     const bool isLinked;
 };
 
-/// The call that failed, as the tables below name it: "stat manifest 2" is the second of its kind on the manifest.
+/// The call that failed. The tables below name calls by kind, file and number: "stat manifest 2" is the second stat
+/// call on the manifest.
 struct Failure {
     QByteArray call;
     QString path;
@@ -271,7 +273,7 @@ enum class Consequence {
     ComplaintOfTheName,
 };
 
-/// The failure, without counting the first call of a kind: that one is made before the save.
+/// The failure, counted without the first call of a kind, which is made before the save.
 Failure withoutFirst(const QByteArray& kind, Failure failure)
 {
     if (failure.call.startsWith(kind + ' ')) {
@@ -358,7 +360,7 @@ Result withConsequence(Result result, Consequence consequence, const Result& bef
     return result;
 }
 
-/// What was read of a file before reading failed.
+/// The bytes that were read of a file before reading failed.
 QByteArray readOf(const QString& path, const QByteArray& content, const std::vector<FaultyCalls::Call>& made)
 {
     long size = 0;
@@ -391,7 +393,7 @@ protected:
     {
         return QString(large ? 40000 : 20, u'x');
     }
-    /// What the tables call a file that is looked up by the name of the manifest.
+    /// The name in the tables of the file at the manifest's path: a link or the manifest itself.
     QByteArray named() const
     {
         return linked ? "link" : "manifest";
@@ -508,7 +510,7 @@ public:
             writeFile(place.path(behind(one.key())), one->content);
         }
         writeFile(place.path(u"readme.txt"_qs), "");
-        // A link to a folder: only its target tells that.
+        // A link to a folder. Only a stat of the target shows that it is a folder.
         QFile::link(place.path(behind(u"Other"_qs)), place.path(u"Other"_qs));
         if (replaces) {
             place.writeManifest(previous);
@@ -538,20 +540,20 @@ public:
     }
 
 private:
-    // The real path: "Other" is a link.
+    // The path after resolving "Other", which is a link.
     static QString behind(const QString& path)
     {
         return path.startsWith(u"Other"_qs) ? u'.' + path : path;
     }
 
-    /// What the system returned to a scan, and what the scan logs.
+    /// The calls of a scan, and the messages that it has to log.
     struct Scan {
         const Place& place;
         const Failure& failure;
         const std::vector<FaultyCalls::Call>& made;
         Messages messages;
 
-        /// The entries that the system handed out before a listing failed, in the order of a listing.
+        /// The entries that the system returned before a listing failed, sorted like a listing.
         QStringList namesIn(const QString& folder) const
         {
             const QString prefix = place.path(behind(folder)) + u'/';
@@ -669,8 +671,8 @@ private:
         if (consequence == Consequence::NotOpened) {
             return {manifestCannotBeOpened(place.manifest())};
         }
-        // A large document is written directly, so the number of bytes written is known. A small one is buffered, and after
-        // a failed sync the number counts as unknown.
+        // A large document is written directly, so the number of written bytes is known. A small one is buffered. The
+        // number is -1 for a buffered document and after a failed sync.
         const auto half = std::find_if(made.begin(), made.end(),
             [](const FaultyCalls::Call& call) { return call.name == "write" && call.result > 0; });
         const bool isKnown = large && half != made.end() && half->result < content.size();
@@ -957,7 +959,7 @@ void tst_Faults::dataThatIsNotOnDiskKeepsPreviousManifest()
     QCOMPARE(run.result.messages.size(), run.expected.messages.size());
     Message last = run.result.messages.constLast();
     if (message.text.contains(u"-1"_qs)) {
-        // Of a length that depends on the descriptions.
+        // The size in the message depends on the descriptions.
         QVERIFY(last.text.startsWith(u"Manifest file was not successful written: -1 , "_qs));
         last.text = message.text;
     }
@@ -987,7 +989,7 @@ void tst_Faults::syncThatSignalInterruptsIsRepeated()
     const Run run = runOnce(edit, {{"sync", 1, 3, EINTR}});
     QCOMPARE(run.result.messages, Messages());
     QCOMPARE(run.result.content, run.result.memory);
-    // Interrupted three times, then done by the save and by Qt; and the folder.
+    // Three interrupted syncs, then one by the library, one by Qt, and one of the folder.
     QCOMPARE(countOf(run.made, "sync"), 6);
 }
 
@@ -1274,7 +1276,7 @@ void tst_Faults::folderThatCannotBeListedIsLostWithItsTree()
     QCOMPARE(run.failure.call, QByteArray("list Net 1"));
     QVERIFY(run.result.value);
     QCOMPARE(namesIn(run.result), QStringList({u"a"_qs, u"b"_qs, u"Other"_qs}));
-    // Of the other folder.
+    // The messages are about the folder "Other".
     QCOMPARE(run.result.messages, Messages({noFolderDescription(), positionMissing()}));
 }
 
@@ -1286,7 +1288,7 @@ void tst_Faults::folderThatCannotBeLookedAtIsNotSaidToHaveNoDescription()
     const Run run = runOnce(create, {{"stat", number, number, EACCES}});
     QCOMPARE(run.failure.call, QByteArray("stat Net/Deep 1"));
     QCOMPARE(whole.result.messages.count(noFolderDescription()), 2);
-    // The first one is of the other folder.
+    // The first two messages are about the folder "Other".
     QCOMPARE(run.result.messages, Messages({noFolderDescription(), positionMissing(), positionMissing()}));
     QCOMPARE(run.result.content, whole.result.content);
 }
@@ -1297,7 +1299,7 @@ void tst_Faults::linkedFolderThatCanNeverBeLookedAtIsLost()
     const Run run = runOnce(create, {{"stat", 1, INT_MAX, EACCES}});
     QVERIFY(run.result.value);
     QCOMPARE(namesIn(run.result), QStringList({u"a"_qs, u"b"_qs, u"Net"_qs}));
-    // Of the folder in that one.
+    // The message is about the folder "Net/Deep".
     QCOMPARE(run.result.messages, Messages({positionMissing()}));
 }
 

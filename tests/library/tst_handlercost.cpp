@@ -67,7 +67,7 @@ QString pathOf(int depth, const QString& name)
     return u"e0/"_qs.repeated(depth - 1) + name;
 }
 
-/// A handler whose manifest is shared with nobody.
+/// A handler that holds the only reference to its manifest.
 struct Fixture {
     explicit Fixture(const QJsonArray& manifest)
         : handler(QString(), QString(), QString())
@@ -78,7 +78,7 @@ struct Fixture {
     Handler handler;
 };
 
-/// An edit of the `index`-th of `siblings`, and what undoes it.
+/// An edit of one sibling, and the edit that undoes it.
 struct Job {
     const char* name;
     Edit (*edit)(const QString& path, int siblings);
@@ -92,7 +92,7 @@ Edit nothing(const QString&, int)
     return [](Handler&, bool) { return true; };
 }
 
-/// Makes a success of a failure.
+/// An edit that succeeds if `edit` fails.
 Edit failing(const Edit& edit)
 {
     return [=](Handler& handler, bool writeToFile) { return !edit(handler, writeToFile); };
@@ -308,7 +308,7 @@ void tst_HandlerCost::editsTakeNoMoreOfLongArrays()
     QCOMPARE(number, siblings);
 }
 
-// JSON objects keep replaced strings. The handler stores a rebuilt object without them.
+// JSON objects never free replaced strings. The handler rebuilds the object before storing it, which drops them.
 void tst_HandlerCost::replacementLeavesBehindWhatWasReplacedInIt()
 {
     Fixture fixture(elements(10, false));
@@ -358,7 +358,8 @@ void tst_HandlerCost::sortingIsLinear()
     QVERIFY2(longTime < 30 * shortTime, qPrintable(u"%1 to %2 ticks"_qs.arg(shortTime).arg(longTime)));
 }
 
-// Two texts of equal length with equal hashes, whatever prefix both have. qHash() uses another function without a seed.
+// Two texts of equal length whose hashes are equal with any common prefix. Without a seed qHash() uses another
+// function.
 QPair<QString, QString> collision(uint seed)
 {
     constexpr quint64 texts = Q_UINT64_C(36) * 36 * 36 * 36 * 36 * 36 * 36;
@@ -445,7 +446,7 @@ void tst_HandlerCost::loadingHoldsOneTree()
     const HeapUse loading = heapUseOf([&] { handler.parseManifestFile(content); });
     QCOMPARE(handler.getManifestJsonArray().size(), 10000);
 
-    // The parser alone, with the content as loaded.
+    // Parse the loaded content without the handler, for comparison.
     const QByteArray loaded = handler.getManifestContent();
     QJsonDocument document;
     const HeapUse parser = heapUseOf([&] { document = QJsonDocument::fromJson(loaded); });

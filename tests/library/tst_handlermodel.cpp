@@ -17,7 +17,7 @@ struct Run {
     std::map<QByteArray, int> events;
 };
 
-/// Ends at the first step after which handler and model differ.
+/// Runs a sequence. Stops after the first step in which handler and model differ.
 Run runSequence(uint seed, int steps)
 {
     const QTemporaryDir folder(quickFolder());
@@ -39,7 +39,7 @@ struct Frequency {
     int minimum;
 };
 
-/// Everything that the sequences must contain, and how often at least.
+/// The events that the sequences must contain, with their minimum numbers.
 const Frequency frequencies[] = {
     {"addElement: false", 300},
     {"addElement: true", 300},
@@ -142,7 +142,7 @@ const Frequency frequencies[] = {
 };
 
 #ifdef EMULATED
-// Everything takes ten times as long.
+// In the emulator everything takes ten times as long.
 constexpr int share = 5;
 #else
 constexpr int share = 1;
@@ -156,7 +156,7 @@ class tst_HandlerModel : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    /// With MANIFEST_TEST_SEED only the sequence of that seed, every step of it shown.
+    /// If MANIFEST_TEST_SEED is set, runs only the sequence with that seed and prints each step.
     void handlerDoesWhatItsModelDoes();
 };
 

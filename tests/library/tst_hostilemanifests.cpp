@@ -45,7 +45,7 @@ struct Fixture {
         handler.parseManifestFile();
     }
 
-    /// What another handler loads from the file.
+    /// The manifest that another handler loads from the file.
     QJsonArray reloaded() const
     {
         Handler reader(path, QString(), QString());

@@ -210,7 +210,7 @@ void tst_JsonDataIteratorConfigurationInstanceListUpdater::objectsPresentedWhile
     }
 }
 
-// While a setter logs its warning both modes are on: a present key is removed, a missing one added.
+// While a setter logs its warning, both modes are on: an existing key is removed, and a missing one is added.
 void tst_JsonDataIteratorConfigurationInstanceListUpdater::objectsPresentedWhileModesChangeAreEditedByTheirKey()
 {
     QFETCH(const bool, addingWins);
@@ -794,7 +794,7 @@ void tst_JsonDataIteratorConfigurationInstanceListUpdater::matchesNestedAsDeepAs
     MessageRecorder log;
     constexpr int depth = 512;
     const QByteArray head = R"([{"instanceName":"a","key":0,"selectionType":"Node","substructure":)";
-    // Arrays and objects in turn, 1,024 levels; the innermost node has no array left to hold.
+    // 1,024 alternating levels of arrays and objects. The innermost node cannot have an array of children.
     const QByteArray text = head.repeated(depth) + "0" + QByteArray("}]").repeated(depth);
     QJsonValue manifest = arrayFrom(text.constData());
     Updater updater = configured(Overwriting, "a", "key", 1);

@@ -81,10 +81,10 @@ void saveByCreator(const QString& folder)
     ConfigurationManifestCreator().create2(folder, u"configuration"_qs);
 }
 
-/// Who saves, when root runs the test. Every process has the group of the test only.
+/// The user who saves, if root runs the test. The only group of every process is that of the test.
 enum class By { TheTest, AnOrdinaryUser, AUserWhoMayGiveFilesAway };
 
-/// Makes the process one of an ordinary user with CAP_CHOWN only. That cannot be undone.
+/// Changes the process to that of an ordinary user whose only capability is CAP_CHOWN. This cannot be undone.
 void becomeUserWhoMayGiveFilesAway()
 {
     __user_cap_header_struct header {_LINUX_CAPABILITY_VERSION_3, 0};
@@ -137,7 +137,7 @@ private:
     const QTemporaryDir directory;
 };
 
-// Access control lists as the kernel takes them: a version, and for each entry its tag, rights and user.
+// Access control lists in the kernel's format: a version, and for each entry its tag, rights and user.
 
 constexpr auto accessList = "system.posix_acl_access";
 constexpr auto defaultList = "system.posix_acl_default";
@@ -396,7 +396,7 @@ void tst_SavedFile::groupGetsNoMoreThanListOfOldFileGaveIt_data()
     add("everything, others read", 6, 4, 0644);
 }
 
-// With a list, the group bits are its mask: here they tell what the one user may do.
+// If a file has a list, its group bits are the mask of the list. Here they limit what the one user may do.
 void tst_SavedFile::groupGetsNoMoreThanListOfOldFileGaveIt()
 {
     QFETCH(const Save, save);

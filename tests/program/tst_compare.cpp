@@ -32,7 +32,7 @@ QJsonObject b()
     return selection(u"b"_qs);
 }
 
-// Three manifests without a conflict, and what they are merged to.
+// Three manifests without conflicts, and the result of merging them.
 QJsonArray base()
 {
     return {a(), b()};
@@ -521,7 +521,7 @@ void tst_Compare::mergeWithNothingNewWritesNothing()
     QCOMPARE(kept.content, compact(theirs()));
     QFile::remove(place.path(u"mine~"_qs));
 
-    // The old base stands for a run that was interrupted before it replaced the base.
+    // With the old base the merge is that after a run that was interrupted before it replaced the base.
     for (const QString& from : {u"mine.base"_qs, u"base"_qs}) {
         QCOMPARE(place.run(u"merge %1 mine new --save --keep-base --backup"_qs.arg(from)), done(u"unchanged"_qs));
         QCOMPARE(stateOf(place.path(u"mine"_qs)), saved);

@@ -24,7 +24,7 @@ int countOf(const QJsonArray& elements, const QString& selectionType)
     return count;
 }
 
-// The number of the call that looks at the old manifest after the scan and before the save.
+// The number of the stat call on the old manifest between the scan and the save.
 constexpr int lookBeforeTheSave = 3;
 
 } // namespace
@@ -404,7 +404,7 @@ void tst_Create::folderThatCannotBeReadIsFailure()
     const Workplace place;
     const QString folder = place.path(u"folder"_qs);
     QVERIFY(QDir().mkdir(folder));
-    // A link is listed only if its target can be looked at.
+    // A link is listed only if stat succeeds for its target.
     makeLink(u"/dev/null"_qs, folder + u"/page.config.json"_qs);
     chmod(qPrintable(folder), static_cast<mode_t>(permissions));
     const ProgramRun run = place.program().prepared(asOrdinaryUser).run(u"create-folder folder"_qs);
@@ -484,7 +484,8 @@ void tst_Create::baseIsKeptBeforeFirstManifestAndAfterLaterOnes()
     QCOMPARE(readFile(path), first);
     QCOMPARE(readFile(base), first);
 
-    // The next merge adds what the old base lacks. With a newer base it would count as removed by an edit.
+    // The base must still be the old one. With it the next merge adds the new page; with a newer base the page would
+    // look as if an edit had removed it.
     writeFile(place.path(u"other.config.json"_qs), "{\"hide\":false,\"displayPosition\":2}");
     killBetweenTheFiles();
     QVERIFY(readFile(path).contains("\"other\""));

@@ -41,7 +41,7 @@ QStringList linesBetween(const QJsonArray& before, const QJsonArray& after, Stam
     return lines;
 }
 
-// All changes as JSON, one after the other.
+// The JSON of all changes, concatenated.
 QByteArray jsonBetween(const QJsonArray& before, const QJsonArray& after)
 {
     const TreeElements treeBefore = treeOf(before);
@@ -54,7 +54,7 @@ QByteArray jsonBetween(const QJsonArray& before, const QJsonArray& after)
     return json;
 }
 
-// A selection as a scan names it, with a member of its own.
+// A selection with an instance name as in a scan, and a label.
 QJsonObject page(const QString& name)
 {
     return with(selection(name), u"label"_qs, name.section(u'/', -1));
@@ -395,7 +395,7 @@ void tst_Difference::everyDifferenceIsTold()
         QVERIFY2(linesBetween(before, after).isEmpty() == (stripped(before) == stripped(after)), both.constData());
         unequal += before == after ? 0U : 1U;
 
-        // Nothing is told twice, and nothing is left out.
+        // Every difference is reported exactly once.
         const TreeElements treeBefore = treeOf(before);
         const TreeElements treeAfter = treeOf(after);
         int count = countElements(treeBefore);
@@ -475,7 +475,8 @@ void tst_Difference::hugeTreesAreComparedQuickly()
     QCOMPARE(differencesOf(treeBefore, treeAfter, Stamps::DoNotCount).size(), changes);
     const qint64 comparison = timer.elapsed();
     qInfo("loaded in %lld ms, compared in %lld ms", load, comparison);
-    // A quadratic algorithm takes as long as hundreds of loads.
+    // The limit is generous because other processes disturb the test. A quadratic algorithm would take as long as
+    // hundreds of loads.
     constexpr qint64 disturbance = 500;
     QVERIFY(comparison < 10 * load + disturbance);
 }
@@ -489,7 +490,7 @@ void tst_Difference::stampsCountOnlyWhenTheyAreToCount()
         QStringList(u"changed: selection 'a', moduleName from nothing to \"M\", objectName from nothing to \"O\""_qs));
     QCOMPARE(linesBetween(before, {with(stamped, u"key"_qs, 1)}),
         QStringList(u"changed: selection 'a', key from nothing to 1"_qs));
-    // The same if the element is a selection in only one of the trees.
+    // Stamps do not count either if the element is a selection in only one of the trees.
     const QString becomesNode = u"changed: node 'a', selectionType from \"Selection\" to \"Node\""_qs;
     QCOMPARE(linesBetween({stamped}, {node(u"a"_qs)}), QStringList(becomesNode));
     const QString becomesSelection = u"changed: selection 'a', selectionType from \"Node\" to \"Selection\""_qs;
@@ -547,7 +548,7 @@ void tst_Difference::longValuesAreCutShort()
         linesBetween({selection(u"a"_qs)}, {with(selection(u"a"_qs), u"key"_qs, QString(1000, u'x'))}).constFirst();
     QVERIFY(line.endsWith(u"xxx..."_qs));
     QVERIFY(line.size() < 150);
-    // Off the screen values are not cut.
+    // Values are cut only on a terminal.
     const QString whole = linesBetween({selection(u"a"_qs)}, {with(selection(u"a"_qs), u"key"_qs, QString(1000, u'x'))},
         Stamps::DoNotCount, ValueLength::Whole)
                               .constFirst();

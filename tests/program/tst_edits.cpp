@@ -8,7 +8,7 @@ namespace {
 const QByteArray noPosition = "warning: Cannot find key displayPosition in Json object!\n";
 const QByteArray noPositionAndHide = noPosition + QByteArray("warning: Cannot find key \"hide\" in Json object!\n");
 
-// What saveRuleManifest() consists of.
+// The elements of saveRuleManifest().
 const QJsonObject top = selection(u"top"_qs);
 const QJsonObject first = selection(u"a/first"_qs);
 const QJsonObject second = node(u"second"_qs);

@@ -8,13 +8,13 @@
 
 namespace {
 
-// A fenced block of a document. Blocks of the kind sh are run.
+// A fenced block of a document. "sh" blocks are run.
 struct Fence {
     bool isShell;
     QByteArray text;
 };
 
-// Lays out what the commands in the documents expect: the program and a copy of the examples.
+// Creates the files that the commands in the documents need: the program and a copy of the examples.
 void layOutProject(const QString& folder)
 {
     copyFolder(QStringLiteral(EXAMPLES), folder + u"/examples"_qs);
@@ -79,7 +79,7 @@ void tst_Examples::tourShowsWhatItSays()
     const QVector<Fence> fences = fencesOf(QStringLiteral(EXAMPLES "/../README.md"));
     QVERIFY(fences.size() > 4);
 
-    // The README lists the files of a folder with their content, then what show prints of it.
+    // The README lists the files of a folder with their content, and then what show prints for its manifest.
     const QString folder = project.filePath(u"folder"_qs);
     for (const QString& line : linesOf(fences.at(2).text)) {
         const QString name = line.section(u' ', 0, 0);

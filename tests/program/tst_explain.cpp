@@ -88,7 +88,7 @@ QStringList pathsOf(const FolderExplanation& explanation)
     return paths;
 }
 
-// The lines that tell the fates of entries.
+// The lines that say what entries become.
 QStringList firstLines(const QByteArray& output)
 {
     QStringList lines;
@@ -593,7 +593,7 @@ void tst_Explain::manyLinksAndLevelsComeToEnd()
     makeLink(u"."_qs, folder.path(u".hidden/up"_qs));
     const FolderExplanation explanation = folder.explain();
     QCOMPARE(explanation.refusals.size(), 2);
-    // 301 folders, a file and two links; and a hidden folder with a file and a link.
+    // 301 folders, a file and two links, and a hidden folder with a file and a link.
     QCOMPARE(explanation.entries.size(), std::size_t(301 + 1 + 2 + 3));
 }
 

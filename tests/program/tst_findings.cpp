@@ -95,7 +95,7 @@ Q_DECLARE_METATYPE(FindingKind)
 Q_DECLARE_METATYPE(Change)
 Q_DECLARE_METATYPE(QVector<QVector<int>>)
 
-// What is wrong with a manifest, and what an edit made of it.
+// Damage in a manifest, and damage added by an edit.
 class tst_Findings : public QObject {
     Q_OBJECT
 
@@ -419,7 +419,8 @@ void tst_Findings::damageAddedToManyElementsIsFoundQuickly()
     QCOMPARE(added(after, before).size(), 0);
     const qint64 comparison = timer.elapsed();
     qInfo("loaded in %lld ms, compared in %lld ms", load, comparison);
-    // A quadratic algorithm takes as long as hundreds of loads.
+    // The limit is generous because other processes disturb the test. A quadratic algorithm would take as long as
+    // hundreds of loads.
     constexpr qint64 disturbance = 500;
     QVERIFY(comparison < 50 * load + disturbance);
 }
@@ -625,7 +626,7 @@ void tst_Findings::vocabularyKeyHasOneType()
     const QVector<QJsonValue> values {QJsonValue(), true, 2, u"y"_qs, QJsonArray {1}, QJsonObject()};
     for (const QJsonValue& given : values) {
         const bool isRight = given.type() == value.type();
-        // The value that is there makes no difference.
+        // The present value makes no difference.
         for (const QJsonValue& present : {QJsonValue(QJsonValue::Undefined), value, given}) {
             QCOMPARE(typeProblem(key, present, given).isNull(), isRight);
         }
@@ -728,7 +729,8 @@ void tst_Findings::findingsDeepDownAreComparedQuickly()
     QCOMPARE(added(before, after).size(), 2);
     const qint64 comparison = timer.elapsed();
     qInfo("loaded in %lld ms, compared in %lld ms", load, comparison);
-    // An algorithm that visits all elements for each level takes as long as hundreds of loads.
+    // The limit is generous because other processes disturb the test. An algorithm that visits all elements for each
+    // level would take as long as hundreds of loads.
     constexpr qint64 disturbance = 1000;
     QVERIFY(comparison < 20 * load + disturbance);
 }
@@ -745,7 +747,7 @@ void tst_Findings::findingOfNeitherManifestIsAdded()
     const QVector<Finding> findings = addedToBoth(healthy, healthy, treeOf(damaged));
     QCOMPARE(findings.size(), 1);
     QCOMPARE(findings.constFirst().kind, FindingKind::NoChildren);
-    // Two findings of a kind are one more than either manifest has.
+    // The result has two findings of a kind, and each manifest has one, so one was added.
     const QJsonArray twice {node(u"k"_qs, {empty}), node(u"l"_qs, {empty})};
     QCOMPARE(addedToBoth(damaged, damaged, treeOf(twice)).size(), 1);
 }

@@ -10,7 +10,7 @@ const QString project = QStringLiteral(EXAMPLES "/..");
 struct Help {
     QString syntax;
     QStringList options;
-    /// The meanings of the exit statuses 0 to 3; empty where the command has none.
+    /// The meanings of the exit statuses 0 to 3; an empty text if the command does not have the status.
     QStringList exits;
 };
 
@@ -49,7 +49,7 @@ Help helpOf(const QString& command)
     return help;
 }
 
-// A manual page without its markup, in one line.
+// The text of a manual page without markup, in one line.
 QString readable(const QByteArray& manual)
 {
     QString text = QString::fromUtf8(manual);

@@ -26,7 +26,7 @@ constexpr unsigned seeds = 300;
 constexpr unsigned seeds = 3000;
 #endif
 
-// What a merge makes of manifests, and of its conflicts.
+// The result of a merge and its conflicts.
 struct Outcome {
     QJsonArray manifest;
     QStringList conflicts;
@@ -238,7 +238,7 @@ private:
         }
     }
 
-    // No decision loses an element that all three trees have.
+    // An element that all three trees have must be in the result, whatever the decision.
     void checkWhatAllHave()
     {
         const Pairing toMine(baseTree, mineTree, Stamps::DoNotCount);
@@ -314,8 +314,8 @@ void tst_Merge::mergingObeysItsLaws()
         expect("merge(A, B, A) = B", mergeOf(a, b, a), {b, {}});
         expect("merge(A, B, B) = B", mergeOf(a, b, b), {b, {}});
         const Outcome merged = mergeOf(a, b, c);
-        // A repeated merge changes nothing, for example after a power cut. That cannot hold for siblings of one name:
-        // an added one looks like a removed one.
+        // A repeated merge changes nothing, for example after a power cut. This is impossible if siblings have the same
+        // name, because an added element then looks like a removed one.
         if (names == RandomManifest::Names::Unique) {
             for (const Decision decision : {Decision::Mine, Decision::Theirs}) {
                 const QJsonArray decided = mergeOf(a, b, c, decision).manifest;
@@ -595,7 +595,7 @@ void tst_Merge::stampsOfMineStay()
     QCOMPARE(merged(stamp(a, u"B"_qs), stamp(a, u"M"_qs), with(a, k, 1)), compact({stamp(with(a, k, 1), u"M"_qs)}));
     // Stamps of a removed element are no change.
     QCOMPARE(compact(mergeOf({stamp(a, u"B"_qs)}, {stamp(a, u"M"_qs)}, {}).manifest), compact({}));
-    // Only selections have stamps: they go when a selection becomes a node.
+    // Only selections have stamps. A selection that becomes a node loses them.
     const QJsonObject asNode = node(u"a"_qs);
     QCOMPARE(merged(a, stamp(a, u"M"_qs), asNode), compact({asNode}));
     QCOMPARE(merged(asNode, with(asNode, u"moduleName"_qs, 1), with(asNode, k, 1)),
@@ -658,7 +658,8 @@ void tst_Merge::hugeTreesAreMergedQuickly()
         const MergeResult result = merge(baseTree, mineTree, theirTree, decision);
         const qint64 duration = timer.elapsed();
         qInfo("loaded in %lld ms, merged in %lld ms, %d conflicts", load, duration, result.conflicts.size());
-        // A quadratic algorithm takes as long as hundreds of loads.
+        // The limit is generous because other processes disturb the test. A quadratic algorithm would take as long as
+        // hundreds of loads.
         constexpr qint64 disturbance = 1500;
         QVERIFY(duration < 20 * load + disturbance);
     }

@@ -32,7 +32,7 @@ const QStringList descriptions {u"add-node manifest.json spare --save --descript
     u"update-node manifest.json spare --save --description %1"_qs,
     u"update-selection manifest.json spare --save --description %1"_qs};
 
-// The manifest and everything that the tables name.
+// Creates the manifest and all files that the tables name.
 void makeFiles(const Workplace& place)
 {
     place.write(u"manifest.json"_qs, saveRuleManifest()).write(u"secret"_qs, {});
@@ -201,7 +201,8 @@ void tst_Operands::manifestThatCannotBeReadToItsEndIsNoManifest()
     QFETCH(QString, commandLine);
     QFETCH(int, number);
 
-    // The first piece holds a whole manifest, but only the end of the file would tell so.
+    // The first block already contains a complete manifest, but only the end of the file would prove that it is
+    // complete.
     const LoneManifest file(compact(saveRuleManifest()) + QByteArray(60000, ' '));
     QCOMPARE(Program()
                  .withFaultyCalls(u"read %1 %2 99 %3"_qs.arg(EIO).arg(number).arg(file.path()))

@@ -42,7 +42,7 @@ void withClosedErrors()
     close(STDERR_FILENO);
 }
 
-// Files for commands of every kind.
+// Creates the files that the commands in the tables use.
 void fill(const Workplace& place)
 {
     place.write(u"manifest.json"_qs, saveRuleManifest()).write(u"deep/manifest.json"_qs, chain(100, {}));
@@ -336,7 +336,7 @@ void tst_Output::outputThatIsLostIsFailure()
     QFETCH(QString, commandLine);
     QFETCH(QString, saved);
 
-    // Messages and saved files are those of a run whose output arrives.
+    // Messages and saved files have to be the same as those of a run whose output is not lost.
     const Workplace other;
     fill(other);
     const QByteArray before = other.content(saved);

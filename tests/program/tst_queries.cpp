@@ -8,7 +8,7 @@
 
 namespace {
 
-// Two elements that answer to one name, one without any, and one whose name no path can hold.
+// Two elements with the same name, one without a name, and one with a name that cannot be in a path.
 QByteArray oddManifest()
 {
     const QJsonArray below {selection(u"net/port"_qs), with(selection(u"port"_qs), u"labelTextId"_qs, u"TXT"_qs)};
@@ -34,7 +34,7 @@ QJsonObject shown(const char* kind, const QString& name, const QJsonValue& path,
         {u"label"_qs, label}, {u"hidden"_qs, hidden}};
 }
 
-// What `show` prints of elements, read without the library.
+// The expected output of `show`, made without the library.
 QString treeOf(const QJsonArray& elements, const QString& indentation = {})
 {
     QString tree;
@@ -49,7 +49,7 @@ QString treeOf(const QJsonArray& elements, const QString& indentation = {})
     return tree;
 }
 
-// The instance names of all selections, read without the library.
+// The instance names of all selections, found without the library.
 QStringList selectionsOf(const QJsonArray& elements)
 {
     QStringList names;
@@ -381,7 +381,7 @@ void tst_Queries::printedPathsAreWhatOtherCommandsTake()
         const QString plain = command == u"show"_qs ? QString(text).remove(kind) : columns.at(0);
         QCOMPARE(plain, QString::fromUtf8(name.output).chopped(1));
     }
-    // The examples have siblings of one name.
+    // The examples have siblings with the same name.
     QVERIFY(unreachable > 0);
 }
 

@@ -24,7 +24,7 @@ constexpr int randomKills = 5;
 constexpr int randomKills = 40;
 #endif
 
-// An edit looks at the file when it begins, when it has its turn, before it saves and afterwards.
+// An edit opens the file at the start, when it has its turn, before it saves and afterwards.
 constexpr int lookBeforeTheSave = 3;
 constexpr int lookAfterTheSave = 4;
 
@@ -59,7 +59,8 @@ private:
     const bool mounted;
 };
 
-// A disk with room for one manifest, not for two. Without the right to mount, a size limit stands in for it.
+// A disk with room for one manifest but not for two. If this process may not mount file systems, a size limit simulates
+// the disk.
 class FullDisk {
 public:
     FullDisk()
@@ -112,7 +113,7 @@ void beTruncated(const QString& path)
     truncate(qPrintable(path), 0);
 }
 
-/// Neither inode nor size tells.
+/// Changes the content but not the inode and the size.
 void beWrittenOver(const QString& path)
 {
     QFile file(path);
@@ -137,7 +138,7 @@ void becomeUnreadable(const QString& path)
     chmod(qPrintable(path), 0);
 }
 
-// An edit that is stopped before one of its looks at the manifest. Meanwhile `change` is called.
+// Stops an edit before it opens the manifest for the `look`-th time, and calls `change` meanwhile.
 ProgramRun editDuring(int look, const Change& change, const QString& path, const QString& options = {})
 {
     const auto program =
@@ -150,7 +151,7 @@ ProgramRun editDuring(int look, const Change& change, const QString& path, const
     return program->finish();
 }
 
-// A killed save leaves the old or the new manifest, a whole backup or none, and at most one temporary file.
+// A killed save leaves the old or the new manifest, a complete backup or none, and at most one temporary file.
 void checkWhatKillLeft(const ManifestFile& file)
 {
     QVERIFY(file.content() == before() || file.content() == afterEdit());
@@ -449,7 +450,7 @@ void tst_Saves::manifestThatGoesBeforeSaveIsSaidSo()
 {
     const LoneManifest file;
     const ProgramRun run = Program()
-                               // The library's first call.
+                               // The file vanishes before the library's first call.
                                .withFaultyCalls(u"access %1 1 1 %2"_qs.arg(Fault::Vanished).arg(file.path()))
                                .run(editOf(file.path()));
     QCOMPARE(run,
@@ -484,7 +485,7 @@ void tst_Saves::backupIsReplacedManifest()
     struct stat status = {};
     QCOMPARE(stat(qPrintable(backup), &status), 0);
     QCOMPARE(status.st_mode & ACCESSPERMS, mode_t(0640));
-    // The backup lies beside the file, not beside the link, and replaces the older one.
+    // The backup is in the folder of the file, not in that of the link, and replaces the older one.
     QCOMPARE(program.run(u"set elsewhere/link top key 2 --save "_qs + option), done(u"changed; saved"_qs));
     QCOMPARE(readFile(backup), afterEdit(u"1"_qs));
     QCOMPARE(file.content(), afterEdit(u"2"_qs));

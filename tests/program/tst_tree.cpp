@@ -46,7 +46,7 @@ QStringList lines(const QVector<Remark>& remarks)
     return lines;
 }
 
-// What the creator writes for the same arguments, and what it reports.
+// The manifest that the creator writes for the same arguments, and its messages.
 struct Creation {
     QByteArray manifest;
     QStringList messages;
@@ -138,7 +138,7 @@ private:
         QByteArray text = "{\"last\":0";
         for (int i = below(4); i > 0; --i) {
             const QByteArray member = oneOf(members);
-            // Qt loses the first array or object if a key occurs twice.
+            // Qt leaks the first array or object if a key occurs twice.
             if (!text.contains(member.left(member.indexOf(':')))) {
                 text += ',' + member;
             }
@@ -166,7 +166,7 @@ private:
 
     void fill(const QString& folder, int depth)
     {
-        // More than 16 entries now and then: with so many an unstable sort would show.
+        // Sometimes more than 16 entries: only with so many would an unstable sort show.
         const int files = below(6) == 0 ? 17 + below(40) : below(5);
         for (int i = 0; i < files; ++i) {
             add(folder, fileName(), [&](const QString& path) { writeFile(path, description()); });
@@ -496,7 +496,7 @@ void tst_Tree::scansOfRandomTreesAreWhatCreatorWrites()
             std::any_of(scan.remarks.begin(), scan.remarks.end(), [](const Remark& remark) { return remark.isDamage; });
         frequencies.unreachable += unreachableIn(scan.elements) > 0 ? 1 : 0;
     }
-    // The trees have to be interesting often enough.
+    // The random trees have to contain each special case often enough.
     QCOMPARE(frequencies.trees, 500);
     QVERIFY2(frequencies.empty > 10, qPrintable(QString::number(frequencies.empty)));
     QVERIFY2(frequencies.wideWithTies > 100, qPrintable(QString::number(frequencies.wideWithTies)));
@@ -672,7 +672,7 @@ void tst_Tree::deviceThatIsNoDescriptionIsNotRefused()
     makePipe(base.filePath(u"tree/b.config.json"_qs));
     makeLink(u"/dev/zero"_qs, base.filePath(u"tree/c.process.json"_qs));
     makeLink(u"/dev/zero"_qs, base.filePath(u"tree/zero"_qs));
-    // Only the folders below are described.
+    // The description of the scanned folder itself is never read.
     makeLink(u"/dev/zero"_qs, base.filePath(u"tree/Folder.menu.json"_qs));
     FolderScan scan;
     compareWithCreator(base.filePath(u"tree"_qs), configurationScheme, scan);

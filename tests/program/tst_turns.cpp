@@ -127,7 +127,7 @@ void tst_Turns::turnIsWaitedFor()
         const FolderLock lock(file.folder());
         QVERIFY(lock.isHeld());
         program = file.program().start(editOf(u"manifest.json"_qs));
-        // The list of locks shows a waiting process behind an arrow.
+        // The kernel's list of locks marks a waiting process with an arrow.
         const QByteArray entry = "-> FLOCK  ADVISORY  WRITE " + QByteArray::number(program->id()) + ' ';
         QVERIFY(QTest::qWaitFor([&] { return readFile(u"/proc/locks"_qs).contains(entry); }, 10000));
         // The edit applies to what was saved meanwhile.
@@ -341,7 +341,7 @@ void tst_Turns::locksOfOthersStayAsTheyAre()
     const OpenFolder other(file.folder());
     QCOMPARE(flock(other.file.get(), isShared ? LOCK_SH : LOCK_UN), 0);
     const QString list = u"/proc/self/fdinfo/%1"_qs.arg(folder.file.get());
-    // The line numbers of the list vary.
+    // The numbers at the beginning of the lines vary.
     const auto locks = [&] {
         return QString::fromLatin1(readFile(list)).remove(QRegularExpression(u"lock:\\s+\\d+"_qs));
     };

@@ -1,6 +1,7 @@
 #include "JsonReaders.h"
 
-// They refuse more than they have to: strings that begin with "refused", and arrays that begin with such a string.
+// These readers also refuse strings that begin with "refused", and arrays whose first element is such a string. So a
+// test can see whether the library uses them.
 
 namespace {
 

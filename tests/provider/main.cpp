@@ -1,4 +1,5 @@
-// Provides the imports of the library, knows nothing else of it, and loads it, and then tests that use it.
+// Provides the definitions for the library and is not linked to it. Loads the library at run time, and then the module
+// with the tests.
 
 #include <cstdio>
 #include <cstdlib>

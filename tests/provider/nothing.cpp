@@ -1,4 +1,5 @@
-// Loads the library named by its argument into a process that provides nothing, and says what the loader says.
+// Loads the library that is given as argument into a process that provides no definitions, and prints the loader's
+// error.
 
 #include <cstdio>
 

@@ -6,7 +6,7 @@
 #include <QtCore/QJsonValue>
 #include <QtTest/QTest>
 
-/// Rows of the column "accumulator": the values that no iterator appends to.
+/// Adds rows with the column "accumulator": values that are not arrays, so the iterators do not append to them.
 inline void addAccumulatorsThatAreNoArray()
 {
     QTest::addColumn<QJsonValue>("accumulator");

@@ -11,7 +11,7 @@
 #include <optional>
 #include <vector>
 
-// How values are shown where two sides differ.
+// Texts that show values in the differences between two sides.
 
 QString shown(const QString& text);
 QString shown(const QStringList& texts);
@@ -32,11 +32,11 @@ QString shown(const std::vector<T>& values)
     return shown(texts);
 }
 
-/// The texts of messages of the library. A message whose level, category, file, function or line is not as the library
-/// logs it is shown as a whole. The library has one debug message.
+/// The texts of messages. A message is shown with all its fields if its level, category, file, function or line is not
+/// one that the library logs. Only one message of the library has the level debug.
 QStringList textsOf(const Messages& messages);
 
-/// Collects the differences between two sides that must do the same.
+/// Collects the differences between the actual and the expected values.
 class Comparison {
 public:
     template <typename T>

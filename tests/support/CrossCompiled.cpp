@@ -1,5 +1,5 @@
 // For tests in an emulator that start processes. QProcess checks whether the kernel supports process descriptors. The
-// kernel does, but the emulator does not, so the answer has to be no.
+// kernel does but the emulator does not, so this function makes the check fail.
 
 #include <cerrno>
 #include <cstdarg>

@@ -12,7 +12,7 @@
 
 /// One public edit of a handler, with all arguments but the last one.
 using Edit = std::function<bool(Handler& handler, bool writeToFile)>;
-/// What a caller does to an element.
+/// An edit function of a caller.
 using ElementEdit = std::function<bool(QJsonObject& element, bool& changed)>;
 
 Q_DECLARE_METATYPE(Edit)
@@ -36,10 +36,10 @@ QJsonObject silentDescription();
 Edit addNode(const QString& path, int index = -1, const QJsonObject& description = silentDescription());
 Edit addSelection(const QString& path, int index = -1, const QJsonObject& description = silentDescription());
 
-/// Sets "key" to "edited", and returns and reports what it is told to.
+/// An edit function that sets "key" to "edited", returns `applies` and sets its flag to `tellsOfTheChange`.
 ElementEdit editThat(bool applies, bool tellsOfTheChange);
 
-// A table of edits: what each one makes of a manifest in memory.
+// The columns and rows of a table of edits and their results in memory.
 
 void addEditColumns();
 /// An edit that carries out a change.
@@ -49,5 +49,6 @@ void addChange(const char* name, const QJsonArray& manifest, const Edit& edit, c
 void addNoChange(const char* name, const QJsonArray& manifest, const Edit& edit);
 /// An edit that fails and leaves everything as it was.
 void addFailure(const char* name, const QJsonArray& manifest, const Edit& edit, const Messages& messages = {});
-/// Checks a row. What an earlier edit did makes no difference, and a copy taken before is not touched.
+/// Checks a row. The result must not depend on earlier edits, and a copy of the manifest that was taken before must not
+/// change.
 void checkEdit();

@@ -6,7 +6,7 @@
 #include <QtCore/QJsonValue>
 #include <QtCore/QString>
 
-// Elements with the least members.
+// Elements with as few members as possible.
 
 QJsonObject selection(const QString& instanceName);
 QJsonObject node(const QString& instanceName);
@@ -19,10 +19,10 @@ QJsonObject with(QJsonObject element, const QString& key, const QJsonValue& valu
 QJsonObject builtNode(const QString& instanceName);
 QJsonObject builtSelection(const QString& instanceName);
 
-/// JSON of arrays in each other.
+/// JSON of nested arrays.
 QByteArray nestedArrays(int levels);
-/// JSON of nodes in each other: called "n", each with one more member. A node takes two levels of JSON.
+/// JSON of nested nodes. Each is called "n" and has one more member. A node takes two levels of JSON.
 QByteArray nestedNodes(int levels);
 
-/// The manifest that tables of edits and saves work on: top, a with a/first and second, spare.
+/// The manifest for tables of edits and saves: top, a (with the children a/first and second), spare.
 QJsonArray saveRuleManifest();

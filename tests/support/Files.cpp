@@ -91,7 +91,7 @@ AsOrdinaryUser::AsOrdinaryUser()
     : user(geteuid())
 {
     constexpr uid_t nobody = 65534;
-    // The real user as well, since access() asks for that one.
+    // Set the real user as well, because access() checks its permissions.
     if (user == 0 && setresuid(nobody, nobody, user) != 0) {
         qFatal("cannot become an ordinary user");
     }

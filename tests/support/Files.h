@@ -16,10 +16,10 @@ QByteArray readFile(const QString& path);
 /// Names of everything in a folder, hidden entries included, sorted.
 QStringList everythingIn(const QString& folder);
 
-/// Whether `name` is that of a temporary file of a save of `manifestName`.
+/// Whether `name` is the name of a temporary file that a save of `manifestName` uses.
 bool isTemporaryFileOf(const QString& manifestName, const QString& name);
 
-/// Parses test input. Aborts the test if it is not JSON of that kind.
+/// Parses test input. Aborts the test if it is not valid JSON or its root has another type.
 QJsonObject objectFrom(const char* json);
 QJsonArray arrayFrom(const char* json);
 

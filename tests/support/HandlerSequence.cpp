@@ -29,7 +29,7 @@ const QString selectionType = u"selectionType"_qs;
 const QString instanceName = u"instanceName"_qs;
 const QString substructure = u"substructure"_qs;
 
-/// The content of the file until the handler writes to it, so that every write shows, even one of equal content.
+/// The content of the file until the handler writes to it. It makes every write visible, even one of equal content.
 const QByteArray untouched = QByteArrayLiteral("untouched");
 const QString untouchedRefused = u"Error on paring configuration manifest file content to Json: \"illegal value\" !"_qs;
 
@@ -48,7 +48,7 @@ const Content noManifests[] = {
     {R"({"selectionType":"Selection"})", "Configuration manifest file does not contain a Json array!"},
 };
 
-/// The name under which the element is found among its siblings.
+/// The name under which a look-up finds the element among its siblings.
 QString calledName(const Value& element)
 {
     return isSelection(element) ? nameOf(element).split(u'/').last() : nameOf(element);
@@ -186,7 +186,8 @@ public:
         return items;
     }
 
-    /// What a new element is made from: all keys that count, some of them missing, some of a wrong type.
+    /// A description for a new element, with all keys that the library reads. Some are missing, and some values have a
+    /// wrong type.
     Members description()
     {
         static const QStringList texts {Registry::getKeyLabelTextId(), Registry::getKeyDataModel(),
@@ -305,7 +306,8 @@ public:
         return chance(15) ? oneOf(extremes) : below(5);
     }
 
-    /// An order of the children at a path; whole, short of one, with one twice, with unknown names.
+    /// A list of names for sorting the children at a path: complete, without one name, with one name twice, or with
+    /// unknown names.
     QStringList order(const Items& top, const QStringList& path)
     {
         const Items* level = &top;
@@ -345,13 +347,13 @@ public:
     }
 };
 
-/// An array that both sides hold.
+/// An array of a caller, for the handler and for the model.
 struct Pair {
     QJsonArray json;
     Items items;
 };
 
-/// What an edit function of a caller does; the same for both sides.
+/// The behaviour of an edit function, the same for handler and model.
 struct EditPlan {
     enum Alteration { Nothing, Insertion, Removal, Clearing };
     enum Nested { NoCall, Change, Deletion, Emptying };
@@ -362,7 +364,7 @@ struct EditPlan {
     QString key;
     Value value;
     bool throws;
-    /// What the edit function calls the handler for itself, and where.
+    /// The nested call of the edit function to the handler, and its path.
     Nested nested;
     QString nestedAt;
 
@@ -435,7 +437,7 @@ public:
         setManifest();
     }
 
-    /// The differences between both sides after the next step.
+    /// Takes the next step and returns the differences between handler and model.
     QStringList step()
     {
         if (sizeOf(Value {model.manifest}) > 400 || sizeOf(Value {foreign.items}) > 400) {
@@ -538,7 +540,7 @@ private:
         ++model.events[call.section(u'(', 0, 0).toUtf8() + (expected ? ": true" : ": false")];
     }
 
-    /// A property to store in the element at a path; now and then one that the element has.
+    /// A property to store in the element at a path; sometimes one that the element already has.
     std::pair<QString, Value> property(const QString& at)
     {
         Members element;
@@ -587,7 +589,7 @@ private:
             random.path(model.manifest)};
     }
 
-    /// The edit function for the handler; `array` is what it works on.
+    /// The edit function for the handler. `array` is the array that the edit works on.
     std::function<bool(QJsonObject&, bool&)> handlerEdit(
         const EditPlan& plan, const QJsonArray& array, std::vector<Encounter>& encounters)
     {

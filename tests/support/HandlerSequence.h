@@ -12,8 +12,8 @@
 using Choice = std::function<int(int bound)>;
 
 /**
- * A handler and the model of it, which take the same steps: edits of every kind, queries, loads, saves. What a step is
- * and what it is done with follows from choices.
+ * A handler and its model, which take the same steps: edits of every kind, queries, loads and saves. The choices decide
+ * the kind of each step and its arguments.
  */
 class HandlerSequence {
 public:

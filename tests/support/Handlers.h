@@ -9,14 +9,14 @@
 
 using Handler = ConfigurationManifestHandler;
 
-/// True when `Member`, the exact type of a member function, is one that the handler has.
+/// True if the handler has a member function of exactly the type `Member`.
 template <typename Member>
 constexpr bool has(Member)
 {
     return true;
 }
 
-/// A handler of no file, with a manifest in memory. Stamps nothing.
+/// A handler with a manifest in memory and without a file. Stamps nothing.
 class HandlerWithoutFile : public ConfigurationManifestHandler {
 public:
     explicit HandlerWithoutFile(const QJsonArray& manifest = {});

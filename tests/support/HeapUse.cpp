@@ -59,7 +59,7 @@ bool allocationHasFailed()
     return callsUntilFailure == -1;
 }
 
-// In place of the C library's functions, for this program and the libraries in it.
+// These functions replace those of the C library in this program and in the libraries that it loads.
 extern "C" {
 void* __libc_malloc(size_t size);
 void* __libc_calloc(size_t count, size_t size);

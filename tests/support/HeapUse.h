@@ -2,7 +2,7 @@
 
 #include <QtCore/QtGlobal>
 
-/// What an action does to the heap of this process, in bytes and calls. Needs HeapUse.cpp in the program itself.
+/// The heap use of an action, in bytes and calls. HeapUse.cpp has to be a part of the program itself.
 struct HeapUse {
     qint64 taken;
     qint64 calls;
@@ -12,13 +12,13 @@ struct HeapUse {
     qint64 kept;
 };
 
-/// What the heap has seen so far; `peak` since the last forgetPeak().
+/// Returns the heap use of the process so far; `peak` is the highest value since the last forgetPeak().
 HeapUse heapUse();
 void forgetPeak();
 
-/// The allocation of this number fails, counted from 1. All others succeed.
+/// Makes the allocation of this number fail, counted from 1. All others succeed.
 void failAllocation(qint64 number);
-/// Whether that allocation has been requested since then.
+/// Whether the allocation that was to fail has been requested.
 bool allocationHasFailed();
 
 template <typename Action>

@@ -2,9 +2,9 @@
 
 #include "MessageRecorder.h"
 
-// What the library logs, with the function that logs it.
+// The messages of the library with the functions that log them.
 
-// An element about its description.
+// Messages of an element about its description.
 Message positionMissing();
 Message hideMissing();
 Message noFolderDescription();
@@ -14,22 +14,22 @@ Message noFile();
 Message fileNotJson();
 Message fileForbidden(const QString& path);
 
-// A handler that loads.
+// Messages of a handler that loads.
 Message fileToLoadIsMissing();
 Message fileCannotBeRead(const QString& path);
 Message contentIsNotJson(const QString& error);
 Message contentIsNoArray();
 
-// A handler that saves.
+// Messages of a handler that saves.
 Message fileToSaveIsMissing();
 Message fileCannotBeWritten(const QString& path);
 Message fileNotWrittenCompletely();
 
-// An edit of a handler.
+// Messages of edits.
 Message indexIsOutOfBounds();
 Message nothingToReplace();
 Message noSuchPosition();
 
-// A creator that saves.
+// Messages of a creator that saves.
 Message manifestCannotBeOpened(const QString& path);
 Message manifestNotWrittenCompletely(int written, int size);

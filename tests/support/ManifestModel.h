@@ -33,16 +33,16 @@ QJsonValue jsonFrom(const Value& value);
 QJsonArray jsonFrom(const Items& items);
 QJsonObject jsonFrom(const Members& members);
 
-/// What a look-up reads of an element; null if it is no object.
+/// The instance name as a look-up reads it; null if the element is not an object.
 QString nameOf(const Value& element);
 bool isSelection(const Value& element);
 const Items* childrenOf(const Value& element);
 
-/// The text that a file of exactly this value holds.
+/// The content of a file to which this value is saved.
 QByteArray compact(const Value& value);
 QByteArray compact(const Items& items);
 
-/// The text of a message of these parts.
+/// The text of a message that streams these parts.
 template <typename... Parts>
 QString messageText(const Parts&... parts)
 {
@@ -53,8 +53,8 @@ QString messageText(const Parts&... parts)
 }
 
 /**
- * What a ConfigurationManifestHandler must do, implemented as plainly as possible: every level is copied, edited and
- * stored again. Nothing is cached. The file is a member.
+ * A model of ConfigurationManifestHandler, implemented as simply as possible: every level is copied, edited and stored
+ * again. Nothing is cached. The content of the file is a member.
  */
 class ManifestModel {
 public:
@@ -64,14 +64,14 @@ public:
 
     Items manifest;
     bool modified = false;
-    /// None while there is no file.
+    /// The content of the file; none if there is no file.
     std::optional<QByteArray> file;
     /// The texts of all messages so far. The caller clears them after comparing.
     QStringList messages;
     /// How often each event has happened.
     std::map<QByteArray, int> events;
 
-    /// Content whose root is an array, and content that is no manifest and is refused with that message.
+    /// parse() is a load of content whose root is an array; refuse() is a load that fails with this message.
     void parse(const Items& root);
     void refuse(const QString& message);
     void parseFile(const std::function<void()>& parseContent);

@@ -5,7 +5,8 @@
 #include <QtCore/QVector>
 #include <QtCore/QtGlobal>
 
-/// One message as it reached the Qt message logger. `file` is without its folder; `line` counts only as known or not.
+/// One message as it reached the Qt message logger. `file` is without its folder. `hasLine` says whether the line is
+/// known; the line itself is not recorded.
 struct Message {
     QtMsgType level;
     QString text;
@@ -24,14 +25,14 @@ bool operator==(const Message& a, const Message& b);
 char* toString(const Message& message);
 char* toString(const Messages& messages);
 
-/// What the library must have logged from `function`, given by its whole signature: in the default category, with a
-/// line, from the source file named after the function's class.
+/// The message that the library has to log in `function`, which is given as its whole signature: in the default
+/// category, with a line, from the source file named after the function's class.
 Message warning(const QString& text, const char* function);
 Message debug(const QString& text, const char* function);
 
 /**
  * Records all messages within its lifetime instead of printing them. A test compares take() with the exact sequence
- * that it expects. Messages that are left in the end fail the test.
+ * that it expects. The destructor fails the test if there are messages that were not taken.
  */
 class MessageRecorder {
 public:

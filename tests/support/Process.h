@@ -9,7 +9,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-/// A child process that runs a function. It is killed if it has not ended by then.
+/// A child process that runs a function. The destructor kills the process if it has not ended.
 class Process {
 public:
     template <typename Function>
@@ -35,7 +35,7 @@ public:
         wait();
     }
 
-    /// Waits for its end. Returns whether it exited with 0.
+    /// Waits until the process ends. Returns whether it exited with 0.
     bool wait()
     {
         int status = 0;

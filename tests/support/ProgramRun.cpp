@@ -121,7 +121,7 @@ bool isActedOn(uint codePoint)
     } ranges[] = {
         {0x00, 0x1f}, // C0 controls
         {0x7f, 0x9f}, // DEL and C1 controls
-        {0x61c, 0x61c}, // what turns the direction of text, here and in the next three
+        {0x61c, 0x61c}, // controls of the text direction, here and in the next three
         {0x200e, 0x200f}, {0x202a, 0x202e}, {0x2066, 0x2069}, {0x2028, 0x2029}, // line and paragraph separators
         {0x200b, 0x200d}, // invisible, as all that follow
         {0x2060, 0x2064}, {0xad, 0xad}, {0xfeff, 0xfeff}, {0xe0001, 0xe007f}, {0xd800, 0xdfff}, // lone surrogates
@@ -173,7 +173,8 @@ void asOrdinaryUser()
 void onFullDisk()
 {
     static const FileSizeLimit forTheProgram(0);
-    // As for any new process, the signal is deadly. Valgrind needs it ignored, because it writes files itself.
+    // SIGXFSZ has its default action, which kills the process. Valgrind needs the signal to be ignored, because it
+    // writes files itself.
 #if !defined(EMULATED) || !defined(MEMORY_CHECKED)
     std::signal(SIGXFSZ, SIG_DFL);
 #endif
@@ -263,7 +264,7 @@ Program& Program::stoppingAt(const QString& call, int number, const QString& pat
 
 Program& Program::withFaultyCalls(const QString& faults)
 {
-    // By default a sanitized program refuses to run if another library is preloaded before its runtime.
+    // By default a program with AddressSanitizer refuses to run if another library is preloaded before its runtime.
     const QString options = environment.value(u"ASAN_OPTIONS"_qs) + u":verify_asan_link_order=0"_qs;
 #ifdef CROSS_COMPILED
     // The library is for the emulated machine, so the emulator itself must not load it.

@@ -18,9 +18,9 @@
 
 #include <sys/types.h>
 
-/// What a run of a program leaves behind.
+/// The outcome of a run of a program.
 struct ProgramRun {
-    /// The exit status; -1 of a program that crashed or came to no end.
+    /// The exit status; -1 if the program crashed or did not end.
     int status = -1;
     QByteArray output;
     QByteArray errors;
@@ -30,9 +30,9 @@ bool operator==(const ProgramRun& a, const ProgramRun& b);
 /// Shows the run in the output of a failed comparison.
 char* toString(const ProgramRun& run);
 
-// What the companion program leaves behind. `messages` are those of the library, in lines as they are printed.
+// Expected outcomes of the companion program. `messages` are the lines in which it prints the messages of the library.
 
-/// Exactly this output; no line end is added.
+/// Success with exactly this output; no line end is added.
 ProgramRun printed(const QByteArray& output);
 ProgramRun done(const QString& output, const QByteArray& messages = {});
 ProgramRun failed(const QString& complaint, const QByteArray& messages = {});
@@ -42,7 +42,7 @@ ProgramRun misused(const QString& complaint, const QByteArray& messages = {});
 /// Called in the new process before the program is executed.
 using Preparation = void (*)();
 
-/// File permissions apply, even if root runs the tests.
+/// File permissions apply even if root runs the tests.
 void asOrdinaryUser();
 /// No file can be written to.
 void onFullDisk();
@@ -51,7 +51,7 @@ void withFullOutput();
 
 /// Splits a command line at blanks. Single quotes hold a word together.
 QStringList words(const QString& commandLine);
-/// Inserts an option behind the first word.
+/// Inserts an option after the first word.
 QString withOption(const QString& commandLine, const QString& option);
 /// The lines of a program's output without empty ones.
 QStringList linesOf(const QByteArray& output);
@@ -64,12 +64,12 @@ public:
     Q_DISABLE_COPY(RunningProgram)
 
     qint64 id() const;
-    /// Waits until it has been stopped by a signal.
+    /// Waits until a signal has stopped the program. Returns false if it does not happen in time.
     bool isStopped() const;
-    /// Whether it runs or waits for something.
+    /// Whether the process exists and has not ended.
     bool isAlive() const;
     void send(int signal) const;
-    /// Waits for its end.
+    /// Waits until the program ends.
     ProgramRun finish();
 
 private:
@@ -86,11 +86,11 @@ public:
     Program& with(const QString& variable, const QString& value);
     Program& reading(const QByteArray& text);
     Program& prepared(Preparation function);
-    /// A save fails at its very last step.
+    /// Makes the last step of a save fail.
     Program& unableToRename();
     /// Makes calls to the C library fail. FaultyCalls.h describes the syntax of `faults`.
     Program& withFaultyCalls(const QString& faults);
-    /// Stops before the `number`th of these calls that concern `path` or what is in it.
+    /// Stops the program before the `number`th of these calls on `path` or, if that is a folder, on a file in it.
     Program& stoppingAt(const QString& call, int number, const QString& path);
     Program& onTerminal();
 
@@ -123,5 +123,5 @@ FileState stateOf(const QString& path);
 /// Copies a folder recursively, without its manifests.
 void copyFolder(const QString& from, const QString& to);
 
-/// Whether a terminal shows `text` and acts on none of it but line ends.
+/// Whether a terminal prints `text` without acting on any character except line ends.
 bool isHarmless(const QByteArray& text);

@@ -6,7 +6,8 @@
 #include <QtCore/QFileInfo>
 #include <QtCore/QString>
 
-/// Template of a QTemporaryDir for thousands of saves: in memory if possible, because each save waits for the disk.
+/// A QTemporaryDir template for thousands of saves. The folder is in memory if possible, because each save waits for
+/// the disk.
 inline QString quickFolder()
 {
     const QString inMemory = u"/dev/shm"_qs;

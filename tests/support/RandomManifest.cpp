@@ -104,7 +104,7 @@ QJsonObject RandomManifest::changed(QJsonObject object)
     return object;
 }
 
-// Inserts at a random place. A name that must be unique and is not becomes a new one.
+// Inserts an element at a random place. If names must be unique and the name is taken, the element gets a new one.
 void RandomManifest::add(QJsonArray& siblings, const QJsonValue& element)
 {
     QJsonValue added = element;

@@ -11,7 +11,7 @@
 class RandomManifest {
 public:
     enum class Names {
-        /// Siblings of one name, elements without one and items that are no elements occur.
+        /// Some siblings have the same name, some elements have no name, and some items are not elements.
         Any,
         /// Every element has a path.
         Unique,
@@ -22,7 +22,7 @@ public:
     /// A number from 0 to bound - 1.
     int below(int bound);
     QJsonArray manifest();
-    /// A manifest after some edits: members changed, elements added, removed, moved and stamped.
+    /// Returns `manifest` after random edits: members changed, elements added, removed, moved and stamped.
     QJsonArray edited(QJsonArray manifest);
 
 private:
@@ -40,7 +40,7 @@ private:
     int addedNames = 0;
 };
 
-/// A value without the stamps of the selections in it.
+/// Returns `value` without the stamps of the selections in it.
 QJsonValue stripped(const QJsonValue& value);
-/// A manifest with every selection stamped, each with other names.
+/// Returns `manifest` with different stamps in every selection.
 QJsonArray stamped(const QJsonArray& manifest, const QString& stamp);

@@ -2,7 +2,7 @@
 
 #include <QtTest/QTest>
 
-/// The table of a data-driven test: names its columns, then adds a row with every call.
+/// The table of a data-driven test. The constructor adds the columns, and each call adds a row.
 template <typename... Columns>
 class Table {
 public:

@@ -3,7 +3,7 @@
 #include <QtCore/QCoreApplication>
 #include <QtTest/QTest>
 
-/// Runs a test class. File names are UTF-8 in every test, whatever locale it is started under.
+/// Runs a test class. File names are UTF-8 in every test, whatever the locale.
 template <typename TestClass>
 int runTest(int argc, char** argv)
 {

@@ -29,7 +29,7 @@ private:
     const QTemporaryDir directory;
 };
 
-/// The file manifest.json, alone in a folder that the program runs in.
+/// The file manifest.json, the only file in a folder in which the program runs.
 class LoneManifest : public ManifestFile {
 public:
     explicit LoneManifest(const QByteArray& content = compact(saveRuleManifest()));
@@ -37,18 +37,18 @@ public:
     Program program() const;
     ProgramRun run(const QString& commandLine) const;
     ProgramRun run(const QStringList& arguments) const;
-    /// Whether it is still the same file and still alone.
+    /// Whether the manifest has the same content and inode as before and is the only file in its folder.
     bool isUntouched() const;
-    /// Whether another file has its name, and nothing else is there.
+    /// Whether a new file has replaced the manifest and is the only file in its folder.
     bool isReplaced() const;
 
 private:
     const FileState original;
 };
 
-/// An edit of saveRuleManifest() that is saved.
+/// The command line of an edit of saveRuleManifest() with --save.
 QString editOf(const QString& path);
-/// What it makes of that manifest, or would make of it with another value.
+/// The manifest after editOf(), or after the same edit with another value.
 QByteArray afterEdit(const QString& value = u"value"_qs);
 
 // Entries of a folder that are not regular files. Each function aborts the test if it fails.

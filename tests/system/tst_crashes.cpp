@@ -24,7 +24,8 @@ namespace {
 
 const QString fileName = u"configuration.manifest.json"_qs;
 
-/// What a writer saves as its `number`th state. Sizes alternate, so that a mixture of two states would show.
+/// The element that a writer saves as its `number`th state. Sizes alternate, so that a mixture of two states would
+/// show.
 QJsonObject state(const QString& writer, int number)
 {
     const QChar letter(u'a' + number % 26);
@@ -44,7 +45,7 @@ bool save(Handler& handler, const QJsonObject& element)
 void saveForEver(const QString& path, const QString& writer)
 {
     Handler handler(path, QString(), QString());
-    // While the other writer saves, a load may not find the file.
+    // Repeat a load that fails because the other writer saves at the same time.
     while (handler.getManifestJsonArray().isEmpty()) {
         handler.parseManifestFile();
     }
@@ -52,7 +53,7 @@ void saveForEver(const QString& path, const QString& writer)
     while (save(handler, state(writer, ++number))) { }
 }
 
-/// How often processes are killed. A long run is asked for with the variable MANIFEST_KILLS=2000.
+/// The number of kills. MANIFEST_KILLS=2000 makes a long run.
 int numberOfKills()
 {
     const int number = qEnvironmentVariableIntValue("MANIFEST_KILLS");
@@ -74,7 +75,7 @@ struct Place {
         return names;
     }
 
-    /// Whether the manifest is just that; null for none at all.
+    /// Whether the manifest has exactly this content; null means that there is no manifest.
     bool holds(const QByteArray& content) const
     {
         return content.isNull() ? !QFile::exists(path) : readFile(path) == content;
@@ -84,7 +85,7 @@ struct Place {
     const QString path;
 };
 
-/// The number of the state in a file, which has to be that state and nothing else; -1 otherwise.
+/// The number of the state in the content of a file; -1 if the content is not exactly one complete state.
 int numberIn(const QByteArray& content)
 {
     const QJsonObject element = QJsonDocument::fromJson(content).array().first().toObject();
@@ -135,7 +136,7 @@ void tst_Crashes::readersSeeOnlyWholeManifests()
         }
         ++changes;
         const int previousNumber = std::exchange(latest, numberIn(content));
-        // With one writer, states never go back.
+        // With one writer, the numbers never decrease.
         return latest >= (writers.size() == 1 ? previousNumber : 0);
     };
 
@@ -144,7 +145,7 @@ void tst_Crashes::readersSeeOnlyWholeManifests()
         for (const QString& writer : writers) {
             processes.push_back(std::make_unique<Process>([&] { saveForEver(place.path, writer); }));
         }
-        // Half of the rounds may end before the first save; half of those end immediately.
+        // Every second round waits for a save. Of the others, half end immediately.
         const bool waitsForChange = killed % 2 == 0;
         const int changesBefore = changes;
         const qint64 moment = killed % 4 == 1 ? 0 : microseconds(engine) * qint64(1000);
@@ -168,7 +169,7 @@ void tst_Crashes::readersSeeOnlyWholeManifests()
 
 namespace {
 
-/// The state of a folder when the process is killed before the `index`th call of an operation.
+/// The expected state of a folder after the process was killed before the `index`th call of an operation.
 struct Progress {
     bool isDone = false;
     int leftovers = 0;
@@ -194,7 +195,8 @@ Progress progressBefore(std::size_t index, const std::vector<FaultyCalls::Call>&
     return progress;
 }
 
-/// Ends a process before each of its calls, one after the other. `makePlace` prepares, `check` looks at what is left.
+/// Runs the operation once for each of its calls and kills the process before that call. `makePlace` prepares the
+/// folder, and `check` checks what is left in it.
 template <typename MakePlace, typename Operation, typename Check>
 void killBeforeEachCall(
     const std::vector<Fault>& always, const MakePlace& makePlace, const Operation& operation, const Check& check)
@@ -239,7 +241,7 @@ void killBeforeEachCall(
 
 namespace {
 
-/// Once the new file has taken its place, its folder is looked for, opened, synced and closed.
+/// After the new file has replaced the old one, the folder is looked up, opened, synced and closed.
 constexpr int callsOfTheFolder = 4;
 
 } // namespace
@@ -276,7 +278,7 @@ void tst_Crashes::savesKilledBeforeAnyCallLeaveOldOrNewManifest()
             leftovers += progress.leftovers;
             ++(progress.isDone ? after : before);
         });
-    // An unnamed file is there only between the link and the rename: the close lies between.
+    // An unnamed file is visible only between the link and the rename, so before two calls: the close and the rename.
     QVERIFY(unnamed ? leftovers == 2 : leftovers > 4);
     QVERIFY(before > 10);
     QCOMPARE(after, callsOfTheFolder);
@@ -284,7 +286,7 @@ void tst_Crashes::savesKilledBeforeAnyCallLeaveOldOrNewManifest()
 
 namespace {
 
-/// Folders with descriptions, and an old manifest if there is to be one.
+/// A place with folders of descriptions and, if `hasManifest` is true, an old manifest.
 std::unique_ptr<Place> placeToScan(bool hasManifest, int folders, int filesInEach)
 {
     auto place = std::make_unique<Place>();
@@ -350,7 +352,8 @@ void tst_Crashes::creationsKilledBeforeAnyCallLeaveOldOrNewManifest()
         });
     QVERIFY(unnamed ? leftovers == (replaces ? 2 : 0) : leftovers > 4);
     QVERIFY(before > 20);
-    // Where there was no manifest, the unnamed file is linked to its place and then closed: one call more.
+    // If there was no manifest, an unnamed file is linked directly to its final name and then closed, which is one call
+    // more.
     QCOMPARE(after, callsOfTheFolder + (unnamed && !replaces ? 1 : 0));
 }
 
@@ -392,7 +395,7 @@ void tst_Crashes::creationsKilledAtAnyMomentLeaveOldOrNewManifest()
     const qint64 duration = durations[durations.size() / 2];
 
     std::mt19937 engine(20240301);
-    // Some of them should have ended by then.
+    // Some moments are after the end of the creation.
     std::uniform_int_distribution<qint64> microseconds(0, duration + duration / 5);
     int cutShort = 0;
     int temporaryFiles = 0;

@@ -30,7 +30,7 @@ namespace {
 struct NamedGetter {
     const char* name;
     Getter getter;
-    /// What the getter must return; null where that is the provider's choice.
+    /// The text that the getter must return; null if the provider may choose it.
     const char* text = nullptr;
 };
 

@@ -13,7 +13,7 @@
 namespace {
 
 const QString project = QStringLiteral(EXAMPLES "/..");
-/// Stands for what a message inserts.
+/// Stands for a value that a message inserts.
 const QChar inserted = QChar(0x2026);
 
 QString textOf(const QString& path)
@@ -26,7 +26,7 @@ QString document(const QString& name)
     return textOf(project + u'/' + name);
 }
 
-/// What a regular expression captures first, of every match.
+/// The first captured group of every match of a regular expression.
 QStringList captures(const QString& text, const QString& pattern)
 {
     const QRegularExpression expression(pattern, QRegularExpression::MultilineOption);
@@ -37,15 +37,15 @@ QStringList captures(const QString& text, const QString& pattern)
     return found;
 }
 
-/// The name of the function whose definition is the last to begin before `end`.
+/// The name of the last function whose definition begins before `end`.
 QString enclosingFunction(const QString& source, int end)
 {
     const QStringList functions = captures(source.left(end), u"^[A-Za-z][^(\\n]*?([\\w:~]+)\\("_qs);
     return functions.isEmpty() ? QString() : functions.constLast();
 }
 
-/// The functions in whose name a message is logged that a function of the file logs: itself or, if it is no member of a
-/// class, those that hand it their own name.
+/// The functions that appear in the messages that `function` logs: `function` itself or, if it is not a member of a
+/// class, the callers that pass it QT_MESSAGELOG_FUNC.
 QStringList speakers(const QString& source, const QString& function)
 {
     if (function.contains(u"::"_qs)) {
@@ -59,7 +59,7 @@ QStringList speakers(const QString& source, const QString& function)
     return callers;
 }
 
-/// The text of a message, from what is streamed.
+/// The text of a message, made from the streamed operands.
 QString messageText(const QString& streamed)
 {
     QStringList parts;
@@ -76,7 +76,7 @@ QString entry(const QString& level, const QString& text, const QString& function
     return level.toLower() + u", " + function + u": " + text;
 }
 
-/// Every message of a source file: level, function and text.
+/// All messages in a source file, as entry() formats them.
 QStringList messagesOf(const QString& source)
 {
     static const QRegularExpression message(
@@ -111,7 +111,7 @@ QStringList messagesOfTheSources()
     return entries;
 }
 
-/// The parts of the document on messages that are about one message each, without "### ".
+/// The sections of the document on messages that describe one message each, without "### ".
 QStringList descriptionsOfMessages()
 {
     QString text = document(u"docs/messages.md"_qs);
@@ -139,7 +139,7 @@ QStringList describedMessages()
     return entries;
 }
 
-/// What is in `list` more often than in `other`.
+/// The items that are in `list` more often than in `other`.
 QString missing(QStringList list, const QStringList& other)
 {
     for (const QString& item : other) {
@@ -148,7 +148,7 @@ QString missing(QStringList list, const QStringList& other)
     return list.join(u'\n');
 }
 
-/// The lines of the blocks of a kind in a document.
+/// The contents of all fenced blocks of one kind in a document.
 QStringList blocks(const QString& text, const QString& kind)
 {
     const QRegularExpression block(u"^```%1\\n(.*?)^```$"_qs.arg(kind),
@@ -160,7 +160,7 @@ QStringList blocks(const QString& text, const QString& kind)
     return found;
 }
 
-/// The slots of a test, without what belongs to them.
+/// The slots of a test, without those for data, initialisation and cleanup.
 QStringList slotsOf(const QString& file)
 {
     static const QRegularExpression belongsToOthers(u"_data$|^(init|cleanup)(TestCase)?$"_qs);
@@ -194,7 +194,7 @@ QMap<QString, QStringList> slotsIn(const QString& map)
     return slots;
 }
 
-// The lines of the README, between the two marks.
+// The code between the two marks has to be that of the README.
 bool createAndHide(const QString& basePath, const QString& path)
 {
     // README

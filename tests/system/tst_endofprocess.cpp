@@ -22,7 +22,8 @@ QByteArray outputOf(const char* program, const QStringList& arguments)
     return process.readAllStandardOutput();
 }
 
-/// A folder with one description. With those that are added it makes four elements.
+/// A folder with one description. useLibraryIn() makes four elements: one from the description, two additions to the
+/// manifest, and one outside of it.
 class FolderToScan {
 public:
     FolderToScan()
@@ -75,7 +76,7 @@ void tst_EndOfProcess::reopeningLosesNoMemory()
     bool isNumber = false;
     const int bytes = output.trimmed().toInt(&isNumber);
     QVERIFY2(isNumber, output.constData());
-    // A single selection without a description takes 500.
+    // One selection without a description takes 500 bytes, so not even one may be lost.
     QVERIFY2(bytes < 400, output.constData());
 }
 #endif

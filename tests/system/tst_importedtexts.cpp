@@ -15,7 +15,7 @@
 #include <memory>
 
 using Element = ConfigurationStructureElement;
-/// The library in a process that loads it at run time. The process provides texts of its own, even where the file
+/// Tests the library in a process that loads it at run time. The process provides different texts, even where the file
 /// format fixes them, and readers that refuse values that the substitute's readers accept.
 class tst_ImportedTexts : public QObject {
     Q_OBJECT

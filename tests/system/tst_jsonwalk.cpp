@@ -55,14 +55,15 @@ QString idOf(const QJsonObject& object)
     return object.value(u"id"_qs).toString();
 }
 
-/// Whether both share their data; equal data is not enough. The containers consist of pointers only.
+/// Whether both containers share their data; equal data is not enough. The containers consist only of pointers, so
+/// their bytes can be compared.
 template <typename Container>
 bool shareData(const Container& a, const Container& b)
 {
     return std::memcmp(&a, &b, sizeof a) == 0;
 }
 
-/// An object in an array in an object ..., `depth` levels of containers, with `innermost` in the last.
+/// `depth` alternating levels of objects and arrays, with `innermost` in the last one.
 QJsonValue nested(int depth, QJsonValue innermost)
 {
     for (int level = depth; level > 0; --level) {
@@ -75,7 +76,7 @@ QJsonValue nested(int depth, QJsonValue innermost)
     return innermost;
 }
 
-/// What is inside the outermost container of nested().
+/// The value inside the outermost container of nested().
 QJsonValue inside(const QJsonValue& value)
 {
     return value.isObject() ? value.toObject().value(u"a"_qs) : value.toArray().first();
@@ -89,7 +90,7 @@ void takeApart(QJsonValue& document)
     }
 }
 
-/// A manifest as if read from a file: nodes of nine selections each, with all members that a selection usually has.
+/// A manifest as after reading a file: nodes of nine selections each, with all members that a selection usually has.
 QJsonValue manifestOf(int elements)
 {
     constexpr int elementsOfNode = 10;
@@ -113,7 +114,7 @@ QJsonValue manifestOf(int elements)
     return arrayFrom(text.constData());
 }
 
-/// Processor seconds of one walk, so that other processes do not count.
+/// The processor time of one walk in seconds, which does not count other processes.
 double secondsOf(QJsonValue document, JsonDataIteratorObjectBase& iterator)
 {
     QJsonValue result;
@@ -122,7 +123,7 @@ double secondsOf(QJsonValue document, JsonDataIteratorObjectBase& iterator)
     return static_cast<double>(std::clock() - begin) / CLOCKS_PER_SEC;
 }
 
-/// How many times longer the first walk takes than the second; the best of `runs` each, in turn.
+/// The ratio of the times of two walks. Both run `runs` times in turn, and the shortest time of each counts.
 double timeRatio(int runs, const std::function<double()>& first, const std::function<double()>& second)
 {
     double bestOfFirst = std::numeric_limits<double>::max();
@@ -371,7 +372,7 @@ void tst_JsonWalk::untouchedDocumentKeepsItsData()
     QJsonValue document = before;
     const QJsonObject firstItem = before.first().toObject();
     walk(document, [](QJsonObject& object, QJsonValue&) {
-        // Reads it, and makes an edit that it undoes.
+        // Read the object, edit it and undo the edit.
         object.insert(u"new"_qs, idOf(object));
         object.remove(u"new"_qs);
     });
@@ -505,7 +506,7 @@ void tst_JsonWalk::costIsLinear()
     const double ratio = timeRatio(
         5, [&] { return secondsOf(large, iterator); }, [&] { return secondsOf(small, iterator); });
     qInfo("Four times the elements take %.2f times as long.", ratio);
-    // Halfway, in factors of the size, between linear (4) and quadratic (16).
+    // 8 is the geometric mean of linear (4) and quadratic (16) growth.
     QVERIFY2(ratio < 8, qPrintable(QString::number(ratio)));
 }
 

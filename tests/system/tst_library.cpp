@@ -18,7 +18,7 @@ QStringList linesOf(const QString& tool, const QStringList& arguments)
     return QString::fromUtf8(process.readAllStandardOutput()).split(u'\n', Qt::SkipEmptyParts);
 }
 
-// Demangled, without address and symbol version.
+// The names of symbols, demangled, without address and version.
 QStringList symbols(const QString& kind)
 {
     static const QRegularExpression line(u"^\\s*[0-9a-f]* *\\w (.*?)(@.*)?$"_qs);
@@ -33,7 +33,7 @@ QStringList symbols(const QString& kind)
 
 } // namespace
 
-// The shared library as a file: what it exports and what it imports.
+// Tests the exports and imports of the shared library file.
 class tst_Library : public QObject {
     Q_OBJECT
 
@@ -113,7 +113,7 @@ void tst_Library::libraryIsLinkedAgainstQtCoreOnly()
             libraries.append(match.captured(1));
         }
     }
-    // Beside the runtimes of C and C++.
+    // Runtime libraries of C and C++ are needed as well.
     static const QRegularExpression runtime(u"^(libc|libm|libgcc_s|libstdc\\+\\+|ld-linux.*)\\.so\\."_qs);
     QCOMPARE(QStringList(libraries.filter(u"Qt"_qs)), QStringList(u"libQt5Core.so.5"_qs));
     for (const QString& library : qAsConst(libraries)) {
@@ -141,7 +141,7 @@ void tst_Library::processThatProvidesNothingCannotLoadLibrary()
     QVERIFY(loader.waitForFinished(patience));
     QCOMPARE(loader.exitStatus(), QProcess::NormalExit);
     QCOMPARE(loader.exitCode(), 1);
-    // The loader names the mangled symbol, and the class is a part of that.
+    // The loader prints the mangled symbol, which contains the name of the class.
     static const QRegularExpression missing(
         u"undefined symbol: _Z\\w*(SystemInformationManagerRegistryDefinitions|"
         "ConfigurationAndProcessDataDefinitions|PropertyManagerConst|JsonDataIteratorObjectBase|"

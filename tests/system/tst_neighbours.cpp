@@ -23,8 +23,8 @@ namespace {
 
 constexpr int nodes = 20;
 
-/// How long processes work on one file. A long run is asked for with the variable MANIFEST_NEIGHBOUR_SECONDS=60, in the
-/// folder MANIFEST_NEIGHBOUR_FOLDER.
+/// How long the processes work on one file. MANIFEST_NEIGHBOUR_SECONDS=60 makes a long run, and
+/// MANIFEST_NEIGHBOUR_FOLDER sets the folder.
 qint64 milliseconds()
 {
     const int seconds = qEnvironmentVariableIntValue("MANIFEST_NEIGHBOUR_SECONDS");
@@ -129,7 +129,7 @@ void tst_Neighbours::loaderBesideBusyReplacerNeverMissesManifest()
     const QTemporaryDir folder(place());
     const QString path = folder.filePath(u"manifest.json"_qs);
     writeFile(path, compact(allNodes()));
-    // Replaces the file as fast as it can, so that look-ups meet replacements.
+    // Replaces the file as fast as possible, so that look-ups happen during replacements.
     const QByteArray manifest = QFile::encodeName(path);
     const QByteArray next = manifest + ".next";
     Process replacer([&] {

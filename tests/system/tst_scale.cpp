@@ -26,7 +26,7 @@ namespace {
 
 const QString manifestName = u"configuration.manifest.json"_qs;
 const QByteArray plainDescription = R"({"displayPosition":1,"hide":false})";
-// Nested nodes in a manifest that can be loaded; the innermost one has children.
+// The largest number of nested nodes in a manifest that can be loaded; the innermost one has children.
 constexpr int deepest = 511;
 
 Message tooDeep()
@@ -54,7 +54,7 @@ QString chainPath(int levels)
     return u"n/"_qs.repeated(levels).chopped(1);
 }
 
-/// The most memory that this process has needed so far, in megabytes.
+/// The peak memory of this process so far, in megabytes.
 long peakMemory()
 {
     struct rusage usage = {};
@@ -62,7 +62,7 @@ long peakMemory()
     return usage.ru_maxrss / 1024;
 }
 
-/// Does something in a thread with so many kilobytes of stack.
+/// Calls `function` in a thread with a stack of this size.
 template <typename Function>
 void runWithStack(uint kilobytes, const Function& function)
 {
@@ -76,7 +76,7 @@ void runWithStack(uint kilobytes, const Function& function)
     thread->wait();
 }
 
-/// A folder below `folder` whose whole path is `length` bytes long.
+/// The path of a folder below `folder`; the whole path is `length` bytes long.
 QString longFolder(const QString& folder, int length)
 {
     constexpr int most = 200;
@@ -292,10 +292,10 @@ void tst_Scale::deepDescriptionsAreScanned()
 namespace {
 
 constexpr int longestPath = PATH_MAX - 1;
-// A temporary file takes its name from the manifest, with a dot and six letters.
+// The name of a temporary file is that of the manifest, a dot and six letters.
 constexpr int more = 7;
 
-/// What a manifest can be called; `hasRoom` when its temporary file can have a name, too.
+/// Lengths of manifest names and paths. `hasRoom` is true if the name of the temporary file fits as well.
 constexpr struct {
     const char* name;
     int folderLength;

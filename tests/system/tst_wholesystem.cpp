@@ -29,7 +29,7 @@ void copyTree(const QString& from, const QString& to)
 
 } // namespace
 
-// The classes together, on real folders.
+// Tests the classes together on real folders.
 class tst_WholeSystem : public QObject {
     Q_OBJECT
 
