@@ -18,7 +18,8 @@ struct Choice {
 template <typename Own>
 using Step = void (*)(Own& own, const Choice& choice);
 
-/// One function for each kind of side, all doing the same; null for a side that has nothing to do or is not compared.
+/// One function for each kind of side. It does the operation, or the part of it that the side stands for. Null for a
+/// side that has nothing to do or is not compared.
 struct Steps {
     Step<Library> library = nullptr;
     Step<PlainQt> qt = nullptr;

@@ -38,7 +38,7 @@ QByteArray parameter(int number, Random& random)
         + "\", \"value\": " + QByteArray::number(below(random, 100000)) + ", \"unit\": \"mm/s\"}";
 }
 
-// Returns a typical description: first members that the manifest contains, then parameters that only the page needs.
+// Returns a typical description: first members that the library reads, then parameters that only the page needs.
 QByteArray description(int position, int bytes, Random& random)
 {
     QByteArray text = "{\n" + member("labelTextId", '"' + numbered("TXT_", below(random, 10000)) + '"')

@@ -1,5 +1,6 @@
 // Prints, as JSON, the processor time and the memory of those commands of the program that compare trees. The time is
-// relative to loads and creations of the same trees by the library alone, the memory to that of one loaded tree.
+// also given relative to loads and creations of the same trees by the library alone. The memory is given relative to
+// that of one loaded tree.
 
 #include "ConfigurationManifestCreator.h"
 #include "ConfigurationManifestHandler.h"

@@ -115,7 +115,7 @@ def addressed_name(element):
 
 
 def find(instance_path):
-    """Returns the list that contains an element, and the element's position in it; None if there is no such element."""
+    """Returns the list that contains an element, and its position there, which is None if the last name is missing."""
     array = manifest
     *names, last = instance_path.split("/")
     for name in names:

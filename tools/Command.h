@@ -12,7 +12,7 @@ enum ExitStatus {
     NotDone = 1,
     /// Wrong usage, or trouble with something that the command line names.
     Trouble = 2,
-    /// The command has changed a file but could not print its results.
+    /// The command was to save and has succeeded, but could not print its results.
     SavedButNotPrinted = 3,
 };
 

@@ -38,8 +38,8 @@ struct ElementChange {
     const TreeElement* after;
     /// The number of descendants, at every level, that were added or removed together with the element.
     int below = 0;
-    /// The changed keys of a Changed element, sorted; empty for every other kind of change. If the element is not an
-    /// object in both trees, a single entry with a null key holds both values.
+    /// The changed keys of a Changed element, sorted; empty for every other kind of change. If the element is no
+    /// object in one tree or in both, a single entry with a null key holds the two elements.
     QVector<KeyChange> keys = {};
 };
 
@@ -76,5 +76,6 @@ QString toLine(const ElementChange& change, ValueLength length);
 
 /// Returns a change as a JSON object with "change", "kind", "path" (null for an unreachable element) and "positions"
 /// (from the top level down). An addition or a removal also has "below", a move has "from" (path and positions before
-/// the move), and a changed element has "keys", each with "before" and "after".
+/// the move), and a changed element has "keys", each with "key", "before" and "after". Where the element does not
+/// have the key, "before" or "after" is missing.
 QJsonObject toJson(const ElementChange& change);

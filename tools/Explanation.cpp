@@ -49,7 +49,7 @@ bool isText(const QByteArray& name)
     return QFile::encodeName(QFile::decodeName(name)) == name;
 }
 
-// The name as text; bytes that are not valid UTF-8 are escaped.
+// The name as text. If it is not valid UTF-8, all bytes other than printable ASCII are escaped.
 QString textOf(const QByteArray& name)
 {
     if (isText(name)) {

@@ -106,11 +106,13 @@ struct EntryExplanation {
     QString description;
     /// Whether the description could be read and is a JSON object.
     bool isDescribed = false;
-    /// Keys whose value in the element comes from the description, and the key of the display position if it was used.
+    /// Keys of the description that the element has with the described value, and the key of the display position if it
+    /// was used.
     KeyNotes taken;
     /// Keys that a description can set, but this one does not set to a usable value, so they have their default.
     KeyNotes defaulted;
-    /// Keys of the description that the element does not have, or has with a value that no description can change.
+    /// Keys of the description that the element does not have, or has with another value, which no description can
+    /// change.
     KeyNotes ignored;
 };
 

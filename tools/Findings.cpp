@@ -60,7 +60,8 @@ int levelsOfItems(const Container& container)
     return levels;
 }
 
-// How deep arrays and objects are nested in a value; 1 for one that contains no others.
+// How deep arrays and objects are nested in a value: 1 for an array or object that contains no others, 0 for any other
+// value.
 int levelsOf(const QJsonValue& value)
 {
     if (value.isArray()) {

@@ -51,8 +51,8 @@ struct Finding {
  * Returns the findings of all elements of a tree, in the order of the tree. Several findings of one element come in the
  * order of their kinds.
  *
- * Every unreachable element has a finding about its name, or lies below an element that has one. In a branch that is
- * too deep, only the topmost element that is too deep is reported as such.
+ * Every unreachable element is no object, has a finding about its name, or lies below such an element. In a branch that
+ * is too deep, only the topmost element that is too deep is reported as such.
  */
 QVector<Finding> check(const TreeElements& elements);
 QVector<Finding> check(const QJsonArray& manifest);
@@ -90,8 +90,8 @@ bool isPermutation(const QJsonArray& before, const QJsonArray& after);
  * Returns why a value must not be stored under `key`; null if it may be stored.
  *
  * The value must have the JSON type that the definitions give the key. For a key that they do not have, it must have
- * the type of the present value. If the value is an array of children, the members of the elements in it are checked
- * against the definitions as well. A wrong type that the present children already have is allowed.
+ * the type of the present value, if there is one. If the value is an array of children, the members of the elements in
+ * it are checked against the definitions as well. A wrong type that the present children already have is allowed.
  *
  * @param present the value to replace; undefined if there is none.
  */

@@ -316,7 +316,8 @@ private:
         return children;
     }
 
-    // Returns the index of the tree whose order is taken. Adds a conflict if both sides have changed the order.
+    // Returns the index of the tree whose order is taken. Adds a conflict if both sides have changed the order in
+    // different ways.
     template <typename IsThere>
     std::size_t leadingTree(const std::vector<SameElement>& rows, const std::array<Indices, 3>& orders,
         const IsThere& isThere, const TreeElement* parent)
@@ -349,8 +350,8 @@ private:
         return isFor(MergeSide::Mine) ? 1 : 2;
     }
 
-    // The rows in the order of the leading tree. A row that only the other tree has follows the same row as in that
-    // tree.
+    // The rows in the order of the leading tree. A row that only the other tree has follows the nearest row before it
+    // there that both have.
     template <typename IsThere>
     static Indices mergedOrder(const std::array<Indices, 3>& orders, std::size_t leading, const IsThere& isThere)
     {
@@ -525,8 +526,8 @@ private:
         return false;
     }
 
-    // Returns the value of the side that has changed it. If both have, adds a conflict and returns the value of the
-    // side that decides.
+    // Returns the value of the side that has changed it. If both have changed it in different ways, adds a conflict and
+    // returns the value of the side that decides.
     QJsonValue decide(const TreeElement& element, const QString& key, const QJsonValue& base, const QJsonValue& mine,
         const QJsonValue& theirs)
     {
@@ -552,8 +553,8 @@ private:
     }
 
     const Decision decision;
-    // Elements of the base whose move by one side conflicts with the other side: that has changed or moved them as
-    // well, or has removed their new place.
+    // Elements of the base that one side has moved, while the other side has changed them, moved them elsewhere or
+    // removed their new place.
     std::set<const TreeElement*> conflicting;
     // Elements of mine and theirs that are left out because the other side decides about their place.
     std::set<const TreeElement*> dropped;

@@ -56,9 +56,9 @@ struct MergeResult {
  * Merges the changes that two trees made to the same base.
  *
  * sameElements() decides which siblings are the same. A change that only one side made is taken over: of a member, of
- * the order of children, an addition or a removal. Children are in the order of theirs unless only mine changed it. An
- * element that only one side has follows the same sibling as on that side. A move to another parent is carried out as a
- * removal and an addition. The stamps of mine stay.
+ * the order of children, an addition or a removal. Children are in the order of theirs, unless only mine changed it or
+ * mine wins a conflict about it. An element that only one side has comes after the nearest common sibling before it on
+ * that side. A move to another parent is carried out as a removal and an addition. The stamps of mine stay.
  *
  * Cost: n log n in the number of elements.
  */

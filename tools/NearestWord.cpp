@@ -34,7 +34,7 @@ int distance(const QString& from, const QString& to)
 
 QString nearestWord(const QString& word, const QStringList& words)
 {
-    // Limits the cost of the comparison. No command or option is longer.
+    // Limits the cost of the comparison. No command or option is longer; a longer file name gets no suggestion.
     constexpr int longest = 64;
     const QString lowered = word.toLower();
     if (lowered.isEmpty() || lowered.size() > longest) {

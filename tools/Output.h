@@ -3,8 +3,8 @@
 #include <QtCore/QByteArray>
 #include <QtCore/QString>
 
-/// Returns one line of text with all control and format characters escaped, so that a terminal shows them instead of
-/// acting on them. A line end becomes "\n".
+/// Returns one line of text in which control and format characters and the separators of lines and paragraphs are
+/// escaped, so that a terminal shows them instead of acting on them. A line end becomes "\n".
 QString printable(const QString& text);
 
 /// Returns whether standard output is a terminal.

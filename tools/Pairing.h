@@ -28,7 +28,8 @@ std::vector<SameElement> sameElements(const std::array<const TreeElements*, 3>& 
  * sameElements() pairs the children of paired elements, from the top level down. An element without a partner was moved
  * to another parent if an element without a partner in the other tree answers to the same name and has equal members
  * and children. The instance name is not compared, because it follows from the place. Stamps are only compared if they
- * count. A moved node whose children have changed is found through a child that was moved with it unchanged.
+ * count. A moved node whose children have changed is paired with the new parent of one of its children that has a
+ * partner, if both nodes have equal members apart from their children.
  *
  * A pairing keeps pointers into both trees, which must outlive it. Cost: n log n in the number of elements.
  */

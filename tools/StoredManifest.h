@@ -35,7 +35,7 @@ Look lookAt(const QString& path);
 struct SaveReport {
     enum Result {
         Saved,
-        /// The save has failed. The file is as it was before.
+        /// The save has failed. The file is as it was before, unless another process has changed it.
         NotSaved,
         /// The save was not attempted, because the file has changed since it was read.
         ChangedSinceRead,

@@ -596,7 +596,8 @@ const TreeElement* findElement(const TreeElements& elements, const QString& path
 int errorOfListing(const QString& folder)
 {
     const QByteArray path = QFile::encodeName(folder);
-    // Without the right to search the folder, its entries can be listed, but not opened or told apart.
+    // Without the right to search the folder, the names of its entries can be listed, but not whether they are files or
+    // folders, and they cannot be opened.
     if (faccessat(AT_FDCWD, path.constData(), R_OK | X_OK, AT_EACCESS) != 0) {
         return errno;
     }

@@ -9,9 +9,11 @@
 #include <functional>
 #include <vector>
 
-/// A message about a folder or a description file that was logged while it was read.
+/// A message about a folder or a description file: one that the library logged while it read the file, or that the
+/// folder cannot be read.
 struct Remark {
-    /// The description file, or the folder if it has none; relative to the scanned folder.
+    /// The description file; the folder if it has no description, if it cannot be read itself, or if it is not known
+    /// which of its entries the message is about. Relative to the scanned folder; "." for the scanned folder itself.
     QString source;
     /// The text of the message, without a line end.
     QString text;
@@ -117,8 +119,9 @@ struct FolderScan {
  * Reads a folder as ConfigurationManifestCreator::create2() does with the same arguments, but writes nothing.
  * manifestOf() of the elements is the manifest that the creator would write.
  *
- * Gives up on entries that would keep the creator busy forever: a link that leads back to a folder above it, and a
- * description that is a device, a pipe or a socket. They are recognised before anything in them is read.
+ * Gives up at two kinds of entries, because the creator could take very long over them or never end: a folder that is
+ * reached again through a link below it, and a description that is a device, a pipe or a socket. They are recognised
+ * before anything in them is read.
  *
  * Replaces the message handler of the process and takes all messages for those of the library, so no other thread
  * should log meanwhile. If the library logs messages about the entries of a folder, these entries are read twice.
@@ -141,7 +144,8 @@ struct Refusal {
 
 /**
  * Reads a folder as scanFolder() does, but does not give up. Leaves out the refused entries with everything below them,
- * and appends them to `refusals`. Reads every entry once, so remarks are only about folders that cannot be listed.
+ * and appends them to `refusals`. Reads every entry once and drops the messages of the library. So remarks, and
+ * isWhole, are only about folders that cannot be listed.
  */
 FolderScan scanWithoutRefused(const QString& folder, const QString& scheme, QVector<Refusal>& refusals);
 

@@ -14,7 +14,7 @@ QString reasonForNothing(const QString& folder);
 
 /// Returns the canonical path of a folder, or the path itself if there is no such folder. Scan a folder by this path
 /// only: the library forms instance names by removing every occurrence of the scanned path from the path of an entry.
-/// With a relative path or one that ends with "/", it removes too much.
+/// A relative path can occur in it more than once. A path that ends with "/" gives wrong names at every level.
 QString wholePath(const QString& folder);
 
 /// A manifest that a command compares: read from a file or standard input, or as it would be created in a folder.

@@ -10,7 +10,7 @@
  * Calls are named "open" (of an existing file), "make" (of a new one), "read", "write", "sync", "close", "link",
  * "rename", "unlink", "readlink", "resolve" (of all links in a path), "stat" (of a path), "fstat" (of an open file),
  * "access", "chmod", "chown", "attribute" (an extended one), "seek", "list" (of a folder), "next" (entry of it), "end"
- * (of the listing) and "lock". A name stands for all functions of the C library that make this call.
+ * (of the listing) and "lock". A name can stand for several functions of the C library; FaultyCalls.cpp replaces them.
  */
 struct Fault {
     enum Special {
@@ -54,7 +54,7 @@ public:
     struct Call {
         std::string name;
         /// The path of the file. For an entry of a listing, the folder's path with the entry's name. For an unnamed
-        /// file, the path in /proc.
+        /// file, the path that /proc shows.
         std::string path;
         /// -1 if the call failed; otherwise, for a read or write, the number of bytes.
         long result;

@@ -59,7 +59,7 @@ Message notJson(const Reader& reader)
     return warning(u"Can't parse Json!\n"_qs, reader.signature);
 }
 
-// Returns what a reader reads. Also checks that readers neither use nor change the state of their element.
+// Returns what a reader reads. Also checks that the reader does not change the state of its element.
 QJsonObject readBy(const Reader& reader, const QString& path)
 {
     Element element;

@@ -604,7 +604,7 @@ private:
         if (descriptions.contains(path)) {
             return seen(path, true, scan);
         }
-        // If stat fails, the entry is no folder and nothing is logged about its description.
+        // If this stat fails, the library does not take the path for a folder and logs nothing about its description.
         if (scan.failure.call != "stat " + folder.toUtf8() + (folder == u"Other"_qs ? " 2" : " 1")) {
             scan.messages.append(noFolderDescription());
         }

@@ -81,7 +81,7 @@ void saveByCreator(const QString& folder)
     ConfigurationManifestCreator().create2(folder, u"configuration"_qs);
 }
 
-/// The user who saves, if root runs the test. The only group of every process is that of the test.
+/// The user who saves, if root runs the test. The group of the process stays that of the test.
 enum class By { TheTest, AnOrdinaryUser, AUserWhoMayGiveFilesAway };
 
 /// Changes the process to that of an ordinary user whose only capability is CAP_CHOWN. This cannot be undone.

@@ -521,7 +521,7 @@ void tst_Compare::mergeWithNothingNewWritesNothing()
     QCOMPARE(kept.content, compact(theirs()));
     QFile::remove(place.path(u"mine~"_qs));
 
-    // With the old base the merge is that after a run that was interrupted before it replaced the base.
+    // The merge with the old base repeats a run that was interrupted before it could replace the base.
     for (const QString& from : {u"mine.base"_qs, u"base"_qs}) {
         QCOMPARE(place.run(u"merge %1 mine new --save --keep-base --backup"_qs.arg(from)), done(u"unchanged"_qs));
         QCOMPARE(stateOf(place.path(u"mine"_qs)), saved);

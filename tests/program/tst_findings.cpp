@@ -64,7 +64,8 @@ bool isOfName(const Finding& finding)
     return kinds.contains(finding.kind);
 }
 
-// An element has a finding about its name if and only if look-ups cannot reach it below its parent.
+// An element has a finding about its name, or one that it is no object, if and only if look-ups cannot reach it below
+// its parent.
 void checkNames(const TreeElements& siblings, bool isParentReachable, const QVector<Finding>& findings)
 {
     for (const TreeElement& element : siblings) {

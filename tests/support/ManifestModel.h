@@ -33,7 +33,7 @@ QJsonValue jsonFrom(const Value& value);
 QJsonArray jsonFrom(const Items& items);
 QJsonObject jsonFrom(const Members& members);
 
-/// The instance name as a look-up reads it; null if the element is not an object.
+/// The instance name as a look-up reads it; null if the element is not an object or has no name.
 QString nameOf(const Value& element);
 bool isSelection(const Value& element);
 const Items* childrenOf(const Value& element);

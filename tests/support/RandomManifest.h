@@ -42,5 +42,5 @@ private:
 
 /// Returns `value` without the stamps of the selections in it.
 QJsonValue stripped(const QJsonValue& value);
-/// Returns `manifest` with different stamps in every selection.
+/// Returns `manifest` with a module name in every selection: `stamp` and the position of the selection.
 QJsonArray stamped(const QJsonArray& manifest, const QString& stamp);
