@@ -192,7 +192,10 @@ private:
         const bool isKept =
             !isSet("keep-base") || keepBase(mine.path, QJsonDocument(theirs.manifest).toJson(QJsonDocument::Compact));
         tell(true);
-        return !flushOutput() ? SavedButNotPrinted : isKept ? Done : NotDone;
+        if (!flushOutput()) {
+            return changes.isEmpty() && !isSet("keep-base") ? NotDone : SavedButNotPrinted;
+        }
+        return isKept ? Done : NotDone;
     }
 
     void tell(bool isSaved) const
@@ -280,8 +283,8 @@ QVector<Command> mergeCommands()
                 "for standard input; with --save, MINE must be a file. A change that was made in only one of MINE and "
                 "NEW is taken over, member by member. Different changes of the same thing in both are a conflict, "
                 "which is printed with its three values; nothing is saved unless --prefer decides "
-                "it. Without an undecided conflict, the changes in MINE "
-                "are printed, as by diff. The module and object names in MINE stay."),
+                "it. Otherwise the changes in MINE are printed, as by diff, or the result with --print. The module and "
+                "object names in MINE stay."),
             options,
             {QStringLiteral("the merge applies; with --save, the result is saved"),
                 QStringLiteral("there are undecided conflicts; or the result was refused, could not be saved or was "

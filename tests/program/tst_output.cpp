@@ -65,13 +65,13 @@ private Q_SLOTS:
     void nothingHostileIsPrinted();
     void jsonIsEscapedForTerminalsOnly_data();
     void jsonIsEscapedForTerminalsOnly();
-    void coloursAreForTerminalsThatWantThem_data();
-    void coloursAreForTerminalsThatWantThem();
-    void terminalIsActedOnByNothingButColours();
+    void coloursAreOnlyForTerminalsThatWantThem_data();
+    void coloursAreOnlyForTerminalsThatWantThem();
+    void terminalGetsNoControlSequencesButColours();
     void localeMakesNoDifference_data();
     void localeMakesNoDifference();
-    void outputThatIsLostIsFailure_data();
-    void outputThatIsLostIsFailure();
+    void lostOutputIsFailure_data();
+    void lostOutputIsFailure();
     void closedOutputIsFailureForEveryLength();
 };
 
@@ -229,7 +229,7 @@ void tst_Output::jsonIsEscapedForTerminalsOnly()
     QCOMPARE(QJsonDocument::fromJson(shown.output), QJsonDocument::fromJson(plain.output));
 }
 
-void tst_Output::coloursAreForTerminalsThatWantThem_data()
+void tst_Output::coloursAreOnlyForTerminalsThatWantThem_data()
 {
     const Table<Program, QByteArray> row("program", "tree");
 
@@ -244,7 +244,7 @@ void tst_Output::coloursAreForTerminalsThatWantThem_data()
     row("dumb terminal", Program().onTerminal().with(u"TERM"_qs, u"dumb"_qs), plain);
 }
 
-void tst_Output::coloursAreForTerminalsThatWantThem()
+void tst_Output::coloursAreOnlyForTerminalsThatWantThem()
 {
     QFETCH(Program, program);
     QFETCH(QByteArray, tree);
@@ -257,7 +257,7 @@ void tst_Output::coloursAreForTerminalsThatWantThem()
     QCOMPARE(program.in(file.folder()).run(u"show manifest.json"_qs), printed(tree));
 }
 
-void tst_Output::terminalIsActedOnByNothingButColours()
+void tst_Output::terminalGetsNoControlSequencesButColours()
 {
     const LoneManifest file("[{\"selectionType\":\"Selection\",\"instanceName\":\"\\u001b[5m\xc2\x9b\x7f\\u202e\","
                             "\"labelTextId\":\"\\n\\r\\u0008\"}]");
@@ -303,7 +303,7 @@ void tst_Output::localeMakesNoDifference()
     runBoth(u"create-folder configuration/Überwachung --dry-run"_qs);
 }
 
-void tst_Output::outputThatIsLostIsFailure_data()
+void tst_Output::lostOutputIsFailure_data()
 {
     const Table<QString, QString> row("commandLine", "saved");
 
@@ -316,6 +316,7 @@ void tst_Output::outputThatIsLostIsFailure_data()
     row("diff", u"diff base new"_qs, {});
     row("explain", u"explain folder"_qs, {});
     row("merge", u"merge base manifest.json new --force"_qs, {});
+    row("saved merge of nothing new", u"merge base manifest.json base --save --force"_qs, {});
     row("set", u"set manifest.json a key value"_qs, {});
     row("set, dry run", u"set manifest.json a key value --dry-run"_qs, {});
     row("set, print", u"set manifest.json a key value --print"_qs, {});
@@ -331,7 +332,7 @@ void tst_Output::outputThatIsLostIsFailure_data()
     row("saved creation", u"create-folder folder"_qs, u"folder/configuration.manifest.json"_qs);
 }
 
-void tst_Output::outputThatIsLostIsFailure()
+void tst_Output::lostOutputIsFailure()
 {
     QFETCH(QString, commandLine);
     QFETCH(QString, saved);
