@@ -174,9 +174,8 @@ ExitStatus runWithoutCommand(const QStringList& arguments)
         return Trouble;
     }
     if (findCommand(words.constFirst()) != nullptr) {
-        return complainAboutUsage(QLatin1Char('\'') % words.constFirst()
-                % QLatin1String("' is a command, which stands before everything else"),
-            QString());
+        return complainAboutUsage(
+            QLatin1Char('\'') % words.constFirst() % QLatin1String("' is a command and must come first"), QString());
     }
     return complainAboutCommand(words.constFirst());
 }

@@ -15,8 +15,8 @@ Option pathsOption()
 
 Option elementsAsJsonOption()
 {
-    return {
-        QStringLiteral("json"), {}, QStringLiteral("Print JSON: for every element, all that is known about it."), {}};
+    return {QStringLiteral("json"), {},
+        QStringLiteral("Print JSON with kind, name, path, position, label and visibility of every element."), {}};
 }
 
 QString pathColumn(const TreeElement& element)

@@ -22,7 +22,9 @@ constexpr std::array<Subject, 4> environment {{
     {"NO_COLOR", "If set and not empty, show prints without colours even on a terminal."},
     {"TERM", "If it is 'dumb', show prints without colours."},
     {"QT_LOGGING_RULES", "Switches messages of the library on or off by level."},
-    {"QT_MESSAGE_PATTERN", "The format of the library's messages."},
+    {"QT_MESSAGE_PATTERN",
+        "The format of messages that the library logs when it loads or saves. Messages about scanned folders have a "
+        "fixed format."},
 }};
 
 constexpr std::array<Subject, 6> files {{

@@ -77,10 +77,10 @@ private Q_SLOTS:
     void versionIsPrinted();
     void commandsTakeTheirArgumentsAndNoOthers_data();
     void commandsTakeTheirArgumentsAndNoOthers();
-    void wrongUsageIsToldFromFailure_data();
-    void wrongUsageIsToldFromFailure();
-    void argumentsThatAreNoTextAreRefused_data();
-    void argumentsThatAreNoTextAreRefused();
+    void wrongUsageAndFailureDifferInStatus_data();
+    void wrongUsageAndFailureDifferInStatus();
+    void argumentsThatAreNotTextAreRefused_data();
+    void argumentsThatAreNotTextAreRefused();
     void emptyPathIsWrongUsage_data();
     void emptyPathIsWrongUsage();
     void emptyPathIsTopLevelForWhatTakesIt();
@@ -194,7 +194,7 @@ void tst_Usage::commandsTakeTheirArgumentsAndNoOthers()
     QCOMPARE(everythingIn(place.path()), QStringList());
 }
 
-void tst_Usage::wrongUsageIsToldFromFailure_data()
+void tst_Usage::wrongUsageAndFailureDifferInStatus_data()
 {
     const Table<QString, QString> row("commandLine", "complaint");
     const auto add = [&](const char* name, const char16_t* commandLine, const QString& complaint) {
@@ -278,11 +278,10 @@ void tst_Usage::wrongUsageIsToldFromFailure_data()
     add("misspelled option with a value", u"delete M a --bakup=x",
         option.arg(u"bakup"_qs, u"backup"_qs) + see(u" delete"_qs));
     add("misspelled option of the program", u"--versoin", option.arg(u"versoin"_qs, u"version"_qs) + see());
-    add("command that is not the first word", u"-- show M",
-        u"'show' is a command, which stands before everything else"_qs + see());
+    add("command that is not the first word", u"-- show M", u"'show' is a command and must come first"_qs + see());
 }
 
-void tst_Usage::wrongUsageIsToldFromFailure()
+void tst_Usage::wrongUsageAndFailureDifferInStatus()
 {
     QFETCH(QString, commandLine);
     QFETCH(QString, complaint);
@@ -292,7 +291,7 @@ void tst_Usage::wrongUsageIsToldFromFailure()
     QVERIFY(file.isUntouched());
 }
 
-void tst_Usage::argumentsThatAreNoTextAreRefused_data()
+void tst_Usage::argumentsThatAreNotTextAreRefused_data()
 {
     const Table<QString, QString> row("arguments", "shown");
 
@@ -304,7 +303,7 @@ void tst_Usage::argumentsThatAreNoTextAreRefused_data()
     row("surrogate", u"get manifest.json $(printf '\\355\\240\\200')"_qs, u"\\xed\\xa0\\x80"_qs);
 }
 
-void tst_Usage::argumentsThatAreNoTextAreRefused()
+void tst_Usage::argumentsThatAreNotTextAreRefused()
 {
     QFETCH(QString, arguments);
     QFETCH(QString, shown);
