@@ -150,19 +150,19 @@ private Q_SLOTS:
     void foldersWithoutMatchingFilesLeaveNoTrace();
     void hiddenEntriesNeverAppear();
     void onlyEmptyFoldersGiveEmptyArray();
-    void manifestIsNoDescriptionOfLaterScan();
+    void manifestIsNotScannedAsDescription();
     void laterScanReplacesManifestCompletely();
-    void scanBegunByMessageOfAnotherDisturbsNeither();
+    void scanStartedByMessageHandlerDisturbsNeither();
     void everyListOfScanRefersToSameSuffix();
 
     void schemeChoosesSuffixAndFileName_data();
     void schemeChoosesSuffixAndFileName();
 
     void createScansConfigurationFolderBelowBase();
-    void createKeepsSeparatorOfBaseDoubled();
-    void createLeavesOutSeparatorAfterFolderThatEndedInOne();
-    void createSeparatesAgainAfterFolderThatDidNot();
-    void folderOfScanThatFoundNothingCountsAsPrevious();
+    void createKeepsDoubledSeparatorOfBase();
+    void createOmitsSeparatorIfPreviousFolderEndedWithOne();
+    void createInsertsSeparatorIfPreviousFolderEndedWithoutOne();
+    void folderOfEmptyScanCountsAsPreviousFolder();
     void trailingSeparatorStaysInFileName();
     void namesBelowFolderWithTrailingSeparatorAreWholeFolder();
     void relativeFolderStaysRelativeAtEveryLevel();
@@ -183,7 +183,7 @@ private Q_SLOTS:
     void linkBackUpEnds();
     void awkwardNamesAreScanned_data();
     void awkwardNamesAreScanned();
-    void nameThatIsNotUtf8IsPassedOver();
+    void nameThatIsNotUtf8IsSkipped();
     void longestPathsOfSystemAreScanned();
 
 private:
@@ -399,7 +399,7 @@ void tst_ConfigurationManifestCreator::onlyEmptyFoldersGiveEmptyArray()
     QCOMPARE(manifest(), QByteArrayLiteral("[]"));
 }
 
-void tst_ConfigurationManifestCreator::manifestIsNoDescriptionOfLaterScan()
+void tst_ConfigurationManifestCreator::manifestIsNotScannedAsDescription()
 {
     writeFile(at(u"a.config.json"_qs), description(1));
     MessageRecorder log;
@@ -422,7 +422,7 @@ void tst_ConfigurationManifestCreator::laterScanReplacesManifestCompletely()
     QCOMPARE(manifest(), QByteArray('[' + selection("b") + ']'));
 }
 
-void tst_ConfigurationManifestCreator::scanBegunByMessageOfAnotherDisturbsNeither()
+void tst_ConfigurationManifestCreator::scanStartedByMessageHandlerDisturbsNeither()
 {
     // Each of these causes a message, above and below a folder.
     writeFile(at(u"outer/a.config.json"_qs), description(1) + '}');
@@ -517,7 +517,7 @@ void tst_ConfigurationManifestCreator::createScansConfigurationFolderBelowBase()
     QCOMPARE(everythingIn(folder), QStringList(folderName));
 }
 
-void tst_ConfigurationManifestCreator::createKeepsSeparatorOfBaseDoubled()
+void tst_ConfigurationManifestCreator::createKeepsDoubledSeparatorOfBase()
 {
     // A folder in the place of the manifest causes a message that names the file.
     QVERIFY(QDir().mkpath(at(folderName + u"/configuration.manifest.json"_qs)));
@@ -528,7 +528,7 @@ void tst_ConfigurationManifestCreator::createKeepsSeparatorOfBaseDoubled()
             folder + u"//"_qs + folderName + u"/configuration.manifest.json"_qs));
 }
 
-void tst_ConfigurationManifestCreator::createLeavesOutSeparatorAfterFolderThatEndedInOne()
+void tst_ConfigurationManifestCreator::createOmitsSeparatorIfPreviousFolderEndedWithOne()
 {
     writeFile(at(u"other/a.config.json"_qs), description(1));
     writeFile(folder + folderName + u"/joined.config.json"_qs, description(1));
@@ -542,7 +542,7 @@ void tst_ConfigurationManifestCreator::createLeavesOutSeparatorAfterFolderThatEn
     QCOMPARE(everythingIn(at(folderName)), QStringList(u"below.config.json"_qs));
 }
 
-void tst_ConfigurationManifestCreator::createSeparatesAgainAfterFolderThatDidNot()
+void tst_ConfigurationManifestCreator::createInsertsSeparatorIfPreviousFolderEndedWithoutOne()
 {
     writeFile(at(u"other/a.config.json"_qs), description(1));
     writeFile(at(folderName + u"/below.config.json"_qs), description(1));
@@ -554,7 +554,7 @@ void tst_ConfigurationManifestCreator::createSeparatesAgainAfterFolderThatDidNot
     QCOMPARE(readFile(at(folderName + u"/configuration.manifest.json"_qs)), QByteArray('[' + selection("below") + ']'));
 }
 
-void tst_ConfigurationManifestCreator::folderOfScanThatFoundNothingCountsAsPrevious()
+void tst_ConfigurationManifestCreator::folderOfEmptyScanCountsAsPreviousFolder()
 {
     writeFile(folder + folderName + u"/joined.config.json"_qs, description(1));
     MessageRecorder log;
@@ -789,7 +789,7 @@ void tst_ConfigurationManifestCreator::awkwardNamesAreScanned()
     QCOMPARE(outlineOfManifest(), name + u' ' + name + u'[' + name + u'/' + name + u']');
 }
 
-void tst_ConfigurationManifestCreator::nameThatIsNotUtf8IsPassedOver()
+void tst_ConfigurationManifestCreator::nameThatIsNotUtf8IsSkipped()
 {
     writeFile(at(u"a.config.json"_qs), description(1));
     const QByteArray path = QFile::encodeName(folder) + "/\xff.config.json";

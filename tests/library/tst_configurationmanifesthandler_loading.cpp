@@ -75,31 +75,31 @@ private Q_SLOTS:
     void newHandlerKnowsItsArgumentsAndTouchesNoFile();
     void destructionReachesDerivedClass();
     void destructionDoesNotSave();
-    void manifestThatIsSetIsTakenAsItIs();
+    void setManifestIsStoredUnchanged();
     void contentIsCompactJson_data();
     void contentIsCompactJson();
 
     void loadingReadsAndStampsFile();
-    void rootArrayIsTakenAsItStands_data();
-    void rootArrayIsTakenAsItStands();
-    void loadingAgainTakesWhatFileHoldsNow();
-    void fileThatIsNotThereEmptiesManifest_data();
-    void fileThatIsNotThereEmptiesManifest();
+    void rootArrayIsLoadedUnchanged_data();
+    void rootArrayIsLoadedUnchanged();
+    void loadingAgainReadsCurrentContent();
+    void missingFileEmptiesManifest_data();
+    void missingFileEmptiesManifest();
     void fileThatVanishesAfterFirstLookEmptiesManifest();
     void folderInPlaceOfFileEmptiesManifest();
-    void fileThatMayNotBeReadEmptiesManifest();
-    void contentThatIsNoManifestIsRefused_data();
-    void contentThatIsNoManifestIsRefused();
+    void unreadableFileEmptiesManifest();
+    void contentThatIsNotManifestIsRefused_data();
+    void contentThatIsNotManifestIsRefused();
     void contentCutShortAnywhereIsRefused();
     void bytesReplaceManifestAndNotFile();
 
-    void objectIsStampedIfItIsSelection_data();
-    void objectIsStampedIfItIsSelection();
+    void onlySelectionsAreStamped_data();
+    void onlySelectionsAreStamped();
     void stampingReachesEveryDepth_data();
     void stampingReachesEveryDepth();
     void stampingLeavesOtherValuesAlone_data();
     void stampingLeavesOtherValuesAlone();
-    void stampingConcernsItsArgumentOnly();
+    void stampingChangesOnlyItsArgument();
 
     void savingWritesWholeManifest();
     void savingReplacesFileAtOnce();
@@ -183,7 +183,7 @@ void tst_ConfigurationManifestHandler_loading::destructionDoesNotSave()
     QVERIFY(file.isAlone());
 }
 
-void tst_ConfigurationManifestHandler_loading::manifestThatIsSetIsTakenAsItIs()
+void tst_ConfigurationManifestHandler_loading::setManifestIsStoredUnchanged()
 {
     const ManifestFile file("[]");
     const MessageRecorder log;
@@ -245,7 +245,7 @@ void tst_ConfigurationManifestHandler_loading::loadingReadsAndStampsFile()
     QVERIFY(file.isAlone());
 }
 
-void tst_ConfigurationManifestHandler_loading::rootArrayIsTakenAsItStands_data()
+void tst_ConfigurationManifestHandler_loading::rootArrayIsLoadedUnchanged_data()
 {
     QTest::addColumn<QByteArray>("content");
     QTest::addColumn<QByteArray>("saved");
@@ -291,7 +291,7 @@ void tst_ConfigurationManifestHandler_loading::rootArrayIsTakenAsItStands_data()
     }
 }
 
-void tst_ConfigurationManifestHandler_loading::rootArrayIsTakenAsItStands()
+void tst_ConfigurationManifestHandler_loading::rootArrayIsLoadedUnchanged()
 {
     QFETCH(const QByteArray, content);
     QFETCH(const QByteArray, saved);
@@ -313,7 +313,7 @@ void tst_ConfigurationManifestHandler_loading::rootArrayIsTakenAsItStands()
     QCOMPARE(other.getManifestContent(), saved);
 }
 
-void tst_ConfigurationManifestHandler_loading::loadingAgainTakesWhatFileHoldsNow()
+void tst_ConfigurationManifestHandler_loading::loadingAgainReadsCurrentContent()
 {
     const ManifestFile file(R"([{"instanceName":"a"}])");
     MessageRecorder log;
@@ -337,7 +337,7 @@ void tst_ConfigurationManifestHandler_loading::loadingAgainTakesWhatFileHoldsNow
     QCOMPARE(handler.getManifestContent(), QByteArray(R"(["whole again"])"));
 }
 
-void tst_ConfigurationManifestHandler_loading::fileThatIsNotThereEmptiesManifest_data()
+void tst_ConfigurationManifestHandler_loading::missingFileEmptiesManifest_data()
 {
     QTest::addColumn<QString>("path");
     QTest::addColumn<bool>("modified");
@@ -350,7 +350,7 @@ void tst_ConfigurationManifestHandler_loading::fileThatIsNotThereEmptiesManifest
     }
 }
 
-void tst_ConfigurationManifestHandler_loading::fileThatIsNotThereEmptiesManifest()
+void tst_ConfigurationManifestHandler_loading::missingFileEmptiesManifest()
 {
     QFETCH(QString, path);
     QFETCH(bool, modified);
@@ -395,7 +395,7 @@ void tst_ConfigurationManifestHandler_loading::folderInPlaceOfFileEmptiesManifes
     QCOMPARE(handler.getManifestJsonArray(), QJsonArray());
 }
 
-void tst_ConfigurationManifestHandler_loading::fileThatMayNotBeReadEmptiesManifest()
+void tst_ConfigurationManifestHandler_loading::unreadableFileEmptiesManifest()
 {
     const ManifestFile file("[1]");
     QVERIFY(QFile::setPermissions(file.path(), QFile::WriteOwner));
@@ -411,7 +411,7 @@ void tst_ConfigurationManifestHandler_loading::fileThatMayNotBeReadEmptiesManife
     QCOMPARE(handler.getManifestJsonArray(), QJsonArray());
 }
 
-void tst_ConfigurationManifestHandler_loading::contentThatIsNoManifestIsRefused_data()
+void tst_ConfigurationManifestHandler_loading::contentThatIsNotManifestIsRefused_data()
 {
     QTest::addColumn<QByteArray>("content");
     QTest::addColumn<Message>("message");
@@ -474,7 +474,7 @@ void tst_ConfigurationManifestHandler_loading::contentThatIsNoManifestIsRefused_
     }
 }
 
-void tst_ConfigurationManifestHandler_loading::contentThatIsNoManifestIsRefused()
+void tst_ConfigurationManifestHandler_loading::contentThatIsNotManifestIsRefused()
 {
     QFETCH(QByteArray, content);
     QFETCH(Message, message);
@@ -546,7 +546,7 @@ void tst_ConfigurationManifestHandler_loading::bytesReplaceManifestAndNotFile()
     QCOMPARE(handler.getManifestContent(), QByteArray("[2]"));
 }
 
-void tst_ConfigurationManifestHandler_loading::objectIsStampedIfItIsSelection_data()
+void tst_ConfigurationManifestHandler_loading::onlySelectionsAreStamped_data()
 {
     QTest::addColumn<QString>("moduleName");
     QTest::addColumn<QString>("objectName");
@@ -599,7 +599,7 @@ void tst_ConfigurationManifestHandler_loading::objectIsStampedIfItIsSelection_da
     addOther("selection inside", R"({"selectionType":"Node","substructure":[{"selectionType":"Selection"}]})");
 }
 
-void tst_ConfigurationManifestHandler_loading::objectIsStampedIfItIsSelection()
+void tst_ConfigurationManifestHandler_loading::onlySelectionsAreStamped()
 {
     QFETCH(QString, moduleName);
     QFETCH(QString, objectName);
@@ -698,7 +698,7 @@ void tst_ConfigurationManifestHandler_loading::stampingLeavesOtherValuesAlone()
     QCOMPARE(stamped.type(), value.type());
 }
 
-void tst_ConfigurationManifestHandler_loading::stampingConcernsItsArgumentOnly()
+void tst_ConfigurationManifestHandler_loading::stampingChangesOnlyItsArgument()
 {
     const MessageRecorder log;
     Handler handler(QString(), module, object);

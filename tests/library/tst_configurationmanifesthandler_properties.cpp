@@ -63,10 +63,10 @@ private Q_SLOTS:
     void pathLeadsToElement();
     void missingElementIsFailure_data();
     void missingElementIsFailure();
-    void whatIsNoObjectIsEmptyOne_data();
-    void whatIsNoObjectIsEmptyOne();
-    void fullPathIsLookedForOnceWhereLastNameIsMissing_data();
-    void fullPathIsLookedForOnceWhereLastNameIsMissing();
+    void itemThatIsNotObjectCountsAsEmptyOne_data();
+    void itemThatIsNotObjectCountsAsEmptyOne();
+    void fullPathIsLookedUpOnceIfLastNameIsMissing_data();
+    void fullPathIsLookedUpOnceIfLastNameIsMissing();
     void emptyPathIsReported();
     void arrayOfCallersIsEditedInstead();
 
@@ -79,8 +79,8 @@ private Q_SLOTS:
     void editFunctionIsCalledOnceOrNotAtAll();
     void emptyEditFunctionThrowsOnceElementIsFound_data();
     void emptyEditFunctionThrowsOnceElementIsFound();
-    void throwingEditFunctionLeavesEverythingAsItWas_data();
-    void throwingEditFunctionLeavesEverythingAsItWas();
+    void throwingEditFunctionChangesNothing_data();
+    void throwingEditFunctionChangesNothing();
     void editFunctionMayReadHandler();
     void editFunctionMayEditHandler();
 
@@ -370,7 +370,7 @@ void tst_ConfigurationManifestHandler_properties::missingElementIsFailure()
     }
 }
 
-void tst_ConfigurationManifestHandler_properties::whatIsNoObjectIsEmptyOne_data()
+void tst_ConfigurationManifestHandler_properties::itemThatIsNotObjectCountsAsEmptyOne_data()
 {
     addEditColumns();
     const QJsonArray edited = arrayFrom(R"([{"key":1}])");
@@ -384,12 +384,12 @@ void tst_ConfigurationManifestHandler_properties::whatIsNoObjectIsEmptyOne_data(
     addNoChange("removeProperty", {5}, removeEdit(QString(), key));
 }
 
-void tst_ConfigurationManifestHandler_properties::whatIsNoObjectIsEmptyOne()
+void tst_ConfigurationManifestHandler_properties::itemThatIsNotObjectCountsAsEmptyOne()
 {
     checkEdit();
 }
 
-void tst_ConfigurationManifestHandler_properties::fullPathIsLookedForOnceWhereLastNameIsMissing_data()
+void tst_ConfigurationManifestHandler_properties::fullPathIsLookedUpOnceIfLastNameIsMissing_data()
 {
     QTest::addColumn<QStringList>("path");
     QTest::addColumn<QString>("fullPath");
@@ -411,7 +411,7 @@ void tst_ConfigurationManifestHandler_properties::fullPathIsLookedForOnceWhereLa
     QTest::newRow("first of two missing") << QStringList({u"x"_qs, u"inside"_qs}) << "a" << nothing;
 }
 
-void tst_ConfigurationManifestHandler_properties::fullPathIsLookedForOnceWhereLastNameIsMissing()
+void tst_ConfigurationManifestHandler_properties::fullPathIsLookedUpOnceIfLastNameIsMissing()
 {
     QFETCH(QStringList, path);
     QFETCH(QString, fullPath);
@@ -622,14 +622,14 @@ void tst_ConfigurationManifestHandler_properties::emptyEditFunctionThrowsOnceEle
     }
 }
 
-void tst_ConfigurationManifestHandler_properties::throwingEditFunctionLeavesEverythingAsItWas_data()
+void tst_ConfigurationManifestHandler_properties::throwingEditFunctionChangesNothing_data()
 {
     QTest::addColumn<QString>("path");
     QTest::newRow("top") << "spare";
     QTest::newRow("below") << "a/second";
 }
 
-void tst_ConfigurationManifestHandler_properties::throwingEditFunctionLeavesEverythingAsItWas()
+void tst_ConfigurationManifestHandler_properties::throwingEditFunctionChangesNothing()
 {
     QFETCH(QString, path);
     const QByteArray content = "[ ]";

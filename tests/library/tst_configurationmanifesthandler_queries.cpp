@@ -76,10 +76,10 @@ class tst_ConfigurationManifestHandler_queries : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void elementAnswersToItsName_data();
-    void elementAnswersToItsName();
-    void pathLeadsFromNameToName_data();
-    void pathLeadsFromNameToName();
+    void elementIsFoundByItsName_data();
+    void elementIsFoundByItsName();
+    void pathIsFollowedNameByName_data();
+    void pathIsFollowedNameByName();
     void pathAsTextSkipsEmptyNames_data();
     void pathAsTextSkipsEmptyNames();
     void namesOfChildrenAreAppended_data();
@@ -88,7 +88,7 @@ private Q_SLOTS:
     void queriesChangeNothing();
 };
 
-void tst_ConfigurationManifestHandler_queries::elementAnswersToItsName_data()
+void tst_ConfigurationManifestHandler_queries::elementIsFoundByItsName_data()
 {
     QTest::addColumn<QJsonArray>("array");
     QTest::addColumn<QString>("name");
@@ -158,7 +158,7 @@ void tst_ConfigurationManifestHandler_queries::elementAnswersToItsName_data()
     QTest::newRow("no element without a name") << QJsonArray({node(u"a"_qs), selection(u"x/b"_qs)}) << "" << -1;
 }
 
-void tst_ConfigurationManifestHandler_queries::elementAnswersToItsName()
+void tst_ConfigurationManifestHandler_queries::elementIsFoundByItsName()
 {
     QFETCH(QJsonArray, array);
     QFETCH(QString, name);
@@ -173,7 +173,7 @@ void tst_ConfigurationManifestHandler_queries::elementAnswersToItsName()
     }
 }
 
-void tst_ConfigurationManifestHandler_queries::pathLeadsFromNameToName_data()
+void tst_ConfigurationManifestHandler_queries::pathIsFollowedNameByName_data()
 {
     QTest::addColumn<QStringList>("path");
     QTest::addColumn<bool>("result");
@@ -222,7 +222,7 @@ void tst_ConfigurationManifestHandler_queries::pathLeadsFromNameToName_data()
     addMiss("below what is no object", {u""_qs, u""_qs, u"x"_qs}, preset, {lastNameIsMissing(u"x"_qs)});
 }
 
-void tst_ConfigurationManifestHandler_queries::pathLeadsFromNameToName()
+void tst_ConfigurationManifestHandler_queries::pathIsFollowedNameByName()
 {
     QFETCH(QStringList, path);
     QFETCH(bool, result);

@@ -76,33 +76,33 @@ private Q_SLOTS:
     void addedElementIsNamedByItsPath();
     void presentNameIsNotAdded_data();
     void presentNameIsNotAdded();
-    void whoeverTakesMessagesMayShortenManifest();
-    void whateverIsOnWayGetsChildren_data();
-    void whateverIsOnWayGetsChildren();
+    void messageHandlerMayShortenManifest();
+    void everyElementOnPathGetsChildren_data();
+    void everyElementOnPathGetsChildren();
 
     void deletedElementIsFirstOfItsName_data();
     void deletedElementIsFirstOfItsName();
-    void replacedElementKeepsItsChildrenIfTold_data();
-    void replacedElementKeepsItsChildrenIfTold();
+    void replacedElementKeepsItsChildrenIfAsked_data();
+    void replacedElementKeepsItsChildrenIfAsked();
     void replacedElementIsFoundByLastSegment_data();
     void replacedElementIsFoundByLastSegment();
     void movedElementEndsAtItsNewIndex_data();
     void movedElementEndsAtItsNewIndex();
     void movedElementIsFoundByLastSegment_data();
     void movedElementIsFoundByLastSegment();
-    void sortedElementsAreThoseOfList_data();
-    void sortedElementsAreThoseOfList();
-    void sortedArrayIsOneAtPath_data();
-    void sortedArrayIsOneAtPath();
+    void sortedElementsFollowList_data();
+    void sortedElementsFollowList();
+    void arrayAtPathIsSorted_data();
+    void arrayAtPathIsSorted();
 
-    void missingNameOnWayIsSilentFailure_data();
-    void missingNameOnWayIsSilentFailure();
+    void missingNameOnPathIsSilentFailure_data();
+    void missingNameOnPathIsSilentFailure();
     void emptyNamesAreNames_data();
     void emptyNamesAreNames();
-    void onlyDeletingLooksForWholePath_data();
-    void onlyDeletingLooksForWholePath();
-    void childrenThatAreNoArrayAreNone_data();
-    void childrenThatAreNoArrayAreNone();
+    void onlyDeletionLooksUpWholePath_data();
+    void onlyDeletionLooksUpWholePath();
+    void childrenThatAreNotArrayCountAsNone_data();
+    void childrenThatAreNotArrayCountAsNone();
 
     void arrayOfCallersIsEditedInstead_data();
     void arrayOfCallersIsEditedInstead();
@@ -260,7 +260,7 @@ void tst_ConfigurationManifestHandler_structure::presentNameIsNotAdded()
     checkEdit();
 }
 
-void tst_ConfigurationManifestHandler_structure::whoeverTakesMessagesMayShortenManifest()
+void tst_ConfigurationManifestHandler_structure::messageHandlerMayShortenManifest()
 {
     QJsonArray siblings;
     for (int i = 0; i < 1000; ++i) {
@@ -278,7 +278,7 @@ void tst_ConfigurationManifestHandler_structure::whoeverTakesMessagesMayShortenM
     QCOMPARE(handler.getManifestJsonArray(), QJsonArray {builtNode(u"x"_qs)});
 }
 
-void tst_ConfigurationManifestHandler_structure::whateverIsOnWayGetsChildren_data()
+void tst_ConfigurationManifestHandler_structure::everyElementOnPathGetsChildren_data()
 {
     addEditColumns();
     const QJsonArray children = {builtNode(u"new"_qs)};
@@ -299,7 +299,7 @@ void tst_ConfigurationManifestHandler_structure::whateverIsOnWayGetsChildren_dat
         {node(u"x"_qs), node(u"a"_qs, children), node(u"a"_qs), 5});
 }
 
-void tst_ConfigurationManifestHandler_structure::whateverIsOnWayGetsChildren()
+void tst_ConfigurationManifestHandler_structure::everyElementOnPathGetsChildren()
 {
     checkEdit();
 }
@@ -345,7 +345,7 @@ void tst_ConfigurationManifestHandler_structure::deletedElementIsFirstOfItsName(
     checkEdit();
 }
 
-void tst_ConfigurationManifestHandler_structure::replacedElementKeepsItsChildrenIfTold_data()
+void tst_ConfigurationManifestHandler_structure::replacedElementKeepsItsChildrenIfAsked_data()
 {
     QTest::addColumn<QJsonObject>("old");
     QTest::addColumn<QJsonObject>("given");
@@ -383,7 +383,7 @@ void tst_ConfigurationManifestHandler_structure::replacedElementKeepsItsChildren
     QTest::newRow("nothing is adjusted") << old << other << other << other;
 }
 
-void tst_ConfigurationManifestHandler_structure::replacedElementKeepsItsChildrenIfTold()
+void tst_ConfigurationManifestHandler_structure::replacedElementKeepsItsChildrenIfAsked()
 {
     QFETCH(QJsonObject, old);
     QFETCH(QJsonObject, given);
@@ -541,7 +541,7 @@ void tst_ConfigurationManifestHandler_structure::movedElementIsFoundByLastSegmen
     checkEdit();
 }
 
-void tst_ConfigurationManifestHandler_structure::sortedElementsAreThoseOfList_data()
+void tst_ConfigurationManifestHandler_structure::sortedElementsFollowList_data()
 {
     QTest::addColumn<QJsonArray>("children");
     QTest::addColumn<QStringList>("names");
@@ -587,7 +587,7 @@ void tst_ConfigurationManifestHandler_structure::sortedElementsAreThoseOfList_da
     addUnsorted("name of a grandchild", {u"x/c"_qs, u"file"_qs, u"child"_qs});
 }
 
-void tst_ConfigurationManifestHandler_structure::sortedElementsAreThoseOfList()
+void tst_ConfigurationManifestHandler_structure::sortedElementsFollowList()
 {
     QFETCH(QJsonArray, children);
     QFETCH(QStringList, names);
@@ -604,7 +604,7 @@ void tst_ConfigurationManifestHandler_structure::sortedElementsAreThoseOfList()
     QCOMPARE(below.getModified(), result);
 }
 
-void tst_ConfigurationManifestHandler_structure::sortedArrayIsOneAtPath_data()
+void tst_ConfigurationManifestHandler_structure::arrayAtPathIsSorted_data()
 {
     addEditColumns();
     const QStringList order = {u"q"_qs, u"p"_qs};
@@ -626,12 +626,12 @@ void tst_ConfigurationManifestHandler_structure::sortedArrayIsOneAtPath_data()
     addFailure("node by its last segment", {node(u"x/a"_qs, before)}, sortElements(u"a"_qs, order));
 }
 
-void tst_ConfigurationManifestHandler_structure::sortedArrayIsOneAtPath()
+void tst_ConfigurationManifestHandler_structure::arrayAtPathIsSorted()
 {
     checkEdit();
 }
 
-void tst_ConfigurationManifestHandler_structure::missingNameOnWayIsSilentFailure_data()
+void tst_ConfigurationManifestHandler_structure::missingNameOnPathIsSilentFailure_data()
 {
     addEditColumns();
     const QJsonArray tree = {node(u"a"_qs, {node(u"b"_qs, {node(u"c"_qs)}), node(u"x/y"_qs, {node(u"c"_qs)})})};
@@ -652,7 +652,7 @@ void tst_ConfigurationManifestHandler_structure::missingNameOnWayIsSilentFailure
     }
 }
 
-void tst_ConfigurationManifestHandler_structure::missingNameOnWayIsSilentFailure()
+void tst_ConfigurationManifestHandler_structure::missingNameOnPathIsSilentFailure()
 {
     checkEdit();
 }
@@ -684,7 +684,7 @@ void tst_ConfigurationManifestHandler_structure::emptyNamesAreNames()
     checkEdit();
 }
 
-void tst_ConfigurationManifestHandler_structure::onlyDeletingLooksForWholePath_data()
+void tst_ConfigurationManifestHandler_structure::onlyDeletionLooksUpWholePath_data()
 {
     addEditColumns();
     const QJsonObject whole = node(u"a/b"_qs, {node(u"c"_qs)});
@@ -699,12 +699,12 @@ void tst_ConfigurationManifestHandler_structure::onlyDeletingLooksForWholePath_d
     addFailure("updateSelection", tree, updateSelection(path, node(u"d"_qs)), {nothingToReplace()});
 }
 
-void tst_ConfigurationManifestHandler_structure::onlyDeletingLooksForWholePath()
+void tst_ConfigurationManifestHandler_structure::onlyDeletionLooksUpWholePath()
 {
     checkEdit();
 }
 
-void tst_ConfigurationManifestHandler_structure::childrenThatAreNoArrayAreNone_data()
+void tst_ConfigurationManifestHandler_structure::childrenThatAreNotArrayCountAsNone_data()
 {
     addEditColumns();
     const QString path = u"a/b"_qs;
@@ -730,7 +730,7 @@ void tst_ConfigurationManifestHandler_structure::childrenThatAreNoArrayAreNone_d
     }
 }
 
-void tst_ConfigurationManifestHandler_structure::childrenThatAreNoArrayAreNone()
+void tst_ConfigurationManifestHandler_structure::childrenThatAreNotArrayCountAsNone()
 {
     checkEdit();
 }

@@ -122,8 +122,8 @@ private Q_SLOTS:
     void everyTransferKeepsEveryField();
     void copiesAreIndependent();
     void destructionReachesDerivedClass();
-    void displayPositionIsNumberCutToInt_data();
-    void displayPositionIsNumberCutToInt();
+    void displayPositionIsConvertedToInt_data();
+    void displayPositionIsConvertedToInt();
     void orderIsSelectionsBeforeNodesEachByPosition_data();
     void orderIsSelectionsBeforeNodesEachByPosition();
     void sortingPutsFilesBeforeFolders();
@@ -131,13 +131,13 @@ private Q_SLOTS:
     void instanceNameIsPathBelowRoot();
     void iconNameIsStringOrEmpty_data();
     void iconNameIsStringOrEmpty();
-    void setIconNameReplacesWhateverWasThere();
+    void setIconNameReplacesAnyValue();
 
     void nodeInstanceNameEndsAtFirstDot_data();
     void nodeInstanceNameEndsAtFirstDot();
     void nodeCarriesItsDescription_data();
     void nodeCarriesItsDescription();
-    void nodeBuiltAgainReplacesObject();
+    void rebuiltNodeReplacesObject();
 
     void typedReadersFallBackToTheirDefaults_data();
     void typedReadersFallBackToTheirDefaults();
@@ -151,7 +151,7 @@ private Q_SLOTS:
     void keysAreComparedCaseSensitively();
     void selectionOfFileIsNamedByItsDescriptionOrItsPath_data();
     void selectionOfFileIsNamedByItsDescriptionOrItsPath();
-    void selectionBuiltAgainOnlyInserts();
+    void rebuiltSelectionOnlyInserts();
     void buildersLeaveKindAndValidityAlone();
 };
 
@@ -403,7 +403,7 @@ void tst_ConfigurationStructureElement::destructionReachesDerivedClass()
     QVERIFY(destroyed);
 }
 
-void tst_ConfigurationStructureElement::displayPositionIsNumberCutToInt_data()
+void tst_ConfigurationStructureElement::displayPositionIsConvertedToInt_data()
 {
     QTest::addColumn<QJsonValue>("value");
     QTest::addColumn<int>("position");
@@ -437,7 +437,7 @@ void tst_ConfigurationStructureElement::displayPositionIsNumberCutToInt_data()
     QTest::newRow("missing") << missing << unchanged << Messages({positionMissing()});
 }
 
-void tst_ConfigurationStructureElement::displayPositionIsNumberCutToInt()
+void tst_ConfigurationStructureElement::displayPositionIsConvertedToInt()
 {
     QFETCH(QJsonValue, value);
     QFETCH(int, position);
@@ -612,7 +612,7 @@ void tst_ConfigurationStructureElement::iconNameIsStringOrEmpty()
     QCOMPARE(node.getElementAsJsonObject().value(key), value);
 }
 
-void tst_ConfigurationStructureElement::setIconNameReplacesWhateverWasThere()
+void tst_ConfigurationStructureElement::setIconNameReplacesAnyValue()
 {
     const MessageRecorder log;
     Element element;
@@ -706,7 +706,7 @@ void tst_ConfigurationStructureElement::nodeCarriesItsDescription()
     QCOMPARE(given.getElementAsJsonObject(), expected);
 }
 
-void tst_ConfigurationStructureElement::nodeBuiltAgainReplacesObject()
+void tst_ConfigurationStructureElement::rebuiltNodeReplacesObject()
 {
     MessageRecorder log;
     Element element(objectFrom(R"({"displayPosition":5,"first":1})"), u"first"_qs, true);
@@ -1027,7 +1027,7 @@ void tst_ConfigurationStructureElement::selectionOfFileIsNamedByItsDescriptionOr
     QCOMPARE(element.getElementAsJsonObject(), builtSelection(instanceName));
 }
 
-void tst_ConfigurationStructureElement::selectionBuiltAgainOnlyInserts()
+void tst_ConfigurationStructureElement::rebuiltSelectionOnlyInserts()
 {
     MessageRecorder log;
     Element element(objectFrom(R"({"displayPosition":5,"hide":true,"labelTextId":"TXT","selectorTypeList":["a"],

@@ -106,9 +106,9 @@ private Q_SLOTS:
     void instanceNamesAreRelativeToPath();
     void indexBeyondEndGivesEmptyElement_data();
     void indexBeyondEndGivesEmptyElement();
-    void elementsAreGivenAsCopies();
-    void listNeverLooksAtFolderAgain();
-    void suffixIsReferredToNotCopied();
+    void elementsAreReturnedAsCopies();
+    void folderIsNeverReadAgain();
+    void suffixIsKeptByReference();
     void parentOwnsList();
     void metaObjectHoldsClassNameOnly();
     void castsByNameFindClassAndItsBase_data();
@@ -352,7 +352,7 @@ void tst_ConfigurationStructureElementList::indexBeyondEndGivesEmptyElement()
     QCOMPARE(element.getFileInfo().filePath(), QString());
 }
 
-void tst_ConfigurationStructureElementList::elementsAreGivenAsCopies()
+void tst_ConfigurationStructureElementList::elementsAreReturnedAsCopies()
 {
     Listing listing;
     listing.addFile(u"a.config.json"_qs, 1);
@@ -369,7 +369,7 @@ void tst_ConfigurationStructureElementList::elementsAreGivenAsCopies()
     QCOMPARE(list.getElementList().constFirst().getIconName(), QString());
 }
 
-void tst_ConfigurationStructureElementList::listNeverLooksAtFolderAgain()
+void tst_ConfigurationStructureElementList::folderIsNeverReadAgain()
 {
     const MessageRecorder log;
     std::unique_ptr<ElementList> list;
@@ -385,7 +385,7 @@ void tst_ConfigurationStructureElementList::listNeverLooksAtFolderAgain()
     QCOMPARE(list->getElement(1).isValid(), true);
 }
 
-void tst_ConfigurationStructureElementList::suffixIsReferredToNotCopied()
+void tst_ConfigurationStructureElementList::suffixIsKeptByReference()
 {
     const MessageRecorder log;
     QString callersSuffix = suffix;

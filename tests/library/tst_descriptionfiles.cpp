@@ -99,7 +99,7 @@ private Q_SLOTS:
     void contentIsReadWhole_data();
     void contentIsReadWhole();
     void hugeFilesAreRead();
-    void fileBeyondWhatByteArrayHoldsIsNotJson();
+    void fileTooLargeForByteArrayIsNotJson();
     void missingFileIsDebugOutput_data();
     void missingFileIsDebugOutput();
     void unreadableFileIsReported_data();
@@ -108,7 +108,7 @@ private Q_SLOTS:
     void fileInUnsearchableFolderIsNotFound();
     void linksCountAsWhatTheyPointTo_data();
     void linksCountAsWhatTheyPointTo();
-    void folderInFilesPlaceIsReported();
+    void folderInPlaceOfFileIsReported();
     void nameInMessageIsPathAsGiven_data();
     void nameInMessageIsPathAsGiven();
     void pathWithTrailingSlashIsRead();
@@ -116,11 +116,11 @@ private Q_SLOTS:
     void pathOfWrongKindIsIgnored();
     void searchPathOfFileIsNotReadAsFolderOfAnotherSearchFolder();
     void searchPathOfFolderIsRead();
-    void messagesTellLineTheyAreWrittenIn_data();
-    void messagesTellLineTheyAreWrittenIn();
-    void emptyPathNamesNothing();
+    void messagesNameTheirSourceLine_data();
+    void messagesNameTheirSourceLine();
+    void emptyPathNamesNoFile();
     void emptyPathIsNotRootFolder();
-    void pathWithNulCharacterNamesNothing();
+    void pathWithNulCharacterNamesNoFile();
     void noFileStaysOpen_data();
     void noFileStaysOpen();
     void folderWithoutUsefulDescriptionStaysInManifest();
@@ -247,7 +247,7 @@ void tst_DescriptionFiles::hugeFilesAreRead()
     }
 }
 
-void tst_DescriptionFiles::fileBeyondWhatByteArrayHoldsIsNotJson()
+void tst_DescriptionFiles::fileTooLargeForByteArrayIsNotJson()
 {
     const QTemporaryDir folder;
     const QString path = descriptionFile(folder.path());
@@ -349,7 +349,7 @@ void tst_DescriptionFiles::linksCountAsWhatTheyPointTo()
     QCOMPARE(log.take(), Messages({notOpened(reader, link, u"Too many levels of symbolic links"_qs)}));
 }
 
-void tst_DescriptionFiles::folderInFilesPlaceIsReported()
+void tst_DescriptionFiles::folderInPlaceOfFileIsReported()
 {
     const QTemporaryDir folder;
     const QString path = descriptionFile(folder.path());
@@ -467,12 +467,12 @@ void tst_DescriptionFiles::searchPathOfFolderIsRead()
     QCOMPARE(description, (QJsonObject {{u"from"_qs, u"second"_qs}}));
 }
 
-void tst_DescriptionFiles::messagesTellLineTheyAreWrittenIn_data()
+void tst_DescriptionFiles::messagesNameTheirSourceLine_data()
 {
     addRowForEachReader();
 }
 
-void tst_DescriptionFiles::messagesTellLineTheyAreWrittenIn()
+void tst_DescriptionFiles::messagesNameTheirSourceLine()
 {
     QFETCH(const Reader, reader);
     const QTemporaryDir folder;
@@ -503,7 +503,7 @@ void tst_DescriptionFiles::messagesTellLineTheyAreWrittenIn()
     QVERIFY2(unreadable.contains(u"\"Can't open file \""_qs), qPrintable(unreadable));
 }
 
-void tst_DescriptionFiles::emptyPathNamesNothing()
+void tst_DescriptionFiles::emptyPathNamesNoFile()
 {
     MessageRecorder log;
     for (const QString& path : {QString(), u""_qs}) {
@@ -532,7 +532,7 @@ void tst_DescriptionFiles::emptyPathIsNotRootFolder()
     QCOMPARE(status, EXIT_SUCCESS);
 }
 
-void tst_DescriptionFiles::pathWithNulCharacterNamesNothing()
+void tst_DescriptionFiles::pathWithNulCharacterNamesNoFile()
 {
     const QTemporaryDir folder;
     const QString path = descriptionFile(folder.path());

@@ -775,34 +775,34 @@ private Q_SLOTS:
     void everyFailingCallHasItsConsequence_data();
     void everyFailingCallHasItsConsequence();
     void manifestIsNeverWrittenDirectly();
-    void dataThatIsNotOnDiskKeepsPreviousManifest_data();
-    void dataThatIsNotOnDiskKeepsPreviousManifest();
+    void failedSyncKeepsPreviousManifest_data();
+    void failedSyncKeepsPreviousManifest();
     void fileSystemThatCannotSyncIsNoFailure_data();
     void fileSystemThatCannotSyncIsNoFailure();
-    void syncThatSignalInterruptsIsRepeated();
+    void interruptedSyncIsRepeated();
     void savesSyncFileBeforeItTakesItsPlaceAndFolderAfterwards_data();
     void savesSyncFileBeforeItTakesItsPlaceAndFolderAfterwards();
-    void folderThatIsSyncedIsThatOfFileBehindLink();
+    void folderOfLinkTargetIsSynced();
     void errorAtCloseGoesUnnoticed();
     void failedLinkGoesUnnoticed();
     void temporaryFileThatCannotBeRemovedStays_data();
     void temporaryFileThatCannotBeRemovedStays();
-    void failedSeekBringsMessageOfQt();
-    void manifestThatIsReplacedAtEveryLookIsLoaded();
-    void manifestThatIsReplacedAtEveryLookIsSavedWithItsPermissions();
-    void descriptionThatIsReplacedAtEveryLookIsNotSaidToBeMissing();
+    void failedSeekMakesQtLogMessage();
+    void manifestReplacedAtEveryLookIsLoaded();
+    void manifestReplacedAtEveryLookKeepsItsPermissions();
+    void descriptionReplacedAtEveryLookIsNotReportedMissing();
     void groupKeepsItsPermissionsWhereThereAreNoLists();
     void groupLosesItsPermissionsWhereListsCannotBeRead();
-    void permissionsThatNeverCanBeSetAreOwnersAlone();
-    void linkThatCannotBeLookedAtIsReplaced();
+    void permissionsThatCannotBeSetAreOwnersOnly();
+    void linkThatCannotBeExaminedIsReplaced();
     void linkThatCannotBeReadKeepsPreviousManifest();
     void readErrorInManifestIsReportedAsSyntaxError();
     void readErrorInDescriptionLeavesElementEmpty();
     void listingCutShortLosesRestSilently();
     void listingCutShortAtOnceLeavesPreviousManifest();
     void folderThatCannotBeListedIsLostWithItsTree();
-    void folderThatCannotBeLookedAtIsNotSaidToHaveNoDescription();
-    void linkedFolderThatCanNeverBeLookedAtIsLost();
+    void folderThatCannotBeExaminedIsNotReportedAsUndescribed();
+    void linkedFolderThatCannotBeExaminedIsLost();
     void pipesAreWaitedFor_data();
     void pipesAreWaitedFor();
     void cleanupTestCase();
@@ -930,7 +930,7 @@ void tst_Faults::manifestIsNeverWrittenDirectly()
     QCOMPARE(run.result.messages.size(), 1);
 }
 
-void tst_Faults::dataThatIsNotOnDiskKeepsPreviousManifest_data()
+void tst_Faults::failedSyncKeepsPreviousManifest_data()
 {
     QTest::addColumn<Operations>("operations");
     QTest::addColumn<int>("error");
@@ -944,7 +944,7 @@ void tst_Faults::dataThatIsNotOnDiskKeepsPreviousManifest_data()
     }
 }
 
-void tst_Faults::dataThatIsNotOnDiskKeepsPreviousManifest()
+void tst_Faults::failedSyncKeepsPreviousManifest()
 {
     QFETCH(const Operations, operations);
     QFETCH(const int, error);
@@ -983,7 +983,7 @@ void tst_Faults::fileSystemThatCannotSyncIsNoFailure()
     QCOMPARE(run.result.content, run.result.memory);
 }
 
-void tst_Faults::syncThatSignalInterruptsIsRepeated()
+void tst_Faults::interruptedSyncIsRepeated()
 {
     EditAndSave edit;
     const Run run = runOnce(edit, {{"sync", 1, 3, EINTR}});
@@ -1034,7 +1034,7 @@ void tst_Faults::savesSyncFileBeforeItTakesItsPlaceAndFolderAfterwards()
     QCOMPARE(order, QByteArrayList({"write", "sync of the file", "sync of the file", "rename", "sync of the folder"}));
 }
 
-void tst_Faults::folderThatIsSyncedIsThatOfFileBehindLink()
+void tst_Faults::folderOfLinkTargetIsSynced()
 {
     const Place place(false);
     writeFile(place.path(u"target/real.json"_qs), previous);
@@ -1128,7 +1128,7 @@ void tst_Faults::temporaryFileThatCannotBeRemovedStays()
     }
 }
 
-void tst_Faults::failedSeekBringsMessageOfQt()
+void tst_Faults::failedSeekMakesQtLogMessage()
 {
     EditAndSave edit;
     const Run run = runOnce(edit, {{"seek", 1, 1, EIO}});
@@ -1137,7 +1137,7 @@ void tst_Faults::failedSeekBringsMessageOfQt()
     QCOMPARE(run.result.content, run.result.memory);
 }
 
-void tst_Faults::manifestThatIsReplacedAtEveryLookIsLoaded()
+void tst_Faults::manifestReplacedAtEveryLookIsLoaded()
 {
     Load load;
     const Run run = runOnce(load, {{"stat", 1, INT_MAX, Fault::Replaced}, {"fstat", 1, INT_MAX, Fault::Replaced}});
@@ -1146,7 +1146,7 @@ void tst_Faults::manifestThatIsReplacedAtEveryLookIsLoaded()
     QCOMPARE(run.result.memory, run.result.content);
 }
 
-void tst_Faults::manifestThatIsReplacedAtEveryLookIsSavedWithItsPermissions()
+void tst_Faults::manifestReplacedAtEveryLookKeepsItsPermissions()
 {
     EditAndSave edit;
     const Run run = runOnce(edit, {{"stat", 1, INT_MAX, Fault::Replaced}});
@@ -1155,7 +1155,7 @@ void tst_Faults::manifestThatIsReplacedAtEveryLookIsSavedWithItsPermissions()
     QCOMPARE(run.result.mode, previousMode);
 }
 
-void tst_Faults::descriptionThatIsReplacedAtEveryLookIsNotSaidToBeMissing()
+void tst_Faults::descriptionReplacedAtEveryLookIsNotReportedMissing()
 {
     Create create(true);
     const Run whole = runOnce(create, {noFault});
@@ -1187,7 +1187,7 @@ void tst_Faults::groupLosesItsPermissionsWhereListsCannotBeRead()
     QCOMPARE(run.result.mode, mode_t(0600));
 }
 
-void tst_Faults::permissionsThatNeverCanBeSetAreOwnersAlone()
+void tst_Faults::permissionsThatCannotBeSetAreOwnersOnly()
 {
     EditAndSave edit;
     const Run run = runOnce(edit, {{"chmod", 1, INT_MAX, EPERM}});
@@ -1197,7 +1197,7 @@ void tst_Faults::permissionsThatNeverCanBeSetAreOwnersAlone()
     QCOMPARE(run.result.messages, Messages());
 }
 
-void tst_Faults::linkThatCannotBeLookedAtIsReplaced()
+void tst_Faults::linkThatCannotBeExaminedIsReplaced()
 {
     EditAndSave edit;
     edit.linked = true;
@@ -1280,7 +1280,7 @@ void tst_Faults::folderThatCannotBeListedIsLostWithItsTree()
     QCOMPARE(run.result.messages, Messages({noFolderDescription(), positionMissing()}));
 }
 
-void tst_Faults::folderThatCannotBeLookedAtIsNotSaidToHaveNoDescription()
+void tst_Faults::folderThatCannotBeExaminedIsNotReportedAsUndescribed()
 {
     Create create(true);
     const Run whole = runOnce(create, {noFault});
@@ -1293,7 +1293,7 @@ void tst_Faults::folderThatCannotBeLookedAtIsNotSaidToHaveNoDescription()
     QCOMPARE(run.result.content, whole.result.content);
 }
 
-void tst_Faults::linkedFolderThatCanNeverBeLookedAtIsLost()
+void tst_Faults::linkedFolderThatCannotBeExaminedIsLost()
 {
     Create create(true);
     const Run run = runOnce(create, {{"stat", 1, INT_MAX, EACCES}});

@@ -145,21 +145,21 @@ class tst_HandlerCost : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void overwrittenPropertyTakesNoMoreMemory_data();
-    void overwrittenPropertyTakesNoMoreMemory();
+    void overwritingPropertyTakesNoMoreMemory_data();
+    void overwritingPropertyTakesNoMoreMemory();
     void lookupReadsEachNameOnce_data();
     void lookupReadsEachNameOnce();
-    void editsTakeNoMoreOfLongArrays_data();
-    void editsTakeNoMoreOfLongArrays();
+    void editsTakeNoMoreMemoryInLongArrays_data();
+    void editsTakeNoMoreMemoryInLongArrays();
     void replacementLeavesBehindWhatWasReplacedInIt();
     void sortingIsLinear();
-    void sortingNamesThatCollideTakesNotMuchLonger_data();
-    void sortingNamesThatCollideTakesNotMuchLonger();
+    void sortingCollidingNamesTakesHardlyLonger_data();
+    void sortingCollidingNamesTakesHardlyLonger();
     void loadingHoldsOneTree_data();
     void loadingHoldsOneTree();
 };
 
-void tst_HandlerCost::overwrittenPropertyTakesNoMoreMemory_data()
+void tst_HandlerCost::overwritingPropertyTakesNoMoreMemory_data()
 {
     QTest::addColumn<int>("depth");
     QTest::addColumn<int>("siblings");
@@ -178,7 +178,7 @@ void tst_HandlerCost::overwrittenPropertyTakesNoMoreMemory_data()
     QTest::newRow("read, changed and replaced") << 1 << 1 << QChar(u'x') << Way::ReadAndReplace;
 }
 
-void tst_HandlerCost::overwrittenPropertyTakesNoMoreMemory()
+void tst_HandlerCost::overwritingPropertyTakesNoMoreMemory()
 {
     QFETCH(const int, depth);
     QFETCH(const int, siblings);
@@ -270,7 +270,7 @@ void tst_HandlerCost::lookupReadsEachNameOnce()
     QVERIFY2(hit.peak < 2000, QByteArray::number(hit.peak).constData());
 }
 
-void tst_HandlerCost::editsTakeNoMoreOfLongArrays_data()
+void tst_HandlerCost::editsTakeNoMoreMemoryInLongArrays_data()
 {
     QTest::addColumn<int>("siblings");
     QTest::addColumn<int>("index");
@@ -281,7 +281,7 @@ void tst_HandlerCost::editsTakeNoMoreOfLongArrays_data()
     }
 }
 
-void tst_HandlerCost::editsTakeNoMoreOfLongArrays()
+void tst_HandlerCost::editsTakeNoMoreMemoryInLongArrays()
 {
     QFETCH(const int, siblings);
     QFETCH(const int, index);
@@ -374,14 +374,14 @@ QPair<QString, QString> collision(uint seed)
     }
 }
 
-void tst_HandlerCost::sortingNamesThatCollideTakesNotMuchLonger_data()
+void tst_HandlerCost::sortingCollidingNamesTakesHardlyLonger_data()
 {
     QTest::addColumn<uint>("seed");
     QTest::newRow("without a seed") << 0U;
     QTest::newRow("with a seed") << 1U;
 }
 
-void tst_HandlerCost::sortingNamesThatCollideTakesNotMuchLonger()
+void tst_HandlerCost::sortingCollidingNamesTakesHardlyLonger()
 {
     constexpr int bits = 14;
     constexpr int count = 1 << bits;

@@ -47,25 +47,25 @@ class tst_JsonDataIteratorConfigurationInstanceCollector : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void selectionsAreGathered_data();
-    void selectionsAreGathered();
+    void selectionsAreCollected_data();
+    void selectionsAreCollected();
     void everythingElseIsSkippedSilently_data();
     void everythingElseIsSkippedSilently();
     void unreadableElementsAreReportedAndSkipped_data();
     void unreadableElementsAreReportedAndSkipped();
-    void accumulatorThatIsNoArrayGathersNothing_data();
-    void accumulatorThatIsNoArrayGathersNothing();
+    void accumulatorThatIsNotArrayCollectsNothing_data();
+    void accumulatorThatIsNotArrayCollectsNothing();
     void accumulatorThatIsArrayKeepsItsItems();
     void duplicatesAreKeptInOrder();
     void failuresDoNotStopCollection();
-    void copyOfAccumulatorStaysAsItWas();
+    void copyOfAccumulatorStaysUnchanged();
     void oneCollectorServesSeveralWalks();
     void oneCollectorServesSeveralThreads();
     void collectorWorksThroughItsBase();
     void everySelectionOfCreatedManifestIsCollected();
 };
 
-void tst_JsonDataIteratorConfigurationInstanceCollector::selectionsAreGathered_data()
+void tst_JsonDataIteratorConfigurationInstanceCollector::selectionsAreCollected_data()
 {
     QTest::addColumn<QJsonObject>("object");
     QTest::addColumn<QString>("name");
@@ -83,7 +83,7 @@ void tst_JsonDataIteratorConfigurationInstanceCollector::selectionsAreGathered_d
                                    << u"main"_qs;
 }
 
-void tst_JsonDataIteratorConfigurationInstanceCollector::selectionsAreGathered()
+void tst_JsonDataIteratorConfigurationInstanceCollector::selectionsAreCollected()
 {
     QFETCH(const QJsonObject, object);
     QFETCH(const QString, name);
@@ -163,12 +163,12 @@ void tst_JsonDataIteratorConfigurationInstanceCollector::unreadableElementsAreRe
     QCOMPARE(visited, object);
 }
 
-void tst_JsonDataIteratorConfigurationInstanceCollector::accumulatorThatIsNoArrayGathersNothing_data()
+void tst_JsonDataIteratorConfigurationInstanceCollector::accumulatorThatIsNotArrayCollectsNothing_data()
 {
     addAccumulatorsThatAreNoArray();
 }
 
-void tst_JsonDataIteratorConfigurationInstanceCollector::accumulatorThatIsNoArrayGathersNothing()
+void tst_JsonDataIteratorConfigurationInstanceCollector::accumulatorThatIsNotArrayCollectsNothing()
 {
     QFETCH(const QJsonValue, accumulator);
     MessageRecorder log;
@@ -230,7 +230,7 @@ void tst_JsonDataIteratorConfigurationInstanceCollector::failuresDoNotStopCollec
     QCOMPARE(result, names({u"a"_qs, u"b"_qs}));
 }
 
-void tst_JsonDataIteratorConfigurationInstanceCollector::copyOfAccumulatorStaysAsItWas()
+void tst_JsonDataIteratorConfigurationInstanceCollector::copyOfAccumulatorStaysUnchanged()
 {
     MessageRecorder log;
     QJsonValue result;

@@ -88,9 +88,9 @@ private Q_SLOTS:
     void withoutInitEmptyKeyOfEmptyNameIsWritten();
     void valueIsWrittenAsJson_data();
     void valueIsWrittenAsJson();
-    void nameAndTypeCanBeEditedThemselves();
-    void accumulatorThatIsNoArrayCollectsNothing_data();
-    void accumulatorThatIsNoArrayCollectsNothing();
+    void instanceNameAndTypeCanBeEdited();
+    void accumulatorThatIsNotArrayCollectsNothing_data();
+    void accumulatorThatIsNotArrayCollectsNothing();
     void accumulatorThatIsArrayKeepsItsItems();
     void collectedObjectIsCopy();
     void configurationMayChangeBetweenObjects();
@@ -509,7 +509,7 @@ void tst_JsonDataIteratorConfigurationInstanceListUpdater::valueIsWrittenAsJson(
     QCOMPARE(compact(added.toArray()), edited);
 }
 
-void tst_JsonDataIteratorConfigurationInstanceListUpdater::nameAndTypeCanBeEditedThemselves()
+void tst_JsonDataIteratorConfigurationInstanceListUpdater::instanceNameAndTypeCanBeEdited()
 {
     MessageRecorder log;
     QJsonObject object = objectFrom(R"({"instanceName":"main","selectionType":"Selection"})");
@@ -522,12 +522,12 @@ void tst_JsonDataIteratorConfigurationInstanceListUpdater::nameAndTypeCanBeEdite
         QJsonValue(arrayFrom(R"([{"instanceName":"other","selectionType":"Selection"},{"instanceName":"other"}])")));
 }
 
-void tst_JsonDataIteratorConfigurationInstanceListUpdater::accumulatorThatIsNoArrayCollectsNothing_data()
+void tst_JsonDataIteratorConfigurationInstanceListUpdater::accumulatorThatIsNotArrayCollectsNothing_data()
 {
     addAccumulatorsThatAreNoArray();
 }
 
-void tst_JsonDataIteratorConfigurationInstanceListUpdater::accumulatorThatIsNoArrayCollectsNothing()
+void tst_JsonDataIteratorConfigurationInstanceListUpdater::accumulatorThatIsNotArrayCollectsNothing()
 {
     QFETCH(const QJsonValue, accumulator);
     MessageRecorder log;

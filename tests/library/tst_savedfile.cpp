@@ -218,18 +218,18 @@ class tst_SavedFile : public QObject {
 private Q_SLOTS:
     void savedFileKeepsOwnerGroupAndPermissions_data();
     void savedFileKeepsOwnerGroupAndPermissions();
-    void firstManifestIsCreatorsOwn();
+    void firstManifestBelongsToItsCreator();
     void linkStaysAndItsTargetIsReplaced_data();
     void linkStaysAndItsTargetIsReplaced();
-    void manifestThatIsRemovedMeanwhileGivesGroupNothing();
-    void linkThatComesMeanwhileGivesNoOtherFileAway();
+    void removedManifestGivesGroupNoAccess();
+    void linkThatAppearsMeanwhileGivesAwayNoOtherFile();
     void foreignManifestInStickyFolderIsNotGivenBack();
-    void groupGetsNoMoreThanListOfOldFileGaveIt_data();
-    void groupGetsNoMoreThanListOfOldFileGaveIt();
+    void groupGetsNoMoreThanOldListGranted_data();
+    void groupGetsNoMoreThanOldListGranted();
     void inheritedListGivesNobodyMore_data();
     void inheritedListGivesNobodyMore();
-    void sameListIsNoReasonToTakeAnythingAway_data();
-    void sameListIsNoReasonToTakeAnythingAway();
+    void equalListTakesNoPermissionsAway_data();
+    void equalListTakesNoPermissionsAway();
 };
 
 void tst_SavedFile::savedFileKeepsOwnerGroupAndPermissions_data()
@@ -285,7 +285,7 @@ void tst_SavedFile::savedFileKeepsOwnerGroupAndPermissions()
     QCOMPARE(ownershipOf(place.manifest()), after);
 }
 
-void tst_SavedFile::firstManifestIsCreatorsOwn()
+void tst_SavedFile::firstManifestBelongsToItsCreator()
 {
     const Place place;
     QVERIFY(QFile::remove(place.manifest()));
@@ -336,7 +336,7 @@ void tst_SavedFile::linkStaysAndItsTargetIsReplaced()
 }
 
 // QSaveFile would copy the permissions of the old file, whose group was another one.
-void tst_SavedFile::manifestThatIsRemovedMeanwhileGivesGroupNothing()
+void tst_SavedFile::removedManifestGivesGroupNoAccess()
 {
     const Place place;
     const bool isRoot = geteuid() == 0;
@@ -352,7 +352,7 @@ void tst_SavedFile::manifestThatIsRemovedMeanwhileGivesGroupNothing()
 
 // The owner of the manifest may replace it with a link during a save, so that another file is overwritten. That file
 // must not be given to him as well.
-void tst_SavedFile::linkThatComesMeanwhileGivesNoOtherFileAway()
+void tst_SavedFile::linkThatAppearsMeanwhileGivesAwayNoOtherFile()
 {
     const Place place;
     const bool isRoot = geteuid() == 0;
@@ -380,7 +380,7 @@ void tst_SavedFile::foreignManifestInStickyFolderIsNotGivenBack()
     QCOMPARE(ownershipOf(place.manifest()), (Ownership {geteuid(), isRoot ? someGroup : getegid(), 0644}));
 }
 
-void tst_SavedFile::groupGetsNoMoreThanListOfOldFileGaveIt_data()
+void tst_SavedFile::groupGetsNoMoreThanOldListGranted_data()
 {
     QTest::addColumn<Save>("save");
     QTest::addColumn<int>("groupsRights");
@@ -397,7 +397,7 @@ void tst_SavedFile::groupGetsNoMoreThanListOfOldFileGaveIt_data()
 }
 
 // If a file has a list, its group bits are the mask of the list. Here they limit what the one user may do.
-void tst_SavedFile::groupGetsNoMoreThanListOfOldFileGaveIt()
+void tst_SavedFile::groupGetsNoMoreThanOldListGranted()
 {
     QFETCH(const Save, save);
     QFETCH(const int, groupsRights);
@@ -440,13 +440,13 @@ void tst_SavedFile::inheritedListGivesNobodyMore()
     QCOMPARE(ownershipOf(place.manifest()).mode, mode_t(0600));
 }
 
-void tst_SavedFile::sameListIsNoReasonToTakeAnythingAway_data()
+void tst_SavedFile::equalListTakesNoPermissionsAway_data()
 {
     QTest::addColumn<Save>("save");
     addSaves("inherited", [](QTestData& row) -> QTestData& { return row; });
 }
 
-void tst_SavedFile::sameListIsNoReasonToTakeAnythingAway()
+void tst_SavedFile::equalListTakesNoPermissionsAway()
 {
     QFETCH(const Save, save);
     const Place place;

@@ -68,39 +68,39 @@ class tst_Compare : public QObject {
 private Q_SLOTS:
     void everyOperandMayBeFileFolderOrStandardInput_data();
     void everyOperandMayBeFileFolderOrStandardInput();
-    void folderOfNameOfStandardInputIsNotRead();
+    void folderNamedLikeStandardInputIsNotRead();
     void schemeChoosesWhatFolderHolds();
     void stampsCountWhenAskedFor();
     void roundedNumbersAreNoDrift();
-    void checkTellsWhereWhatAndWhatToDo();
-    void checkTellsDrift();
+    void checkSaysWhereWhatAndWhatToDo();
+    void checkReportsDrift();
     void resultsAreSameAsJson();
     void terminalShowsStartOfLongValues();
     void hostileTextsAreHarmless();
     void foreignItemsInAnyOperandAreMerged();
     void mergeWithWhatCannotBeReadIsRefused_data();
     void mergeWithWhatCannotBeReadIsRefused();
-    void damagedDescriptionsAreWarnedOf();
-    void unrelatedManifestsAreWarnedOf_data();
-    void unrelatedManifestsAreWarnedOf();
-    void mergeThatTakesNearlyEverythingIsRefused_data();
-    void mergeThatTakesNearlyEverythingIsRefused();
-    void folderThatCannotBeListedIsNoRemoval_data();
-    void folderThatCannotBeListedIsNoRemoval();
+    void damagedDescriptionsCauseWarnings();
+    void unrelatedManifestsCauseWarning_data();
+    void unrelatedManifestsCauseWarning();
+    void mergeThatRemovesNearlyEverythingIsRefused_data();
+    void mergeThatRemovesNearlyEverythingIsRefused();
+    void folderThatCannotBeListedIsNotRemoval_data();
+    void folderThatCannotBeListedIsNotRemoval();
     void mergeIsSavedOnRequest();
     void mergeWithNothingNewWritesNothing();
     void keptBaseServesNextMerge();
     void keptBaseHasPermissionsOfAnyFile();
     void mergePrintsWhatItWouldSave();
     void mergeKeepsBackup();
-    void conflictsKeepFromSaving();
+    void conflictsPreventSaving();
     void preferDecidesConflicts();
     void mergeThatAddsFindingIsRefused();
     void damageOfNewManifestIsTakenOver();
-    void operandsThatAreOneFileAreWarnedOf();
+    void sameFileAsTwoOperandsCausesWarning();
     void manifestThatChangesMeanwhileIsNotReplaced();
-    void baseThatCannotBeWrittenIsSaid();
-    void mergeSavesBehindLink();
+    void baseThatCannotBeWrittenIsReported();
+    void mergeSavesToLinkTarget();
 };
 
 void tst_Compare::everyOperandMayBeFileFolderOrStandardInput_data()
@@ -157,7 +157,7 @@ void tst_Compare::everyOperandMayBeFileFolderOrStandardInput()
     QCOMPARE(everythingIn(place.path(u"folder"_qs)), QStringList(u"page.config.json"_qs));
 }
 
-void tst_Compare::folderOfNameOfStandardInputIsNotRead()
+void tst_Compare::folderNamedLikeStandardInputIsNotRead()
 {
     Workplace place;
     place.write(u"file"_qs, {a()}).describe(u"-/page.config.json"_qs, 1);
@@ -211,7 +211,7 @@ void tst_Compare::roundedNumbersAreNoDrift()
     QCOMPARE(place.run(u"merge %1.base %1 folder"_qs.arg(manifest)), done(u"unchanged"_qs));
 }
 
-void tst_Compare::checkTellsWhereWhatAndWhatToDo()
+void tst_Compare::checkSaysWhereWhatAndWhatToDo()
 {
     Workplace place;
     place.write(u"file"_qs, {1, node(u"n"_qs), node(u"m"_qs, {a(), a(), QJsonObject()})});
@@ -227,7 +227,7 @@ void tst_Compare::checkTellsWhereWhatAndWhatToDo()
               "editor. [name-missing]\n"));
 }
 
-void tst_Compare::checkTellsDrift()
+void tst_Compare::checkReportsDrift()
 {
     Workplace place;
     place.describe(u"folder/page.config.json"_qs, 1).write(u"file"_qs, {node(u"n"_qs)});
@@ -373,7 +373,7 @@ void tst_Compare::mergeWithWhatCannotBeReadIsRefused()
     chmod(qPrintable(place.path(unreadable)), 0755);
 }
 
-void tst_Compare::damagedDescriptionsAreWarnedOf()
+void tst_Compare::damagedDescriptionsCauseWarnings()
 {
     Workplace place;
     place.write(u"empty"_qs, {}).describe(u"folder/page.config.json"_qs, 1);
@@ -386,7 +386,7 @@ void tst_Compare::damagedDescriptionsAreWarnedOf()
         run.errors + "warning: BASE and MINE are the same file, so nothing in MINE counts as changed\n");
 }
 
-void tst_Compare::unrelatedManifestsAreWarnedOf_data()
+void tst_Compare::unrelatedManifestsCauseWarning_data()
 {
     const Table<QJsonArray, QJsonArray, QByteArray> row("before", "after", "warning");
 
@@ -410,7 +410,7 @@ void tst_Compare::unrelatedManifestsAreWarnedOf_data()
     row("everything in another place", many, {node(u"n"_qs, many)}, {});
 }
 
-void tst_Compare::unrelatedManifestsAreWarnedOf()
+void tst_Compare::unrelatedManifestsCauseWarning()
 {
     QFETCH(QJsonArray, before);
     QFETCH(QJsonArray, after);
@@ -425,7 +425,7 @@ void tst_Compare::unrelatedManifestsAreWarnedOf()
     QCOMPARE(place.run(u"merge old new old"_qs).errors, warning);
 }
 
-void tst_Compare::mergeThatTakesNearlyEverythingIsRefused_data()
+void tst_Compare::mergeThatRemovesNearlyEverythingIsRefused_data()
 {
     const Table<QJsonArray, QString> row("theirs", "option");
 
@@ -436,7 +436,7 @@ void tst_Compare::mergeThatTakesNearlyEverythingIsRefused_data()
     row("whoever decides", {}, u"--prefer new"_qs);
 }
 
-void tst_Compare::mergeThatTakesNearlyEverythingIsRefused()
+void tst_Compare::mergeThatRemovesNearlyEverythingIsRefused()
 {
     QFETCH(QJsonArray, theirs);
     QFETCH(QString, option);
@@ -456,7 +456,7 @@ void tst_Compare::mergeThatTakesNearlyEverythingIsRefused()
     QCOMPARE(place.content(u"mine"_qs), compact(theirs));
 }
 
-void tst_Compare::folderThatCannotBeListedIsNoRemoval_data()
+void tst_Compare::folderThatCannotBeListedIsNotRemoval_data()
 {
     const Table<QString, QString, int> row("faults", "option", "status");
 
@@ -467,7 +467,7 @@ void tst_Compare::folderThatCannotBeListedIsNoRemoval_data()
     row("on request", list, u"--force"_qs, 0);
 }
 
-void tst_Compare::folderThatCannotBeListedIsNoRemoval()
+void tst_Compare::folderThatCannotBeListedIsNotRemoval()
 {
     QFETCH(QString, faults);
     QFETCH(QString, option);
@@ -598,7 +598,7 @@ void tst_Compare::mergeKeepsBackup()
     QCOMPARE(place.content(u"mine"_qs), compact(merged()));
 }
 
-void tst_Compare::conflictsKeepFromSaving()
+void tst_Compare::conflictsPreventSaving()
 {
     Workplace place;
     const auto n = [](const QJsonArray& children) { return node(u"n"_qs, children); };
@@ -680,7 +680,7 @@ void tst_Compare::damageOfNewManifestIsTakenOver()
     QCOMPARE(place.content(u"mine"_qs), compact({with(a(), key, 1), a(), node(u"n"_qs)}));
 }
 
-void tst_Compare::operandsThatAreOneFileAreWarnedOf()
+void tst_Compare::sameFileAsTwoOperandsCausesWarning()
 {
     Workplace place;
     writeThree(place);
@@ -724,7 +724,7 @@ void tst_Compare::manifestThatChangesMeanwhileIsNotReplaced()
     }
 }
 
-void tst_Compare::baseThatCannotBeWrittenIsSaid()
+void tst_Compare::baseThatCannotBeWrittenIsReported()
 {
     Workplace place;
     writeThree(place);
@@ -735,7 +735,7 @@ void tst_Compare::baseThatCannotBeWrittenIsSaid()
     QCOMPARE(place.content(u"mine"_qs), compact(merged()));
 }
 
-void tst_Compare::mergeSavesBehindLink()
+void tst_Compare::mergeSavesToLinkTarget()
 {
     Workplace place;
     place.write(u"base"_qs, base()).write(u"there/mine"_qs, mine()).write(u"new"_qs, theirs());

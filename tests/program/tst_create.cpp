@@ -41,13 +41,13 @@ private Q_SLOTS:
     void schemeNamesFileAndChoosesWhatIsCollected();
     void pathIsWrittenInAnyWay_data();
     void pathIsWrittenInAnyWay();
-    void creationTellsWhatItReplaces();
+    void creationReportsWhatItReplaces();
     void stampsAreNoChangeUnlessAskedFor();
     void dryCreationWritesNothing();
     void folderThatChangesMeanwhileIsCreatedAsItIsThen();
-    void folderThatGoesOnChangingIsSaidSo();
-    void creationTellsWhatItReallyReplaces();
-    void damageIsToldFromOrdinaryRemarks();
+    void folderThatKeepsChangingIsReported();
+    void creationReportsWhatItReallyReplaces();
+    void damageIsDistinguishedFromRemarks();
     void messagesOfLibraryNameTheirFile();
     void debugMessagesCanBeSwitchedOff();
     void nothingToWriteIsFailure_data();
@@ -193,7 +193,7 @@ void tst_Create::pathIsWrittenInAnyWay()
     QCOMPARE(readFile(folder + u'/' + manifest) + '\n', expected);
 }
 
-void tst_Create::creationTellsWhatItReplaces()
+void tst_Create::creationReportsWhatItReplaces()
 {
     const Workplace place;
     for (const char* const name : {"a.config.json", "b.config.json", "n/Folder.menu.json", "n/c.config.json"}) {
@@ -274,7 +274,7 @@ void tst_Create::folderThatChangesMeanwhileIsCreatedAsItIsThen()
     QVERIFY(readFile(path).contains("\"b\""));
 }
 
-void tst_Create::folderThatGoesOnChangingIsSaidSo()
+void tst_Create::folderThatKeepsChangingIsReported()
 {
     const Workplace place;
     const QString path = place.path(u"configuration.manifest.json"_qs);
@@ -294,7 +294,7 @@ void tst_Create::folderThatGoesOnChangingIsSaidSo()
     QVERIFY(readFile(path).contains("\"page1\""));
 }
 
-void tst_Create::creationTellsWhatItReallyReplaces()
+void tst_Create::creationReportsWhatItReallyReplaces()
 {
     const Workplace place;
     place.describe(u"a.config.json"_qs);
@@ -312,7 +312,7 @@ void tst_Create::creationTellsWhatItReallyReplaces()
         run.output.constData());
 }
 
-void tst_Create::damageIsToldFromOrdinaryRemarks()
+void tst_Create::damageIsDistinguishedFromRemarks()
 {
     const Workplace place;
     copyFolder(QStringLiteral(EXAMPLES "/device"), place.path());

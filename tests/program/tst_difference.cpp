@@ -108,22 +108,22 @@ class tst_Difference : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void differencesAreTold_data();
-    void differencesAreTold();
-    void movesToAnotherParentAreTold_data();
-    void movesToAnotherParentAreTold();
+    void differencesAreReported_data();
+    void differencesAreReported();
+    void movesToAnotherParentAreReported_data();
+    void movesToAnotherParentAreReported();
     void changesAreSameAsJson_data();
     void changesAreSameAsJson();
-    void stampsDoNotKeepMoveFromBeingFound();
+    void moveIsFoundDespiteStamps();
     void equalTreesHaveNoDifference_data();
     void equalTreesHaveNoDifference();
-    void everyDifferenceIsTold_data();
-    void everyDifferenceIsTold();
+    void everyDifferenceIsReported_data();
+    void everyDifferenceIsReported();
     void fewestElementsOfRandomTreesAreMoved();
     void hugeTreesAreComparedQuickly_data();
     void hugeTreesAreComparedQuickly();
-    void stampsCountOnlyWhenTheyAreToCount();
-    void summaryCountsWhatIsBelow();
+    void stampsCountOnlyOnRequest();
+    void summaryCountsDescendants();
     void fewestElementsAreMoved_data();
     void fewestElementsAreMoved();
     void longValuesAreCutShort();
@@ -131,7 +131,7 @@ private Q_SLOTS:
     void nearestWordIsWhatWasMeant();
 };
 
-void tst_Difference::differencesAreTold_data()
+void tst_Difference::differencesAreReported_data()
 {
     const Table<QJsonArray, QJsonArray, QStringList> row("before", "after", "lines");
 
@@ -189,7 +189,7 @@ void tst_Difference::differencesAreTold_data()
     row("no objects", {1, 2}, {1, 3}, {u"changed: no object at position 1 of the top level, 2 to 3"_qs});
 }
 
-void tst_Difference::differencesAreTold()
+void tst_Difference::differencesAreReported()
 {
     QFETCH(QJsonArray, before);
     QFETCH(QJsonArray, after);
@@ -199,7 +199,7 @@ void tst_Difference::differencesAreTold()
     QCOMPARE(linesBetween(after, before).isEmpty(), lines.isEmpty());
 }
 
-void tst_Difference::movesToAnotherParentAreTold_data()
+void tst_Difference::movesToAnotherParentAreReported_data()
 {
     const Table<QJsonArray, QJsonArray, QStringList> row("before", "after", "lines");
 
@@ -293,7 +293,7 @@ void tst_Difference::movesToAnotherParentAreTold_data()
         {m({other, n({page(u"a"_qs), QJsonObject {{key, 1}}})})}, {u"moved: node 'n', to 'm/n', as position 1"_qs});
 }
 
-void tst_Difference::movesToAnotherParentAreTold()
+void tst_Difference::movesToAnotherParentAreReported()
 {
     QFETCH(QJsonArray, before);
     QFETCH(QJsonArray, after);
@@ -340,7 +340,7 @@ void tst_Difference::changesAreSameAsJson()
     QCOMPARE(jsonBetween(before, after), json);
 }
 
-void tst_Difference::stampsDoNotKeepMoveFromBeingFound()
+void tst_Difference::moveIsFoundDespiteStamps()
 {
     const QJsonObject other = page(u"other"_qs);
     const QJsonObject stampedPage = with(page(u"p"_qs), u"moduleName"_qs, u"M"_qs);
@@ -375,12 +375,12 @@ void tst_Difference::equalTreesHaveNoDifference()
     }
 }
 
-void tst_Difference::everyDifferenceIsTold_data()
+void tst_Difference::everyDifferenceIsReported_data()
 {
     equalTreesHaveNoDifference_data();
 }
 
-void tst_Difference::everyDifferenceIsTold()
+void tst_Difference::everyDifferenceIsReported()
 {
     QFETCH(RandomManifest::Names, names);
 
@@ -481,7 +481,7 @@ void tst_Difference::hugeTreesAreComparedQuickly()
     QVERIFY(comparison < 10 * load + disturbance);
 }
 
-void tst_Difference::stampsCountOnlyWhenTheyAreToCount()
+void tst_Difference::stampsCountOnlyOnRequest()
 {
     const QJsonObject stamped = with(with(selection(u"a"_qs), u"moduleName"_qs, u"M"_qs), u"objectName"_qs, u"O"_qs);
     const QJsonArray before {selection(u"a"_qs)};
@@ -497,7 +497,7 @@ void tst_Difference::stampsCountOnlyWhenTheyAreToCount()
     QCOMPARE(linesBetween({node(u"a"_qs)}, {stamped}), QStringList(becomesSelection));
 }
 
-void tst_Difference::summaryCountsWhatIsBelow()
+void tst_Difference::summaryCountsDescendants()
 {
     const QJsonObject tree = node(u"n"_qs, {selection(u"a"_qs), node(u"m"_qs, {selection(u"b"_qs)})});
     const auto summary = [](const QJsonArray& before, const QJsonArray& after) {

@@ -38,15 +38,15 @@ class tst_Edits : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void editIsSavedOnRequestAlone_data();
-    void editIsSavedOnRequestAlone();
+    void editIsSavedOnlyOnRequest_data();
+    void editIsSavedOnlyOnRequest();
     void editThatDoesNotApplyFails_data();
     void editThatDoesNotApplyFails();
     void missingKeyIsNamedOfElementFoundByItsWholePath();
-    void optionsStandAnywhereBehindCommand_data();
-    void optionsStandAnywhereBehindCommand();
-    void valueThatIsNoJsonIsWrongUsage_data();
-    void valueThatIsNoJsonIsWrongUsage();
+    void optionsMayStandAnywhereAfterCommand_data();
+    void optionsMayStandAnywhereAfterCommand();
+    void valueThatIsNotJsonIsWrongUsage_data();
+    void valueThatIsNotJsonIsWrongUsage();
     void descriptionIsReadFromFile();
     void emptyManifestCanBeEdited();
     void deepManifestCanBeEdited();
@@ -55,7 +55,7 @@ private Q_SLOTS:
     void rewriteKeepsEverythingElse();
 };
 
-void tst_Edits::editIsSavedOnRequestAlone_data()
+void tst_Edits::editIsSavedOnlyOnRequest_data()
 {
     const Table<QString, QByteArray, QByteArray, QString, QByteArray> row(
         "commandLine", "input", "after", "what", "messages");
@@ -188,7 +188,7 @@ void tst_Edits::editIsSavedOnRequestAlone_data()
         compact({top, a({QJsonObject {{u"instanceName"_qs, u"a/first"_qs}}, second}), spare}), one, {});
 }
 
-void tst_Edits::editIsSavedOnRequestAlone()
+void tst_Edits::editIsSavedOnlyOnRequest()
 {
     QFETCH(QString, commandLine);
     QFETCH(QByteArray, input);
@@ -323,7 +323,7 @@ void tst_Edits::missingKeyIsNamedOfElementFoundByItsWholePath()
     QCOMPARE(file.run(u"update manifest.json a/b none value"_qs), failed(u"'a/b' has no key 'none'"_qs));
 }
 
-void tst_Edits::optionsStandAnywhereBehindCommand_data()
+void tst_Edits::optionsMayStandAnywhereAfterCommand_data()
 {
     const Table<QString> row("commandLine");
 
@@ -334,7 +334,7 @@ void tst_Edits::optionsStandAnywhereBehindCommand_data()
     row("before a double dash", u"set --module=M --save --json -- manifest.json top key 1"_qs);
 }
 
-void tst_Edits::optionsStandAnywhereBehindCommand()
+void tst_Edits::optionsMayStandAnywhereAfterCommand()
 {
     QFETCH(QString, commandLine);
 
@@ -343,7 +343,7 @@ void tst_Edits::optionsStandAnywhereBehindCommand()
     QCOMPARE(file.content(), compact({with(stamped(top, u"M"_qs, {}), u"key"_qs, 1)}));
 }
 
-void tst_Edits::valueThatIsNoJsonIsWrongUsage_data()
+void tst_Edits::valueThatIsNotJsonIsWrongUsage_data()
 {
     const Table<QString, QString> row("value", "shown");
 
@@ -368,7 +368,7 @@ void tst_Edits::valueThatIsNoJsonIsWrongUsage_data()
     row("control", u"\x1b"_qs, u"\\u{1b}"_qs);
 }
 
-void tst_Edits::valueThatIsNoJsonIsWrongUsage()
+void tst_Edits::valueThatIsNotJsonIsWrongUsage()
 {
     QFETCH(QString, value);
     QFETCH(QString, shown);

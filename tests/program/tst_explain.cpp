@@ -131,14 +131,14 @@ class tst_Explain : public QObject {
 private Q_SLOTS:
     void everyAbsenceHasItsReason_data();
     void everyAbsenceHasItsReason();
-    void whatMayNotBeReadIsSaid();
-    void whatIsRefusedIsLeftOutOfRest_data();
-    void whatIsRefusedIsLeftOutOfRest();
+    void unreadableEntriesAreReported();
+    void refusedEntryDoesNotAffectRest_data();
+    void refusedEntryDoesNotAffectRest();
     void damageHasItsPlace_data();
     void damageHasItsPlace();
-    void damageOfFolderDescriptionsIsSaidOnce();
-    void everyKeyHasItsFate_data();
-    void everyKeyHasItsFate();
+    void damageOfFolderDescriptionsIsReportedOnce();
+    void everyKeyIsTakenDefaultedOrIgnored_data();
+    void everyKeyIsTakenDefaultedOrIgnored();
     void displayPositionIsExplained_data();
     void displayPositionIsExplained();
     void unreachableElementsNameTheirReason_data();
@@ -146,8 +146,8 @@ private Q_SLOTS:
     void entriesComeInOrderOfTree();
     void everythingInExampleIsExplainedOnce_data();
     void everythingInExampleIsExplainedOnce();
-    void whatChangesMeanwhileIsSaid_data();
-    void whatChangesMeanwhileIsSaid();
+    void changesDuringScanAreReported_data();
+    void changesDuringScanAreReported();
     void manyLinksAndLevelsComeToEnd();
     void deadEndsNameWhatIsThere_data();
     void deadEndsNameWhatIsThere();
@@ -155,12 +155,12 @@ private Q_SLOTS:
     void importedFolderIsExplained();
     void oneEntryIsFound_data();
     void oneEntryIsFound();
-    void whatLeadsNowhereIsExplained_data();
-    void whatLeadsNowhereIsExplained();
+    void pathThatLeadsNowhereIsExplained_data();
+    void pathThatLeadsNowhereIsExplained();
     void troubleIsTrouble_data();
     void troubleIsTrouble();
     void jsonSaysWhatLinesSay();
-    void keyWithoutLetterIsListed();
+    void emptyKeyIsListed();
     void strangeNamesStayInTheirLine();
 };
 
@@ -278,7 +278,7 @@ void tst_Explain::everyAbsenceHasItsReason()
     QCOMPARE(entry.instancePath, QString());
 }
 
-void tst_Explain::whatMayNotBeReadIsSaid()
+void tst_Explain::unreadableEntriesAreReported()
 {
     const Folder folder;
     folder.add(u"closed/a.config.json"_qs);
@@ -303,14 +303,14 @@ void tst_Explain::whatMayNotBeReadIsSaid()
     QCOMPARE(explanation.entries.at(0).isDescribed, false);
 }
 
-void tst_Explain::whatIsRefusedIsLeftOutOfRest_data()
+void tst_Explain::refusedEntryDoesNotAffectRest_data()
 {
     const Table<QString, QString, QString> row("target", "path", "refused");
     row("looping link", u"."_qs, u"x/up"_qs, u"x/up leads back to a folder that contains it"_qs);
     row("device", u"/dev/zero"_qs, u"x/b.config.json"_qs, u"x/b.config.json is a device"_qs);
 }
 
-void tst_Explain::whatIsRefusedIsLeftOutOfRest()
+void tst_Explain::refusedEntryDoesNotAffectRest()
 {
     QFETCH(const QString, target);
     QFETCH(const QString, path);
@@ -362,7 +362,7 @@ void tst_Explain::damageHasItsPlace()
     QCOMPARE(entry.isDescribed, text.isNull());
 }
 
-void tst_Explain::damageOfFolderDescriptionsIsSaidOnce()
+void tst_Explain::damageOfFolderDescriptionsIsReportedOnce()
 {
     const Folder folder;
     folder.add(u"x/a.config.json"_qs);
@@ -380,7 +380,7 @@ void tst_Explain::damageOfFolderDescriptionsIsSaidOnce()
         linesOf(run.output).contains(u"x\tnode\t'x', position 0, no display position, its description is damaged"_qs));
 }
 
-void tst_Explain::everyKeyHasItsFate_data()
+void tst_Explain::everyKeyIsTakenDefaultedOrIgnored_data()
 {
     using Keys = QStringList;
     const Table<QString, QByteArray, Keys, Keys, Keys> table("file", "content", "taken", "defaulted", "ignored");
@@ -433,7 +433,7 @@ void tst_Explain::everyKeyHasItsFate_data()
             u"substructure: is built from what the folder holds"_qs});
 }
 
-void tst_Explain::everyKeyHasItsFate()
+void tst_Explain::everyKeyIsTakenDefaultedOrIgnored()
 {
     QFETCH(const QString, file);
     QFETCH(const QByteArray, content);
@@ -547,7 +547,7 @@ void tst_Explain::everythingInExampleIsExplainedOnce()
     QCOMPARE(elements, numberOf(scanFolder(folder, scheme).elements));
 }
 
-void tst_Explain::whatChangesMeanwhileIsSaid_data()
+void tst_Explain::changesDuringScanAreReported_data()
 {
     const Table<QByteArray, QByteArray, bool> row("before", "after", "isSaid");
     row("gone", good, {}, true);
@@ -559,7 +559,7 @@ void tst_Explain::whatChangesMeanwhileIsSaid_data()
     row("key of its own", good, QByteArray(R"({"displayPosition":1,"hide":false,"iconName":"i","own":1})"), false);
 }
 
-void tst_Explain::whatChangesMeanwhileIsSaid()
+void tst_Explain::changesDuringScanAreReported()
 {
     QFETCH(const QByteArray, before);
     QFETCH(const QByteArray, after);
@@ -697,7 +697,7 @@ void tst_Explain::oneEntryIsFound()
     QCOMPARE(found, files);
 }
 
-void tst_Explain::whatLeadsNowhereIsExplained_data()
+void tst_Explain::pathThatLeadsNowhereIsExplained_data()
 {
     const Table<QString, ProgramRun> table("what", "run");
     const auto row = [&](const char* name, const QString& what, const QString& complaint, const QByteArray& output) {
@@ -714,7 +714,7 @@ void tst_Explain::whatLeadsNowhereIsExplained_data()
     row("outside", u"/etc/passwd"_qs, u"there is no 'etc' at the top level"_qs, {});
 }
 
-void tst_Explain::whatLeadsNowhereIsExplained()
+void tst_Explain::pathThatLeadsNowhereIsExplained()
 {
     QFETCH(const QString, what);
     QFETCH(const ProgramRun, run);
@@ -784,7 +784,7 @@ void tst_Explain::jsonSaysWhatLinesSay()
     QCOMPARE(Program().run(u"explain --json "_qs + folder + u" zzzzzz"_qs).output, QByteArray("[\n]\n"));
 }
 
-void tst_Explain::keyWithoutLetterIsListed()
+void tst_Explain::emptyKeyIsListed()
 {
     const Folder folder;
     folder.add(u"a.config.json"_qs, R"({"hide":false,"displayPosition":1,"":1})");

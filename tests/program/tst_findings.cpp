@@ -116,8 +116,8 @@ private Q_SLOTS:
     void exampleHasKnownFindings_data();
     void exampleHasKnownFindings();
 
-    void addedDamageIsToldFromOldDamage_data();
-    void addedDamageIsToldFromOldDamage();
+    void addedDamageIsDistinguishedFromOldDamage_data();
+    void addedDamageIsDistinguishedFromOldDamage();
     void damageAddedToManyElementsIsFoundQuickly();
     void damageOfEditIsFound_data();
     void damageOfEditIsFound();
@@ -328,7 +328,7 @@ void tst_Findings::exampleHasKnownFindings()
     QCOMPARE(lines(check(arrayFrom(manifest.constData()))), findings);
 }
 
-void tst_Findings::addedDamageIsToldFromOldDamage_data()
+void tst_Findings::addedDamageIsDistinguishedFromOldDamage_data()
 {
     const Table<QJsonArray, QJsonArray, QStringList> row("before", "after", "words");
     const QJsonObject first = with(node(u"a"_qs), u"iconName"_qs, u"1"_qs);
@@ -387,7 +387,7 @@ void tst_Findings::addedDamageIsToldFromOldDamage_data()
     row("too deep as before", chain(512, {selection(u"s"_qs)}), chain(512, {selection(u"t"_qs)}), {});
 }
 
-void tst_Findings::addedDamageIsToldFromOldDamage()
+void tst_Findings::addedDamageIsDistinguishedFromOldDamage()
 {
     QFETCH(const QJsonArray, before);
     QFETCH(const QJsonArray, after);

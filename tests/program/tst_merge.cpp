@@ -270,11 +270,11 @@ class tst_Merge : public QObject {
 private Q_SLOTS:
     void mergingObeysItsLaws_data();
     void mergingObeysItsLaws();
-    void nothingIsLostWithoutLine();
-    void whatBothSidesDidIsMerged_data();
-    void whatBothSidesDidIsMerged();
-    void conflictsAreToldAndDecided_data();
-    void conflictsAreToldAndDecided();
+    void nothingIsLostUnreported();
+    void changesOfBothSidesAreMerged_data();
+    void changesOfBothSidesAreMerged();
+    void conflictsAreReportedAndDecided_data();
+    void conflictsAreReportedAndDecided();
     void stampsOfMineStay();
     void hugeTreesAreMergedQuickly_data();
     void hugeTreesAreMergedQuickly();
@@ -335,7 +335,7 @@ void tst_Merge::mergingObeysItsLaws()
     qInfo("%d of %u merges have conflicts", conflicting, seeds);
 }
 
-void tst_Merge::nothingIsLostWithoutLine()
+void tst_Merge::nothingIsLostUnreported()
 {
     for (unsigned seed = 0; seed < 3 * seeds; ++seed) {
         RandomManifest random(seed, RandomManifest::Names::Unique);
@@ -352,7 +352,7 @@ void tst_Merge::nothingIsLostWithoutLine()
     }
 }
 
-void tst_Merge::whatBothSidesDidIsMerged_data()
+void tst_Merge::changesOfBothSidesAreMerged_data()
 {
     const Table<QJsonArray, QJsonArray, QJsonArray, QJsonArray> row("base", "mine", "theirs", "result");
 
@@ -415,7 +415,7 @@ void tst_Merge::whatBothSidesDidIsMerged_data()
     row("nothing left", {a, b}, {a, b}, {}, {});
 }
 
-void tst_Merge::whatBothSidesDidIsMerged()
+void tst_Merge::changesOfBothSidesAreMerged()
 {
     QFETCH(QJsonArray, base);
     QFETCH(QJsonArray, mine);
@@ -429,7 +429,7 @@ void tst_Merge::whatBothSidesDidIsMerged()
     }
 }
 
-void tst_Merge::conflictsAreToldAndDecided_data()
+void tst_Merge::conflictsAreReportedAndDecided_data()
 {
     const Table<QJsonArray, QJsonArray, QJsonArray, QStringList, QByteArray, QJsonArray, QJsonArray> row(
         "base", "mine", "theirs", "conflicts", "json", "forMine", "forTheirs");
@@ -553,7 +553,7 @@ void tst_Merge::conflictsAreToldAndDecided_data()
         {}, {with(a, k, 2)}, {with(a, k, 2), with(a, k, 3)});
 }
 
-void tst_Merge::conflictsAreToldAndDecided()
+void tst_Merge::conflictsAreReportedAndDecided()
 {
     QFETCH(QJsonArray, base);
     QFETCH(QJsonArray, mine);

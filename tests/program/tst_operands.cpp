@@ -57,10 +57,10 @@ class tst_Operands : public QObject {
 private Q_SLOTS:
     void fileThatCannotBeReadIsTrouble_data();
     void fileThatCannotBeReadIsTrouble();
-    void contentThatIsNoManifestIsTrouble_data();
-    void contentThatIsNoManifestIsTrouble();
-    void contentThatIsNoDescriptionIsTrouble_data();
-    void contentThatIsNoDescriptionIsTrouble();
+    void contentThatIsNotManifestIsTrouble_data();
+    void contentThatIsNotManifestIsTrouble();
+    void contentThatIsNotDescriptionIsTrouble_data();
+    void contentThatIsNotDescriptionIsTrouble();
     void manifestThatCannotBeReadToItsEndIsNoManifest_data();
     void manifestThatCannotBeReadToItsEndIsNoManifest();
     void editsSaveToNoOpenFile_data();
@@ -124,7 +124,7 @@ void tst_Operands::fileThatCannotBeReadIsTrouble()
     QCOMPARE(everythingIn(place.path()), entries);
 }
 
-void tst_Operands::contentThatIsNoManifestIsTrouble_data()
+void tst_Operands::contentThatIsNotManifestIsTrouble_data()
 {
     const Table<QByteArray, QString> row("content", "problem");
 
@@ -142,7 +142,7 @@ void tst_Operands::contentThatIsNoManifestIsTrouble_data()
         u"too deeply nested document at byte 1025"_qs);
 }
 
-void tst_Operands::contentThatIsNoManifestIsTrouble()
+void tst_Operands::contentThatIsNotManifestIsTrouble()
 {
     QFETCH(QByteArray, content);
     QFETCH(QString, problem);
@@ -162,7 +162,7 @@ void tst_Operands::contentThatIsNoManifestIsTrouble()
     QCOMPARE(everythingIn(place.path()).size(), 2);
 }
 
-void tst_Operands::contentThatIsNoDescriptionIsTrouble_data()
+void tst_Operands::contentThatIsNotDescriptionIsTrouble_data()
 {
     const Table<QByteArray> row("input");
 
@@ -174,7 +174,7 @@ void tst_Operands::contentThatIsNoDescriptionIsTrouble_data()
     row("two objects", "{}{}");
 }
 
-void tst_Operands::contentThatIsNoDescriptionIsTrouble()
+void tst_Operands::contentThatIsNotDescriptionIsTrouble()
 {
     QFETCH(QByteArray, input);
 

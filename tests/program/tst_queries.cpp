@@ -83,7 +83,7 @@ private Q_SLOTS:
     void showPrintsWhatCanBeLoaded();
     void showPrintsDeepManifests();
     void instancesPrintsWholeNamesInOrderOfManifest();
-    void instancesPassesOverWhatHasNoName();
+    void instancesSkipsSelectionsWithoutName();
     void printedPathsAreWhatOtherCommandsTake_data();
     void printedPathsAreWhatOtherCommandsTake();
     void linesArePrintedAsAskedFor_data();
@@ -325,7 +325,7 @@ void tst_Queries::instancesPrintsWholeNamesInOrderOfManifest()
     QVERIFY(file.isUntouched());
 }
 
-void tst_Queries::instancesPassesOverWhatHasNoName()
+void tst_Queries::instancesSkipsSelectionsWithoutName()
 {
     const LoneManifest file(
         "[{\"selectionType\":\"Selection\",\"key\":\"\x7f\"},{\"selectionType\":7},{\"instanceName\":null,"

@@ -31,12 +31,12 @@ class tst_Refusals : public QObject {
 private Q_SLOTS:
     void damageIsRefusedAndCanBeForced_data();
     void damageIsRefusedAndCanBeForced();
-    void whatIsNoDamageIsDone_data();
-    void whatIsNoDamageIsDone();
-    void damageThatIsThereBlamesNobody_data();
-    void damageThatIsThereBlamesNobody();
+    void editWithoutDamageIsDone_data();
+    void editWithoutDamageIsDone();
+    void oldDamageDoesNotRefuseEdits_data();
+    void oldDamageDoesNotRefuseEdits();
     void rewriteThatReplacesWhatItWouldRewriteIsRefused();
-    void deletionOfOneOfSeveralIsSaid();
+    void deletionOfOneOfSeveralIsReported();
     void sortOfExamplesByPrintedNamesIsRefused();
     void treeThatIsTooDeepToBeLoadedIsRefused();
     void dryRunSaysWhatWouldChange_data();
@@ -130,7 +130,7 @@ void tst_Refusals::damageIsRefusedAndCanBeForced()
     QVERIFY(file.content() != manifest());
 }
 
-void tst_Refusals::whatIsNoDamageIsDone_data()
+void tst_Refusals::editWithoutDamageIsDone_data()
 {
     const Table<QString, QByteArray> row("commandLine", "input");
 
@@ -151,7 +151,7 @@ void tst_Refusals::whatIsNoDamageIsDone_data()
     row("stamps", u"stamp manifest.json --module M"_qs, {});
 }
 
-void tst_Refusals::whatIsNoDamageIsDone()
+void tst_Refusals::editWithoutDamageIsDone()
 {
     QFETCH(QString, commandLine);
     QFETCH(QByteArray, input);
@@ -163,7 +163,7 @@ void tst_Refusals::whatIsNoDamageIsDone()
     QVERIFY(file.content() != manifest());
 }
 
-void tst_Refusals::damageThatIsThereBlamesNobody_data()
+void tst_Refusals::oldDamageDoesNotRefuseEdits_data()
 {
     const Table<QString> row("commandLine");
 
@@ -173,7 +173,7 @@ void tst_Refusals::damageThatIsThereBlamesNobody_data()
     row("what moves the damaged one", u"delete manifest.json main --save"_qs);
 }
 
-void tst_Refusals::damageThatIsThereBlamesNobody()
+void tst_Refusals::oldDamageDoesNotRefuseEdits()
 {
     QFETCH(QString, commandLine);
 
@@ -196,7 +196,7 @@ void tst_Refusals::rewriteThatReplacesWhatItWouldRewriteIsRefused()
         done(u"2 changed; saved"_qs));
 }
 
-void tst_Refusals::deletionOfOneOfSeveralIsSaid()
+void tst_Refusals::deletionOfOneOfSeveralIsReported()
 {
     const LoneManifest file(manifest());
     const Program program = file.program();

@@ -181,25 +181,25 @@ private Q_SLOTS:
     void failedSaveLeavesEverything();
     void printNeverSaves_data();
     void printNeverSaves();
-    void saveGoesWhereLinkLeads();
+    void saveFollowsLink();
     void changeBetweenLoadAndSaveIsNotOverwritten_data();
     void changeBetweenLoadAndSaveIsNotOverwritten();
     void changeIsOverwrittenOnRequest();
-    void manifestThatIsGoneIsNotMadeAnewOnRequest();
+    void removedManifestIsNotRecreatedOnRequest();
     void changeAfterSaveIsNoticed_data();
     void changeAfterSaveIsNoticed();
-    void lookThatFailsAfterSaveIsSaidSo_data();
-    void lookThatFailsAfterSaveIsSaidSo();
-    void manifestThatGoesBeforeSaveIsSaidSo();
-    void backupIsReplacedManifest_data();
-    void backupIsReplacedManifest();
-    void backupThatCannotBeMadeIsNoSave_data();
-    void backupThatCannotBeMadeIsNoSave();
+    void failureToReadBackIsReported_data();
+    void failureToReadBackIsReported();
+    void manifestRemovedBeforeSaveIsReported();
+    void backupHoldsReplacedManifest_data();
+    void backupHoldsReplacedManifest();
+    void failedBackupPreventsSave_data();
+    void failedBackupPreventsSave();
     void manifestOfAnotherUserInStickyFolderIsNamed();
     void mountPointIsNamed();
     void sizeLimitAtBackupIsNamed();
     void fullDiskIsNamed();
-    void fullDiskAtBackupIsNoSave();
+    void fullDiskAtBackupPreventsSave();
     void signalDoesNotInterruptSave_data();
     void signalDoesNotInterruptSave();
     void killAtAnyStepLeavesWholeManifest_data();
@@ -324,7 +324,7 @@ void tst_Saves::printNeverSaves()
     QVERIFY(file.isUntouched());
 }
 
-void tst_Saves::saveGoesWhereLinkLeads()
+void tst_Saves::saveFollowsLink()
 {
     const LoneManifest file;
     const QString link = file.folder() + u"/link.json"_qs;
@@ -387,7 +387,7 @@ void tst_Saves::changeIsOverwrittenOnRequest()
     QCOMPARE(readFile(file.path() + u".old"_qs), QByteArray("[\"somebody else\"]"));
 }
 
-void tst_Saves::manifestThatIsGoneIsNotMadeAnewOnRequest()
+void tst_Saves::removedManifestIsNotRecreatedOnRequest()
 {
     const LoneManifest file;
     QCOMPARE(editDuring(lookBeforeTheSave, disappear, file.path(), u" --overwrite"_qs),
@@ -424,7 +424,7 @@ void tst_Saves::changeAfterSaveIsNoticed()
     QCOMPARE(editDuring(lookAfterTheSave, change, path), failed(complaint.arg(path)));
 }
 
-void tst_Saves::lookThatFailsAfterSaveIsSaidSo_data()
+void tst_Saves::failureToReadBackIsReported_data()
 {
     const Table<QString, QString> row("fault", "reason");
 
@@ -433,7 +433,7 @@ void tst_Saves::lookThatFailsAfterSaveIsSaidSo_data()
     row("read error", u"open %1"_qs.arg(EIO), u"Input/output error"_qs);
 }
 
-void tst_Saves::lookThatFailsAfterSaveIsSaidSo()
+void tst_Saves::failureToReadBackIsReported()
 {
     QFETCH(QString, fault);
     QFETCH(QString, reason);
@@ -446,7 +446,7 @@ void tst_Saves::lookThatFailsAfterSaveIsSaidSo()
     QCOMPARE(file.content(), afterEdit());
 }
 
-void tst_Saves::manifestThatGoesBeforeSaveIsSaidSo()
+void tst_Saves::manifestRemovedBeforeSaveIsReported()
 {
     const LoneManifest file;
     const ProgramRun run = Program()
@@ -459,7 +459,7 @@ void tst_Saves::manifestThatGoesBeforeSaveIsSaidSo()
     QCOMPARE(everythingIn(file.folder()), QStringList());
 }
 
-void tst_Saves::backupIsReplacedManifest_data()
+void tst_Saves::backupHoldsReplacedManifest_data()
 {
     const Table<QString, QString> row("option", "name");
 
@@ -468,7 +468,7 @@ void tst_Saves::backupIsReplacedManifest_data()
     row("blanks in it", u"'--backup= 1 2'"_qs, u"manifest.json 1 2"_qs);
 }
 
-void tst_Saves::backupIsReplacedManifest()
+void tst_Saves::backupHoldsReplacedManifest()
 {
     QFETCH(QString, option);
     QFETCH(QString, name);
@@ -496,7 +496,7 @@ void tst_Saves::backupIsReplacedManifest()
     QCOMPARE(readFile(backup), afterEdit(u"1"_qs));
 }
 
-void tst_Saves::backupThatCannotBeMadeIsNoSave_data()
+void tst_Saves::failedBackupPreventsSave_data()
 {
     const Table<Change, QString> row("obstacle", "reason");
 
@@ -514,7 +514,7 @@ void tst_Saves::backupThatCannotBeMadeIsNoSave_data()
         u"Permission denied"_qs);
 }
 
-void tst_Saves::backupThatCannotBeMadeIsNoSave()
+void tst_Saves::failedBackupPreventsSave()
 {
     QFETCH(Change, obstacle);
     QFETCH(QString, reason);
@@ -581,7 +581,7 @@ void tst_Saves::fullDiskIsNamed()
     QCOMPARE(everythingIn(QFileInfo(disk.path()).path()), QStringList(u"manifest.json"_qs));
 }
 
-void tst_Saves::fullDiskAtBackupIsNoSave()
+void tst_Saves::fullDiskAtBackupPreventsSave()
 {
     const FullDisk disk;
     QCOMPARE(disk.run(u"unset %1 top filler --save --backup"_qs.arg(disk.path())),

@@ -266,7 +266,7 @@ private Q_SLOTS:
     void everyPathIsOneThatLookupsTake();
     void elementKnowsItsPlace();
     void labelAndHiddenAreThoseOfElement();
-    void treeGivesItsManifestBack();
+    void treeConvertsBackToItsManifest();
     void editsFindWhatQueriesDoNot_data();
     void editsFindWhatQueriesDoNot();
 
@@ -279,7 +279,7 @@ private Q_SLOTS:
     void scanWritesNothing();
     void folderWithoutDescriptionsIsScanned_data();
     void folderWithoutDescriptionsIsScanned();
-    void folderThatMayNotBeReadIsDamage();
+    void unreadableFolderIsDamage();
     void deviceIsRefusedUnread_data();
     void deviceIsRefusedUnread();
     void deviceThatIsNoDescriptionIsNotRefused();
@@ -414,7 +414,7 @@ void tst_Tree::labelAndHiddenAreThoseOfElement()
     QCOMPARE(tree.at(3).isHidden(), false);
 }
 
-void tst_Tree::treeGivesItsManifestBack()
+void tst_Tree::treeConvertsBackToItsManifest()
 {
     const QJsonArray manifest = {node(u"a"_qs, {1, node(u"b"_qs, {})}), QJsonArray {1}, selection(u"s"_qs)};
     QCOMPARE(compact(manifestOf(treeOf(manifest))), compact(manifest));
@@ -615,7 +615,7 @@ void tst_Tree::folderWithoutDescriptionsIsScanned()
     QCOMPARE(scan.refusal, QString());
 }
 
-void tst_Tree::folderThatMayNotBeReadIsDamage()
+void tst_Tree::unreadableFolderIsDamage()
 {
     const QTemporaryDir base;
     writeFile(base.filePath(u"x/a.config.json"_qs), "{}");

@@ -60,15 +60,15 @@ private Q_SLOTS:
     void holderOfTurnIsNamed();
     void heirOfTurnIsNamed();
     void runThatSharesTurnIsNamed();
-    void turnIsTakenWhereLinkLeads();
-    void turnIsTakenByWhoSavesOnly_data();
-    void turnIsTakenByWhoSavesOnly();
-    void turnOfCallerIsSharedByWhatItStarts();
+    void turnIsTakenInFolderOfLinkTarget();
+    void onlySavingRunsTakeTurn_data();
+    void onlySavingRunsTakeTurn();
+    void turnOfCallerIsSharedByItsChildren();
     void editsThatShareTurnAreAllKept();
     void locksOfOthersStayAsTheyAre_data();
     void locksOfOthersStayAsTheyAre();
-    void saveWithoutLocksIsWarnedOf();
-    void saveInFolderThatCannotBeListedIsWarnedOf();
+    void saveWithoutLocksCausesWarning();
+    void saveInUnlistableFolderCausesWarning();
 };
 
 void tst_Turns::parallelEditsAreAllKept()
@@ -242,7 +242,7 @@ void tst_Turns::runThatSharesTurnIsNamed()
     QCOMPARE(first->finish(), done(u"changed; saved"_qs));
 }
 
-void tst_Turns::turnIsTakenWhereLinkLeads()
+void tst_Turns::turnIsTakenInFolderOfLinkTarget()
 {
     const LoneManifest file;
     const QTemporaryDir other;
@@ -256,7 +256,7 @@ void tst_Turns::turnIsTakenWhereLinkLeads()
     QCOMPARE(Program().run(editOf(link) + u" --wait 0"_qs).status, 1);
 }
 
-void tst_Turns::turnIsTakenByWhoSavesOnly_data()
+void tst_Turns::onlySavingRunsTakeTurn_data()
 {
     const Table<QString, int> row("commandLine", "status");
 
@@ -273,7 +273,7 @@ void tst_Turns::turnIsTakenByWhoSavesOnly_data()
     row("saved merge", u"merge manifest.json manifest.json new --save --wait 0"_qs, 1);
 }
 
-void tst_Turns::turnIsTakenByWhoSavesOnly()
+void tst_Turns::onlySavingRunsTakeTurn()
 {
     QFETCH(QString, commandLine);
     QFETCH(int, status);
@@ -290,7 +290,7 @@ void tst_Turns::turnIsTakenByWhoSavesOnly()
     QCOMPARE(everythingIn(place.path()).size(), 2);
 }
 
-void tst_Turns::turnOfCallerIsSharedByWhatItStarts()
+void tst_Turns::turnOfCallerIsSharedByItsChildren()
 {
     const LoneManifest file;
     const QString edit = u"'%1' set '%2' top key value --save --wait 0"_qs.arg(QStringLiteral(PROGRAM), file.path());
@@ -351,7 +351,7 @@ void tst_Turns::locksOfOthersStayAsTheyAre()
     QCOMPARE(locks(), state);
 }
 
-void tst_Turns::saveWithoutLocksIsWarnedOf()
+void tst_Turns::saveWithoutLocksCausesWarning()
 {
     const LoneManifest file;
     const ProgramRun run = Program().withFaultyCalls(u"lock %1"_qs.arg(EOPNOTSUPP)).run(editOf(file.path()));
@@ -363,7 +363,7 @@ void tst_Turns::saveWithoutLocksIsWarnedOf()
     QCOMPARE(file.content(), afterEdit());
 }
 
-void tst_Turns::saveInFolderThatCannotBeListedIsWarnedOf()
+void tst_Turns::saveInUnlistableFolderCausesWarning()
 {
     const LoneManifest file;
     chmod(qPrintable(file.folder()), 0333);

@@ -104,8 +104,8 @@ class tst_Definitions : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void gettersReturnSameStringForEver_data();
-    void gettersReturnSameStringForEver();
+    void gettersAlwaysReturnSameString_data();
+    void gettersAlwaysReturnSameString();
     void keysDiffer();
     void folderNameAndSchemeArePlainNames();
     void suffixesBeginWithDot();
@@ -115,7 +115,7 @@ private Q_SLOTS:
     void visitorIsReachedThroughItsBase();
 };
 
-void tst_Definitions::gettersReturnSameStringForEver_data()
+void tst_Definitions::gettersAlwaysReturnSameString_data()
 {
     QTest::addColumn<Getter>("getter");
     QTest::addColumn<QString>("text");
@@ -130,7 +130,7 @@ void tst_Definitions::gettersReturnSameStringForEver_data()
     addRows("value", values);
 }
 
-void tst_Definitions::gettersReturnSameStringForEver()
+void tst_Definitions::gettersAlwaysReturnSameString()
 {
     QFETCH(Getter, getter);
     QFETCH(QString, text);

@@ -145,15 +145,15 @@ private Q_SLOTS:
     void parentsComeFirstAndMembersInOrder();
     void valuesWithoutObjectsAreLeftAlone_data();
     void valuesWithoutObjectsAreLeftAlone();
-    void accumulatorIsHandedThrough_data();
-    void accumulatorIsHandedThrough();
+    void accumulatorIsPassedOn_data();
+    void accumulatorIsPassedOn();
     void editsReachDocument_data();
     void editsReachDocument();
     void addedMembersAreWalked();
     void removedMembersAreNotWalked();
     void replacedMembersAreWalkedInsteadOfOldOnes();
     void emptiedObjectIsWrittenBack();
-    void copiesOfDocumentStayAsTheyWere();
+    void copiesOfDocumentStayUnchanged();
     void untouchedDocumentKeepsItsData();
     void onlyPathToEditIsRewritten();
     void documentAsDeepAsQtParsesIsWalked();
@@ -221,7 +221,7 @@ void tst_JsonWalk::valuesWithoutObjectsAreLeftAlone()
     QCOMPARE(result, QJsonValue());
 }
 
-void tst_JsonWalk::accumulatorIsHandedThrough_data()
+void tst_JsonWalk::accumulatorIsPassedOn_data()
 {
     QTest::addColumn<QJsonValue>("accumulator");
     QTest::newRow("null") << QJsonValue();
@@ -230,7 +230,7 @@ void tst_JsonWalk::accumulatorIsHandedThrough_data()
     QTest::newRow("array") << QJsonValue(arrayFrom("[1]"));
 }
 
-void tst_JsonWalk::accumulatorIsHandedThrough()
+void tst_JsonWalk::accumulatorIsPassedOn()
 {
     QFETCH(const QJsonValue, accumulator);
     QJsonValue document = arrayFrom(R"([{"x":{}},{}])");
@@ -355,7 +355,7 @@ void tst_JsonWalk::emptiedObjectIsWrittenBack()
     QCOMPARE(document, QJsonValue(arrayFrom(R"([{},{"id":"b"}])")));
 }
 
-void tst_JsonWalk::copiesOfDocumentStayAsTheyWere()
+void tst_JsonWalk::copiesOfDocumentStayUnchanged()
 {
     const QJsonArray before = arrayFrom(R"([{"id":"a","m":[{"id":"m"}]}])");
     QJsonValue document = before;
