@@ -466,10 +466,10 @@ public:
      * Sorts the children of an element, or the top level, into the order of a list of names.
      *
      * Names without an element are ignored. Every child must be named, but only their number is checked: a list that
-     * names one child twice and leaves out another is accepted. The first child is then duplicated and the other one is
-     * lost. Children that are not objects become empty objects. An element without children, also a selection, accepts
-     * any list of names. It gets an empty array of children, which replaces a value of another type. This counts as an
-     * edit.
+     * names one child twice and leaves out another is accepted. The child that is named twice is then duplicated, and
+     * the one that is left out is lost. Children that are not objects become empty objects. An element without
+     * children, also a selection, accepts any list of names. It gets an empty array of children, which replaces a value
+     * of another type. This counts as an edit.
      *
      * @param instancePath  names separated by "/"; empty names are kept. Empty for the top level.
      * @param instanceNames names of the children in the wanted order.
