@@ -142,9 +142,9 @@ public:
     /**
      * Whether an edit has been carried out since construction. Loading and saving do not reset it.
      *
-     * Edits without an effect count too: moving an element to its own position, replacing an element by an equal one,
-     * sorting that keeps the order, and edits of an array of the caller. So does an edit function that sets its flag,
-     * whatever it returns.
+     * These edits without an effect count too: moving an element to its own position, replacing an element by an equal
+     * one, and sorting that keeps the order. Edits of an array of the caller count, and so does an edit function that
+     * sets its flag, whatever it returns.
      *
      * @return true after the first such edit, for the rest of the handler's life.
      */
