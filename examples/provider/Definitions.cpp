@@ -54,7 +54,7 @@ DEFINE_TEXT(SystemInformationManagerRegistryDefinitions::UiJobValues::getUiJobOp
 DEFINE_TEXT(SystemInformationManagerRegistryDefinitions::getKeyModuleName, "moduleName")
 DEFINE_TEXT(SystemInformationManagerRegistryDefinitions::getKeyObjectName, "objectName")
 
-// Your keys of members that a selection has only if the description file gives them a valid value: a text or a list that
+// Your keys of members that a selection has only if the description file gives them a valid value: a text or list that
 // is not empty, or an integer from 0 up.
 DEFINE_TEXT(ConfigurationAndProcessDataDefinitions::getKeyDataPropertyBufferType, "bufferType")
 DEFINE_TEXT(ConfigurationAndProcessDataDefinitions::getKeyDataPropertyConnectorId, "connectorId")
