@@ -20,7 +20,7 @@ class ConfigurationStructureElementList;
  * | node             | for every folder with a selection below | see there; the items of the folder as "substructure" |
  *
  * Every array holds the items of one folder, in the order of ConfigurationStructureElementList. Hidden entries are
- * never included. A symbolic link counts as what it points to. A link that leads back up is not detected. Example, with
+ * never included. A symbolic link counts as what it points to. A link to a parent folder is not detected. Example, with
  * most members left out:
  *
  *     [{"instanceName":"main","selectionType":"Selection"},

@@ -142,9 +142,9 @@ public:
     /**
      * Whether an edit has been carried out since construction. Loading and saving do not reset it.
      *
-     * Edits without an effect count too: moving an element to its own position, replacing an element by an equal one,
-     * sorting that keeps the order, and edits of an array of the caller. So does an edit function that sets its flag,
-     * whatever it returns.
+     * These edits without an effect count too: moving an element to its own position, replacing an element by an equal
+     * one, and sorting that keeps the order. Edits of an array of the caller count, and so does an edit function that
+     * sets its flag, whatever it returns.
      *
      * @return true after the first such edit, for the rest of the handler's life.
      */
@@ -466,10 +466,10 @@ public:
      * Sorts the children of an element, or the top level, into the order of a list of names.
      *
      * Names without an element are ignored. Every child must be named, but only their number is checked: a list that
-     * names one child twice and leaves out another is accepted. The first child is then duplicated and the other one is
-     * lost. Children that are not objects become empty objects. An element without children, also a selection, accepts
-     * any list of names. It gets an empty array of children, which replaces a value of another type. This counts as an
-     * edit.
+     * names one child twice and leaves out another is accepted. The child that is named twice is then duplicated, and
+     * the one that is left out is lost. Children that are not objects become empty objects. An element without
+     * children, also a selection, accepts any list of names. It gets an empty array of children, which replaces a value
+     * of another type. This counts as an edit.
      *
      * @param instancePath  names separated by "/"; empty names are kept. Empty for the top level.
      * @param instanceNames names of the children in the wanted order.

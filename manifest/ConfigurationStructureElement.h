@@ -295,8 +295,8 @@ public:
     /**
      * Makes the object the node of a folder, from its folder description file.
      *
-     * The name is the name of the folder up to its first dot. A display position that the description lacks is kept. A
-     * description that cannot be read counts as empty.
+     * The name is the name of the folder up to its first dot. If the description has no valid display position,
+     * getDisplayPosition() does not change. A description that cannot be read counts as empty.
      *
      * @param entry the folder.
      *
@@ -306,7 +306,7 @@ public:
     /**
      * Makes the object a node from a description, in place of what it was.
      *
-     * A display position that the description lacks is kept.
+     * If the description has no valid display position, getDisplayPosition() does not change.
      *
      * @param description  the description, as in a folder description file.
      * @param instanceName name of the node, in place of the one in the description.
@@ -319,8 +319,8 @@ public:
      * Inserts the members of a selection into the object, from a description file.
      *
      * The name is the one in the description, or else the one that extractInstanceNameFromPath() derives for the folder
-     * of the scan. Other members that the object has are kept, and so is a display position that the description lacks.
-     * A description that cannot be read counts as empty.
+     * of the scan. Other members that the object has are kept. If the description has no valid display position,
+     * getDisplayPosition() does not change. A description that cannot be read counts as empty.
      *
      * @param entry the file.
      *
@@ -332,7 +332,8 @@ public:
     /**
      * Inserts the members of a selection into the object, from a description.
      *
-     * Other members that the object has are kept, and so is a display position that the description lacks.
+     * Other members that the object has are kept. If the description has no valid display position,
+     * getDisplayPosition() does not change.
      *
      * @param description  the description, as in a description file.
      * @param instanceName name of the selection when the description has none.

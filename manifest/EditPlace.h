@@ -84,7 +84,8 @@ public:
     /**
      * Changes the array that was found. May be called only once.
      *
-     * @param array          the array in which the search began. Unchanged when it has become too short meanwhile.
+     * @param array          the array in which the search began. When the change is in the children of one of its
+     *                       elements, nothing is changed if `array` has become too short for that element meanwhile.
      * @param changeSiblings called with the array to change.
      */
     void change(QJsonArray& array, const std::function<void(QJsonArray&)>& changeSiblings)

@@ -49,11 +49,13 @@ DEFINE_TEXT(SystemInformationManagerRegistryDefinitions::CloseModeValues::getMan
 DEFINE_TEXT(SystemInformationManagerRegistryDefinitions::getKeyUiJob, "uiJob")
 DEFINE_TEXT(SystemInformationManagerRegistryDefinitions::UiJobValues::getUiJobOpenConfiguration, "OpenConfiguration")
 
-// Your keys of the module and the object that own a selection. Loading stores their names in every selection.
+// Your keys of the module and the object that own a selection. Loading stores their names in every selection, except a
+// name that is empty.
 DEFINE_TEXT(SystemInformationManagerRegistryDefinitions::getKeyModuleName, "moduleName")
 DEFINE_TEXT(SystemInformationManagerRegistryDefinitions::getKeyObjectName, "objectName")
 
-// Your keys of members that a selection has only if the description file has them, with a value of the right type.
+// Your keys of members that a selection has only if the description file gives them a valid value: a text or list that
+// is not empty, or an integer from 0 up.
 DEFINE_TEXT(ConfigurationAndProcessDataDefinitions::getKeyDataPropertyBufferType, "bufferType")
 DEFINE_TEXT(ConfigurationAndProcessDataDefinitions::getKeyDataPropertyConnectorId, "connectorId")
 DEFINE_TEXT(ConfigurationAndProcessDataDefinitions::getKeyDataPropertyDependencyFile, "dependencyFile")
