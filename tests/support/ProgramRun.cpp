@@ -268,9 +268,11 @@ Program& Program::withFaultyCalls(const QString& faults)
     const QString options = environment.value(u"ASAN_OPTIONS"_qs) + u":verify_asan_link_order=0"_qs;
 #ifdef CROSS_COMPILED
     // The library is for the emulated machine, so the emulator itself must not load it.
-    with(u"QEMU_SET_ENV"_qs, QStringLiteral("LD_PRELOAD=" FAULTY_CALLS));
+    with(u"QEMU_SET_ENV"_qs, QStringLiteral("LD_PRELOAD=" FAULTY_CALLS ",LD_LIBRARY_PATH=" FAULTY_CALLS_FOLDER));
 #else
+    // A path in LD_PRELOAD would end at its first blank.
     with(u"LD_PRELOAD"_qs, QStringLiteral(FAULTY_CALLS));
+    with(u"LD_LIBRARY_PATH"_qs, QStringLiteral(FAULTY_CALLS_FOLDER));
 #endif
     return with(u"FAULTY_CALLS"_qs, faults).with(u"ASAN_OPTIONS"_qs, options);
 }
