@@ -49,7 +49,7 @@ ExitStatus complainAboutUsage(const QString& problem, const QString& helpWords)
 }
 
 // Qt's error text for a command line, without its full stop. For an unknown option it suggests the nearest one.
-QString problemOf(const QCommandLineParser& parser, const QStringList& knownOptions)
+QString problemOf(const QCommandLineParser& parser, const QStringList& knownOptions, QLatin1String advice)
 {
     const QString text = parser.errorText();
     QString problem = text.endsWith(QLatin1Char('.')) ? text.chopped(1) : text;
@@ -59,7 +59,7 @@ QString problemOf(const QCommandLineParser& parser, const QStringList& knownOpti
     }
     const QString nearest = nearestWord(unknown.constFirst(), knownOptions);
     return problem
-        % (nearest.isNull() ? QString(QLatin1String(" (put '--' before a value that begins with '-')"))
+        % (nearest.isNull() ? QString(advice)
                             : QString(QLatin1String(" (did you mean '--") % nearest % QLatin1String("'?)")));
 }
 
@@ -130,7 +130,9 @@ ExitStatus runCommand(const Command& command, const QStringList& words)
     QCommandLineParser parser;
     addOptions(parser, command);
     if (!parser.parse(arguments)) {
-        return complainAboutUsage(problemOf(parser, namesOf(command.options)), helpWords);
+        return complainAboutUsage(problemOf(parser, namesOf(command.options),
+                                      QLatin1String(" (put '--' before a value that begins with '-')")),
+            helpWords);
     }
     if (parser.isSet(helpOption())) {
         printText(helpOf(command));
@@ -157,7 +159,9 @@ ExitStatus runWithoutCommand(const QStringList& arguments)
     parser.addOption(helpOption());
     parser.addOption(versionOption());
     if (!parser.parse(arguments)) {
-        return complainAboutUsage(problemOf(parser, {QStringLiteral("help"), QStringLiteral("version")}), QString());
+        return complainAboutUsage(problemOf(parser, {QStringLiteral("help"), QStringLiteral("version")},
+                                      QLatin1String(" (options follow the command)")),
+            QString());
     }
     if (parser.isSet(helpOption())) {
         printText(overview());
@@ -189,7 +193,7 @@ bool isWithoutNames(const QString& path)
 
 ExitStatus complainAboutEmptyPath()
 {
-    complain(QStringLiteral("PATH is empty"));
+    complain(QStringLiteral("PATH contains no name"));
     return Trouble;
 }
 

@@ -10,7 +10,7 @@ ExitStatus runCommandLine(const QStringList& arguments);
 /// Returns whether a path contains no names: it is empty or consists of "/" only.
 bool isWithoutNames(const QString& path);
 
-/// Prints to standard error that PATH is empty, and returns Trouble.
+/// Prints to standard error that PATH contains no name, and returns Trouble.
 ExitStatus complainAboutEmptyPath();
 
 /// Prints to standard error that `word` is not a command, with a suggestion if there is a similar one, and returns

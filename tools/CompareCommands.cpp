@@ -104,12 +104,12 @@ QVector<Command> compareCommands()
     return {
         {QStringLiteral("check"), QStringLiteral("FILE"),
             QStringLiteral("Print what is wrong with the structure of a manifest. Each line says where, what, what to "
-                           "do about it and, in brackets, a word for the kind of finding that never changes. FILE may "
+                           "do about it and, in brackets, a fixed word for the kind of finding. FILE may "
                            "also be a folder, whose manifest is computed but not written, or - for standard input."),
             Options {folder} + options,
             {QStringLiteral("nothing is wrong and, with --folder, nothing has drifted"),
                 QStringLiteral("there are findings or drift, or the output could not be printed"),
-                QStringLiteral("wrong usage, or FILE or FOLDER cannot be read"), {}},
+                QStringLiteral("wrong usage, or FILE cannot be read or is no manifest, or FOLDER cannot be read"), {}},
             check},
         {QStringLiteral("diff"), QStringLiteral("OLD NEW"),
             QStringLiteral(
@@ -120,7 +120,7 @@ QVector<Command> compareCommands()
             options,
             {QStringLiteral("there is no difference"),
                 QStringLiteral("there are differences, or the output could not be printed"),
-                QStringLiteral("wrong usage, or OLD or NEW cannot be read"), {}},
+                QStringLiteral("wrong usage, or OLD or NEW cannot be read or is no manifest"), {}},
             diff},
     };
 }

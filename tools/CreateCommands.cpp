@@ -131,7 +131,8 @@ private:
     {
         const Look& look = stored.read();
         if (!look.isThere() && look.error != ENOENT) {
-            complain(QLatin1String("cannot replace ") % printable(path) % QLatin1String(": ") % look.problem());
+            const QLatin1String verb(isSet("dry-run") || isSet("print") ? "cannot read " : "cannot replace ");
+            complain(verb % printable(path) % QLatin1String(": ") % look.problem());
             return false;
         }
         setPrevious(look.isThere(), look.content);

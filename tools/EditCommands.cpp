@@ -131,8 +131,8 @@ ExitStatus remove(const QCommandLineParser& arguments)
     const bool removed = manifest.handler().deleteElement(path, false);
     QJsonObject other;
     if (removed && findToEdit(manifest, path, other)) {
-        complain(QLatin1String("only the first element that answers to ") % quoted(path)
-            % QLatin1String(" is deleted; another one remains"));
+        complain(QLatin1String("several elements answer to ") % quoted(path)
+            % QLatin1String("; delete removes only the first one"));
     }
     return finish(manifest, removed, path, QString(), Loss::IsIntended);
 }
@@ -239,14 +239,18 @@ ExitStatus ofElement(const QCommandLineParser& arguments)
 QVector<Command> editCommands()
 {
     const Option index {QStringLiteral("index"), QStringLiteral("N"),
-        QStringLiteral("Position among the siblings; the first is 0. By default, the element is added at the end."),
+        QStringLiteral("Position among the siblings; the first is 0. By default, and out of range, the element is "
+                       "added at the end."),
         {}};
     const Option replaceSubstructure {QStringLiteral("replace-substructure"), {},
         QStringLiteral("Replace the children by those of the description."), {}};
     const Options edit = saveOptions();
     const Options value = edit + Options {jsonOption()};
     const Options add = edit + Options {descriptionOption(), index};
-    const Options replace = edit + Options {descriptionOption()};
+    Option element = descriptionOption();
+    element.description =
+        QStringLiteral("JSON file with the complete new element, as get prints it; - for standard input. Required.");
+    const Options replace = edit + Options {element};
     const ExitMeanings exits = editExits();
     return {
         {QStringLiteral("set"), QStringLiteral("FILE PATH KEY VALUE"),
@@ -272,12 +276,14 @@ QVector<Command> editCommands()
             QStringLiteral("Move a selection to a position among its siblings; the first is 0."), edit, exits,
             ofElement<moveTo<&Handler::moveSelection>>},
         {QStringLiteral("update-node"), QStringLiteral("FILE PATH"),
-            QStringLiteral("Replace a node by the description. The node keeps its children."),
+            QStringLiteral("Replace a node by the element in the description. It keeps the children of the node."),
             replace + Options {replaceSubstructure}, exits, ofElement<updateNode>},
         {QStringLiteral("update-selection"), QStringLiteral("FILE PATH"),
-            QStringLiteral("Replace a selection by the description."), replace, exits, ofElement<updateSelection>},
+            QStringLiteral("Replace a selection by the element in the description."), replace, exits,
+            ofElement<updateSelection>},
         {QStringLiteral("sort"), QStringLiteral("FILE PATH NAME..."),
-            QStringLiteral("Put the children of an element, or the top level for an empty PATH, into the given order."),
+            QStringLiteral("Put the children of an element, or the top level for an empty PATH, into the given order. "
+                           "NAME is the last segment of a path, as list --paths prints it. Every child must be named."),
             edit, exits, sort},
         {QStringLiteral("stamp"), QStringLiteral("FILE"), QStringLiteral("Stamp every selection with the given names."),
             edit, exits, stamp},

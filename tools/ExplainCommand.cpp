@@ -347,7 +347,7 @@ QVector<Command> explainCommands()
                 "given; and ignored, with the keys of the description that have no effect."),
             schemeOptions(QStringLiteral("Explain the manifest of SCHEME.")) + Options {json},
             {QStringLiteral("the entries are explained"),
-                QStringLiteral("PATH leads nowhere, which is explained, or the output could not be printed"),
+                QStringLiteral("PATH or FILE leads nowhere, which is explained, or the output could not be printed"),
                 QStringLiteral("wrong usage, or FOLDER cannot be read"), {}},
             explainWhat},
     };

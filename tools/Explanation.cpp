@@ -745,7 +745,7 @@ private:
             findReasonWithoutStatus(path, error, entry);
         } else if (const QString reason = refusalOf(entry.path); !reason.isNull()) {
             is(leadsBack(*status) ? Absence::LoopingLink : Absence::NoFile,
-                reason % QLatin1String("; no manifest is created while it is there"));
+                QLatin1String("it ") % reason % QLatin1String("; no manifest is created while it is there"));
         } else if (S_ISDIR(status->st_mode)) {
             findReasonOfFolder(path, *status, entry);
         } else if (!S_ISREG(status->st_mode)) {
@@ -787,7 +787,7 @@ private:
                 % QLatin1String("; no manifest is created while it is there");
         } else if (leadsBack(status)) {
             entry.absence = Absence::LoopingLink;
-            entry.reason = QStringLiteral("leads back to a folder that contains it");
+            entry.reason = QStringLiteral("it leads back to a folder that contains it");
         } else if (!mayBeListed(path)) {
             entry.absence = Absence::Unreadable;
             entry.reason = qt_error_string(errno);

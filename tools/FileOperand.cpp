@@ -16,7 +16,8 @@ constexpr int mostBytes = 1 << 30;
 
 QString cannotRead(const QString& path, const QString& reason)
 {
-    return QLatin1String("cannot read ") % printable(path) % QLatin1String(": ") % reason;
+    return QLatin1String("cannot read ") % (path.isEmpty() ? QStringLiteral("''") : printable(path))
+        % QLatin1String(": ") % reason;
 }
 
 bool isStream(mode_t mode)

@@ -50,7 +50,8 @@ const QLatin1String purpose("create and maintain configuration manifests");
 const QLatin1String turns(
     "Runs of the program that save take turns: from load to save, each holds an exclusive lock (flock(2)) on the "
     "folder that contains the manifest, after following symbolic links. Scripts take part with 'flock FOLDER COMMAND'. "
-    "Immediately before saving, the program reads the manifest again and does not overwrite one that has changed.");
+    "Immediately before saving, the program reads the manifest again and, without --overwrite, refuses to replace one "
+    "that has changed.");
 
 // `text` in lines of at most `width` characters, each indented by `indent` blanks.
 QString wrapped(const QString& text, int indent)
@@ -305,8 +306,8 @@ QString shortOverview()
 
 QString helpOf(const Command& command)
 {
-    return QLatin1String("Usage: ") + programName() + QLatin1String(" [options] ") + commandLine(command)
-        + QLatin1Char('\n') + wrapped(command.description, 0) + QLatin1String("\n\nOptions:")
+    return QLatin1String("Usage: ") + programName() + QLatin1Char(' ') + command.name + QLatin1String(" [OPTIONS] ")
+        + command.syntax + QLatin1Char('\n') + wrapped(command.description, 0) + QLatin1String("\n\nOptions:")
         + optionLines(command.options) + QLatin1String("\n\nExit status:") + statusLines(meaningsOf(command.exits));
 }
 
@@ -321,7 +322,10 @@ QByteArray manualPage()
             "\n.SH DESCRIPTION\n"
             "A configuration manifest is one JSON document that says, as a tree, which description files a "
             "configuration\nfolder holds, how sub\\-folders group them, in which order they are shown and under which "
-            "instance names they\nare addressed. A PATH consists of those names, separated by \"/\".\nAn empty PATH is "
+            "instance names they\nare addressed. A PATH leads from the top level down to an element by their last "
+            "segments, separated "
+            "by \"/\",\nas show \\-\\-paths prints it. Queries ignore empty names in it; edits do not. An empty PATH "
+            "is "
             "the top level for show, list, count, sort and explain, and wrong usage for all other commands.\nA PATH "
             "that has nothing but \"/\" is always wrong usage.\n.PP\n"
             "Results go to standard output, messages to standard error. An edit is saved only with ")

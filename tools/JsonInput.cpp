@@ -62,7 +62,7 @@ bool readNumber(const QString& text, int& number)
     bool isNumber = false;
     number = text.toInt(&isNumber);
     if (!isNumber) {
-        complain(QLatin1Char('\'') % printable(text) % QLatin1String("' is not a whole number"));
+        complain(QLatin1Char('\'') % printable(text) % QLatin1String("' is not a whole number, or is too large"));
     }
     return isNumber;
 }

@@ -286,7 +286,7 @@ QVector<Command> mergeCommands()
                 "it. Otherwise the changes in MINE are printed, as by diff, or the result with --print. The module and "
                 "object names in MINE stay."),
             options,
-            {QStringLiteral("the merge applies; with --save, the result is saved"),
+            {QStringLiteral("the merge applies and, with --save alone, is saved"),
                 QStringLiteral("there are undecided conflicts; or the result was refused, could not be saved or was "
                                "overtaken by another process; or, with --keep-base, the base could not be written; or "
                                "nothing was to be saved and the output could not be printed"),

@@ -104,7 +104,9 @@ Options saveOptions()
 Option saveOption()
 {
     return {QStringLiteral("save"), {},
-        QStringLiteral("Save the result. Without this option, the file stays as it is."), {}};
+        QStringLiteral(
+            "Save the result, unless --dry-run or --print is given. Without this option, the file stays as it is."),
+        {}};
 }
 
 Option printOption()
@@ -115,13 +117,14 @@ Option printOption()
 ExitMeanings queryExits()
 {
     return {QStringLiteral("the answer is printed"),
-        QStringLiteral("there is no such element or key, or the output could not be printed"),
+        QStringLiteral(
+            "there is no such element or key, or its children are not an array, or the output could not be printed"),
         QStringLiteral("wrong usage, or FILE cannot be read or is no manifest"), {}};
 }
 
 ExitMeanings editExits()
 {
-    return {QStringLiteral("the edit applies; with --save, it is saved"),
+    return {QStringLiteral("the edit applies and, with --save alone, is saved"),
         QStringLiteral("the edit does not apply, was refused, could not be saved or was overtaken by another process; "
                        "or nothing was to be saved and the output could not be printed"),
         QStringLiteral("wrong usage, or a problem with FILE, a value or a description"),
@@ -193,11 +196,9 @@ bool takeTurn(Turn& turn, const QString& manifestPath, int secondsToWait)
         break;
     }
     const QString holder = turn.holder();
-    complain((holder.isNull()
-                     ? QString(QLatin1String("the folder ") % printable(turn.folder()) % QLatin1String(" is locked;"))
-                     : QString(QLatin1String("another process is saving in ") % printable(turn.folder())
-                         % QLatin1String(": ") % printable(holder) % QLatin1String(" holds the lock;")))
-        % QStringLiteral(" gave up after %1 s").arg(secondsToWait));
+    complain(QLatin1String("the folder ") % printable(turn.folder()) % QLatin1String(" is locked")
+        % (holder.isNull() ? QString() : QString(QLatin1String(" by ") % printable(holder)))
+        % QStringLiteral("; gave up after %1 s").arg(secondsToWait));
     return false;
 }
 
@@ -371,7 +372,7 @@ bool OpenManifest::doesDamage(Loss loss) const
         }
     }
     if (loss == Loss::IsDamageAndSoIsGain && damages.isEmpty() && !isPermutation(originalManifest, now)) {
-        damages.append(QStringLiteral("elements would be lost or doubled, not only put into another order"));
+        damages.append(QStringLiteral("the result would not be the same elements in another order"));
     }
     for (const QString& damage : qAsConst(damages)) {
         complain(printable(damage));
@@ -413,7 +414,7 @@ ExitStatus OpenManifest::refuse() const
     if (isForced()) {
         return Done;
     }
-    complain(QStringLiteral("the edit is refused; --force applies it anyway"));
+    complain(QStringLiteral("the change is refused; --force applies it anyway"));
     return NotDone;
 }
 

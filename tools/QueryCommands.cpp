@@ -46,7 +46,7 @@ ExitStatus list(const QCommandLineParser& arguments)
     const TreeElements tree = treeOf(manifest.handler().getManifestJsonArray());
     const TreeElement* const parent = elementAt(tree, path);
     if (parent != nullptr && parent->kind == TreeElement::Kind::Selection && parent->children.empty()) {
-        complain(QLatin1Char('\'') % printable(path) % QLatin1String("' is a selection, it has no children"));
+        complain(QLatin1Char('\'') % printable(path) % QLatin1String("' is a selection and has no children"));
     }
     const TreeElements& children = parent == nullptr ? tree : parent->children;
     if (arguments.isSet(elementsAsJsonOption().name)) {

@@ -130,7 +130,9 @@ int causeOfFailure(const QString& path, const QByteArray& content)
     if (isThere && isMountPoint(file)) {
         return EBUSY;
     }
-    return isTooLong(file, folder) ? ENAMETOOLONG : probe(folder, content);
+    const int error = isTooLong(file, folder) ? ENAMETOOLONG : probe(folder, content);
+    // Without any other cause, a link that leads nowhere is one.
+    return error == 0 && !isThere && QFileInfo(path).isSymLink() ? ENOENT : error;
 }
 
 QString causeAsText(const QString& path, const QByteArray& content)

@@ -432,7 +432,7 @@ private:
         if (goesOn()) {
             leftOut->append({relativePath, reason});
         } else {
-            scan.refusal = relativePath % QLatin1String(": ") % reason;
+            scan.refusal = relativePath % QLatin1String(": it ") % reason;
         }
         return false;
     }

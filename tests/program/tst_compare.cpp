@@ -365,7 +365,7 @@ void tst_Compare::mergeWithWhatCannotBeReadIsRefused()
     QVERIFY2(
         refused.errors.endsWith(
             "configuration-manifest: folder could not be read completely, and what is missing would count as removed\n"
-            "configuration-manifest: the edit is refused; --force applies it anyway\n"),
+            "configuration-manifest: the change is refused; --force applies it anyway\n"),
         refused.errors.constData());
     QCOMPARE(stateOf(place.path(u"mine"_qs)), before);
     QCOMPARE(program.run(u"merge base mine folder --force"_qs).status, 0);
@@ -448,7 +448,7 @@ void tst_Compare::mergeThatRemovesNearlyEverythingIsRefused()
     const ProgramRun run = place.run(u"merge base mine new --save --keep-base "_qs + option);
     QCOMPARE(run.status, 1);
     QVERIFY2(run.output.endsWith("; not saved\n"), run.output.constData());
-    QVERIFY2(run.errors.endsWith("the edit is refused; --force applies it anyway\n"), run.errors.constData());
+    QVERIFY2(run.errors.endsWith("the change is refused; --force applies it anyway\n"), run.errors.constData());
     QCOMPARE(stateOf(place.path(u"mine"_qs)), before);
     QCOMPARE(everythingIn(place.path()).size(), 3);
 
@@ -661,7 +661,7 @@ void tst_Compare::mergeThatAddsFindingIsRefused()
     const FileState before = stateOf(place.path(u"mine"_qs));
     const QByteArray removal = "removed: selection 'n/a'\nmerged: 0 added, 1 removed, 0 changed; ";
     const QByteArray complaints = "configuration-manifest: 'n' is a node without children\n"
-                                  "configuration-manifest: the edit is refused; --force applies it anyway\n";
+                                  "configuration-manifest: the change is refused; --force applies it anyway\n";
     QCOMPARE(
         place.run(u"merge base mine new --save --keep-base"_qs), (ProgramRun {1, removal + "not saved\n", complaints}));
     QCOMPARE(place.run(u"merge base mine new --print"_qs), (ProgramRun {1, {}, complaints}));

@@ -421,7 +421,8 @@ void tst_Create::descriptionThatIsDeviceIsRefused()
     for (const QString& option : {QString(), u" --dry-run"_qs, u" --print"_qs}) {
         const ProgramRun run = place.run(u"create-folder folder"_qs + option);
         QCOMPARE(run.status, 2);
-        QVERIFY2(run.errors.endsWith("configuration-manifest: cannot read folder/sub/page.config.json: is a device\n"),
+        QVERIFY2(
+            run.errors.endsWith("configuration-manifest: cannot read folder/sub/page.config.json: it is a device\n"),
             run.errors.constData());
     }
     QCOMPARE(everythingIn(place.path(u"folder"_qs)), QStringList(u"sub"_qs));

@@ -228,7 +228,7 @@ void tst_Edits::editThatDoesNotApplyFails_data()
     noElement("set, inner part", u"set manifest.json a/none/x key value"_qs, u"a/none"_qs);
     noElement("set, last part", u"set manifest.json a/none key value"_qs, u"a/none"_qs);
     noElement("set, below a selection", u"set manifest.json top/x key value"_qs, u"top/x"_qs);
-    row("set, empty path", u"set manifest.json '' key value"_qs, {}, misused(u"PATH is empty"_qs));
+    row("set, empty path", u"set manifest.json '' key value"_qs, {}, misused(u"PATH contains no name"_qs));
     noElement("set, empty name", u"set manifest.json a//first key value"_qs, u"a/"_qs);
     noElement("set, empty name first", u"set manifest.json /a key value"_qs, QString());
     noElement("update", u"update manifest.json a/none key value"_qs, u"a/none"_qs);

@@ -219,7 +219,7 @@ void tst_Explain::everyAbsenceHasItsReason_data()
             makeLink(folder.path(), folder.path(u"x/up"_qs));
         },
         u"x/up"_qs,
-        u"looping-link: leads back to a folder that contains it; no manifest is created while it is there"_qs);
+        u"looping-link: it leads back to a folder that contains it; no manifest is created while it is there"_qs);
     row(
         "pipe", [](const Folder& folder) { makePipe(folder.path(u"a.config.json"_qs)); }, u"a.config.json"_qs,
         u"no-file: it is a pipe"_qs);
@@ -232,13 +232,13 @@ void tst_Explain::everyAbsenceHasItsReason_data()
     row(
         "device for a description",
         [](const Folder& folder) { makeLink(u"/dev/zero"_qs, folder.path(u"a.config.json"_qs)); }, u"a.config.json"_qs,
-        u"no-file: is a device; no manifest is created while it is there"_qs);
+        u"no-file: it is a device; no manifest is created while it is there"_qs);
     const Preparer deviceForFolder = [](const Folder& folder) {
         folder.add(u"x/a.config.json"_qs);
         makeLink(u"/dev/zero"_qs, folder.path(u"x/Folder.menu.json"_qs));
     };
     row("device for a description of a folder", deviceForFolder, u"x/Folder.menu.json"_qs,
-        u"no-file: is a device; no manifest is created while it is there"_qs);
+        u"no-file: it is a device; no manifest is created while it is there"_qs);
     row("folder of such a description", deviceForFolder, u"x"_qs,
         u"not-reached: 'x/Folder.menu.json' is a device; no manifest is created while it is there"_qs);
     row("beside such a description", deviceForFolder, u"x/a.config.json"_qs,
@@ -731,7 +731,7 @@ void tst_Explain::troubleIsTrouble_data()
     row("no such folder", u"nowhere"_qs, "cannot read nowhere: No such file or directory");
     row("no folder", u"file"_qs, "cannot read file: it is not a folder");
     row("may not be read", u"closed"_qs, "cannot read closed: Permission denied");
-    row("nothing but slashes", u"open //"_qs, "PATH is empty");
+    row("nothing but slashes", u"open //"_qs, "PATH contains no name");
     row("too much given", u"open a b"_qs, "explain takes FOLDER [PATH|FILE]; see ");
 }
 

@@ -34,7 +34,7 @@ Help helpOf(const QString& command)
 {
     const QString text = QString::fromUtf8(Program().run(u"help "_qs + command).output);
     Help help;
-    help.syntax = text.section(u'\n', 0, 0).section(command + u' ', 1).trimmed();
+    help.syntax = text.section(u'\n', 0, 0).section(command + u" [OPTIONS] "_qs, 1).trimmed();
     static const QRegularExpression option(u"^  (--[^\\n]+)"_qs, QRegularExpression::MultilineOption);
     for (auto matches = option.globalMatch(text); matches.hasNext();) {
         help.options.append(matches.next().captured(1));

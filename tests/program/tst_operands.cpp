@@ -101,9 +101,9 @@ void tst_Operands::fileThatCannotBeReadIsTrouble_data()
     rows("standard input to save to", u"-"_qs, u"cannot save to standard input: MINE has to be a file"_qs,
         {u"merge manifest.json %1 manifest.json --save"_qs});
     rows("folder without entries", u"void"_qs, u"cannot read %1: the folder holds no visible entry"_qs, comparisons);
-    rows("folder that leads back", u"loop"_qs, u"cannot read %1/in: leads back to a folder that contains it"_qs,
+    rows("folder that leads back", u"loop"_qs, u"cannot read %1/in: it leads back to a folder that contains it"_qs,
         comparisons);
-    rows("folder with a pipe", u"pipes"_qs, u"cannot read %1/in/Folder.menu.json: is a pipe"_qs, comparisons);
+    rows("folder with a pipe", u"pipes"_qs, u"cannot read %1/in/Folder.menu.json: it is a pipe"_qs, comparisons);
     rows("missing folder to check with", u"none"_qs, u"cannot read %1: there is no such folder"_qs,
         {u"check manifest.json --folder %1"_qs});
     rows("file to check with", u"manifest.json"_qs, u"cannot read %1: it is not a folder"_qs,

@@ -183,7 +183,7 @@ void tst_Queries::listOfSelectionSaysThatItHasNoChildren()
 {
     const LoneManifest file;
     QCOMPARE(file.run(u"list manifest.json a/first"_qs),
-        (ProgramRun {0, QByteArray(), "configuration-manifest: 'a/first' is a selection, it has no children\n"}));
+        (ProgramRun {0, QByteArray(), "configuration-manifest: 'a/first' is a selection and has no children\n"}));
 }
 
 void tst_Queries::getPrintsElementAsJson()

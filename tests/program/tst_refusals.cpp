@@ -5,7 +5,7 @@
 
 namespace {
 
-const QByteArray refused = "configuration-manifest: the edit is refused; --force applies it anyway\n";
+const QByteArray refused = "configuration-manifest: the change is refused; --force applies it anyway\n";
 
 QByteArray complaint(const QString& text)
 {
@@ -202,7 +202,8 @@ void tst_Refusals::deletionOfOneOfSeveralIsReported()
     const Program program = file.program();
     QCOMPARE(program.run(u"delete manifest.json twin --save"_qs),
         (ProgramRun {0, "changed; saved\n",
-            complaint(u"only the first element that answers to 'twin' is deleted; another one remains"_qs)}));
+            complaint(u"several elements answer to 'twin'; delete removes only the first one"_qs)}));
+    QCOMPARE(program.run(u"get manifest.json twin first"_qs), failed(u"'twin' has no key 'first'"_qs));
     QCOMPARE(program.run(u"delete manifest.json twin --save"_qs), done(u"changed; saved"_qs));
     QCOMPARE(program.run(u"delete manifest.json twin --save"_qs), failed(u"there is no element 'twin'"_qs));
 }

@@ -640,11 +640,11 @@ void tst_Tree::unreadableFolderIsDamage()
 void tst_Tree::deviceIsRefusedUnread_data()
 {
     const Table<QString, QString, QString> row("name", "target", "refusal");
-    row("endless device", u"x/a.config.json"_qs, u"/dev/zero"_qs, u"x/a.config.json: is a device"_qs);
-    row("description of a folder", u"x/Folder.menu.json"_qs, u"/dev/zero"_qs, u"x/Folder.menu.json: is a device"_qs);
+    row("endless device", u"x/a.config.json"_qs, u"/dev/zero"_qs, u"x/a.config.json: it is a device"_qs);
+    row("description of a folder", u"x/Folder.menu.json"_qs, u"/dev/zero"_qs, u"x/Folder.menu.json: it is a device"_qs);
     // Opening a pipe for reading waits for a writer.
-    row("pipe", u"a.config.json"_qs, {}, u"a.config.json: is a pipe"_qs);
-    row("pipe describing a folder", u"x/Folder.menu.json"_qs, {}, u"x/Folder.menu.json: is a pipe"_qs);
+    row("pipe", u"a.config.json"_qs, {}, u"a.config.json: it is a pipe"_qs);
+    row("pipe describing a folder", u"x/Folder.menu.json"_qs, {}, u"x/Folder.menu.json: it is a pipe"_qs);
 }
 
 void tst_Tree::deviceIsRefusedUnread()
@@ -683,7 +683,7 @@ void tst_Tree::linkThatLeadsBackIsRefused_data()
 {
     const Table<QString, QString, QString> row("target", "path", "refusal");
     const auto leadsBack = [](const QString& path) -> QString {
-        return path + u": leads back to a folder that contains it"_qs;
+        return path + u": it leads back to a folder that contains it"_qs;
     };
     row("to its own folder", u"x"_qs, u"x/up"_qs, leadsBack(u"x/up"_qs));
     row("to the scanned folder", u"."_qs, u"x/y/up"_qs, leadsBack(u"x/y/up"_qs));

@@ -130,8 +130,7 @@ void tst_Usage::helpOfCommandNamesItsArgumentsAndOptions()
     QCOMPARE(run.status, 0);
     QCOMPARE(run.errors, QByteArray());
     const QString usage = linesOf(run.output).constFirst();
-    QVERIFY2(
-        usage.startsWith(u"Usage: "_qs) && usage.endsWith(u" [options] %1 %2"_qs.arg(name, syntax)), qPrintable(usage));
+    QCOMPARE(usage, u"Usage: configuration-manifest %1 [OPTIONS] %2"_qs.arg(name, syntax));
     static const QRegularExpression option(u"^  (?:-h, )?--([a-z-]+)"_qs, QRegularExpression::MultilineOption);
     QStringList named;
     for (auto matches = option.globalMatch(QString::fromUtf8(run.output)); matches.hasNext();) {
@@ -208,7 +207,8 @@ void tst_Usage::wrongUsageAndFailureDifferInStatus_data()
     add("empty command", u"''", u"unknown command ''"_qs + see());
     add("unknown command", u"display manifest.json", u"unknown command 'display'"_qs + see());
     add("command in capitals", u"SHOW manifest.json", u"unknown command 'SHOW' (did you mean 'show'?)"_qs + see());
-    add("option before the command", u"--save stamp manifest.json", u"Unknown option 'save'"_qs + before + see());
+    add("option before the command", u"--save stamp manifest.json",
+        u"Unknown option 'save' (options follow the command)"_qs + see());
     add("option of another command", u"show manifest.json --save",
         u"Unknown option 'save'"_qs + before + see(u" show"_qs));
     add("version of a command", u"show manifest.json --version",
@@ -219,11 +219,14 @@ void tst_Usage::wrongUsageAndFailureDifferInStatus_data()
     add("value of an option that takes none", u"stamp manifest.json --save=yes",
         u"Unexpected value after '--save'"_qs + see(u" stamp"_qs));
 
-    add("index is a word", u"add-node manifest.json b --index first", u"'first' is not a whole number"_qs);
-    add("index is a fraction", u"add-node manifest.json b --index 1.0", u"'1.0' is not a whole number"_qs);
-    add("index is empty", u"add-selection manifest.json b --index ''", u"'' is not a whole number"_qs);
-    add("index is too large", u"move-node manifest.json spare 2147483648", u"'2147483648' is not a whole number"_qs);
-    add("index has a tail", u"move-selection manifest.json top 1x", u"'1x' is not a whole number"_qs);
+    add("index is a word", u"add-node manifest.json b --index first",
+        u"'first' is not a whole number, or is too large"_qs);
+    add("index is a fraction", u"add-node manifest.json b --index 1.0",
+        u"'1.0' is not a whole number, or is too large"_qs);
+    add("index is empty", u"add-selection manifest.json b --index ''", u"'' is not a whole number, or is too large"_qs);
+    add("index is too large", u"move-node manifest.json spare 2147483648",
+        u"'2147483648' is not a whole number, or is too large"_qs);
+    add("index has a tail", u"move-selection manifest.json top 1x", u"'1x' is not a whole number, or is too large"_qs);
     add("negative index looks like an option", u"move-node manifest.json spare -1",
         u"Unknown option '1'"_qs + before + see(u" move-node"_qs));
     add("no description of a node", u"update-node manifest.json a", u"--description is missing"_qs);
@@ -233,9 +236,10 @@ void tst_Usage::wrongUsageAndFailureDifferInStatus_data()
     add("removing a value", u"rewrite manifest.json top key value --remove --save", u"--remove takes no VALUE"_qs);
     add("overwriting without a value", u"rewrite manifest.json top key", u"VALUE is missing"_qs);
     add("adding without a value", u"rewrite manifest.json top key --add", u"VALUE is missing"_qs);
-    add("before the file is looked for", u"move-node none.json a first", u"'first' is not a whole number"_qs);
+    add("before the file is looked for", u"move-node none.json a first",
+        u"'first' is not a whole number, or is too large"_qs);
     add("depth of nothing", u"show manifest.json --depth 0", u"--depth takes 1 or more"_qs);
-    add("depth is a word", u"show manifest.json --depth all", u"'all' is not a whole number"_qs);
+    add("depth is a word", u"show manifest.json --depth all", u"'all' is not a whole number, or is too large"_qs);
     add("nobody to decide", u"merge a b c --prefer both", u"--prefer takes 'mine' or 'new'"_qs);
     add("nothing to decide", u"merge a b c --prefer ''", u"--prefer takes 'mine' or 'new'"_qs);
 
@@ -247,8 +251,8 @@ void tst_Usage::wrongUsageAndFailureDifferInStatus_data()
             row(qPrintable(QString(QLatin1String(name) + u", "_qs + command)), command + u" --wait="_qs + value,
                 complaint);
         };
-        wait("wait is a word", u"long"_qs, u"'long' is not a whole number"_qs);
-        wait("wait is a fraction", u"0.5"_qs, u"'0.5' is not a whole number"_qs);
+        wait("wait is a word", u"long"_qs, u"'long' is not a whole number, or is too large"_qs);
+        wait("wait is a fraction", u"0.5"_qs, u"'0.5' is not a whole number, or is too large"_qs);
         wait("wait is negative", u"-1"_qs, seconds);
         wait("wait is too long", u"1000001"_qs, seconds);
     }
@@ -347,11 +351,11 @@ void tst_Usage::emptyPathIsWrongUsage()
     const Program program = file.program().reading("{}");
     const QString commandLine = command + u" manifest.json %1 "_qs + rest;
     for (const QString& path : {u"/"_qs, u"//"_qs}) {
-        QCOMPARE(program.run(commandLine.arg(path)), misused(u"PATH is empty"_qs));
+        QCOMPARE(program.run(commandLine.arg(path)), misused(u"PATH contains no name"_qs));
     }
     const ProgramRun run = program.run(commandLine.arg(u"''"_qs));
     if (!takesTopLevel) {
-        QCOMPARE(run, misused(u"PATH is empty"_qs));
+        QCOMPARE(run, misused(u"PATH contains no name"_qs));
     } else {
         QVERIFY(run.status != 2);
     }
