@@ -59,7 +59,7 @@
 class CONFIGURATION_MANIFEST_EXPORT ConfigurationManifestHandler {
 public:
     /**
-     * Key that holds the kind of an element. Stamping uses this copy of the library, not the imported getter.
+     * Key that holds the kind of an element. The library defines it itself: stamping does not use the imported getter.
      *
      * @return "selectionType".
      */
@@ -235,8 +235,8 @@ public:
      * @param[out] index        position of the element in `array`; -1 when there is none.
      * @return the element; an empty object when there is none.
      *
-     * Messages: none. "Found an empty instance name:" is reserved for a name without any segment and is never logged,
-     * because even an empty name has one segment.
+     * Messages: none. "Found an empty instance name:" would be logged for a name without segments, but even an empty
+     * name has one.
      *
      * Cost: reads the name of each element up to the one it finds.
      */

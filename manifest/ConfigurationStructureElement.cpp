@@ -254,7 +254,7 @@ void ConfigurationStructureElement::extractInstanceNameFromPath(
 }
 
 // Both readers try to open the file first and check whether `path` is a folder only when that fails. In a scan the
-// listing has already told files from folders.
+// list has already distinguished files and folders.
 
 void ConfigurationStructureElement::readFolderDescription(const QString& path, QJsonObject& description)
 {

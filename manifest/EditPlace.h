@@ -27,8 +27,8 @@
  */
 class EditPlace {
 public:
-    /// Finds the array to change: starts in `array` and enters the children of one element for each of the first
-    /// `levels` names.
+    /// Finds the array to change. Starts in `array`. Each of the first `levels` names leads to an element, whose
+    /// children are the next array.
     EditPlace(const ConfigurationManifestHandler& owner, const QJsonArray& array, const QStringList& names, int levels)
         : handler(owner)
         , end(array)

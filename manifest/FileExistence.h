@@ -5,8 +5,8 @@
 // Internal; not installed.
 
 /**
- * Returns whether the file of `file` exists, also while another process replaces it. QFile's member exists() returns
- * false when the old file loses its name during the call. The static QFile::exists() is not affected.
+ * Returns whether the file that `file` names exists, also while another process replaces it. QFile's member exists()
+ * returns false when the old file loses its name during the call. The static QFile::exists() is not affected.
  */
 inline bool fileExists(const QFile& file)
 {

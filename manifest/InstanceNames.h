@@ -75,7 +75,7 @@ public:
     /// Returns the first position of a name; -1 when there is none.
     int of(const QString& name) const
     {
-        // Position 0 sorts before all entries of the same name, so the first of them is found.
+        // No entry of the same name sorts before position 0, so the first of them is found.
         const Entry wanted(name, 0);
         const auto found = std::lower_bound(entries.begin(), entries.end(), wanted);
         return found != entries.end() && found->name == wanted.name ? found->position : -1;

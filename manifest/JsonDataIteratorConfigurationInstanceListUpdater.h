@@ -36,7 +36,7 @@ class CONFIGURATION_MANIFEST_EXPORT JsonDataIteratorConfigurationInstanceListUpd
     : public JsonDataIteratorObjectBase {
 public:
     /**
-     * Key of the instance name. The updater uses this copy of the library, not the imported getter.
+     * Key of the instance name. The library defines it itself: the updater does not use the imported getter.
      *
      * @return "instanceName".
      */

@@ -144,8 +144,8 @@ inline void keepOwnerAndPermissions(int descriptor, const QByteArray& path, cons
         mode &= ~group | (list.groupBits() & (mode & S_IRWXO) << 3);
         setMode(mode);
     }
-    // A process that may change the owner (CAP_CHOWN) but may not change files of others (CAP_FOWNER) may fail to
-    // rename the file, too. If setting the mode fails, it makes itself the owner again.
+    // A process may have the right to change owners (CAP_CHOWN) without the right to act as an owner (CAP_FOWNER). Then
+    // it can no longer set the mode of the file, and possibly not rename it. In that case it takes the file back.
     if (isTheSameFolder && old.st_uid != now.st_uid && !isSticky(folder) && setOwner(old.st_uid, sameGroup)
         && !setMode(mode)) {
         setOwner(now.st_uid, sameGroup);

@@ -213,7 +213,7 @@ ExitStatus sort(const QCommandLineParser& arguments)
         complain(otherReason % QLatin1String("the top level"));
         return NotDone;
     }
-    return finish(manifest, sorted, path, otherReason % quoted(path), Loss::IsDamageAndSoIsGain);
+    return finish(manifest, sorted, path, otherReason % quoted(path), Loss::IsDamageLikeAddition);
 }
 
 ExitStatus stamp(const QCommandLineParser& arguments)

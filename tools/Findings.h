@@ -78,7 +78,8 @@ QVector<Finding> addedToBoth(const QJsonArray& one, const QJsonArray& other, con
  *
  * @param edited positions of the elements that the edit was to change, from the top level down. Such an element is not
  *               lost as long as there is an element at its position. If an ancestor was edited too, the element at
- *               that position must also have the ancestor's instance name, and differ in one member at most.
+ *               that position must also have the ancestor's instance name, and differ from the old element in one
+ *               member at most.
  */
 TreeElements lostElements(const QJsonArray& before, const QJsonArray& after, const QVector<QVector<int>>& edited = {});
 

@@ -371,7 +371,7 @@ bool OpenManifest::doesDamage(Loss loss) const
             damages.append(describe(element) % QLatin1String(" would be lost"));
         }
     }
-    if (loss == Loss::IsDamageAndSoIsGain && damages.isEmpty() && !isPermutation(originalManifest, now)) {
+    if (loss == Loss::IsDamageLikeAddition && damages.isEmpty() && !isPermutation(originalManifest, now)) {
         damages.append(QStringLiteral("the result would not be the same elements in another order"));
     }
     for (const QString& damage : qAsConst(damages)) {

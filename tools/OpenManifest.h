@@ -43,12 +43,12 @@ bool readSaveWishes(const QCommandLineParser& arguments, SaveWishes& wishes, int
 /// another process all the time. If the folder cannot be locked, prints a warning and returns true.
 bool takeTurn(Turn& turn, const QString& manifestPath, int secondsToWait);
 
-/// How an edit is judged when elements of the manifest are missing afterwards.
+/// Whether an edit may remove elements of the manifest.
 enum class Loss {
     IsDamage,
     IsIntended,
-    /// The edit only changes the order of elements, so additional ones are damage as well.
-    IsDamageAndSoIsGain,
+    /// The edit may only change the order of elements: neither remove nor add any.
+    IsDamageLikeAddition,
 };
 
 /// The manifest that a command works on: its path, its handler, and how it is loaded and saved. If a function fails, it

@@ -12,7 +12,7 @@
 
 /// The file at a path and its content, at one point in time.
 struct Look {
-    /// The error number of an attempt to read the file; 0 if it was read or is not a regular file.
+    /// The error number of an attempt to read the file; 0 if it was read, and also if `kind` is set.
     int error = ENOENT;
     /// The reason why it is not a regular file, for example "it is a folder"; null otherwise.
     QString kind;

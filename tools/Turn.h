@@ -9,8 +9,8 @@
  *
  * The folder is locked because a save replaces the manifest by a new file. When the holder ends, for whatever reason,
  * the kernel releases the lock. No lock file is left behind. Other programs take part by flock(2) or flock(1). A
- * process that flock(1) has started inherits the turn. If several runs of this program inherit the same turn, they take
- * turns among themselves.
+ * process that flock(1) has started inherits its lock, and so has the turn. If several runs of this program inherit the
+ * same lock, they use locks of another kind to run one after the other.
  */
 class Turn {
 public:

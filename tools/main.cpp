@@ -14,8 +14,8 @@
 namespace {
 
 // If the caller has closed a standard stream, the next file that is opened gets its descriptor. If that is the
-// manifest, output would be written into it. So each missing stream is replaced by /dev/null, opened in the wrong
-// direction: using the stream is still an error.
+// manifest, output would be written into it. So each missing stream is replaced by /dev/null: an input opened for writing,
+// an output opened for reading, so that using it is still an error.
 void occupyClosedStreams()
 {
     for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {

@@ -18,7 +18,7 @@ struct Fault {
         Short = -1,
         /// The process is killed before the call.
         Killed = -2,
-        /// The file is gone before the call.
+        /// The file is removed before the call.
         Vanished = -3,
         /// stat() finds a file that has just been replaced: its link count is 0.
         Replaced = -4,

@@ -97,10 +97,10 @@ private Q_SLOTS:
 
     void missingNameOnPathIsSilentFailure_data();
     void missingNameOnPathIsSilentFailure();
-    void emptyNamesAreNames_data();
-    void emptyNamesAreNames();
-    void onlyDeletionLooksUpWholePath_data();
-    void onlyDeletionLooksUpWholePath();
+    void emptyNamesInPathsCount_data();
+    void emptyNamesInPathsCount();
+    void amongStructureEditsOnlyDeletionLooksUpWholePath_data();
+    void amongStructureEditsOnlyDeletionLooksUpWholePath();
     void childrenThatAreNotArrayCountAsNone_data();
     void childrenThatAreNotArrayCountAsNone();
 
@@ -657,7 +657,7 @@ void tst_ConfigurationManifestHandler_structure::missingNameOnPathIsSilentFailur
     checkEdit();
 }
 
-void tst_ConfigurationManifestHandler_structure::emptyNamesAreNames_data()
+void tst_ConfigurationManifestHandler_structure::emptyNamesInPathsCount_data()
 {
     addEditColumns();
     const auto tree = [](const QJsonArray& lowest) {
@@ -679,12 +679,12 @@ void tst_ConfigurationManifestHandler_structure::emptyNamesAreNames_data()
         {node(u"a"_qs), node(u""_qs, QJsonArray())});
 }
 
-void tst_ConfigurationManifestHandler_structure::emptyNamesAreNames()
+void tst_ConfigurationManifestHandler_structure::emptyNamesInPathsCount()
 {
     checkEdit();
 }
 
-void tst_ConfigurationManifestHandler_structure::onlyDeletionLooksUpWholePath_data()
+void tst_ConfigurationManifestHandler_structure::amongStructureEditsOnlyDeletionLooksUpWholePath_data()
 {
     addEditColumns();
     const QJsonObject whole = node(u"a/b"_qs, {node(u"c"_qs)});
@@ -699,7 +699,7 @@ void tst_ConfigurationManifestHandler_structure::onlyDeletionLooksUpWholePath_da
     addFailure("updateSelection", tree, updateSelection(path, node(u"d"_qs)), {nothingToReplace()});
 }
 
-void tst_ConfigurationManifestHandler_structure::onlyDeletionLooksUpWholePath()
+void tst_ConfigurationManifestHandler_structure::amongStructureEditsOnlyDeletionLooksUpWholePath()
 {
     checkEdit();
 }

@@ -127,8 +127,8 @@ private Q_SLOTS:
     void orderIsSelectionsBeforeNodesEachByPosition_data();
     void orderIsSelectionsBeforeNodesEachByPosition();
     void sortingPutsFilesBeforeFolders();
-    void instanceNameIsPathBelowRoot_data();
-    void instanceNameIsPathBelowRoot();
+    void instanceNameIsPathBelowRootUpToFirstDot_data();
+    void instanceNameIsPathBelowRootUpToFirstDot();
     void iconNameIsStringOrEmpty_data();
     void iconNameIsStringOrEmpty();
     void setIconNameReplacesAnyValue();
@@ -147,7 +147,7 @@ private Q_SLOTS:
     void selectionMembersFollowTheirRules();
     void selectionHoldsNothingButItsMembers();
     void messagesOfSelectionComeInOrderOfItsMembers();
-    void nothingGivenBecomesLeastSelection();
+    void emptyDescriptionBecomesMinimalSelection();
     void keysAreComparedCaseSensitively();
     void selectionOfFileIsNamedByItsDescriptionOrItsPath_data();
     void selectionOfFileIsNamedByItsDescriptionOrItsPath();
@@ -528,7 +528,7 @@ void tst_ConfigurationStructureElement::sortingPutsFilesBeforeFolders()
     QCOMPARE(order, expected);
 }
 
-void tst_ConfigurationStructureElement::instanceNameIsPathBelowRoot_data()
+void tst_ConfigurationStructureElement::instanceNameIsPathBelowRootUpToFirstDot_data()
 {
     QTest::addColumn<QString>("root");
     QTest::addColumn<QString>("file");
@@ -564,7 +564,7 @@ void tst_ConfigurationStructureElement::instanceNameIsPathBelowRoot_data()
     row("dot segments stay", "/data/cfg", "/data/cfg/./Net/../a.config.json", "./Net/../a");
 }
 
-void tst_ConfigurationStructureElement::instanceNameIsPathBelowRoot()
+void tst_ConfigurationStructureElement::instanceNameIsPathBelowRootUpToFirstDot()
 {
     QFETCH(QString, root);
     QFETCH(QString, file);
@@ -973,7 +973,7 @@ void tst_ConfigurationStructureElement::messagesOfSelectionComeInOrderOfItsMembe
     QCOMPARE(element.getDisplayPosition(), -1);
 }
 
-void tst_ConfigurationStructureElement::nothingGivenBecomesLeastSelection()
+void tst_ConfigurationStructureElement::emptyDescriptionBecomesMinimalSelection()
 {
     MessageRecorder log;
     const Element element(QJsonObject(), QString(), false);

@@ -284,8 +284,8 @@ private Q_SLOTS:
     void handlerNeverCreatesFile_data();
     void handlerNeverCreatesFile();
     void failedFirstSaveLeavesNothing();
-    void onlyMessageOfHandlerComesBeforeTemporaryFileIsRemoved_data();
-    void onlyMessageOfHandlerComesBeforeTemporaryFileIsRemoved();
+    void onlyHandlerReportsFailureBeforeTemporaryFileIsRemoved_data();
+    void onlyHandlerReportsFailureBeforeTemporaryFileIsRemoved();
 };
 
 void tst_FailedSaves::failedSaveKeepsOldFile_data()
@@ -405,7 +405,7 @@ void tst_FailedSaves::failedFirstSaveLeavesNothing()
     QCOMPARE(everythingIn(folder.path()), QStringList(u"empty"_qs));
 }
 
-void tst_FailedSaves::onlyMessageOfHandlerComesBeforeTemporaryFileIsRemoved_data()
+void tst_FailedSaves::onlyHandlerReportsFailureBeforeTemporaryFileIsRemoved_data()
 {
     QTest::addColumn<QSharedPointer<Way>>("way");
     QTest::addColumn<bool>("isThere");
@@ -414,7 +414,7 @@ void tst_FailedSaves::onlyMessageOfHandlerComesBeforeTemporaryFileIsRemoved_data
     }
 }
 
-void tst_FailedSaves::onlyMessageOfHandlerComesBeforeTemporaryFileIsRemoved()
+void tst_FailedSaves::onlyHandlerReportsFailureBeforeTemporaryFileIsRemoved()
 {
     QFETCH(const QSharedPointer<Way>, way);
     QFETCH(const bool, isThere);

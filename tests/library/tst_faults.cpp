@@ -791,8 +791,8 @@ private Q_SLOTS:
     void manifestReplacedAtEveryLookIsLoaded();
     void manifestReplacedAtEveryLookKeepsItsPermissions();
     void descriptionReplacedAtEveryLookIsNotReportedMissing();
-    void groupKeepsItsPermissionsWhereThereAreNoLists();
-    void groupLosesItsPermissionsWhereListsCannotBeRead();
+    void groupKeepsItsPermissionsWithoutAccessLists();
+    void groupLosesItsPermissionsIfAccessListsCannotBeRead();
     void permissionsThatCannotBeSetAreOwnersOnly();
     void linkThatCannotBeExaminedIsReplaced();
     void linkThatCannotBeReadKeepsPreviousManifest();
@@ -1171,7 +1171,7 @@ void tst_Faults::descriptionReplacedAtEveryLookIsNotReportedMissing()
     QVERIFY2(reported->text.contains(u"Permission denied"_qs), qPrintable(reported->text));
 }
 
-void tst_Faults::groupKeepsItsPermissionsWhereThereAreNoLists()
+void tst_Faults::groupKeepsItsPermissionsWithoutAccessLists()
 {
     EditAndSave edit;
     const Run run = runOnce(edit, {{"attribute", 1, INT_MAX, EOPNOTSUPP}});
@@ -1179,7 +1179,7 @@ void tst_Faults::groupKeepsItsPermissionsWhereThereAreNoLists()
     QCOMPARE(run.result.mode, previousMode);
 }
 
-void tst_Faults::groupLosesItsPermissionsWhereListsCannotBeRead()
+void tst_Faults::groupLosesItsPermissionsIfAccessListsCannotBeRead()
 {
     EditAndSave edit;
     const Run run = runOnce(edit, {{"attribute", 1, INT_MAX, EIO}});

@@ -49,8 +49,8 @@ class tst_JsonDataIteratorConfigurationInstanceCollector : public QObject {
 private Q_SLOTS:
     void selectionsAreCollected_data();
     void selectionsAreCollected();
-    void everythingElseIsSkippedSilently_data();
-    void everythingElseIsSkippedSilently();
+    void everythingButSelectionsIsSkippedSilently_data();
+    void everythingButSelectionsIsSkippedSilently();
     void unreadableElementsAreReportedAndSkipped_data();
     void unreadableElementsAreReportedAndSkipped();
     void accumulatorThatIsNotArrayCollectsNothing_data();
@@ -95,7 +95,7 @@ void tst_JsonDataIteratorConfigurationInstanceCollector::selectionsAreCollected(
     QCOMPARE(visited, object);
 }
 
-void tst_JsonDataIteratorConfigurationInstanceCollector::everythingElseIsSkippedSilently_data()
+void tst_JsonDataIteratorConfigurationInstanceCollector::everythingButSelectionsIsSkippedSilently_data()
 {
     QTest::addColumn<QJsonObject>("object");
     QTest::newRow("empty object") << QJsonObject();
@@ -111,7 +111,7 @@ void tst_JsonDataIteratorConfigurationInstanceCollector::everythingElseIsSkipped
     QTest::newRow("empty type") << objectFrom(R"({"selectionType":"","instanceName":"main"})");
 }
 
-void tst_JsonDataIteratorConfigurationInstanceCollector::everythingElseIsSkippedSilently()
+void tst_JsonDataIteratorConfigurationInstanceCollector::everythingButSelectionsIsSkippedSilently()
 {
     QFETCH(const QJsonObject, object);
     MessageRecorder log;

@@ -73,8 +73,8 @@ private Q_SLOTS:
     void initLeavesModes();
     void objectsPresentedWhileModesChangeAreEditedByTheirKey_data();
     void objectsPresentedWhileModesChangeAreEditedByTheirKey();
-    void modesDecideWhatHappensToKey_data();
-    void modesDecideWhatHappensToKey();
+    void modeDecidesWhetherKeyIsSetAddedOrRemoved_data();
+    void modeDecidesWhetherKeyIsSetAddedOrRemoved();
     void otherObjectsAreSkippedSilently_data();
     void otherObjectsAreSkippedSilently();
     void elementsMatchByTheirWholeName_data();
@@ -232,7 +232,7 @@ void tst_JsonDataIteratorConfigurationInstanceListUpdater::objectsPresentedWhile
     QCOMPARE(textOf(collected), "[[" + after + "]]");
 }
 
-void tst_JsonDataIteratorConfigurationInstanceListUpdater::modesDecideWhatHappensToKey_data()
+void tst_JsonDataIteratorConfigurationInstanceListUpdater::modeDecidesWhetherKeyIsSetAddedOrRemoved_data()
 {
     QTest::addColumn<Mode>("mode");
     QTest::addColumn<QJsonObject>("object");
@@ -252,7 +252,7 @@ void tst_JsonDataIteratorConfigurationInstanceListUpdater::modesDecideWhatHappen
     QTest::newRow("removing, missing") << Removing << missing << QJsonObject() << warned;
 }
 
-void tst_JsonDataIteratorConfigurationInstanceListUpdater::modesDecideWhatHappensToKey()
+void tst_JsonDataIteratorConfigurationInstanceListUpdater::modeDecidesWhetherKeyIsSetAddedOrRemoved()
 {
     QFETCH(const Mode, mode);
     QFETCH(const QJsonObject, object);

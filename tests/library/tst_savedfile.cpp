@@ -224,12 +224,12 @@ private Q_SLOTS:
     void removedManifestGivesGroupNoAccess();
     void linkThatAppearsMeanwhileGivesAwayNoOtherFile();
     void foreignManifestInStickyFolderIsNotGivenBack();
-    void groupGetsNoMoreThanOldListGranted_data();
-    void groupGetsNoMoreThanOldListGranted();
-    void inheritedListGivesNobodyMore_data();
-    void inheritedListGivesNobodyMore();
-    void equalListTakesNoPermissionsAway_data();
-    void equalListTakesNoPermissionsAway();
+    void groupGetsNoMoreThanOldAccessListGranted_data();
+    void groupGetsNoMoreThanOldAccessListGranted();
+    void inheritedAccessListGivesNobodyMore_data();
+    void inheritedAccessListGivesNobodyMore();
+    void equalAccessListTakesNoPermissionsAway_data();
+    void equalAccessListTakesNoPermissionsAway();
 };
 
 void tst_SavedFile::savedFileKeepsOwnerGroupAndPermissions_data()
@@ -266,8 +266,8 @@ void tst_SavedFile::savedFileKeepsOwnerGroupAndPermissions_data()
     add("foreign group, read by all", By::AnOrdinaryUser, {nobody, someGroup, 0664}, {nobody, ownGroup, 0644});
     add("foreign group with fewer rights", By::AnOrdinaryUser, {nobody, someGroup, 0606}, {nobody, ownGroup, 0606});
     // The owner is not restored: after that, the process could not rename the file.
-    add("foreign user, given back", By::AUserWhoMayGiveFilesAway, {someUser, someGroup, 0662},
-        {nobody, someGroup, 0662});
+    add("foreign user, by a process that may give files away", By::AUserWhoMayGiveFilesAway,
+        {someUser, someGroup, 0662}, {nobody, someGroup, 0662});
     add("own, foreign group", By::AUserWhoMayGiveFilesAway, {nobody, someGroup, 0640}, {nobody, someGroup, 0640});
     add("foreign user and group", By::AnOrdinaryUser, {someUser, someGroup, 0676}, {nobody, ownGroup, 0666});
 }
@@ -380,7 +380,7 @@ void tst_SavedFile::foreignManifestInStickyFolderIsNotGivenBack()
     QCOMPARE(ownershipOf(place.manifest()), (Ownership {geteuid(), isRoot ? someGroup : getegid(), 0644}));
 }
 
-void tst_SavedFile::groupGetsNoMoreThanOldListGranted_data()
+void tst_SavedFile::groupGetsNoMoreThanOldAccessListGranted_data()
 {
     QTest::addColumn<Save>("save");
     QTest::addColumn<int>("groupsRights");
@@ -397,7 +397,7 @@ void tst_SavedFile::groupGetsNoMoreThanOldListGranted_data()
 }
 
 // If a file has a list, its group bits are the mask of the list. Here they limit what the one user may do.
-void tst_SavedFile::groupGetsNoMoreThanOldListGranted()
+void tst_SavedFile::groupGetsNoMoreThanOldAccessListGranted()
 {
     QFETCH(const Save, save);
     QFETCH(const int, groupsRights);
@@ -414,7 +414,7 @@ void tst_SavedFile::groupGetsNoMoreThanOldListGranted()
     QCOMPARE(ownershipOf(place.manifest()).mode, static_cast<mode_t>(modeAfter));
 }
 
-void tst_SavedFile::inheritedListGivesNobodyMore_data()
+void tst_SavedFile::inheritedAccessListGivesNobodyMore_data()
 {
     QTest::addColumn<Save>("save");
     QTest::addColumn<bool>("hadList");
@@ -423,7 +423,7 @@ void tst_SavedFile::inheritedListGivesNobodyMore_data()
 }
 
 // The default list of the folder lets one user write to new files. The old manifest did not.
-void tst_SavedFile::inheritedListGivesNobodyMore()
+void tst_SavedFile::inheritedAccessListGivesNobodyMore()
 {
     QFETCH(const Save, save);
     QFETCH(const bool, hadList);
@@ -440,13 +440,13 @@ void tst_SavedFile::inheritedListGivesNobodyMore()
     QCOMPARE(ownershipOf(place.manifest()).mode, mode_t(0600));
 }
 
-void tst_SavedFile::equalListTakesNoPermissionsAway_data()
+void tst_SavedFile::equalAccessListTakesNoPermissionsAway_data()
 {
     QTest::addColumn<Save>("save");
     addSaves("inherited", [](QTestData& row) -> QTestData& { return row; });
 }
 
-void tst_SavedFile::equalListTakesNoPermissionsAway()
+void tst_SavedFile::equalAccessListTakesNoPermissionsAway()
 {
     QFETCH(const Save, save);
     const Place place;

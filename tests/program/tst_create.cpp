@@ -35,8 +35,8 @@ class tst_Create : public QObject {
 private Q_SLOTS:
     void createWritesManifestOfConfigurationFolder();
     void createCountsElementsOfExamples();
-    void countsAgreeWithTheirNouns_data();
-    void countsAgreeWithTheirNouns();
+    void nounsAgreeWithTheirCounts_data();
+    void nounsAgreeWithTheirCounts();
     void schemeNamesFileAndChoosesWhatIsCollected_data();
     void schemeNamesFileAndChoosesWhatIsCollected();
     void pathIsWrittenInAnyWay_data();
@@ -44,9 +44,9 @@ private Q_SLOTS:
     void creationReportsWhatItReplaces();
     void stampsAreNoChangeUnlessAskedFor();
     void dryCreationWritesNothing();
-    void folderThatChangesMeanwhileIsCreatedAsItIsThen();
+    void manifestOfChangingFolderIsCurrent();
     void folderThatKeepsChangingIsReported();
-    void creationReportsWhatItReallyReplaces();
+    void creationComparesWithManifestThatItReplaces();
     void damageIsDistinguishedFromRemarks();
     void messagesOfLibraryNameTheirFile();
     void debugMessagesCanBeSwitchedOff();
@@ -98,7 +98,7 @@ void tst_Create::createCountsElementsOfExamples()
             .arg(countOf(manifest, u"Node"_qs)));
 }
 
-void tst_Create::countsAgreeWithTheirNouns_data()
+void tst_Create::nounsAgreeWithTheirCounts_data()
 {
     const Table<QStringList, QString> row("files", "counts");
 
@@ -110,7 +110,7 @@ void tst_Create::countsAgreeWithTheirNouns_data()
         u"1 selection, 2 nodes"_qs);
 }
 
-void tst_Create::countsAgreeWithTheirNouns()
+void tst_Create::nounsAgreeWithTheirCounts()
 {
     QFETCH(QStringList, files);
     QFETCH(QString, counts);
@@ -259,7 +259,7 @@ void tst_Create::dryCreationWritesNothing()
     QCOMPARE(everythingIn(place.path()).size(), 2);
 }
 
-void tst_Create::folderThatChangesMeanwhileIsCreatedAsItIsThen()
+void tst_Create::manifestOfChangingFolderIsCurrent()
 {
     const Workplace place;
     place.describe(u"a.config.json"_qs);
@@ -294,7 +294,7 @@ void tst_Create::folderThatKeepsChangingIsReported()
     QVERIFY(readFile(path).contains("\"page1\""));
 }
 
-void tst_Create::creationReportsWhatItReallyReplaces()
+void tst_Create::creationComparesWithManifestThatItReplaces()
 {
     const Workplace place;
     place.describe(u"a.config.json"_qs);

@@ -157,8 +157,8 @@ private Q_SLOTS:
     void oneEntryIsFound();
     void pathThatLeadsNowhereIsExplained_data();
     void pathThatLeadsNowhereIsExplained();
-    void troubleIsTrouble_data();
-    void troubleIsTrouble();
+    void folderThatCannotBeExplainedIsTrouble_data();
+    void folderThatCannotBeExplainedIsTrouble();
     void jsonSaysWhatLinesSay();
     void emptyKeyIsListed();
     void strangeNamesStayInTheirLine();
@@ -725,7 +725,7 @@ void tst_Explain::pathThatLeadsNowhereIsExplained()
     QCOMPARE(Program().run(QStringList {u"explain"_qs, folder.path(), what}), run);
 }
 
-void tst_Explain::troubleIsTrouble_data()
+void tst_Explain::folderThatCannotBeExplainedIsTrouble_data()
 {
     const Table<QString, QByteArray> row("commandLine", "complaint");
     row("no such folder", u"nowhere"_qs, "cannot read nowhere: No such file or directory");
@@ -735,7 +735,7 @@ void tst_Explain::troubleIsTrouble_data()
     row("too much given", u"open a b"_qs, "explain takes FOLDER [PATH|FILE]; see ");
 }
 
-void tst_Explain::troubleIsTrouble()
+void tst_Explain::folderThatCannotBeExplainedIsTrouble()
 {
     QFETCH(const QString, commandLine);
     QFETCH(const QByteArray, complaint);

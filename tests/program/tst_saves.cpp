@@ -185,7 +185,7 @@ private Q_SLOTS:
     void changeBetweenLoadAndSaveIsNotOverwritten_data();
     void changeBetweenLoadAndSaveIsNotOverwritten();
     void changeIsOverwrittenOnRequest();
-    void removedManifestIsNotRecreatedOnRequest();
+    void removedManifestIsNotRecreatedDespiteOverwrite();
     void changeAfterSaveIsNoticed_data();
     void changeAfterSaveIsNoticed();
     void failureToReadBackIsReported_data();
@@ -387,7 +387,7 @@ void tst_Saves::changeIsOverwrittenOnRequest()
     QCOMPARE(readFile(file.path() + u".old"_qs), QByteArray("[\"somebody else\"]"));
 }
 
-void tst_Saves::removedManifestIsNotRecreatedOnRequest()
+void tst_Saves::removedManifestIsNotRecreatedDespiteOverwrite()
 {
     const LoneManifest file;
     QCOMPARE(editDuring(lookBeforeTheSave, disappear, file.path(), u" --overwrite"_qs),

@@ -56,7 +56,7 @@ private Q_SLOTS:
     void manifestThatChangesBeforeTurnIsMerged();
     void turnIsNotWaitedForLongerThanAsked_data();
     void turnIsNotWaitedForLongerThanAsked();
-    void turnWhoseHolderIsUnknownIsGivenUp();
+    void waitForUnknownHolderIsGivenUp();
     void holderOfTurnIsNamed();
     void heirOfTurnIsNamed();
     void runThatSharesTurnIsNamed();
@@ -192,7 +192,7 @@ void tst_Turns::turnIsNotWaitedForLongerThanAsked()
     QVERIFY(file.isUntouched());
 }
 
-void tst_Turns::turnWhoseHolderIsUnknownIsGivenUp()
+void tst_Turns::waitForUnknownHolderIsGivenUp()
 {
     const LoneManifest file;
     QCOMPARE(Program()
