@@ -757,9 +757,9 @@ void tst_Explain::folderThatCannotBeExplainedIsTrouble()
 
 void tst_Explain::jsonSaysWhatLinesSay()
 {
-    const QString folder = QStringLiteral(EXAMPLES "/device/configuration");
-    const ProgramRun lines = Program().run(u"explain "_qs + folder);
-    const ProgramRun json = Program().run(u"explain --json "_qs + folder);
+    const Program program = Program().in(QStringLiteral(EXAMPLES "/device"));
+    const ProgramRun lines = program.run(u"explain configuration"_qs);
+    const ProgramRun json = program.run(u"explain --json configuration"_qs);
     QCOMPARE(json.status, 0);
     QJsonParseError error;
     const QJsonDocument document = QJsonDocument::fromJson(json.output, &error);
@@ -774,14 +774,14 @@ void tst_Explain::jsonSaysWhatLinesSay()
         QVERIFY(first.at(i).startsWith(
             entry.value(u"file"_qs).toString() + u'\t' + entry.value(u"fate"_qs).toString() + u'\t'));
     }
-    const ProgramRun one = Program().run(u"explain --json "_qs + folder + u" imported/cut-short"_qs);
+    const ProgramRun one = program.run(u"explain --json configuration imported/cut-short"_qs);
     const QJsonObject entry = QJsonDocument::fromJson(one.output).array().at(0).toObject();
     QCOMPARE(entry.value(u"damage"_qs),
         QJsonValue(objectFrom(R"({"text":"not JSON: unterminated string","line":8,"column":22})")));
     QCOMPARE(entry.value(u"displayPosition"_qs), QJsonValue(QJsonValue::Null));
     QCOMPARE(entry.value(u"path"_qs), QJsonValue(u"imported/cut-short"_qs));
     QCOMPARE(Program().run(u"explain --json nowhere"_qs).output, QByteArray());
-    QCOMPARE(Program().run(u"explain --json "_qs + folder + u" zzzzzz"_qs).output, QByteArray("[\n]\n"));
+    QCOMPARE(program.run(u"explain --json configuration zzzzzz"_qs).output, QByteArray("[\n]\n"));
 }
 
 void tst_Explain::emptyKeyIsListed()
