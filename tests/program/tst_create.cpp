@@ -56,6 +56,7 @@ private Q_SLOTS:
     void folderThatCannotBeReadIsFailure();
     void descriptionThatIsDeviceIsRefused();
     void folderInPlaceOfManifestIsFailure();
+    void linkIntoMissingFolderIsNamedAsCause();
     void baseIsManifestAsCreated();
     void baseIsKeptBeforeFirstManifestAndAfterLaterOnes();
     void changeBetweenScanAndCreationIsNotOverwritten();
@@ -435,8 +436,26 @@ void tst_Create::folderInPlaceOfManifestIsFailure()
     place.describe(u"process.manifest.json/Folder.menu.json"_qs);
     QCOMPARE(place.run(u"create-folder . --scheme process"_qs),
         misused(u"cannot replace process.manifest.json: it is a folder"_qs));
+    // Without a save, nothing would be replaced.
+    for (const QString& option : {u"--dry-run"_qs, u"--print"_qs}) {
+        QCOMPARE(place.run(u"create-folder . --scheme process "_qs + option),
+            misused(u"cannot read process.manifest.json: it is a folder"_qs));
+    }
     QCOMPARE(everythingIn(place.path()), QStringList(u"process.manifest.json"_qs));
     QCOMPARE(everythingIn(path), QStringList(u"Folder.menu.json"_qs));
+}
+
+void tst_Create::linkIntoMissingFolderIsNamedAsCause()
+{
+    const Workplace place;
+    place.describe(u"a.config.json"_qs);
+    const QString path = place.path(u"configuration.manifest.json"_qs);
+    QVERIFY(QFile::link(u"nowhere/x"_qs, path));
+    const ProgramRun run = place.run(u"create-folder ."_qs);
+    QCOMPARE(run.status, 1);
+    QVERIFY2(run.errors.endsWith("could not save configuration.manifest.json: No such file or directory\n"),
+        run.errors.constData());
+    QCOMPARE(QFile::symLinkTarget(path), place.path(u"nowhere/x"_qs));
 }
 
 void tst_Create::baseIsManifestAsCreated()

@@ -231,6 +231,7 @@ void tst_Usage::wrongUsageAndFailureDifferInStatus_data()
         u"Unknown option '1'"_qs + before + see(u" move-node"_qs));
     add("no description of a node", u"update-node manifest.json a", u"--description is missing"_qs);
     add("no description of a selection", u"update-selection manifest.json top --save", u"--description is missing"_qs);
+    add("empty second operand", u"diff manifest.json ''", u"cannot read '': No such file or directory"_qs);
     add("adding and removing", u"rewrite manifest.json top key --add --remove",
         u"--add and --remove exclude each other"_qs);
     add("removing a value", u"rewrite manifest.json top key value --remove --save", u"--remove takes no VALUE"_qs);
