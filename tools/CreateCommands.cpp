@@ -187,7 +187,7 @@ private:
         setPrevious(report.isReplacement, report.replaced);
         const bool isKept = !isSet("keep-base") || keepBase(path, contentOf(tree));
         tell();
-        return !flushOutput() ? SavedButNotPrinted : isKept ? Done : NotDone;
+        return !isKept ? NotDone : flushOutput() ? Done : SavedButNotPrinted;
     }
 
     // Creates the manifest, and prints the messages of the library that the scan has not printed already.

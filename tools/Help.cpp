@@ -324,15 +324,13 @@ QByteArray manualPage()
             "configuration\nfolder holds, how sub\\-folders group them, in which order they are shown and under which "
             "instance names they\nare addressed. A PATH names the elements from the top level down to the one that is "
             "meant, each by the last segment\nof its instance name, separated by \"/\"; show \\-\\-paths prints it. "
-            "Queries ignore empty names in it; edits do not. An empty PATH "
-            "is "
-            "the top level for show, list, count, sort and explain, and wrong usage for all other commands.\nA PATH "
+            "Queries ignore empty names in it; edits do not. An empty PATH is the top level for show, list, count, "
+            "sort and explain, and wrong usage for all other commands.\nA PATH "
             "that has nothing but \"/\" is always wrong usage.\n.PP\n"
             "Results go to standard output, messages to standard error. An edit is saved only with ")
         + bold(QStringLiteral("--save"))
         + QLatin1String(".\nCommands that only read FILE also take a pipe, or \"\\-\" for standard input. Put "
-                        "\"\\-\\-\" before arguments "
-                        "that\nbegin with \"\\-\".\n.PP\n")
+                        "\"\\-\\-\" before arguments that\nbegin with \"\\-\".\n.PP\n")
         + inManual(turns) + QLatin1Char('\n') + manualOfCommands() + manualOfOptions() + manualOfExits()
         + manualOf("ENVIRONMENT", environment) + manualOf("FILES", files)
         + QLatin1String(

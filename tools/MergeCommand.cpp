@@ -192,10 +192,11 @@ private:
         const bool isKept =
             !isSet("keep-base") || keepBase(mine.path, QJsonDocument(theirs.manifest).toJson(QJsonDocument::Compact));
         tell(true);
-        if (!flushOutput()) {
-            return changes.isEmpty() && !isSet("keep-base") ? NotDone : SavedButNotPrinted;
+        if (!isKept) {
+            return NotDone;
         }
-        return isKept ? Done : NotDone;
+        const bool isAnythingSaved = !changes.isEmpty() || isSet("keep-base");
+        return flushOutput() ? Done : isAnythingSaved ? SavedButNotPrinted : NotDone;
     }
 
     void tell(bool isSaved) const

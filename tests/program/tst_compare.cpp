@@ -733,6 +733,20 @@ void tst_Compare::baseThatCannotBeWrittenIsReported()
         (ProgramRun {1, change + "saved\n",
             "configuration-manifest: the manifest is saved, but not mine.base: it is a folder\n"}));
     QCOMPARE(place.content(u"mine"_qs), compact(merged()));
+
+    // Lost output does not hide it: with status 3, everything that was asked for would be saved.
+    for (const QString& commandLine :
+        {u"merge base mine new --save --keep-base"_qs, u"create-folder folder --keep-base"_qs}) {
+        Workplace other;
+        writeThree(other);
+        other.describe(u"folder/a.config.json"_qs);
+        other.write(u"folder/configuration.manifest.json"_qs, base());
+        QVERIFY(QDir(other.path()).mkpath(u"folder/configuration.manifest.json.base"_qs));
+        QVERIFY(QDir(other.path()).mkpath(u"mine.base"_qs));
+        const ProgramRun run = other.program().prepared(withFullOutput).run(commandLine);
+        QCOMPARE(run.status, 1);
+        QVERIFY2(run.errors.contains(".base: it is a folder\n"), run.errors.constData());
+    }
 }
 
 void tst_Compare::mergeSavesToLinkTarget()
